@@ -1,0 +1,14 @@
+# Compiler options in two interface targets: one for everything, one more for the library's own code.
+
+add_library(moxac_warnings INTERFACE)
+target_compile_options(moxac_warnings INTERFACE -Wall -Wextra -Wshadow -Wconversion)
+
+# 256-bit float vectors everywhere they help; no fused multiply-add, so that vector kernels and their
+# scalar twins agree to the bit.
+add_library(moxac_kernel_options INTERFACE)
+target_compile_options(moxac_kernel_options INTERFACE -mavx -ffp-contract=off)
+
+if(MOXAC_SANITIZE)
+  add_compile_options(-fsanitize=${MOXAC_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${MOXAC_SANITIZE})
+endif()

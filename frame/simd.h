@@ -1,0 +1,39 @@
+// The thin vector layer: 256-bit float vectors and 128-bit integer vectors (AVX, no AVX2, no FMA).
+// GCC and Clang give __m256 and __m128 the operators + - * / lane by lane; loads, stores, shuffles and
+// transposes live here, so that kernels read as formulas. Intrinsics elsewhere need a measured reason.
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace moxac {
+
+using f32x8 = __m256;
+using f32x4 = __m128;
+using i32x4 = __m128i;
+
+inline f32x8 load8(const float* p) { return _mm256_loadu_ps(p); }
+inline void store8(float* p, f32x8 v) { _mm256_storeu_ps(p, v); }
+inline f32x8 splat8(float v) { return _mm256_set1_ps(v); }
+inline f32x4 load4(const float* p) { return _mm_loadu_ps(p); }
+inline void store4(float* p, f32x4 v) { _mm_storeu_ps(p, v); }
+inline f32x4 splat4(float v) { return _mm_set1_ps(v); }
+inline i32x4 loadInt4(const int32_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline void storeInt4(int32_t* p, i32x4 v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+// Memory in 32-byte pieces, whatever it holds.
+using bytes32 = __m256i;
+inline bytes32 zeroBytes32() { return _mm256_setzero_si256(); }
+inline bytes32 loadBytes32(const void* p) { return _mm256_loadu_si256(static_cast<const __m256i*>(p)); }
+inline void storeBytes32(void* p, bytes32 v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+// Past the cache; p on a 32-byte boundary, a fence before others may read.
+inline void streamBytes32(void* p, bytes32 v) { _mm256_stream_si256(static_cast<__m256i*>(p), v); }
+inline void storeFence() { _mm_sfence(); }
+
+inline void stringMove(const void* src, void* dst, size_t bytes) {
+  __asm__ volatile("rep movsb" : "+D"(dst), "+S"(src), "+c"(bytes) : : "memory");
+}
+
+}  // namespace moxac

@@ -1,0 +1,29 @@
+// The test programs' own moxMalloc and moxFree: they count, remember and, when asked, fail.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace moxtest {
+
+// While one lives, allocations are recorded. At most one at a time, on one thread.
+class AllocSpy {
+ public:
+  // failAt: the number (from 0) of the allocation that returns null; negative: none fails.
+  explicit AllocSpy(int failAt = -1);
+  ~AllocSpy();
+  AllocSpy(const AllocSpy&) = delete;
+  AllocSpy& operator=(const AllocSpy&) = delete;
+
+  const std::vector<int32_t>& sizes() const { return sizes_; }  // every request, in order
+  int live() const { return live_; }                            // blocks not yet freed
+
+ private:
+  friend void* spiedMalloc(int32_t bytes);
+  friend void spiedFree(void* pointer);
+  int failAt_;
+  int live_ = 0;
+  std::vector<int32_t> sizes_;
+};
+
+}  // namespace moxtest
