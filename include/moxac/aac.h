@@ -6,6 +6,175 @@
 
 MOXAC_EXTERN_C_BEGIN
 
+/* ------------------------------------------------------------------------------------------ records
+ *
+ * Flat records of int32_t fields, filled by the parsers and consulted by the caller's decoder. A value read
+ * from a stream is stored as the unsigned number of its width; a flag is 0 or 1. The parsers never allocate
+ * and keep nothing between calls; records and buffers belong to the caller.
+ */
+
+/* One ADTS frame header, 64 bytes. ISO/IEC 13818-7, 6.2.1 and 6.2.2. */
+typedef struct MoxAacADTSFrameHeader {
+  int32_t id;                /* 1 bit: 0 MPEG-4, 1 MPEG-2 */
+  int32_t layer;             /* 2 bits */
+  int32_t protectionAbsent;  /* 1 bit: 1 = no CRC follows */
+  int32_t profile;           /* 2 bits: object type minus one */
+  int32_t samplingRateIndex; /* 4 bits */
+  int32_t privateBit;        /* 1 bit */
+  int32_t channelConfig;     /* 3 bits */
+  int32_t originalCopy;      /* 1 bit */
+  int32_t home;              /* 1 bit */
+  int32_t reserved;          /* never written */
+  int32_t copyrightIdBit;    /* 1 bit */
+  int32_t copyrightIdStart;  /* 1 bit */
+  int32_t frameLen;          /* 13 bits: bytes of the frame, this header included */
+  int32_t bufferFullness;    /* 11 bits */
+  int32_t numRawDataBlocks;  /* 1..4: the coded value plus 1 */
+  int32_t crcCheck;          /* 16 bits, read only when protectionAbsent is 0; else not written */
+} MoxAacADTSFrameHeader;
+
+/* The ADIF header, 104 bytes; its program configuration elements go to an array beside it. */
+typedef struct MoxAacADIFHeader {
+  int32_t adifId;             /* the four identifier bytes as a big-endian word, "ADIF" = 0x41444946 */
+  int32_t copyrightIdPresent; /* 1 bit */
+  int32_t originalCopy;       /* 1 bit */
+  int32_t home;               /* 1 bit */
+  int32_t bitstreamType;      /* 1 bit: 0 = constant rate, a buffer fullness precedes each element */
+  int32_t bitRate;            /* 23 bits */
+  int32_t numPrgCfgElt;       /* 1..16: the coded value plus 1 */
+  int32_t bufferFullness[16]; /* 20 bits each, written only when bitstreamType is 0 */
+  uint8_t copyrightId[9];     /* first byte first, written only when copyrightIdPresent is 1 */
+} MoxAacADIFHeader;
+
+/* One program_config_element, 884 bytes. Entries of the arrays beyond the coded counts are not written. */
+typedef struct MoxAacPrgCfgElt {
+  int32_t elementInstanceTag;      /* 4 bits */
+  int32_t objectType;              /* 2 bits */
+  int32_t samplingRateIndex;       /* 4 bits */
+  int32_t numFrontChanElt;         /* 4 bits */
+  int32_t numSideChanElt;          /* 4 bits */
+  int32_t numBackChanElt;          /* 4 bits */
+  int32_t numLfeChanElt;           /* 2 bits */
+  int32_t numAssocDataElt;         /* 3 bits */
+  int32_t numValidCcElt;           /* 4 bits */
+  int32_t monoMixdownPresent;      /* 1 bit */
+  int32_t monoMixdownEltNum;       /* 4 bits, 0 when absent */
+  int32_t stereoMixdownPresent;    /* 1 bit */
+  int32_t stereoMixdownEltNum;     /* 4 bits, 0 when absent */
+  int32_t matrixMixdownIdxPresent; /* 1 bit */
+  int32_t matrixMixdownIdx;        /* 2 bits, 0 when absent */
+  int32_t pseudoSurroundEnable;    /* 1 bit, 0 when no matrix mixdown index is present */
+  int32_t frontEltIsCpe[16];       /* 1 bit each */
+  int32_t frontEltTagSel[16];      /* 4 bits each, as the other tags */
+  int32_t sideEltIsCpe[16];
+  int32_t sideEltTagSel[16];
+  int32_t backEltIsCpe[16];
+  int32_t backEltTagSel[16];
+  int32_t lfeEltTagSel[4];
+  int32_t assocDataEltTagSel[8];
+  int32_t ccEltIsIndSw[16];
+  int32_t validCcEltTagSel[16];
+  int32_t commentFieldBytes;     /* 8 bits */
+  uint8_t commentFieldData[256]; /* commentFieldBytes bytes, not terminated */
+} MoxAacPrgCfgElt;
+
+/* Individual channel stream information, 112 bytes. ISO/IEC 14496-3, ics_info(). */
+typedef struct MoxAacIcsInfo {
+  int32_t icsReservedBit;         /* 1 bit */
+  int32_t windowSequence;         /* 2 bits: 0 only long, 1 long start, 2 eight short, 3 long stop */
+  int32_t windowShape;            /* 1 bit: 0 sine, 1 Kaiser-Bessel derived */
+  int32_t maxSfb;                 /* 4 bits for eight short, else 6 */
+  int32_t scaleFactorGrouping;    /* 7 bits; written for eight short only */
+  int32_t predictorDataPresent;   /* 1 bit; 0 for eight short */
+  int32_t predictorReset;         /* 1 bit; 0 unless read */
+  int32_t predictorResetGroupNum; /* 5 bits; written only when predictorReset is 1 */
+  uint8_t predictionUsed[41];     /* per scale-factor band */
+  int32_t numWindowGroups;        /* 1..8 */
+  int32_t windowGroupLen[8];      /* windows of each group */
+} MoxAacIcsInfo;
+
+/* Channel pair element, 488 bytes. */
+typedef struct MoxAacChanPairElt {
+  int32_t commonWindow;  /* 1 bit */
+  int32_t msMaskPresent; /* 2 bits: 0 none, 1 by band, 2 every band */
+  uint8_t msUsed[8][60]; /* row = window group, column = band; written only when msMaskPresent is 1 */
+} MoxAacChanPairElt;
+
+/* Temporal-noise-shaping side data of one channel, 64 words. Filters are numbered over all windows of the
+ * frame in order. */
+typedef struct MoxAacTnsInfo {
+  int32_t tnsDataPresent;
+  int32_t nFilt[8];     /* filters, per window */
+  int32_t coefRes[8];   /* 3 or 4 bits, per window that has filters */
+  int32_t length[8];    /* bands, per filter */
+  int32_t order[8];     /* per filter */
+  int32_t direction[8]; /* per filter of nonzero order, in filter order: 0 upward, 1 downward */
+  int32_t reserved[8];  /* never written by the plain parsers */
+  int8_t coef[60];      /* the coded coefficients of all filters one after another, sign-extended */
+} MoxAacTnsInfo;
+
+/* Long-term-prediction side data of one channel, 88 words. */
+typedef struct MoxAacLtpInfo {
+  int32_t ltpDataPresent;
+  int32_t ltpLag;       /* 11 bits */
+  int32_t ltpCoef;      /* gain, Q14: 9352 .. 22438 */
+  int32_t longUsedAll;  /* long windows: equal to ltpDataPresent */
+  int32_t longUsed[40]; /* per band */
+  int32_t reserved[20]; /* never written by the plain parsers */
+  int32_t shortUsed[8]; /* per window, as the next two */
+  int32_t shortLagPresent[8];
+  int32_t shortLag[8];
+} MoxAacLtpInfo;
+
+/* Header of a layered stream's base layer, 1280 bytes. The MPEG-4 channel-pair and noiseless operations take
+ * it as the holder of the pair's long-term-prediction data. */
+typedef struct MoxAacMainHeader {
+  int32_t windowSequence;
+  int32_t windowShape;
+  int32_t maxSfb;
+  int32_t scaleFactorGrouping;
+  int32_t numWindowGroups;
+  int32_t windowGroupLen[8];
+  int32_t msMaskPresent;
+  uint8_t* pMsUsed; /* the caller's 480 bytes, [8][60] as msUsed of MoxAacChanPairElt */
+  MoxAacTnsInfo tns[2];
+  MoxAacLtpInfo ltp[2];
+} MoxAacMainHeader;
+
+/* Header of an enhancement layer, 936 bytes. */
+typedef struct MoxAacExtensionHeader {
+  int32_t msMaskPresent;
+  int32_t maxSfb;
+  uint8_t* pMsUsed; /* the caller's 480 bytes, [8][60] */
+  MoxAacTnsInfo tns[2];
+  int32_t diffControl[2][51];
+} MoxAacExtensionHeader;
+
+/* One channel's stream as the noiseless decoder takes and leaves it, 488 bytes. */
+typedef struct MoxAacChanStream {
+  int32_t reserved0; /* not used by the operations of this library, as the next */
+  int32_t reserved1;
+  int32_t samplingRateIndex; /* in: 0..11 */
+  int32_t predSfbMax;        /* in: prediction bands; 0 for the LC operation */
+  int32_t reserved2;         /* not used */
+  int32_t windowLen;         /* out: 1024 long, 128 short */
+  int32_t numWindows;        /* out: 1 or 8 */
+  int32_t numSwb;            /* out: scale-factor bands of the window kind at this rate */
+  int32_t globalGain;        /* out: 8 bits */
+  int32_t pulseDataPresent;  /* out, as the rest */
+  int32_t tnsDataPresent;
+  int32_t gainControlDataPresent;
+  MoxAacIcsInfo* pIcsInfo; /* in: the channel's record; of the pair when the window is common */
+  uint8_t sectCb[120];     /* code book of each section, the sections of all groups in order */
+  uint8_t sectEnd[120];    /* the band at which each section ends, in the same order */
+  int32_t numSec[8];       /* sections, per window group */
+  int32_t nFilt[8];        /* the TNS fields, as in MoxAacTnsInfo */
+  int32_t coefRes[8];
+  int32_t length[8];
+  int32_t order[8];
+  int32_t direction[8];
+} MoxAacChanStream;
+
 MOXAC_EXTERN_C_END
 
 #endif

@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Writes the constant tables of aac/ from tools/tables.
+
+usage: gen_aac_tables.py [--check]     (--check: compare with the committed files and write nothing)
+"""
+import csv
+import sys
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parent.parent
+TABLES = SOURCE / "tools" / "tables"
+
+
+def rows(name):
+    with open(TABLES / name, newline="") as file:
+        return list(csv.DictReader(file))
+
+
+def wrapped(values, indent="    ", width=110):
+    """The values as comma-separated lines of at most `width` columns."""
+    lines, line = [], indent
+    for value in values:
+        word = f"{value},"
+        if len(line) + len(word) > width:
+            lines.append(line.rstrip())
+            line = indent
+        line += word + " "
+    return lines + [line.rstrip()]
+
+
+def offsets(row, length, cells):
+    """The row's band offsets, filled up to `cells` entries with the window length."""
+    found = [int(row[key]) for key in row if key.startswith("o") and row[key]]
+    assert found[-1] == length and len(found) == int(row["num_swb"]) + 1
+    return found + [length] * (cells - len(found))
+
+
+def band_tables():
+    long_rows, short_rows = rows("aac_swb_long_1024.csv"), rows("aac_swb_short_128.csv")
+    tns_rows = rows("aac_tns_max_bands.csv")
+    out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
+           '#include "aac/band_tables.h"', "", "namespace moxac {", ""]
+
+    def vector(name, values):
+        out.append(f"const int16_t {name}[kNumSampleRates] = {{")
+        out.extend(wrapped(values))
+        out.extend(["};", ""])
+
+    def matrix(name, cells, count, table, length):
+        out.append(f"const int16_t {name}[kNumSampleRates][{cells}] = {{")
+        for row in table:
+            body = wrapped(offsets(row, length, count), indent="     ")
+            body[0] = "    {" + body[0].lstrip()
+            body[-1] = body[-1].rstrip(",") + "},"
+            out.extend([f"    // {row['rate_hz']} Hz"] + body)
+        out.extend(["};", ""])
+
+    vector("kNumSwbLong", [row["num_swb"] for row in long_rows])
+    vector("kNumSwbShort", [row["num_swb"] for row in short_rows])
+    matrix("kSwbOffsetLong", "kMaxSwbLong + 1", 52, long_rows, 1024)
+    matrix("kSwbOffsetShort", "kMaxSwbShort + 1", 16, short_rows, 128)
+    vector("kTnsMaxBandsLong", [row["long"] for row in tns_rows])
+    vector("kTnsMaxBandsShort", [row["short"] for row in tns_rows])
+    out.append("}  // namespace moxac")
+    return "\n".join(out) + "\n"
+
+
+FILES = {"aac/band_tables.cpp": band_tables}
+
+
+def main():
+    stale = []
+    for name, make in FILES.items():
+        text = make()
+        if "--check" in sys.argv:
+            if (SOURCE / name).read_text() != text:
+                stale.append(name)
+        else:
+            (SOURCE / name).write_text(text)
+    for name in stale:
+        print(f"{name} differs from what tools/gen_aac_tables.py makes")
+    sys.exit(bool(stale))
+
+
+main()
