@@ -36,4 +36,45 @@ inline void stringMove(const void* src, void* dst, size_t bytes) {
   __asm__ volatile("rep movsb" : "+D"(dst), "+S"(src), "+c"(bytes) : : "memory");
 }
 
+// Lane descriptors: kernels over many independent signals take one as a template argument, so that the same
+// straight-line code runs once on floats and eight signals at a time, to the same bits.
+struct Lanes1 {
+  using T = float;
+  using V = float;
+  static constexpr int kCount = 1;
+  static V splat(T v) { return v; }
+};
+struct Lanes8 {
+  using T = float;
+  using V = f32x8;
+  static constexpr int kCount = 8;
+  static V splat(T v) { return splat8(v); }
+};
+
+// a[i] becomes column i of the matrix whose rows were a[0..7].
+inline void transpose8(f32x8 (&a)[8]) {
+  f32x8 t[8];
+  for (int i = 0; i < 8; i += 2) {
+    t[i] = _mm256_unpacklo_ps(a[i], a[i + 1]);
+    t[i + 1] = _mm256_unpackhi_ps(a[i], a[i + 1]);
+  }
+  f32x8 q[8];
+  for (int i = 0; i < 8; i += 4) {
+    q[i] = _mm256_shuffle_ps(t[i], t[i + 2], 0x44);
+    q[i + 1] = _mm256_shuffle_ps(t[i], t[i + 2], 0xEE);
+    q[i + 2] = _mm256_shuffle_ps(t[i + 1], t[i + 3], 0x44);
+    q[i + 3] = _mm256_shuffle_ps(t[i + 1], t[i + 3], 0xEE);
+  }
+  for (int i = 0; i < 4; ++i) {
+    a[i] = _mm256_permute2f128_ps(q[i], q[i + 4], 0x20);
+    a[i + 4] = _mm256_permute2f128_ps(q[i], q[i + 4], 0x31);
+  }
+}
+
+// The eight lanes in opposite order.
+inline f32x8 reverse8(f32x8 v) {
+  const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
+  return _mm256_shuffle_ps(swapped, swapped, 0x1B);
+}
+
 }  // namespace moxac
