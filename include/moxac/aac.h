@@ -175,6 +175,55 @@ typedef struct MoxAacChanStream {
   int32_t direction[8];
 } MoxAacChanStream;
 
+/* ------------------------------------------------------------------------------------------ headers
+ *
+ * The parsers below read, they do not judge: syncwords, identifiers, reserved values and CRCs are the
+ * caller's to check. Each loads up to three bytes past the last byte it consumes bits from, so buffers need
+ * three readable bytes behind them. Calls on different cursors and records may run at once.
+ */
+
+/* Reads one ADTS frame header. ISO/IEC 13818-7, 6.2: syncword 12 bits (discarded), then the fields of the
+ * record in order, crc_check last.
+ *
+ * ppBitStream  the header's first byte; moved by 7 bytes, or by 9 with protectionAbsent 0
+ * pHeader      filled; reserved is never written, crcCheck only with protectionAbsent 0
+ *
+ * moxStatusOk
+ * moxStatusNullPointer  a pointer or the byte pointer is null; nothing read or written
+ */
+MOXAC_API moxStatus moxsUnpackADTSFrameHeader_AAC(const uint8_t** ppBitStream,
+                                                  MoxAacADTSFrameHeader* pHeader);
+
+/* Reads an ADIF header with all its program configuration elements. ISO/IEC 13818-7, 6.1.
+ *
+ * ppBitStream   the first byte of "ADIF"; moved to the byte behind the last element
+ * pAdifHeader   filled; bufferFullness only with bitstreamType 0, copyrightId only with copyrightIdPresent 1
+ * pPrgCfgElt    prgCfgEltMax records, filled one after another
+ * prgCfgEltMax  1..16
+ *
+ * moxStatusOk
+ * moxStatusNullPointer     a pointer or the byte pointer is null; nothing read or written
+ * moxStatusAacPrgNumError  prgCfgEltMax outside 1..16: nothing read; or the stream holds more elements: the
+ *                          fixed fields are written, no element is read, and the byte pointer has moved by
+ *                          the whole bytes read (7, or 16 with a copyright identifier)
+ */
+MOXAC_API moxStatus moxsUnpackADIFHeader_AAC(const uint8_t** ppBitStream, MoxAacADIFHeader* pAdifHeader,
+                                             MoxAacPrgCfgElt* pPrgCfgElt, int32_t prgCfgEltMax);
+
+/* Reads one program_config_element, without the element identifier before it. ISO/IEC 14496-3, Table 4.2.
+ * The byte alignment before the comment is to the bytes of the buffer, not to the start of the raw data
+ * block.
+ *
+ * ppBitStream, pBitOffset  bit cursor; moved behind the comment (bit offset 0)
+ * pPrgCfgElt               filled; array entries beyond the coded counts are not written
+ *
+ * moxStatusOk
+ * moxStatusNullPointer     a pointer or the byte pointer is null; nothing read or written
+ * moxStatusBitOffsetError  *pBitOffset outside 0..7; nothing read or written
+ */
+MOXAC_API moxStatus moxsDecodePrgCfgElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                            MoxAacPrgCfgElt* pPrgCfgElt);
+
 MOXAC_EXTERN_C_END
 
 #endif

@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "aac/bit_writer.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace {
+
+using moxtest::BitWriter;
+
+uint32_t draw(int32_t bits) {
+  return static_cast<uint32_t>(moxtest::noise()() & ((uint64_t{1} << bits) - 1));
+}
+
+// Puts a random field of `bits` bits and notes it as what the record must hold.
+void put(BitWriter& out, int32_t bits, int32_t& field) {
+  const uint32_t value = draw(bits);
+  out.put(value, bits);
+  field = static_cast<int32_t>(value);
+}
+
+template <class Record>
+Record noiseRecord() {
+  Record record;
+  moxtest::Block<uint8_t> bytes(sizeof record);
+  std::memcpy(&record, bytes, sizeof record);
+  return record;
+}
+
+template <class Record>
+bool same(const Record& a, const Record& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Writes a random program_config_element and changes in `pce` exactly what a parser must write.
+void putPce(BitWriter& out, MoxAacPrgCfgElt& pce, int32_t commentBytes) {
+  put(out, 4, pce.elementInstanceTag);
+  put(out, 2, pce.objectType);
+  put(out, 4, pce.samplingRateIndex);
+  put(out, 4, pce.numFrontChanElt);
+  put(out, 4, pce.numSideChanElt);
+  put(out, 4, pce.numBackChanElt);
+  put(out, 2, pce.numLfeChanElt);
+  put(out, 3, pce.numAssocDataElt);
+  put(out, 4, pce.numValidCcElt);
+  pce.monoMixdownEltNum = pce.stereoMixdownEltNum = pce.matrixMixdownIdx = pce.pseudoSurroundEnable = 0;
+  put(out, 1, pce.monoMixdownPresent);
+  if (pce.monoMixdownPresent) put(out, 4, pce.monoMixdownEltNum);
+  put(out, 1, pce.stereoMixdownPresent);
+  if (pce.stereoMixdownPresent) put(out, 4, pce.stereoMixdownEltNum);
+  put(out, 1, pce.matrixMixdownIdxPresent);
+  if (pce.matrixMixdownIdxPresent) {
+    put(out, 2, pce.matrixMixdownIdx);
+    put(out, 1, pce.pseudoSurroundEnable);
+  }
+  const auto putPairs = [&](int32_t count, int32_t* flag, int32_t* tag) {
+    for (int32_t i = 0; i < count; ++i) {
+      put(out, 1, flag[i]);
+      put(out, 4, tag[i]);
+    }
+  };
+  putPairs(pce.numFrontChanElt, pce.frontEltIsCpe, pce.frontEltTagSel);
+  putPairs(pce.numSideChanElt, pce.sideEltIsCpe, pce.sideEltTagSel);
+  putPairs(pce.numBackChanElt, pce.backEltIsCpe, pce.backEltTagSel);
+  for (int32_t i = 0; i < pce.numLfeChanElt; ++i) put(out, 4, pce.lfeEltTagSel[i]);
+  for (int32_t i = 0; i < pce.numAssocDataElt; ++i) put(out, 4, pce.assocDataEltTagSel[i]);
+  putPairs(pce.numValidCcElt, pce.ccEltIsIndSw, pce.validCcEltTagSel);
+  out.align();
+  out.put(static_cast<uint32_t>(commentBytes), 8);
+  pce.commentFieldBytes = commentBytes;
+  for (int32_t i = 0; i < commentBytes; ++i) {
+    pce.commentFieldData[i] = static_cast<uint8_t>(draw(8));
+    out.put(pce.commentFieldData[i], 8);
+  }
+}
+
+TEST(AdtsHeader, FieldsAndWhatStaysUntouched) {
+  for (int round = 0; round < 200; ++round) {
+    auto got = noiseRecord<MoxAacADTSFrameHeader>();
+    MoxAacADTSFrameHeader want = got;
+    BitWriter out;
+    out.put(draw(12), 12);
+    put(out, 1, want.id);
+    put(out, 2, want.layer);
+    put(out, 1, want.protectionAbsent);
+    put(out, 2, want.profile);
+    put(out, 4, want.samplingRateIndex);
+    put(out, 1, want.privateBit);
+    put(out, 3, want.channelConfig);
+    put(out, 1, want.originalCopy);
+    put(out, 1, want.home);
+    put(out, 1, want.copyrightIdBit);
+    put(out, 1, want.copyrightIdStart);
+    put(out, 13, want.frameLen);
+    put(out, 11, want.bufferFullness);
+    put(out, 2, want.numRawDataBlocks);
+    ++want.numRawDataBlocks;
+    if (want.protectionAbsent == 0) put(out, 16, want.crcCheck);
+    out.lay();
+    ASSERT_EQ(moxsUnpackADTSFrameHeader_AAC(&out.stream, &got), moxStatusOk);
+    ASSERT_TRUE(same(got, want));
+    ASSERT_EQ(out.consumed(), want.protectionAbsent != 0 ? 56 : 72);
+  }
+}
+
+TEST(PrgCfgElt, EveryFieldFromEveryOffset) {
+  for (int round = 0; round < 400; ++round) {
+    const int32_t comments[] = {0, 255, static_cast<int32_t>(draw(8))};
+    auto got = noiseRecord<MoxAacPrgCfgElt>();
+    MoxAacPrgCfgElt want = got;
+    BitWriter out(round % 8);
+    putPce(out, want, comments[round % 3]);
+    out.lay();
+    ASSERT_EQ(moxsDecodePrgCfgElt_AAC(&out.stream, &out.offset, &got), moxStatusOk);
+    ASSERT_TRUE(same(got, want));
+    ASSERT_EQ(out.consumed(), out.size());
+  }
+}
+
+TEST(AdifHeader, ReadsAllElementsOrRefusesTheirNumber) {
+  for (int round = 0; round < 200; ++round) {
+    auto got = noiseRecord<MoxAacADIFHeader>();
+    MoxAacADIFHeader want = got;
+    BitWriter out;
+    const uint32_t id = draw(32);
+    want.adifId = static_cast<int32_t>(id);
+    out.put(id, 32);
+    put(out, 1, want.copyrightIdPresent);
+    if (want.copyrightIdPresent)
+      for (uint8_t& byte : want.copyrightId) out.put(byte = static_cast<uint8_t>(draw(8)), 8);
+    put(out, 1, want.originalCopy);
+    put(out, 1, want.home);
+    put(out, 1, want.bitstreamType);
+    put(out, 23, want.bitRate);
+    put(out, 4, want.numPrgCfgElt);
+    ++want.numPrgCfgElt;
+    const int32_t wholeBytes = out.size() / 8 * 8;
+    MoxAacADIFHeader wantRefused = want;
+
+    MoxAacPrgCfgElt elements[17], wantElements[17];
+    moxtest::Block<uint8_t> before(sizeof elements);
+    std::memcpy(elements, before, sizeof elements);
+    std::memcpy(wantElements, before, sizeof elements);
+    for (int32_t i = 0; i < want.numPrgCfgElt; ++i) {
+      if (want.bitstreamType == 0) put(out, 20, want.bufferFullness[i]);
+      putPce(out, wantElements[i], static_cast<int32_t>(draw(4)));
+    }
+
+    for (int32_t max = 0; max <= 17; ++max) {
+      MoxAacADIFHeader header = got;
+      std::memcpy(elements, before, sizeof elements);
+      out.lay();
+      const moxStatus status = moxsUnpackADIFHeader_AAC(&out.stream, &header, elements, max);
+      if (max < 1 || max > 16) {
+        ASSERT_EQ(status, moxStatusAacPrgNumError);
+        ASSERT_EQ(out.consumed(), 0);
+        ASSERT_TRUE(same(header, got));
+      } else if (max < want.numPrgCfgElt) {
+        ASSERT_EQ(status, moxStatusAacPrgNumError);
+        ASSERT_EQ(out.consumed(), wholeBytes);
+        ASSERT_TRUE(same(header, wantRefused));
+        ASSERT_EQ(std::memcmp(elements, before, sizeof elements), 0);
+      } else {
+        ASSERT_EQ(status, moxStatusOk);
+        ASSERT_EQ(out.consumed(), out.size());
+        ASSERT_TRUE(same(header, want));
+        ASSERT_EQ(std::memcmp(elements, wantElements, sizeof elements), 0);
+      }
+    }
+  }
+}
+
+TEST(AacHeaders, Refusals) {
+  const uint8_t data[64] = {};
+  const uint8_t* stream = data;
+  const uint8_t* none = nullptr;
+  MoxAacADTSFrameHeader adts;
+  EXPECT_EQ(moxsUnpackADTSFrameHeader_AAC(nullptr, &adts), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackADTSFrameHeader_AAC(&none, &adts), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackADTSFrameHeader_AAC(&stream, nullptr), moxStatusNullPointer);
+
+  MoxAacADIFHeader adif;
+  MoxAacPrgCfgElt pce;
+  EXPECT_EQ(moxsUnpackADIFHeader_AAC(nullptr, &adif, &pce, 0), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackADIFHeader_AAC(&none, &adif, &pce, 0), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackADIFHeader_AAC(&stream, nullptr, &pce, 0), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackADIFHeader_AAC(&stream, &adif, nullptr, 0), moxStatusNullPointer);
+
+  for (int32_t offset : {0, 8, -1}) {
+    EXPECT_EQ(moxsDecodePrgCfgElt_AAC(nullptr, &offset, &pce), moxStatusNullPointer);
+    EXPECT_EQ(moxsDecodePrgCfgElt_AAC(&none, &offset, &pce), moxStatusNullPointer);
+    EXPECT_EQ(moxsDecodePrgCfgElt_AAC(&stream, nullptr, &pce), moxStatusNullPointer);
+    EXPECT_EQ(moxsDecodePrgCfgElt_AAC(&stream, &offset, nullptr), moxStatusNullPointer);
+  }
+  for (int32_t offset : {8, -1})
+    EXPECT_EQ(moxsDecodePrgCfgElt_AAC(&stream, &offset, &pce), moxStatusBitOffsetError);
+  EXPECT_EQ(stream, data);
+}
+
+}  // namespace
