@@ -1,0 +1,138 @@
+// Memory-bound operations beside memcpy of the same bytes. Each pair is checked before it is timed; the
+// counter "vs_memcpy" is the ratio of times within the run (below 1: faster than memcpy).
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "moxac/util.h"
+
+namespace {
+
+// 64-byte aligned, touched once.
+template <class T>
+struct Array {
+  explicit Array(size_t n) : data(static_cast<T*>(std::aligned_alloc(64, (n * sizeof(T) + 63) / 64 * 64))) {
+    for (size_t i = 0; i < n; ++i) data[i] = static_cast<T>(i % 97);
+  }
+  ~Array() { std::free(data); }
+  Array(const Array&) = delete;
+  T* data;
+};
+
+template <class Work>
+double medianSeconds(Work&& work) {
+  std::vector<double> times;
+  for (int i = 0; i < 15; ++i) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    times.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+  }
+  std::nth_element(times.begin(), times.begin() + 7, times.end());
+  return times[7];
+}
+
+// Times `work`, which reads and writes as many bytes as copying `copyBytes` does.
+template <class Work>
+void besideMemcpy(benchmark::State& state, size_t copyBytes, Work&& work) {
+  Array<char> from(copyBytes), to(copyBytes);
+  const int repeat = static_cast<int>(std::max<size_t>(1, (size_t{1} << 22) / copyBytes));
+  const auto copy = [&] {
+    for (int r = 0; r < repeat; ++r) {
+      std::memcpy(to.data, from.data, copyBytes);
+      benchmark::ClobberMemory();
+    }
+  };
+  const auto ours = [&] {
+    for (int r = 0; r < repeat; ++r) work();
+  };
+  copy();
+  ours();
+  const double ratio = medianSeconds(ours) / medianSeconds(copy);
+  for (auto _ : state) work();
+  state.counters["vs_memcpy"] = ratio;
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * copyBytes * 2));
+}
+
+template <class T>
+struct Channels {
+  explicit Channels(size_t frames)
+      : left(frames), right(frames), both(2 * frames), rows{left.data, right.data} {}
+  Array<T> left, right, both;
+  T* rows[2];
+};
+
+template <class T, auto operation>
+void interleave(benchmark::State& state) {
+  const auto frames = static_cast<int32_t>(static_cast<size_t>(state.range(0)) / (2 * sizeof(T)));
+  Channels<T> c(static_cast<size_t>(frames));
+  besideMemcpy(state, static_cast<size_t>(state.range(0)),
+               [&] { operation(c.rows, 2, frames, c.both.data); });
+  for (int32_t i = 0; i < frames; ++i)
+    if (c.both.data[2 * i] != c.left.data[i]) state.SkipWithError("wrong result");
+}
+
+template <class T, auto operation>
+void deinterleave(benchmark::State& state) {
+  const auto frames = static_cast<int32_t>(static_cast<size_t>(state.range(0)) / (2 * sizeof(T)));
+  Channels<T> c(static_cast<size_t>(frames));
+  besideMemcpy(state, static_cast<size_t>(state.range(0)),
+               [&] { operation(c.both.data, 2, frames, c.rows); });
+  for (int32_t i = 0; i < frames; ++i)
+    if (c.both.data[2 * i] != c.left.data[i]) state.SkipWithError("wrong result");
+}
+
+void scale(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(static_cast<size_t>(state.range(0)) / sizeof(float));
+  Array<float> x(static_cast<size_t>(n));
+  const int32_t offsets[] = {0, n / 3, n};
+  const float gains[] = {1.0f, -1.0f};
+  besideMemcpy(state, static_cast<size_t>(state.range(0)),
+               [&] { moxsScale_32f_I(x.data, gains, offsets, 2); });
+}
+
+// Six bytes in or out of four: the copy moves half of the eight bytes that a value's mantissa, exponent and
+// result take.
+void makeFloat(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0) / 4);
+  Array<int16_t> mant(static_cast<size_t>(n));
+  Array<uint16_t> exp(static_cast<size_t>(n));
+  Array<float> dst(static_cast<size_t>(n));
+  besideMemcpy(state, static_cast<size_t>(n) * 4,
+               [&] { moxsMakeFloat_16s32f(mant.data, exp.data, n, dst.data); });
+}
+
+void pow43(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0) / 3);
+  Array<int16_t> src(static_cast<size_t>(n));
+  Array<float> dst(static_cast<size_t>(n));
+  besideMemcpy(state, static_cast<size_t>(n) * 3, [&] { moxsPow43_16s32f(src.data, dst.data, n); });
+}
+
+// nTaps rows and one block read, one row and one block written.
+void fir(benchmark::State& state) {
+  const auto taps = static_cast<int32_t>(state.range(0));
+  const auto len = static_cast<int32_t>(state.range(1));
+  Array<float> src(static_cast<size_t>(len)), dst(static_cast<size_t>(len)), c(static_cast<size_t>(taps));
+  MoxFirBlockState* fir = nullptr;
+  if (moxsFIRBlockInitAlloc_32f(&fir, taps, len) != moxStatusOk) return state.SkipWithError("no memory");
+  besideMemcpy(state, static_cast<size_t>(taps + 3) * static_cast<size_t>(len) * 4 / 2,
+               [&] { moxsFIRBlockOne_32f(src.data, dst.data, fir, c.data); });
+  moxsFIRBlockFree_32f(fir);
+}
+
+const std::vector<int64_t> kSizes = {16 << 10, 256 << 10, 64 << 20};
+
+BENCHMARK(interleave<int16_t, moxsInterleave_16s>)->ArgsProduct({kSizes});
+BENCHMARK(interleave<float, moxsInterleave_32f>)->ArgsProduct({kSizes});
+BENCHMARK(deinterleave<int16_t, moxsDeinterleave_16s>)->ArgsProduct({kSizes});
+BENCHMARK(deinterleave<float, moxsDeinterleave_32f>)->ArgsProduct({kSizes});
+BENCHMARK(scale)->ArgsProduct({kSizes});
+BENCHMARK(makeFloat)->ArgsProduct({kSizes});
+BENCHMARK(pow43)->ArgsProduct({kSizes});
+BENCHMARK(fir)->Args({2, 1024})->Args({8, 1024})->Args({8, 16384})->Args({32, 1024});
+
+}  // namespace

@@ -1,0 +1,77 @@
+#include "frame/checks.h"
+#include "moxac/util.h"
+#include "util/interleave_kernels.h"
+#include "util/join_kernels.h"
+
+namespace moxac {
+namespace {
+
+template <class T>
+bool allNotNull(T* const* channels, int32_t numChannels) {
+  for (int32_t c = 0; c < numChannels; ++c)
+    if (channels[c] == nullptr) return false;
+  return true;
+}
+
+template <class T, class U>
+moxStatus checkChannels(T* const* channels, int32_t numChannels, int32_t len, const U* interleaved) {
+  MOX_REQUIRE(notNull(channels, interleaved), moxStatusNullPointer);
+  MOX_REQUIRE(numChannels >= 1, moxStatusBadChannelCount);
+  MOX_REQUIRE(len >= 1, moxStatusBadSize);
+  MOX_REQUIRE(allNotNull(channels, numChannels), moxStatusNullPointer);
+  return moxStatusOk;
+}
+
+template <class T, class U>
+moxStatus channelsAlignment(T* const* channels, int32_t numChannels, const U* interleaved) {
+  for (int32_t c = 0; c < numChannels; ++c)
+    if (!isAligned(channels[c], 16)) return moxStatusMisalignedData;
+  return alignmentStatus(interleaved);
+}
+
+template <class T>
+moxStatus interleave(const T* const* ppSrc, int32_t numChannels, int32_t len, T* pDst) {
+  const moxStatus status = checkChannels(ppSrc, numChannels, len, pDst);
+  MOX_REQUIRE(status == moxStatusOk, status);
+
+  interleaveBlock(ppSrc, numChannels, len, pDst);
+  return channelsAlignment(ppSrc, numChannels, pDst);
+}
+
+template <class T>
+moxStatus deinterleave(const T* pSrc, int32_t numChannels, int32_t len, T* const* ppDst) {
+  const moxStatus status = checkChannels(ppDst, numChannels, len, pSrc);
+  MOX_REQUIRE(status == moxStatusOk, status);
+
+  deinterleaveBlock(pSrc, numChannels, len, ppDst);
+  return channelsAlignment(ppDst, numChannels, pSrc);
+}
+
+}  // namespace
+}  // namespace moxac
+
+using namespace moxac;
+
+moxStatus moxsInterleave_16s(const int16_t* const* ppSrc, int32_t numChannels, int32_t len, int16_t* pDst) {
+  return interleave(ppSrc, numChannels, len, pDst);
+}
+
+moxStatus moxsInterleave_32f(const float* const* ppSrc, int32_t numChannels, int32_t len, float* pDst) {
+  return interleave(ppSrc, numChannels, len, pDst);
+}
+
+moxStatus moxsDeinterleave_16s(const int16_t* pSrc, int32_t numChannels, int32_t len, int16_t* const* ppDst) {
+  return deinterleave(pSrc, numChannels, len, ppDst);
+}
+
+moxStatus moxsDeinterleave_32f(const float* pSrc, int32_t numChannels, int32_t len, float* const* ppDst) {
+  return deinterleave(pSrc, numChannels, len, ppDst);
+}
+
+moxStatus moxsJoin_32f16s_D2L(const float* const* ppSrc, int32_t numChannels, int32_t len, int16_t* pDst) {
+  const moxStatus status = checkChannels(ppSrc, numChannels, len, pDst);
+  MOX_REQUIRE(status == moxStatusOk, status);
+
+  joinBlock(ppSrc, numChannels, len, pDst);
+  return moxStatusOk;
+}

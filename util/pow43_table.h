@@ -1,0 +1,21 @@
+// k^(4/3) for k = 0..8206 (escape 15 + linbits 8191), rounded once to float. ISO/IEC 11172-3, 2.4.3.4.7.1.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+namespace moxac {
+
+constexpr int32_t kPow43Count = 8207;
+extern const std::array<float, kPow43Count> kPow43;
+
+// Any 16-bit magnitude; above the table by the same law.
+inline float pow43(int32_t magnitude) {
+  if (magnitude < kPow43Count) return kPow43[static_cast<size_t>(magnitude)];
+  const double k = magnitude;
+  return static_cast<float>(k * std::cbrt(k));
+}
+
+}  // namespace moxac

@@ -1,0 +1,84 @@
+// Power laws and block-floating-point conversion, element by element. Forms over f32x8 stand beside their
+// scalar twins; both give the same bits.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+#include "frame/simd.h"
+#include "util/pow43_table.h"
+#include "util/round.h"
+
+namespace moxac {
+
+// Mantissa times the float whose bits are 2^-15 less exponent << 23, sign cleared.
+inline float makeFloat(int16_t mantissa, uint16_t exponent) {
+  const uint32_t bits = (0x38000000u - (uint32_t{exponent} << 23)) & 0x7FFFFFFFu;
+  return static_cast<float>(mantissa) * std::bit_cast<float>(bits);
+}
+
+inline f32x4 makeFloat4(__m128i mantissas, __m128i exponents) {
+  const __m128i bits = _mm_and_si128(_mm_sub_epi32(_mm_set1_epi32(0x38000000), _mm_slli_epi32(exponents, 23)),
+                                     _mm_set1_epi32(0x7FFFFFFF));
+  return _mm_mul_ps(_mm_cvtepi32_ps(mantissas), _mm_castsi128_ps(bits));
+}
+
+inline void makeFloatBlock(const int16_t* mant, const uint16_t* exp, int64_t len, float* dst) {
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8) {
+    const __m128i m = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mant + i));
+    const __m128i e = _mm_loadu_si128(reinterpret_cast<const __m128i*>(exp + i));
+    store4(dst + i, makeFloat4(_mm_cvtepi16_epi32(m), _mm_cvtepu16_epi32(e)));
+    store4(dst + i + 4, makeFloat4(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(m, m)),
+                                   _mm_cvtepu16_epi32(_mm_unpackhi_epi64(e, e))));
+  }
+  for (; i < len; ++i) dst[i] = makeFloat(mant[i], exp[i]);
+}
+
+// sign(x) * |x|^(4/3)
+inline float signedPow43(int16_t x) {
+  const float y = pow43(x < 0 ? -int32_t{x} : int32_t{x});
+  return x < 0 ? -y : y;
+}
+
+// sign(x) * |x|^(3/4) = sqrt(|x|) * sqrt(sqrt(|x|)) with x's sign.
+inline float signedPow34(float x) {
+  const float root = std::sqrt(std::fabs(x));
+  return std::copysign(root * std::sqrt(root), x);
+}
+
+inline f32x8 signedPow34(f32x8 x) {
+  const f32x8 sign = _mm256_and_ps(x, splat8(-0.0f));
+  const f32x8 root = _mm256_sqrt_ps(_mm256_andnot_ps(splat8(-0.0f), x));
+  return _mm256_or_ps(root * _mm256_sqrt_ps(root), sign);
+}
+
+inline void pow34Block(const float* src, float* dst, int64_t len) {
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8) store8(dst + i, signedPow34(load8(src + i)));
+  for (; i < len; ++i) dst[i] = signedPow34(src[i]);
+}
+
+inline void pow34Block(const float* src, int16_t* dst, int64_t len) {
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8)
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), roundSaturate16(signedPow34(load8(src + i))));
+  for (; i < len; ++i) dst[i] = roundSaturate16(signedPow34(src[i]));
+}
+
+// 2^(quarters/4) in double; the quarter roots correctly rounded.
+inline double quarterPower(int64_t quarters) {
+  constexpr double kRoot[4] = {1.0, 1.189207115002721, 1.4142135623730951, 1.681792830507429};
+  const int64_t whole = quarters >> 2;
+  const int64_t clipped = whole < -2000 ? -2000 : (whole > 2000 ? 2000 : whole);
+  return std::ldexp(kRoot[quarters & 3], static_cast<int>(clipped));
+}
+
+// x * 2^-scaleFactor for any scaleFactor.
+inline double scaleDown(double x, int32_t scaleFactor) {
+  const int32_t clipped = scaleFactor < -2000 ? -2000 : (scaleFactor > 2000 ? 2000 : scaleFactor);
+  return std::ldexp(x, -clipped);
+}
+
+}  // namespace moxac
