@@ -224,6 +224,128 @@ MOXAC_API moxStatus moxsUnpackADIFHeader_AAC(const uint8_t** ppBitStream, MoxAac
 MOXAC_API moxStatus moxsDecodePrgCfgElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                             MoxAacPrgCfgElt* pPrgCfgElt);
 
+/* ------------------------------------------------------------------------------- syntax elements
+ *
+ * Every operation here starts at the bit cursor (byte pointer, bit offset 0..7) and moves it past what it
+ * read, up to three bytes beyond being loaded. The three-bit element identifier is the caller's to read.
+ * A parse that fails midway leaves what it had read in the records and the cursor where it stopped.
+ * Common statuses, before any other:
+ *
+ * moxStatusNullPointer     a pointer or the byte pointer is null; nothing read or written
+ * moxStatusBitOffsetError  *pBitOffset outside 0..7; nothing read or written
+ */
+
+/* Reads the part of channel_pair_element() that stands before the channels' streams, without the instance
+ * tag. ISO/IEC 14496-3, Tables 4.4 to 4.6.
+ *
+ * common_window; if it is 0 nothing else. Otherwise ics_info(), with Main-profile prediction where predictor
+ * data are present, and ms_mask_present with its mask.
+ *
+ * pIcsInfo      filled under a common window. predictionUsed: min(maxSfb, predSfbMax) flags are read, those
+ * up to predSfbMax cleared; group lengths beyond numWindowGroups are not written pChanPairElt  msUsed is
+ * written only with msMaskPresent 1, for every group and band below maxSfb predSfbMax    0..41: the bands
+ * prediction may use at this sampling rate
+ *
+ * moxStatusOk
+ * moxStatusAacPredSfbError  predSfbMax outside 0..41; nothing read or written
+ * moxStatusAacMaxSfbError   a long window's maxSfb above 51
+ */
+MOXAC_API moxStatus moxsDecodeChanPairElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                              MoxAacIcsInfo* pIcsInfo, MoxAacChanPairElt* pChanPairElt,
+                                              int32_t predSfbMax);
+
+/* As moxsDecodeChanPairElt_AAC for MPEG-4 object types: predictor data are Main-profile prediction's when
+ * audioObjectType is 1, and otherwise the long-term-prediction data of both channels.
+ *
+ * pMainHeader      both ltpDataPresent flags are cleared first; where long-term-prediction data are read,
+ *                  windowSequence, maxSfb and ltp[0], ltp[1] are written
+ * predSfbMax       0..51; with audioObjectType 1 and predictor data present it must lie in 0..41
+ * audioObjectType  any; 1 is AAC Main
+ *
+ * Long windows: ltpLag, ltpCoef, longUsedAll, longUsed for min(maxSfb, 40) bands, the rest cleared.
+ *
+ * moxStatusOk
+ * moxStatusAacMaxSfbError   predSfbMax outside 0..51: nothing read or written; or a long window's maxSfb
+ * above 51 moxStatusAacPredSfbError  audioObjectType 1, predictor data present and predSfbMax above 41; found
+ * after the reset fields were read
+ */
+MOXAC_API moxStatus moxsDecodeChanPairElt_MP4_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                  MoxAacIcsInfo* pIcsInfo, MoxAacChanPairElt* pChanPairElt,
+                                                  MoxAacMainHeader* pMainHeader, int32_t predSfbMax,
+                                                  int32_t audioObjectType);
+
+/* Reads one data_stream_element(). ISO/IEC 14496-3, Table 4.10. Its alignment, where asked for, is to the
+ * bytes of the buffer.
+ *
+ * pTag    element_instance_tag
+ * pCount  0..510
+ * pData   *pCount bytes; have room for 510
+ *
+ * moxStatusOk
+ */
+MOXAC_API moxStatus moxsDecodeDatStrElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pTag,
+                                            int32_t* pCount, uint8_t* pData);
+
+/* Reads one fill_element(). ISO/IEC 14496-3, Table 4.11. The payload is copied as bytes and not interpreted.
+ *
+ * pCount  0..269
+ * pData   *pCount bytes; have room for 269
+ *
+ * moxStatusOk
+ */
+MOXAC_API moxStatus moxsDecodeFillElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pCount,
+                                          uint8_t* pData);
+
+/* Reads the header of a layered stream's base layer: window sequence and shape, maxSfb and grouping, for two
+ * channels the M/S mask, then for each channel its TNS and its long-term-prediction data.
+ *
+ * pMainHeader  pMsUsed points at the caller's 480 bytes (two channels only): with msMaskPresent 1 every
+ * group's bands below maxSfb are read into it, with 2 they are set to 1, otherwise to 0. maxSfb of a long
+ *              window is not bounded: 61 to 63 bands run from row 0 on into row 1. The tns and ltp records of
+ *              the channels are cleared before they are read; long windows write all of windowGroupLen
+ * numChannels  1 or 2
+ * layerFlag    0, or 1 for a stream this library does not support further
+ *
+ * Eight short windows: shortUsed per window; the first used window takes ltpLag, a later one the lag of the
+ * last used window, minus a 5-bit value plus 16 (in 16-bit arithmetic) when its lag is present. Lags of
+ * unused windows stay 0 but for shortLag[0], which is ltpLag.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer       also: two channels and pMsUsed null
+ * moxStatusAacChanError      numChannels not 1 or 2; nothing read or written
+ * moxStatusAacTnsFlagError   layerFlag not 0 or 1; nothing read or written
+ * moxStatusAacTnsOrderError  a TNS order above 7 (short) or 12 (long); its length and order are stored
+ * moxStatusAacUnsupported    layerFlag is 1; everything has been read
+ */
+MOXAC_API moxStatus moxsDecodeMainHeader_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                             MoxAacMainHeader* pMainHeader, int32_t numChannels,
+                                             int32_t layerFlag);
+
+/* Reads the header of an enhancement layer: maxSfb, with stereoFlag the M/S mask, with tnsFlag the TNS data
+ * of two channels, with diffCtrlFlag and stereoFlag the difference control of two channels.
+ *
+ * pExtHeader      pMsUsed points at the caller's 480 bytes (stereoFlag only). With msMaskPresent 1 bands
+ *                 startSfb .. maxSfb - 1 are read: into row 0 for long windows, always into four rows for
+ * eight short. The tns records are not cleared first. diffControl: eight short reads one flag a window and
+ * only when startSfb is 0; long windows one flag for each band from startSfb below endSfb and maxSfb whose
+ * M/S flag is 0, stored one after another tnsFlag, stereoFlag, diffCtrlFlag   0 or 1 startSfb, endSfb 0..51
+ * windowSequence                      0..3, from the base layer
+ *
+ * moxStatusOk
+ * moxStatusNullPointer           also: stereoFlag 1 and pMsUsed null
+ * moxStatusAacTnsFlagError       tnsFlag; this and the next four: nothing read or written
+ * moxStatusAacStereoFlagError    stereoFlag
+ * moxStatusAacDiffCtrlFlagError  diffCtrlFlag
+ * moxStatusAacMaxSfbError        startSfb, then endSfb
+ * moxStatusAacWinSeqError        windowSequence
+ * moxStatusAacMaxSfbError        a long window's maxSfb above 60, once it is read
+ * moxStatusAacTnsOrderError      a TNS order above 7 (short) or 12 (long); its length and order are stored
+ */
+MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                  MoxAacExtensionHeader* pExtHeader, int32_t tnsFlag,
+                                                  int32_t stereoFlag, int32_t diffCtrlFlag, int32_t startSfb,
+                                                  int32_t endSfb, int32_t windowSequence);
+
 MOXAC_EXTERN_C_END
 
 #endif

@@ -2,37 +2,12 @@
 
 #include <cstring>
 
-#include "aac/bit_writer.h"
+#include "aac/stream_model.h"
 #include "moxac/aac.h"
-#include "support/block.h"
 
 namespace {
 
-using moxtest::BitWriter;
-
-uint32_t draw(int32_t bits) {
-  return static_cast<uint32_t>(moxtest::noise()() & ((uint64_t{1} << bits) - 1));
-}
-
-// Puts a random field of `bits` bits and notes it as what the record must hold.
-void put(BitWriter& out, int32_t bits, int32_t& field) {
-  const uint32_t value = draw(bits);
-  out.put(value, bits);
-  field = static_cast<int32_t>(value);
-}
-
-template <class Record>
-Record noiseRecord() {
-  Record record;
-  moxtest::Block<uint8_t> bytes(sizeof record);
-  std::memcpy(&record, bytes, sizeof record);
-  return record;
-}
-
-template <class Record>
-bool same(const Record& a, const Record& b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
-}
+using namespace moxtest;
 
 // Writes a random program_config_element and changes in `pce` exactly what a parser must write.
 void putPce(BitWriter& out, MoxAacPrgCfgElt& pce, int32_t commentBytes) {
@@ -140,7 +115,7 @@ TEST(AdifHeader, ReadsAllElementsOrRefusesTheirNumber) {
     MoxAacADIFHeader wantRefused = want;
 
     MoxAacPrgCfgElt elements[17], wantElements[17];
-    moxtest::Block<uint8_t> before(sizeof elements);
+    Block<uint8_t> before(sizeof elements);
     std::memcpy(elements, before, sizeof elements);
     std::memcpy(wantElements, before, sizeof elements);
     for (int32_t i = 0; i < want.numPrgCfgElt; ++i) {

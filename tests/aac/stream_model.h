@@ -1,0 +1,164 @@
+// Random syntax elements for the parser tests. Each put...() appends an element to the stream and changes in
+// the expected record exactly what a parser must write; everything else keeps the noise it held.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "aac/bit_writer.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace moxtest {
+
+inline uint32_t draw(int32_t bits) { return static_cast<uint32_t>(noise()() & ((uint64_t{1} << bits) - 1)); }
+inline int32_t drawBelow(int32_t bound) { return static_cast<int32_t>(draw(31)) % bound; }
+
+inline void put(BitWriter& out, int32_t bits, int32_t& field) {
+  field = static_cast<int32_t>(draw(bits));
+  out.put(static_cast<uint32_t>(field), bits);
+}
+inline void putValue(BitWriter& out, int32_t bits, int32_t value, int32_t& field) {
+  field = value;
+  out.put(static_cast<uint32_t>(value), bits);
+}
+
+template <class Record>
+Record noiseRecord() {
+  Record record;
+  Block<uint8_t> bytes(sizeof record);
+  std::memcpy(&record, bytes, sizeof record);
+  return record;
+}
+
+template <class Record>
+bool same(const Record& a, const Record& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+inline void putGrouping(BitWriter& out, int32_t& grouping, int32_t& groups, int32_t* groupLen) {
+  put(out, 7, grouping);
+  groups = 0;
+  for (int32_t w = 0; w < 8; ++w) {
+    if (w == 0 || ((grouping >> (7 - w)) & 1) == 0) groupLen[groups++] = 0;
+    ++groupLen[groups - 1];
+  }
+}
+
+// maxOrder above the limit of the window kind makes some filters fail; returns false after the first of them.
+inline bool putTnsData(BitWriter& out, bool isShort, int32_t maxOrder, int32_t* nFilt, int32_t* coefRes,
+                       int32_t* length, int32_t* order, int32_t* direction, int8_t* coef) {
+  int32_t filter = 0, directed = 0;
+  for (int32_t w = 0; w < (isShort ? 8 : 1); ++w) {
+    put(out, isShort ? 1 : 2, nFilt[w]);
+    if (nFilt[w] == 0) continue;
+    const uint32_t res = draw(1);
+    out.put(res, 1);
+    coefRes[w] = static_cast<int32_t>(res) + 3;
+    for (int32_t f = 0; f < nFilt[w]; ++f, ++filter) {
+      put(out, isShort ? 4 : 6, length[filter]);
+      putValue(out, isShort ? 3 : 5, drawBelow(maxOrder + 1), order[filter]);
+      if (order[filter] > 12) return false;
+      if (order[filter] == 0) continue;
+      put(out, 1, direction[directed++]);
+      const uint32_t compress = draw(1);
+      out.put(compress, 1);
+      const int32_t width = coefRes[w] - static_cast<int32_t>(compress);
+      for (int32_t i = 0; i < order[filter]; ++i) {
+        const uint32_t code = draw(width);
+        out.put(code, width);
+        *coef++ = static_cast<int8_t>(code < (1u << (width - 1)) ? static_cast<int32_t>(code)
+                                                                 : static_cast<int32_t>(code) - (1 << width));
+      }
+    }
+  }
+  return true;
+}
+inline bool putTns(BitWriter& out, bool isShort, int32_t maxOrder, MoxAacTnsInfo& tns) {
+  put(out, 1, tns.tnsDataPresent);
+  return tns.tnsDataPresent == 0 || putTnsData(out, isShort, maxOrder, tns.nFilt, tns.coefRes, tns.length,
+                                               tns.order, tns.direction, tns.coef);
+}
+
+inline void putLtp(BitWriter& out, bool isShort, int32_t maxSfb, MoxAacLtpInfo& ltp) {
+  static const int32_t gains[] = {9352, 11413, 13320, 14931, 16137, 17496, 19572, 22438};
+  put(out, 1, ltp.ltpDataPresent);
+  if (ltp.ltpDataPresent == 0) return;
+  put(out, 11, ltp.ltpLag);
+  put(out, 3, ltp.ltpCoef);
+  ltp.ltpCoef = gains[ltp.ltpCoef];
+  if (!isShort) {
+    ltp.longUsedAll = 1;
+    for (int32_t b = 0; b < 40; ++b)
+      if (b < maxSfb)
+        put(out, 1, ltp.longUsed[b]);
+      else
+        ltp.longUsed[b] = 0;
+    return;
+  }
+  bool first = true;
+  int32_t lag = ltp.shortLag[0] = ltp.ltpLag;
+  for (int32_t w = 0; w < 8; ++w) {
+    put(out, 1, ltp.shortUsed[w]);
+    if (ltp.shortUsed[w] == 0) continue;
+    ltp.shortLagPresent[w] = 0;
+    if (!first) put(out, 1, ltp.shortLagPresent[w]);
+    if (ltp.shortLagPresent[w] != 0) {
+      const uint32_t delta = draw(5);
+      out.put(delta, 5);
+      lag += 16 - static_cast<int32_t>(delta);
+    }
+    ltp.shortLag[w] = lag;
+    first = false;
+  }
+}
+
+struct IcsOptions {
+  int32_t predSfbMax = 0;
+  MoxAacMainHeader* ltpHolder = nullptr;  // set: predictor data are long-term prediction's
+  int32_t ltpChannels = 2;
+  int32_t maxSfbLimit = 51;  // of long windows
+};
+
+inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo& ics) {
+  put(out, 1, ics.icsReservedBit);
+  put(out, 2, ics.windowSequence);
+  put(out, 1, ics.windowShape);
+  ics.predictorDataPresent = ics.predictorReset = 0;
+  if (ics.windowSequence == 2) {
+    putValue(out, 4, drawBelow(std::min(options.maxSfbLimit, 15) + 1), ics.maxSfb);
+    putGrouping(out, ics.scaleFactorGrouping, ics.numWindowGroups, ics.windowGroupLen);
+    return;
+  }
+  putValue(out, 6, drawBelow(options.maxSfbLimit + 1), ics.maxSfb);
+  put(out, 1, ics.predictorDataPresent);
+  ics.numWindowGroups = ics.windowGroupLen[0] = 1;
+  if (ics.predictorDataPresent == 0) return;
+  if (options.ltpHolder != nullptr) {
+    options.ltpHolder->windowSequence = ics.windowSequence;
+    options.ltpHolder->maxSfb = ics.maxSfb;
+    for (int32_t ch = 0; ch < options.ltpChannels; ++ch)
+      putLtp(out, false, ics.maxSfb, options.ltpHolder->ltp[ch]);
+    return;
+  }
+  put(out, 1, ics.predictorReset);
+  if (ics.predictorReset != 0) put(out, 5, ics.predictorResetGroupNum);
+  for (int32_t b = 0; b < options.predSfbMax; ++b) {
+    const bool coded = b < ics.maxSfb;
+    ics.predictionUsed[b] = static_cast<uint8_t>(coded ? draw(1) : 0);
+    if (coded) out.put(ics.predictionUsed[b], 1);
+  }
+}
+
+// A mask of `groups` rows; bands first .. last - 1 of each are coded.
+inline void putMask(BitWriter& out, int32_t groups, int32_t first, int32_t last, uint8_t* msUsed) {
+  for (int32_t g = 0; g < groups; ++g)
+    for (int32_t b = first; b < last; ++b) {
+      const uint32_t used = draw(1);
+      out.put(used, 1);
+      msUsed[60 * g + b] = static_cast<uint8_t>(used);
+    }
+}
+
+}  // namespace moxtest
