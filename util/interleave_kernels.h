@@ -25,75 +25,80 @@ void deinterleaveGeneral(const T* src, int32_t numChannels, int64_t first, int64
 // of the memory traffic.
 constexpr int64_t kStreamBytes = int64_t{8} << 20;
 
-// One 32-byte piece of each channel: a from the first, b from the second; and back.
+// One vector of each channel, a of the first, b of the second, to two interleaved ones; and back.
 template <class T>
 struct PairPiece;
 
 template <>
 struct PairPiece<float> {
-  static void interleave(bytes32 a, bytes32 b, bytes32& low, bytes32& high) {
-    const f32x8 x = _mm256_castsi256_ps(a);
-    const f32x8 y = _mm256_castsi256_ps(b);
-    const f32x8 even = _mm256_unpacklo_ps(x, y);  // frames 0 1 | 4 5
-    const f32x8 odd = _mm256_unpackhi_ps(x, y);   // frames 2 3 | 6 7
-    low = _mm256_castps_si256(_mm256_permute2f128_ps(even, odd, 0x20));
-    high = _mm256_castps_si256(_mm256_permute2f128_ps(even, odd, 0x31));
+  using V = f32x8;
+  static V load(const float* p) { return load8(p); }
+  static void store(float* p, V v) { store8(p, v); }
+  static void stream(float* p, V v) { _mm256_stream_ps(p, v); }
+  static void interleave(V a, V b, V& low, V& high) {
+    const V even = _mm256_unpacklo_ps(a, b);  // frames 0 1 | 4 5
+    const V odd = _mm256_unpackhi_ps(a, b);   // frames 2 3 | 6 7
+    low = _mm256_permute2f128_ps(even, odd, 0x20);
+    high = _mm256_permute2f128_ps(even, odd, 0x31);
   }
-  static void deinterleave(bytes32 low, bytes32 high, bytes32& a, bytes32& b) {
-    const f32x8 x = _mm256_permute2f128_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0x20);
-    const f32x8 y = _mm256_permute2f128_ps(_mm256_castsi256_ps(low), _mm256_castsi256_ps(high), 0x31);
-    a = _mm256_castps_si256(_mm256_shuffle_ps(x, y, 0x88));
-    b = _mm256_castps_si256(_mm256_shuffle_ps(x, y, 0xDD));
+  static void deinterleave(V low, V high, V& a, V& b) {
+    const V x = _mm256_permute2f128_ps(low, high, 0x20);
+    const V y = _mm256_permute2f128_ps(low, high, 0x31);
+    a = _mm256_shuffle_ps(x, y, 0x88);
+    b = _mm256_shuffle_ps(x, y, 0xDD);
   }
 };
 
 template <>
 struct PairPiece<int16_t> {
-  static __m128i half(bytes32 v, int i) {
+  using V = bytes32;
+  static V load(const int16_t* p) { return loadBytes32(p); }
+  static void store(int16_t* p, V v) { storeBytes32(p, v); }
+  static void stream(int16_t* p, V v) { streamBytes32(p, v); }
+  static __m128i half(V v, int i) {
     return i == 0 ? _mm256_castsi256_si128(v) : _mm256_extractf128_si256(v, 1);
   }
-  static bytes32 join(__m128i low, __m128i high) {
+  static V join(__m128i low, __m128i high) {
     return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
   }
-  static void interleave(bytes32 a, bytes32 b, bytes32& low, bytes32& high) {
+  static void interleave(V a, V b, V& low, V& high) {
     low = join(_mm_unpacklo_epi16(half(a, 0), half(b, 0)), _mm_unpackhi_epi16(half(a, 0), half(b, 0)));
     high = join(_mm_unpacklo_epi16(half(a, 1), half(b, 1)), _mm_unpackhi_epi16(half(a, 1), half(b, 1)));
   }
-  // Four frames of two samples: the first channel's four, then the second's.
-  static __m128i sortPairs(__m128i v) {
-    return _mm_shuffle_epi8(v, _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15));
+  static __m128i firsts(V v) {
+    const __m128i mask = _mm_set1_epi32(0xFFFF);
+    return _mm_packus_epi32(_mm_and_si128(half(v, 0), mask), _mm_and_si128(half(v, 1), mask));
   }
-  static void deinterleave(bytes32 low, bytes32 high, bytes32& a, bytes32& b) {
-    const __m128i p = sortPairs(half(low, 0));
-    const __m128i q = sortPairs(half(low, 1));
-    const __m128i r = sortPairs(half(high, 0));
-    const __m128i s = sortPairs(half(high, 1));
-    a = join(_mm_unpacklo_epi64(p, q), _mm_unpacklo_epi64(r, s));
-    b = join(_mm_unpackhi_epi64(p, q), _mm_unpackhi_epi64(r, s));
+  static __m128i seconds(V v) {
+    return _mm_packus_epi32(_mm_srli_epi32(half(v, 0), 16), _mm_srli_epi32(half(v, 1), 16));
+  }
+  static void deinterleave(V low, V high, V& a, V& b) {
+    a = join(firsts(low), firsts(high));
+    b = join(seconds(low), seconds(high));
   }
 };
 
-template <bool stream>
-void storePiece(void* p, bytes32 v) {
+template <class T, bool stream>
+void storePiece(T* p, typename PairPiece<T>::V v) {
   if constexpr (stream)
-    streamBytes32(p, v);
+    PairPiece<T>::stream(p, v);
   else
-    storeBytes32(p, v);
+    PairPiece<T>::store(p, v);
 }
 
-// Frames that one pair of pieces holds.
+// Frames that one vector of each channel holds.
 template <class T>
-constexpr int64_t kPieceFrames = 32 / static_cast<int64_t>(sizeof(T));
+constexpr int64_t kPieceFrames = static_cast<int64_t>(sizeof(typename PairPiece<T>::V) / sizeof(T));
 
 // Both return the first frame not done.
 template <class T, bool stream>
 int64_t interleavePairs(const T* const* src, int64_t first, int64_t len, T* dst) {
   int64_t i = first;
   for (; i + kPieceFrames<T> <= len; i += kPieceFrames<T>) {
-    bytes32 low, high;
-    PairPiece<T>::interleave(loadBytes32(src[0] + i), loadBytes32(src[1] + i), low, high);
-    storePiece<stream>(dst + 2 * i, low);
-    storePiece<stream>(dst + 2 * i + kPieceFrames<T>, high);
+    typename PairPiece<T>::V low, high;
+    PairPiece<T>::interleave(PairPiece<T>::load(src[0] + i), PairPiece<T>::load(src[1] + i), low, high);
+    storePiece<T, stream>(dst + 2 * i, low);
+    storePiece<T, stream>(dst + 2 * i + kPieceFrames<T>, high);
   }
   if constexpr (stream) storeFence();
   return i;
@@ -103,20 +108,21 @@ template <class T, bool stream>
 int64_t deinterleavePairs(const T* src, int64_t first, int64_t len, T* const* dst) {
   int64_t i = first;
   for (; i + kPieceFrames<T> <= len; i += kPieceFrames<T>) {
-    bytes32 a, b;
-    PairPiece<T>::deinterleave(loadBytes32(src + 2 * i), loadBytes32(src + 2 * i + kPieceFrames<T>), a, b);
-    storePiece<stream>(dst[0] + i, a);
-    storePiece<stream>(dst[1] + i, b);
+    typename PairPiece<T>::V a, b;
+    PairPiece<T>::deinterleave(PairPiece<T>::load(src + 2 * i),
+                               PairPiece<T>::load(src + 2 * i + kPieceFrames<T>), a, b);
+    storePiece<T, stream>(dst[0] + i, a);
+    storePiece<T, stream>(dst[1] + i, b);
   }
   if constexpr (stream) storeFence();
   return i;
 }
 
-// Frames until `p`, moving `step` elements a frame, stands on a 32-byte boundary; negative: never.
+// Frames until `p`, moving `step` elements a frame, stands on a vector's boundary; negative: never.
 template <class T>
 int64_t framesToBoundary(const T* p, int64_t step) {
   for (int64_t i = 0; i < kPieceFrames<T>; ++i)
-    if (isAligned(p + i * step, 32)) return i;
+    if (isAligned(p + i * step, sizeof(typename PairPiece<T>::V))) return i;
   return -1;
 }
 

@@ -30,7 +30,7 @@ moxStatus moxsPow43_16s32f(const int16_t* pSrc, float* pDst, int32_t len) {
   MOX_REQUIRE(notNull(pSrc, pDst), moxStatusNullPointer);
   MOX_REQUIRE(len >= 0, moxStatusBadSize);
 
-  for (int32_t i = 0; i < len; ++i) pDst[i] = signedPow43(pSrc[i]);
+  pow43Block(pSrc, pDst, len);
   return moxStatusOk;
 }
 

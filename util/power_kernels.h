@@ -18,20 +18,19 @@ inline float makeFloat(int16_t mantissa, uint16_t exponent) {
   return static_cast<float>(mantissa) * std::bit_cast<float>(bits);
 }
 
-inline f32x4 makeFloat4(__m128i mantissas, __m128i exponents) {
-  const __m128i bits = _mm_and_si128(_mm_sub_epi32(_mm_set1_epi32(0x38000000), _mm_slli_epi32(exponents, 23)),
-                                     _mm_set1_epi32(0x7FFFFFFF));
-  return _mm_mul_ps(_mm_cvtepi32_ps(mantissas), _mm_castsi128_ps(bits));
-}
-
+// The factors' upper halves fit 16-bit lanes: their lower halves are zero.
 inline void makeFloatBlock(const int16_t* mant, const uint16_t* exp, int64_t len, float* dst) {
+  const auto load = [](const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); };
+  const __m128i zero = _mm_setzero_si128();
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const __m128i m = _mm_loadu_si128(reinterpret_cast<const __m128i*>(mant + i));
-    const __m128i e = _mm_loadu_si128(reinterpret_cast<const __m128i*>(exp + i));
-    store4(dst + i, makeFloat4(_mm_cvtepi16_epi32(m), _mm_cvtepu16_epi32(e)));
-    store4(dst + i + 4, makeFloat4(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(m, m)),
-                                   _mm_cvtepu16_epi32(_mm_unpackhi_epi64(e, e))));
+    const __m128i m = load(mant + i);
+    const __m128i upper = _mm_and_si128(
+        _mm_sub_epi16(_mm_set1_epi16(0x3800), _mm_slli_epi16(load(exp + i), 7)), _mm_set1_epi16(0x7FFF));
+    const f32x4 low = _mm_castsi128_ps(_mm_unpacklo_epi16(zero, upper));
+    const f32x4 high = _mm_castsi128_ps(_mm_unpackhi_epi16(zero, upper));
+    store4(dst + i, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(m)) * low);
+    store4(dst + i + 4, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(m, m))) * high);
   }
   for (; i < len; ++i) dst[i] = makeFloat(mant[i], exp[i]);
 }
@@ -40,6 +39,34 @@ inline void makeFloatBlock(const int16_t* mant, const uint16_t* exp, int64_t len
 inline float signedPow43(int16_t x) {
   const float y = pow43(x < 0 ? -int32_t{x} : int32_t{x});
   return x < 0 ? -y : y;
+}
+
+// Eight magnitudes at a time through the table; blocks with one beyond it go element by element.
+inline void pow43Block(const int16_t* src, float* dst, int64_t len) {
+  const float* const table = kPow43.data();
+  const __m128i largest = _mm_set1_epi16(kPow43Count - 1);
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+    const __m128i magnitude =
+        _mm_abs_epi16(x);  // -32768 stays 0x8000, beyond the table as an unsigned number
+    const __m128i beyond = _mm_subs_epu16(magnitude, largest);
+    if (!_mm_testz_si128(beyond, beyond)) {
+      for (int64_t j = i; j < i + 8; ++j) dst[j] = signedPow43(src[j]);
+      continue;
+    }
+    const auto four = [table](uint64_t m) {
+      return _mm_setr_ps(table[m & 0xFFFF], table[(m >> 16) & 0xFFFF], table[(m >> 32) & 0xFFFF],
+                         table[m >> 48]);
+    };
+    const __m128i sign = _mm_and_si128(x, _mm_set1_epi16(INT16_MIN));
+    const __m128i zero = _mm_setzero_si128();
+    const f32x4 low = four(static_cast<uint64_t>(_mm_cvtsi128_si64(magnitude)));
+    const f32x4 high = four(static_cast<uint64_t>(_mm_extract_epi64(magnitude, 1)));
+    store4(dst + i, _mm_or_ps(low, _mm_castsi128_ps(_mm_unpacklo_epi16(zero, sign))));
+    store4(dst + i + 4, _mm_or_ps(high, _mm_castsi128_ps(_mm_unpackhi_epi16(zero, sign))));
+  }
+  for (; i < len; ++i) dst[i] = signedPow43(src[i]);
 }
 
 // sign(x) * |x|^(3/4) = sqrt(|x|) * sqrt(sqrt(|x|)) with x's sign.

@@ -57,6 +57,21 @@ TEST(Pow43, CorrectlyRoundedForEveryInput) {
   EXPECT_EQ(got[32768 + 8], 16.0f);
 }
 
+TEST(Pow43, EqualsItsTwinAtEveryTailAndAlignment) {
+  for (const int32_t len : {1, 7, 8, 9, 200})
+    for (int64_t shift = 0; shift < 32; shift += 2)
+      for (const int limit : {8206, 32767}) {
+        Block<int16_t> x(len, shift);
+        Block<float> got(len, 4 * (shift % 8)), want(len);
+        for (int32_t i = 0; i < len; ++i) {
+          x[i] = static_cast<int16_t>(x[i] % (limit + 1));
+          want[i] = moxac::signedPow43(x[i]);
+        }
+        ASSERT_EQ(moxsPow43_16s32f(x, got, len), moxStatusOk);
+        ASSERT_TRUE(moxtest::sameBits(got, want));
+      }
+}
+
 TEST(Pow43, LengthZeroIsFineAndRefusalsComeInOrder) {
   int16_t x = 1;
   float y = 5.0f;
@@ -77,8 +92,9 @@ TEST(MakeFloat, BitRuleForEveryExponentAndFormulaBelow112) {
       if (!std::isnan(factor)) {
         ASSERT_EQ(got, static_cast<float>(mantissa) * factor) << exponent;
       }
-      if (exponent < 112)
+      if (exponent < 112) {
         ASSERT_EQ(got, std::ldexp(static_cast<float>(mantissa), -15 - exponent)) << exponent;
+      }
     }
   const int16_t half = 16384;
   const uint16_t zero = 0;
