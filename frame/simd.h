@@ -23,6 +23,10 @@ inline f32x4 splat4(float v) { return _mm_set1_ps(v); }
 inline i32x4 loadInt4(const int32_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
 inline void storeInt4(int32_t* p, i32x4 v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
+// Four signed bytes, the lowest first, to four integers.
+inline i32x4 widenBytes4(int32_t bytes) { return _mm_cvtepi8_epi32(_mm_cvtsi32_si128(bytes)); }
+inline bool isZeroInt4(i32x4 v) { return _mm_testz_si128(v, v) != 0; }
+
 // Memory in 32-byte pieces, whatever it holds.
 using bytes32 = __m256i;
 inline bytes32 zeroBytes32() { return _mm256_setzero_si256(); }

@@ -67,9 +67,39 @@ def scale_factor_tables():
     return source("mp3/scale_factor_tables.h", body + "};\n// clang-format on\n")
 
 
+def huffman_codes(table_rows, symbol):
+    """The (code, length) pairs of one table, ordered by symbol(row)."""
+    ordered = sorted(table_rows, key=symbol)
+    assert [symbol(r) for r in ordered] == list(range(len(ordered)))
+    return lines([braced([r["code"], r["length"]]) for r in ordered])
+
+
+def huffman_code_tables():
+    """Codes of the big-value pairs and of the quadruples; which table numbers use which."""
+    tables = rows("mp3_huffman_tables.csv")
+    width = {r["table"]: int(r["width"]) for r in tables}
+    pairs = rows("mp3_huffman_pairs.csv")
+    body = "// clang-format off\n"
+    for t in sorted({r["table"] for r in pairs}, key=int):
+        codes = huffman_codes([r for r in pairs if r["table"] == t],
+                              lambda r: int(r["x"]) * width[t] + int(r["y"]))
+        body += f"inline constexpr HuffmanCode kPairCodes{t}[{width[t] ** 2}] = {{\n{codes}\n}};\n\n"
+    quads = rows("mp3_huffman_quads.csv")
+    for t in ("A", "B"):
+        codes = huffman_codes([r for r in quads if r["table"] == t],
+                              lambda r: int("".join(r[k] for k in "vwxy"), 2))
+        body += f"inline constexpr HuffmanCode kQuadCodes{t}[16] = {{\n{codes}\n}};\n\n"
+    uses = [braced(["nullptr" if r["codes_of"] == "none" else "kPairCodes" + r["codes_of"], r["width"], r["linbits"]])
+            for r in tables]
+    body += f"inline constexpr PairTable kPairTables[32] = {{\n{lines(uses)}\n}};\n// clang-format on\n"
+    return (f'#pragma once\n{NOTE}#include "mp3/huffman_codes.h"\n\n'
+            f"namespace moxac {{\n\n{body}\n}}  // namespace moxac\n")
+
+
 FILES = {
     "mp3/band_tables.cpp": band_tables,
     "mp3/scale_factor_tables.cpp": scale_factor_tables,
+    "mp3/huffman_code_tables.h": huffman_code_tables,
 }
 
 

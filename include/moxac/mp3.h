@@ -1,7 +1,7 @@
 /* moxac, MPEG-1 and MPEG-2 Layer III: parsing, decoding and encoding stages.
  *
- * A decoder calls, frame by frame: moxsUnpackFrameHeader_MP3, moxsUnpackSideInfo_MP3, then, once the main data
- * are assembled from main_data_begin, for each granule and channel moxsUnpackScaleFactors_MP3_1u8s and
+ * A decoder calls, frame by frame: moxsUnpackFrameHeader_MP3, moxsUnpackSideInfo_MP3, then, once the main
+ * data are assembled from main_data_begin, for each granule and channel moxsUnpackScaleFactors_MP3_1u8s and
  * a moxsHuffmanDecode form. Frame synchronisation, frame lengths, the bit reservoir and CRC checks are the
  * caller's. MPEG-1 is ISO/IEC 11172-3, MPEG-2 (lower sampling frequencies) ISO/IEC 13818-3; the unofficial
  * extension to still lower rates is not recognised: its header parses as MPEG-2.
@@ -130,6 +130,83 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
                                                     const int32_t* pScfsi,
                                                     const MoxMp3FrameHeader* pFrameHeader, int32_t granule,
                                                     int32_t channel);
+
+/* Decodes the Huffman-coded spectrum of one granule of one channel: big-value regions, then quadruples.
+ * ISO/IEC 11172-3, 2.4.1.7, 2.4.2.7 and Table B.7; ISO/IEC 13818-3. The forms differ in where regions end.
+ *
+ * ppBitStream       the byte that holds the next bit; updated
+ * pBitOffset        bits of that byte already consumed, 0..7; updated
+ * pDstIs            576 quantised values in the order of coding (short blocks: three windows side by side in
+ *                   each band); magnitudes up to 15 + 8191
+ * pDstNonZeroBound  index of the last non-zero line plus one, 0 when all are zero
+ * pSideInfo         the record of this granule and channel
+ * pFrameHeader      id, layer and samplingFreq are looked at
+ * hufSize           bits of Huffman data: part23Len less those of the scale factors
+ * pSfbTableLong     6 rows of 23 long-band starts, the last 576; row id*3 + samplingFreq: MPEG-2 at 22.05,
+ *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. moxsHuffmanDecode_MP3_1u32s has the standards' own.
+ * pSfbTableShort    6 rows of 14 short-band starts in lines of one window
+ * pMbpTable         6 rows of 2: long bands in the long part of a mixed block; short band-windows by which
+ *                   region 0 reaches into its short part
+ *
+ * Regions. With winSwitch 0: region 1 starts at the long band reg0Cnt + 1, region 2 at reg0Cnt + reg1Cnt + 2.
+ * With winSwitch 1 there are two, with tableSelect[0] and [1]; region 1 starts
+ *   moxsHuffmanDecode_MP3_1u32s, ...Sfb...: at line 36 in MPEG-1 or with blockType 2, else at line 54
+ *   ...SfbMbp..., blockType 1 or 3: at the row's long band 8
+ *   ...SfbMbp..., blockType 2, mixedBlock 0: at 3 * (short start 3 - short start 0)
+ *   ...SfbMbp..., blockType 2, mixedBlock 1: at the long band of pMbpTable's first number, plus as many
+ *     widths short start [j] - short start [j-1] as its second number tells, where j is the first short band
+ *     whose start times 3 lies above that long band's start, and moves on after the 2nd, 5th, 8th ...
+ *     addition; additions stop at the end of the short-band table
+ * No region passes 2*bigVals. Tables 0, 4 and 14 give zeros and read nothing. A region that ends at an odd
+ * line (which only a caller's tables can ask for) is decoded to the end of that line's pair.
+ *
+ * Quadruples follow while the line is below 574 and a bit of hufSize is left. One that takes more bits than
+ * are left is dropped. The cursor then stands exactly hufSize bits on, past any stuffing; the other lines are
+ * 0. With hufSize 0 nothing is read and all lines are 0, whatever bigVals says.
+ *
+ * Bytes that hold none of the hufSize bits are not touched, with one exception: whether the big values took
+ * more bits than there are is looked at after all regions, so that up to 288 pairs (47 bits each at most) and
+ * three bytes may be read from where decoding began.
+ * Any number of threads may call it, on outputs of their own.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        any pointer, or *ppBitStream, is null
+ * moxStatusOutOfRange         *pBitOffset not 0..7, or hufSize not 0..part23Len
+ * moxStatusMp3SideInfoErr     bigVals not 0..288, blockType not 0..3, winSwitch or cnt1TabSel not 0 or 1
+ * moxStatusMp3FrameHeaderErr  id not 0 or 1, layer not 1, samplingFreq not 0..2
+ * moxStatusMp3SideInfoErr     winSwitch 1 with blockType 0; winSwitch 0 with a negative region count or their
+ *                             sum above 20
+ * moxStatusMp3SideInfoErr     a table number not 0..31, looked at when its region's turn comes: the lines and
+ *                             the cursor hold what earlier regions gave (with hufSize 0: nothing is written)
+ * moxStatusBadData            the big values took more than hufSize bits: the lines below 2*bigVals are as
+ *                             decoded, the cursor stands after the last code read
+ *
+ * moxsHuffmanDecodeSfbMbp_MP3_1u32s checks in another order:
+ * moxStatusNullPointer        any pointer, or *ppBitStream, is null
+ * moxStatusOutOfRange         *pBitOffset not 0..7
+ * moxStatusMp3FrameHeaderErr  id not 0 or 1
+ * moxStatusMp3SideInfoErr     bigVals not 0..288, blockType not 0..3 (also with winSwitch 0, where it is
+ *                             otherwise not looked at), winSwitch not 0 or 1, winSwitch 1 with blockType 0
+ * moxStatusMp3FrameHeaderErr  layer not 1, samplingFreq not 0..2
+ * moxStatusMp3SideInfoErr     cnt1TabSel not 0 or 1, or hufSize not 0..part23Len
+ * moxStatusMp3SideInfoErr     region counts and table numbers, moxStatusBadData as above
+ */
+MOXAC_API moxStatus moxsHuffmanDecode_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                int32_t* pDstIs, int32_t* pDstNonZeroBound,
+                                                const MoxMp3SideInfo* pSideInfo,
+                                                const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize);
+MOXAC_API moxStatus moxsHuffmanDecodeSfb_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                   int32_t* pDstIs, int32_t* pDstNonZeroBound,
+                                                   const MoxMp3SideInfo* pSideInfo,
+                                                   const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
+                                                   const int16_t* pSfbTableLong);
+MOXAC_API moxStatus moxsHuffmanDecodeSfbMbp_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                      int32_t* pDstIs, int32_t* pDstNonZeroBound,
+                                                      const MoxMp3SideInfo* pSideInfo,
+                                                      const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
+                                                      const int16_t* pSfbTableLong,
+                                                      const int16_t* pSfbTableShort,
+                                                      const int16_t* pMbpTable);
 
 MOXAC_EXTERN_C_END
 
