@@ -130,6 +130,33 @@ moxStatus FftInit_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t 
   return moxStatusOk;
 }
 
+moxStatus FftInitAlloc_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t hint) {
+  *ppSpec = nullptr;
+  int32_t specSize = 0, initBufSize = 0, workSize = 0;
+  const moxStatus sized = FftGetSize_C_32fc(order, flag, hint, &specSize, &initBufSize, &workSize);
+  MOX_REQUIRE(sized == moxStatusOk, sized);
+
+  void* const block = allocBytes(specSize);
+  MOX_REQUIRE(notNull(block), moxStatusOutOfMemory);
+  void* const scratch = initBufSize > 0 ? allocBytes(initBufSize) : nullptr;
+  moxStatus status = moxStatusOutOfMemory;
+  if (initBufSize == 0 || scratch != nullptr)
+    status = FftInit_C_32fc(ppSpec, order, flag, hint, static_cast<uint8_t*>(block),
+                            static_cast<uint8_t*>(scratch));
+  if (scratch != nullptr) freeBlock(scratch);
+  if (status != moxStatusOk) {
+    freeBlock(block);
+    *ppSpec = nullptr;
+    return status;
+  }
+  (*ppSpec)->block = block;
+  return moxStatusOk;
+}
+
+void FftFree_C_32fc(FftSpec* pSpec) {
+  if (pSpec != nullptr && pSpec->block != nullptr) freeBlock(pSpec->block);
+}
+
 moxStatus FftGetWorkSize_C_32fc(const FftSpec* pSpec, int32_t* pSize) {
   MOX_REQUIRE(notNull(pSpec, pSize), moxStatusNullPointer);
   MOX_REQUIRE(pSpec->identifier == ContextId::fftComplex, moxStatusContextMismatch);

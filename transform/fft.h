@@ -41,7 +41,8 @@ struct FftSpec {
   int32_t reserved;  // 0
   const int32_t* bitReversal;
   const float* twiddles;
-  uint8_t largeOrder[96];
+  void* block;  // what FftInitAlloc_C_32fc obtained, else null
+  uint8_t largeOrder[88];
 };
 static_assert(sizeof(FftSpec) == 144);
 
@@ -70,6 +71,13 @@ moxStatus FftGetSizeWithCopy_C_32fc(int32_t order, int32_t flag, int32_t hint, i
 //   moxStatusNullPointer   pInitBuf is null though the order needs it; *ppSpec likewise
 moxStatus FftInit_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t hint, uint8_t* pMem,
                          uint8_t* pInitBuf);
+
+// The same in a block from moxMalloc, released by FftFree_C_32fc. On failure everything is released and
+// *ppSpec is null.
+//   moxStatusBadFftOrder, moxStatusBadFftFlag   as in Init
+//   moxStatusOutOfMemory                        moxMalloc returned null
+moxStatus FftInitAlloc_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t hint);
+void FftFree_C_32fc(FftSpec* pSpec);  // null is allowed
 
 // Bytes for a work buffer at any alignment; 0 when none is needed.
 //   moxStatusNullPointer, moxStatusContextMismatch

@@ -6,6 +6,116 @@
 
 MOXAC_EXTERN_C_BEGIN
 
+/* Modified discrete cosine transform of N samples.
+ *
+ *   forward   X[k] = 2 * sum over n = 0..N-1 of x[n] * cos(2*pi/N * (n + 1/2 + N/4) * (k + 1/2)),  k =
+ * 0..N/2-1 inverse   y[n] = 2/N * sum over k = 0..N/2-1 of X[k] * cos(the same),                          n =
+ * 0..N-1
+ *
+ * Neither windows. A window w with w[n]^2 + w[n + N/2]^2 = 1 (sine, Kaiser-Bessel derived) applied before the
+ * forward and again after the inverse transform, and an overlap-add by N/2, give the input back with gain 1.
+ * This is the transform of ISO/IEC 14496-3, 4.6.11 (N = 2048, 256, 1920, 240 there) and, for N = 36 and 12,
+ * of ISO/IEC 11172-3, 2.4.3.4.10.
+ *
+ * Lengths: a power of two not below 32; the 32-bit float transforms also take 12 and 36. A length whose sizes
+ * do not fit 32 bits is refused too.
+ *
+ * One context serves one direction and data type. It is read-only once built: any number of threads may use
+ * one at the same time as long as each call has its own work buffer (or none). Every Init rounds pMem up to
+ * 64 bytes and hands the rounded pointer back through ppSpec; use that one afterwards.
+ */
+typedef struct MoxMdctSpec MoxMdctSpec;
+
+/* Bytes of the context (pMem of Init), of Init's scratch and of the transforms' work buffer, for blocks at
+ * any alignment. Both directions need the same.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   some result pointer is null; nothing written
+ * moxStatusBadSize       N not accepted; nothing written
+ */
+MOXAC_API moxStatus moxsMDCTFwdGetSize_32f(int32_t N, int32_t* pSpecSize, int32_t* pInitBufSize,
+                                           int32_t* pWorkSize);
+MOXAC_API moxStatus moxsMDCTInvGetSize_32f(int32_t N, int32_t* pSpecSize, int32_t* pInitBufSize,
+                                           int32_t* pWorkSize);
+MOXAC_API moxStatus moxsMDCTFwdGetSize_16s(int32_t N, int32_t* pSpecSize, int32_t* pInitBufSize,
+                                           int32_t* pWorkSize);
+
+/* Builds a context in the caller's memory, which stays the caller's. pInitBuf is scratch; a power-of-two N
+ * wants it non-null even where its size is 0, N = 12 and 36 do not look at it.
+ *
+ * moxStatusOk
+ * moxStatusBadSize       N not accepted
+ * moxStatusNullPointer   ppSpec, pMem or (N a power of two) pInitBuf is null
+ */
+MOXAC_API moxStatus moxsMDCTFwdInit_32f(MoxMdctSpec** ppSpec, int32_t N, uint8_t* pMem, uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsMDCTInvInit_32f(MoxMdctSpec** ppSpec, int32_t N, uint8_t* pMem, uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsMDCTFwdInit_16s(MoxMdctSpec** ppSpec, int32_t N, uint8_t* pMem, uint8_t* pInitBuf);
+
+/* Builds a context in memory from moxMalloc: the record, its FFT and its table each in an allocation of
+ * their own. Free releases it. On failure everything obtained has been released, and *ppSpec is null unless
+ * it was not touched.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   ppSpec is null
+ * moxStatusBadSize       N not accepted; *ppSpec as it was
+ * moxStatusOutOfMemory   moxMalloc returned null
+ */
+MOXAC_API moxStatus moxsMDCTFwdInitAlloc_32f(MoxMdctSpec** ppSpec, int32_t N);
+MOXAC_API moxStatus moxsMDCTInvInitAlloc_32f(MoxMdctSpec** ppSpec, int32_t N);
+MOXAC_API moxStatus moxsMDCTFwdInitAlloc_16s(MoxMdctSpec** ppSpec, int32_t N);
+
+/* Releases what InitAlloc made. A context built by Init is only marked unusable; its memory is the caller's.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer       pSpec is null
+ * moxStatusContextMismatch   another kind of context, or one freed before
+ */
+MOXAC_API moxStatus moxsMDCTFwdFree_32f(MoxMdctSpec* pSpec);
+MOXAC_API moxStatus moxsMDCTInvFree_32f(MoxMdctSpec* pSpec);
+MOXAC_API moxStatus moxsMDCTFwdFree_16s(MoxMdctSpec* pSpec);
+
+/* Bytes of the work buffer of a built context, for a buffer at any alignment.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer       pSpec or pSize is null
+ * moxStatusContextMismatch   another kind of context
+ */
+MOXAC_API moxStatus moxsMDCTFwdGetBufSize_32f(const MoxMdctSpec* pSpec, int32_t* pSize);
+MOXAC_API moxStatus moxsMDCTInvGetBufSize_32f(const MoxMdctSpec* pSpec, int32_t* pSize);
+MOXAC_API moxStatus moxsMDCTFwdGetBufSize_16s(const MoxMdctSpec* pSpec, int32_t* pSize);
+
+/* The transforms. Forward: N samples in, N/2 coefficients out. Inverse: N/2 coefficients in, all N samples
+ * out. Any alignment; nothing is read or written past either array. pSrc may equal pDst, which is what the
+ * in-place forms do (pSrcDst holds N floats; the forward transform leaves the upper N/2 of them as they
+ * were); other overlaps are not allowed.
+ *
+ * pBuffer   at least GetBufSize bytes at any alignment; null: they are taken from moxMalloc for the call
+ *
+ * moxStatusOk
+ * moxStatusNullPointer       pSpec is null
+ * moxStatusContextMismatch   not a context of this direction and type
+ * moxStatusNullPointer       pSrc or pDst (pSrcDst) is null
+ * moxStatusOutOfMemory       pBuffer is null and moxMalloc returned null
+ */
+MOXAC_API moxStatus moxsMDCTFwd_32f(const float* pSrc, float* pDst, const MoxMdctSpec* pSpec,
+                                    uint8_t* pBuffer);
+MOXAC_API moxStatus moxsMDCTFwd_32f_I(float* pSrcDst, const MoxMdctSpec* pSpec, uint8_t* pBuffer);
+MOXAC_API moxStatus moxsMDCTInv_32f(const float* pSrc, float* pDst, const MoxMdctSpec* pSpec,
+                                    uint8_t* pBuffer);
+MOXAC_API moxStatus moxsMDCTInv_32f_I(float* pSrcDst, const MoxMdctSpec* pSpec, uint8_t* pBuffer);
+
+/* Forward transform of 16-bit samples to 16-bit coefficients:
+ *
+ *   pDst[k] = saturate(round(2^-scaleFactor * X[k]))
+ *
+ * with X as above (the factor 2 included), so that scaleFactor = log2(N) + 1 never saturates. Any scaleFactor
+ * is accepted. The result is within one unit of the exactly computed one at every input level: input whose
+ * results stay within eight times the 16-bit range is transformed in single precision, louder input (which
+ * saturates in part) in double. Statuses, aliasing and pBuffer as above.
+ */
+MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const MoxMdctSpec* pSpec,
+                                        int32_t scaleFactor, uint8_t* pBuffer);
+
 MOXAC_EXTERN_C_END
 
 #endif
