@@ -80,5 +80,30 @@ inline f32x8 reverse8(f32x8 v) {
   const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
   return _mm256_shuffle_ps(swapped, swapped, 0x1B);
 }
+// Integer lanes: magnitudes, signs, products; four-entry look-ups. (AAC spectral tools)
+inline i32x4 splatInt4(int32_t v) { return _mm_set1_epi32(v); }
+inline i32x4 abs4(i32x4 v) { return _mm_abs_epi32(v); }  // 2^31 for the most negative value, as unsigned
+inline i32x4 maxUnsigned4(i32x4 a, i32x4 b) { return _mm_max_epu32(a, b); }
+inline i32x4 max4(i32x4 a, i32x4 b) { return _mm_max_epi32(a, b); }
+inline i32x4 min4(i32x4 a, i32x4 b) { return _mm_min_epi32(a, b); }
+inline i32x4 withSignOf4(i32x4 v, i32x4 sign) { return _mm_sign_epi32(v, sign); }  // 0 where sign is 0
+// The entry of `table` that the low two bits of each index lane name.
+inline i32x4 lookUp4(i32x4 table, i32x4 index) {
+  return _mm_castps_si128(_mm_permutevar_ps(_mm_castsi128_ps(table), index));
+}
+// b where bit `bit` of the selector lane is set, else a.
+template <int bit>
+i32x4 selectByBit4(i32x4 a, i32x4 b, i32x4 selector) {
+  const i32x4 mask = _mm_slli_epi32(selector, 31 - bit);
+  return _mm_castps_si128(_mm_blendv_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _mm_castsi128_ps(mask)));
+}
+
+// Double lanes.
+using f64x4 = __m256d;
+inline f64x4 splatDouble4(double v) { return _mm256_set1_pd(v); }
+inline f64x4 loadDouble4(const double* p) { return _mm256_loadu_pd(p); }
+inline f64x4 minOf(f64x4 a, f64x4 b) { return _mm256_min_pd(a, b); }
+inline f64x4 toDouble4(i32x4 v) { return _mm256_cvtepi32_pd(v); }
+inline i32x4 roundToInt4(f64x4 v) { return _mm256_cvtpd_epi32(v); }  // to nearest, ties to even
 
 }  // namespace moxac

@@ -345,6 +345,180 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
                                                   MoxAacExtensionHeader* pExtHeader, int32_t tnsFlag,
                                                   int32_t stereoFlag, int32_t diffCtrlFlag, int32_t startSfb,
                                                   int32_t endSfb, int32_t windowSequence);
+/* ------------------------------------------------------------------------------------ spectral tools
+ *
+ * The operations between noiseless decoding and the filter bank. A spectrum is an array of 1024 int32_t in
+ * one of two orders:
+ *
+ * grouped order  as the noiseless decoder delivers it: window groups one after another; inside a group band
+ *                after band; inside a band the windows of the group one after another, each with the band's
+ *                width of lines. For long windows this is plain line order.
+ * window order   windows one after another, 128 lines each (eight short) or 1024 (long).
+ *
+ * From moxsQuantInv_AAC_32s_I to moxsMDCTInv_AAC_32s16s a spectral value carries MOX_AAC_SPECTRUM_FRAC_BITS
+ * fraction bits: the word v stands for v/16 on the scale of ISO/IEC 14496-3, on which a 16-bit sine of full
+ * scale reaches about 2^25.4. Words therefore hold twice the largest line of any 16-bit signal, which is the
+ * headroom that M/S needs. Where an operation saturates, it does so symmetrically, at +-0x7FFFFFFF.
+ *
+ * The band-wise operations share these arguments:
+ *   pSfbCb           code book of each band, maxSfb bytes per group, groups one after another
+ *   pScaleFactor     scale factor, intensity position or noise energy of each band, laid out like pSfbCb; any
+ *                    16-bit value has a defined result
+ *   numWindowGroups  1 for windowLen 1024, 1..8 for windowLen 128
+ *   pWindowGroupLen  windows of each group; they add up to the number of windows, which is not checked
+ *   maxSfb           coded bands per group
+ *   windowLen        1024 (long windows) or 128 (eight short)
+ * and these statuses, in this order, before anything is written:
+ *   moxStatusNullPointer       a pointer is null
+ *   moxStatusAacWinLenError    windowLen neither 128 nor 1024
+ *   moxStatusAacWinGrpError    numWindowGroups outside the range of the window length
+ *   moxStatusAacMaxSfbError    maxSfb outside 0..51
+ *   moxStatusAacSampleRateError  samplingRateIndex outside 0..11
+ *   moxStatusAacMsMaskError    msMaskPresent outside its range (only where it is an argument)
+ *   moxStatusAacMaxSfbError    maxSfb above the bands of this sampling rate and window length
+ * No operation reads or writes past the lines of bands below maxSfb. All are reentrant: they keep nothing
+ * between calls.
+ */
+
+enum {
+  MOX_AAC_SPECTRUM_FRAC_BITS = 4 /* fraction bits of every spectral word */
+};
+
+/* Inverse quantisation, in place, grouped order:
+ *
+ *   x := sign(x) |x|^(4/3) 2^((sf - 100)/4) 2^MOX_AAC_SPECTRUM_FRAC_BITS
+ *
+ * rounded to nearest, saturated. Bands with code book 0, 13, 14 or 15 are left untouched. The result differs
+ * from the exact value by at most half a unit (up to 2^24 units by rounding alone).
+ *
+ * The statuses above; then moxStatusAacEscapeError when a magnitude of a band exceeds 8191: that band and the
+ * later ones are untouched, the earlier ones converted.
+ * ISO/IEC 14496-3, 4.6.1.3 and 4.6.2.3.3. */
+MOXAC_API moxStatus moxsQuantInv_AAC_32s_I(int32_t* pSrcDst, const int16_t* pScaleFactor,
+                                           int32_t numWindowGroups, const int32_t* pWindowGroupLen,
+                                           int32_t maxSfb, const uint8_t* pSfbCb, int32_t samplingRateIndex,
+                                           int32_t windowLen);
+
+/* Mid/side decoding of a channel pair, in place, grouped order: L := L + R, R := L - R in wrapping 32-bit
+ * arithmetic, for the bands whose byte in pMsUsed is not zero (msMaskPresent 1) or for all (msMaskPresent 2),
+ * noise bands (code book 13) excepted. pSfbCb is the right channel's; in an intensity band (14, 15) no
+ * arithmetic is done, but with msMaskPresent 1 and the byte set its code book is toggled between 14 and 15,
+ * by which moxsDecodeIsStereo_AAC_32s then inverts the sign.
+ *
+ * pMsUsed  rows of 60 bytes, one row per group; may be null with msMaskPresent 2, which reads none of it
+ *
+ * The statuses above; msMaskPresent is 1 or 2. ISO/IEC 14496-3, 4.6.8.1. */
+MOXAC_API moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t msMaskPresent,
+                                                 const uint8_t* pMsUsed, uint8_t* pSfbCb,
+                                                 int32_t numWindowGroups, const int32_t* pWindowGroupLen,
+                                                 int32_t maxSfb, int32_t samplingRateIndex,
+                                                 int32_t windowLen);
+
+/* Intensity stereo, grouped order: in bands with code book 15 (sign +1) or 14 (sign -1)
+ *
+ *   R := sign * floor(L g / 2^(30 + floor(pos/4)))    g = round(2^30 2^(-(pos mod 4)/4))
+ *
+ * saturated, that is sign * L * 2^(-pos/4) for the band's intensity position pos. Other bands of the right
+ * channel are untouched. pScaleFactor and pSfbCb are the right channel's; pSrcL and pDstR must not overlap.
+ *
+ * The statuses above. ISO/IEC 14496-3, 4.6.8.2. */
+MOXAC_API moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pDstR,
+                                               const int16_t* pScaleFactor, const uint8_t* pSfbCb,
+                                               int32_t numWindowGroups, const int32_t* pWindowGroupLen,
+                                               int32_t maxSfb, int32_t samplingRateIndex, int32_t windowLen);
+
+/* Perceptual noise substitution, in place, grouped order: the lines of every window of a band with code book
+ * 13 become noise of energy 2^(nrg/2), nrg being the band's value in pScaleFactor (the sum over the window's
+ * lines of (v/16)^2; within 0.1 dB from an rms of 128 units a line on; below, truncation shows). The noise
+ * comes from state := 1664525 state + 1013904223 mod 2^32, one step per line, in the order group, window,
+ * band; it depends on nothing but *pRandomState and the arguments. Noise that is zero throughout stays zero;
+ * energies beyond the range saturate.
+ *
+ * pLtpUsedFlags  longUsedAll of a MoxAacLtpInfo, its longUsed[] behind it. With one window group the flag of
+ *                every noise band, pLtpUsedFlags[band + 1], is cleared: prediction skips noise. May be null
+ *                with more than one group
+ * pRandomState   generator state, read and written back; any start value
+ *
+ * The statuses above. ISO/IEC 14496-3, 4.6.13. */
+MOXAC_API moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFlags, const uint8_t* pSfbCb,
+                                          const int16_t* pScaleFactor, int32_t maxSfb,
+                                          int32_t numWindowGroups, const int32_t* pWindowGroupLen,
+                                          int32_t samplingRateIndex, int32_t windowLen,
+                                          uint32_t* pRandomState);
+
+/* Noise substitution of both channels of a pair with a common window, as moxsDecodePNS_AAC_32s for the left
+ * and then the right channel of each window and band, except that where both channels have noise and the
+ * band's M/S flag is set (msMaskPresent 2: every band) the right channel gets the left one's noise, scaled to
+ * its own energy.
+ *
+ * msMaskPresent  0 (all noise independent), 1 or 2; else moxStatusAacMsMaskError
+ * pMsUsed        rows of 60 bytes, one row per group; read, and required, with msMaskPresent 1 only
+ *
+ * Everything else as above, once per channel. ISO/IEC 14496-3, 4.6.13.3. */
+MOXAC_API moxStatus moxsDecodeMsPNS_AAC_32s(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t* pLtpUsedFlagsL,
+                                            int32_t* pLtpUsedFlagsR, const uint8_t* pSfbCbL,
+                                            const uint8_t* pSfbCbR, const int16_t* pScaleFactorL,
+                                            const int16_t* pScaleFactorR, int32_t msMaskPresent,
+                                            const uint8_t* pMsUsed, int32_t maxSfb, int32_t numWindowGroups,
+                                            const int32_t* pWindowGroupLen, int32_t samplingRateIndex,
+                                            int32_t windowLen, uint32_t* pRandomState);
+
+/* Reorders 1024 lines from grouped to window order; for long windows a copy.
+ *
+ *   pDst[window][offset[b] + i] = pSrc[group][b][window in group][i]
+ *
+ * pSrc, pDst  1024 values each; must not overlap; any alignment
+ *
+ * moxStatusNullPointer; moxStatusAacWinLenError; moxStatusAacWinGrpError (numWindowGroups outside its range,
+ * a group length below 1, or lengths that do not add up to the windows of the frame);
+ * moxStatusAacSampleRateError; nothing written. ISO/IEC 14496-3, 4.5.2.3.5. */
+MOXAC_API moxStatus moxsDeinterleaveSpectrum_AAC_32s(const int32_t* pSrc, int32_t* pDst,
+                                                     int32_t numWindowGroups, const int32_t* pWindowGroupLen,
+                                                     int32_t samplingRateIndex, int32_t windowLen);
+
+/* Temporal noise shaping, window order, in place: decoding runs the all-pole synthesis filters, encoding the
+ * matching all-zero analysis filters (also what a long-term prediction passes through before it is added).
+ * Filters of a window start at its top band and go down, each over its own length of bands.
+ *
+ * Coefficient c of resolution r (3 or 4 bits) is the reflection coefficient sin(c pi / (2^r - 1)) for c >= 0,
+ * sin(c pi / (2^r + 1)) for c < 0, in Q31. The step-up recursion turns them into direct form a[1..order], Q31
+ * in 64 bits: a[i] += (((a[m-i] + 512) >> 10) k[m]) >> 21 for all i < m at once, a[m] = k[m]. They are
+ * shifted right, with shift lowered from 31 by as much, until no magnitude is above 2^26. Then per line,
+ * exactly:
+ *
+ *   decode: y[n] = ((x[n] << shift) - sum a[i] y[n-i]) >> shift
+ *   encode: y[n] = ((x[n] << shift) + sum a[i] x[n-i]) >> shift
+ *
+ * in 64 bits, kept as the low 32, with zero history at the start of each filter.
+ *
+ * pSrcDst      8 x 128 or 1024 values; any alignment
+ * pNumFilt     filters of each window
+ * pLength, pOrder   bands and order of each filter, all windows' filters one after another
+ * pCoefRes     3 or 4, per window
+ * pCoef        order values for each filter, one after another
+ * pDirection   0 upward, 1 downward, one for each filter of non-zero order
+ * maxSfb       filters are cut at this band and at the standard's TNS_MAX_BANDS
+ * mode         ignored by the decoder, 1 for the encoder
+ * windowLen    1024 or 128
+ *
+ * moxStatusNullPointer, moxStatusAacWinLenError, moxStatusAacTnsModeError (encoder),
+ * moxStatusAacSampleRateError, moxStatusAacMaxSfbError (outside 0..51, or above the bands of the window):
+ * nothing written. Then as the filters are reached, earlier filters staying applied:
+ *   moxStatusAacTnsNumFiltError    filter count negative, above 3 (long) or 1 (short)
+ *   moxStatusAacTnsLengthError     length negative or above the bands that are left
+ *   moxStatusAacTnsOrderError      order negative, above 12 (long) or 7 (short)
+ *   moxStatusAacTnsCoefResError    resolution neither 3 nor 4 (orders above 0 only, as the next two)
+ *   moxStatusAacTnsCoefError       coefficient outside -8..7
+ *   moxStatusAacTnsDirectionError  direction neither 0 nor 1
+ * A filter of order 0 consumes a length and an order only. Reentrant. ISO/IEC 14496-3, 4.6.9. */
+MOXAC_API moxStatus moxsDecodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNumFilt, const int32_t* pLength,
+                                            const int32_t* pOrder, const int32_t* pCoefRes,
+                                            const int8_t* pCoef, const int32_t* pDirection, int32_t maxSfb,
+                                            int32_t mode, int32_t samplingRateIndex, int32_t windowLen);
+MOXAC_API moxStatus moxsEncodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNumFilt, const int32_t* pLength,
+                                            const int32_t* pOrder, const int32_t* pCoefRes,
+                                            const int8_t* pCoef, const int32_t* pDirection, int32_t maxSfb,
+                                            int32_t mode, int32_t samplingRateIndex, int32_t windowLen);
 
 MOXAC_EXTERN_C_END
 

@@ -1,0 +1,31 @@
+#include "aac/band_walk.h"
+#include "aac/quant_inv_kernels.h"
+
+using namespace moxac;
+
+namespace {
+
+// Silence, noise and intensity bands carry no quantised values.
+constexpr bool isQuantized(uint8_t codeBook) { return codeBook != 0 && codeBook < 13; }
+
+}  // namespace
+
+moxStatus moxsQuantInv_AAC_32s_I(int32_t* pSrcDst, const int16_t* pScaleFactor, int32_t numWindowGroups,
+                                 const int32_t* pWindowGroupLen, int32_t maxSfb, const uint8_t* pSfbCb,
+                                 int32_t samplingRateIndex, int32_t windowLen) {
+  const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
+  MOX_REQUIRE(notNull(pSrcDst, pScaleFactor, pWindowGroupLen, pSfbCb), moxStatusNullPointer);
+  if (const moxStatus status = checkBandLayout(layout); status != moxStatusOk) return status;
+
+  moxStatus status = moxStatusOk;
+  forEachBand(layout, [&](const GroupBand& band) {
+    if (status != moxStatusOk || !isQuantized(pSfbCb[band.index])) return;
+    int32_t* const x = pSrcDst + band.first;
+    const uint32_t largest = largestMagnitude(x, band.lines());
+    if (largest > kLargestQuantized)
+      status = moxStatusAacEscapeError;
+    else
+      requantizeBand(x, band.lines(), largest, requantizeGain(pScaleFactor[band.index]));
+  });
+  return status;
+}

@@ -1,0 +1,56 @@
+#include "aac/band_walk.h"
+#include "aac/stereo_kernels.h"
+
+using namespace moxac;
+
+namespace {
+
+constexpr uint8_t kNoiseBook = 13;
+constexpr uint8_t kIntensityBookInverted = 14;
+constexpr uint8_t kIntensityBook = 15;
+
+constexpr bool isIntensity(uint8_t codeBook) {
+  return codeBook == kIntensityBook || codeBook == kIntensityBookInverted;
+}
+
+}  // namespace
+
+moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t msMaskPresent,
+                                       const uint8_t* pMsUsed, uint8_t* pSfbCb, int32_t numWindowGroups,
+                                       const int32_t* pWindowGroupLen, int32_t maxSfb,
+                                       int32_t samplingRateIndex, int32_t windowLen) {
+  const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
+  const bool allBands = msMaskPresent == 2;
+  MOX_REQUIRE(notNull(pSrcDstL, pSrcDstR, pSfbCb, pWindowGroupLen), moxStatusNullPointer);
+  MOX_REQUIRE(allBands || notNull(pMsUsed), moxStatusNullPointer);
+  if (const moxStatus status = checkBandLayout(layout, inRange(msMaskPresent, 1, 2)); status != moxStatusOk)
+    return status;
+
+  forEachBand(layout, [&](const GroupBand& band) {
+    if (!allBands && pMsUsed[band.group * kMsUsedRow + band.band] == 0) return;
+    uint8_t& codeBook = pSfbCb[band.index];
+    if (isIntensity(codeBook)) {
+      if (!allBands) codeBook ^= 1;
+    } else if (codeBook != kNoiseBook) {
+      midSideBand(pSrcDstL + band.first, pSrcDstR + band.first, band.lines());
+    }
+  });
+  return moxStatusOk;
+}
+
+moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pDstR, const int16_t* pScaleFactor,
+                                     const uint8_t* pSfbCb, int32_t numWindowGroups,
+                                     const int32_t* pWindowGroupLen, int32_t maxSfb,
+                                     int32_t samplingRateIndex, int32_t windowLen) {
+  const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
+  MOX_REQUIRE(notNull(pSrcL, pDstR, pScaleFactor, pSfbCb, pWindowGroupLen), moxStatusNullPointer);
+  if (const moxStatus status = checkBandLayout(layout); status != moxStatusOk) return status;
+
+  forEachBand(layout, [&](const GroupBand& band) {
+    const uint8_t codeBook = pSfbCb[band.index];
+    if (isIntensity(codeBook))
+      intensityBand(pSrcL + band.first, pDstR + band.first, band.lines(), pScaleFactor[band.index],
+                    codeBook == kIntensityBookInverted);
+  });
+  return moxStatusOk;
+}

@@ -1,0 +1,361 @@
+// Inverse quantisation, stereo, noise substitution and reordering against their formulas in wider arithmetic.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+#include "aac/band_tables.h"
+#include "aac/noise_kernels.h"
+#include "aac/quant_inv_kernels.h"
+#include "aac/stereo_kernels.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace {
+
+using namespace moxac;
+using moxtest::Block;
+
+constexpr int32_t kRate = 4;  // 44.1 kHz: 49 long bands, 14 short ones
+constexpr int32_t kOneGroup[1] = {1};
+constexpr int32_t kGroups[3] = {1, 5, 2};
+
+// The arguments that the band-wise operations share; a refusal changes one of them.
+struct Frame {
+  int32_t groups = 3;
+  const int32_t* groupLen = kGroups;
+  int32_t maxSfb = 14, rate = kRate, windowLen = 128;
+  std::vector<uint8_t> cb = std::vector<uint8_t>(8 * 51, 5);
+  std::vector<int16_t> sf = std::vector<int16_t>(8 * 51, 100);
+  std::vector<uint8_t> ms = std::vector<uint8_t>(8 * 60, 1);
+  std::vector<int32_t> ltp = std::vector<int32_t>(64, 1);
+  int32_t msMask = 1;
+  uint32_t state = 1;
+
+  static Frame longWindow() {
+    Frame f;
+    f.groups = 1, f.groupLen = kOneGroup, f.maxSfb = 49, f.windowLen = 1024;
+    return f;
+  }
+  moxStatus quantInv(int32_t* x) const {
+    return moxsQuantInv_AAC_32s_I(x, sf.data(), groups, groupLen, maxSfb, cb.data(), rate, windowLen);
+  }
+  moxStatus midSide(int32_t* l, int32_t* r) {
+    return moxsDecodeMsStereo_AAC_32s_I(l, r, msMask, ms.data(), cb.data(), groups, groupLen, maxSfb, rate,
+                                        windowLen);
+  }
+  moxStatus intensity(const int32_t* l, int32_t* r) const {
+    return moxsDecodeIsStereo_AAC_32s(l, r, sf.data(), cb.data(), groups, groupLen, maxSfb, rate, windowLen);
+  }
+  moxStatus noise(int32_t* x) {
+    return moxsDecodePNS_AAC_32s(x, ltp.data(), cb.data(), sf.data(), maxSfb, groups, groupLen, rate,
+                                 windowLen, &state);
+  }
+  moxStatus pairNoise(int32_t* l, int32_t* r) {
+    return moxsDecodeMsPNS_AAC_32s(l, r, ltp.data(), ltp.data(), cb.data(), cb.data(), sf.data(), sf.data(),
+                                   msMask, ms.data(), maxSfb, groups, groupLen, rate, windowLen, &state);
+  }
+};
+
+TEST(QuantInv, IsThePowerLawForEveryMagnitudeAndScaleFactor) {
+  std::vector<long double> power(8192);
+  for (int m = 0; m < 8192; ++m) power[m] = std::pow(static_cast<long double>(m), 4.0L / 3);
+  Frame f = Frame::longWindow();
+  const int16_t* offset = kSwbOffsetLong[kRate];
+  long double worst = 0;
+  for (int32_t sf = -20; sf <= 300; ++sf) {
+    std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(sf));
+    const long double gain = std::exp2((sf - 100) / 4.0L + kSpectrumFracBits);
+    // Ranges of magnitudes that make every class the band's: below 4, below 16, above; signs alternate.
+    for (int32_t first : {0, 3, 15}) {
+      for (int32_t m = first == 0   ? 0
+                       : first == 3 ? 4
+                                    : 16;
+           m <= (first == 0   ? 3
+                 : first == 3 ? 15
+                              : 8191);) {
+        Block<int32_t> x(1024, sf & 12);
+        std::vector<int32_t> in(1024);
+        for (int b = 0; b < 49; ++b)
+          for (int i = offset[b]; i < offset[b + 1]; ++i) {
+            const int32_t v = std::min(m++, first == 0 ? 3 : first == 3 ? 15 : 8191);
+            in[i] = x[i] = i % 2 ? -v : v;
+          }
+        ASSERT_EQ(f.quantInv(x), moxStatusOk);
+        for (int i = 0; i < 1024; ++i) {
+          ASSERT_EQ(x[i], requantizeLine(in[i], requantizeGain(sf)));
+          const long double exact = power[std::abs(in[i])] * gain;
+          if (exact >= 0x7FFFFFFF) {
+            ASSERT_EQ(x[i], in[i] < 0 ? -0x7FFFFFFF : 0x7FFFFFFF);
+            continue;
+          }
+          const long double error = std::abs(std::abs(x[i]) - exact);
+          ASSERT_TRUE(x[i] == 0 || (x[i] < 0) == (in[i] < 0));
+          worst = std::max(worst, error);
+        }
+      }
+    }
+  }
+  EXPECT_LT(worst, 0.500001L) << "units of the last place";
+}
+
+TEST(QuantInv, ExtremesAndRefusals) {
+  for (int32_t sf : {-32768, -600, 1000, 32767})
+    for (int32_t m : {1, 9, 8191}) {
+      Frame f = Frame::longWindow();
+      std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(sf));
+      Block<int32_t> x(1024);
+      x.fill(-m);
+      EXPECT_EQ(f.quantInv(x), moxStatusOk);
+      EXPECT_EQ(x[1023], sf < 0 ? 0 : -0x7FFFFFFF);
+    }
+
+  // A too large magnitude stops at its band; other code books pass untouched.
+  for (int32_t bad : {8192, -8192, INT32_MIN}) {
+    Frame f;
+    f.cb[1] = 0, f.cb[2] = 13, f.cb[3] = 14, f.cb[4] = 15, f.cb[5] = 12;
+    Block<int32_t> x(1024);
+    x.fill(8);                                // 8^(4/3) = 16
+    x[20] = bad;                              // group 0, band 5: lines 20..23
+    for (int i = 4; i < 20; ++i) x[i] = bad;  // bands 1..4 are never looked at
+    EXPECT_EQ(f.quantInv(x), moxStatusAacEscapeError);
+    EXPECT_EQ(x[3], 256);
+    EXPECT_EQ(x[4], bad);
+    EXPECT_EQ(x[20], bad);
+    EXPECT_EQ(x[21], 8) << "checked before the band is touched";
+  }
+}
+
+TEST(MidSide, WrapsTogglesIntensityAndSparesNoise) {
+  for (int32_t mask : {1, 2}) {
+    Frame f;
+    f.msMask = mask;
+    f.cb[1] = 13, f.cb[2] = 14, f.cb[3] = 15;
+    f.ms[4] = 0;
+    f.ms[60 + 3] = 0;  // second group, band 3
+    Block<int32_t> l(1024, 4), r(1024, 8), wantL(l), wantR(r);
+    l[0] = wantL[0] = 0x7FFFFFFF, r[0] = wantR[0] = 1;
+    ASSERT_EQ(f.midSide(l, r), moxStatusOk);
+    const int16_t* offset = kSwbOffsetShort[kRate];
+    for (int g = 0, base = 0; g < 3; base += 128 * kGroups[g++])
+      for (int b = 0; b < 14; ++b) {
+        const bool used = mask == 2 || !((g == 0 && b == 4) || (g == 1 && b == 3));
+        if (!used || (g == 0 && b >= 1 && b <= 3)) continue;
+        for (int i = base + offset[b] * kGroups[g]; i < base + offset[b + 1] * kGroups[g]; ++i) {
+          const auto a = static_cast<uint32_t>(wantL[i]), c = static_cast<uint32_t>(wantR[i]);
+          wantL[i] = static_cast<int32_t>(a + c);
+          wantR[i] = static_cast<int32_t>(a - c);
+        }
+      }
+    EXPECT_SAME_BITS(l, wantL);
+    EXPECT_SAME_BITS(r, wantR);
+    EXPECT_EQ(l[0], INT32_MIN);
+    EXPECT_EQ(f.cb[2], mask == 1 ? 15 : 14);
+    EXPECT_EQ(f.cb[3], mask == 1 ? 14 : 15);
+    EXPECT_EQ(moxsDecodeMsStereo_AAC_32s_I(l, r, mask, nullptr, f.cb.data(), 3, kGroups, 14, kRate, 128),
+              mask == 1 ? moxStatusNullPointer : moxStatusOk);
+  }
+}
+
+TEST(Intensity, FollowsTheDefinitionAtEveryPosition) {
+  Block<int32_t> l(1024);
+  l[0] = INT32_MIN, l[1] = 0x7FFFFFFF, l[2] = -1, l[3] = 1, l[4] = 0;
+  for (int i = 5; i < 1024; ++i) l[i] >>= i % 32;
+  for (int32_t pos = -32768; pos <= 32767; pos += (std::abs(pos) < 300 ? 1 : 997))
+    for (const uint8_t book : std::initializer_list<uint8_t>{14, 15, 11}) {
+      Frame f = Frame::longWindow();
+      std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(pos));
+      std::fill(f.cb.begin(), f.cb.end(), book);
+      Block<int32_t> r(1024), before(r);
+      ASSERT_EQ(f.intensity(l, r), moxStatusOk);
+      for (int i = 0; i < 1024; ++i) {
+        if (book == 11) {
+          ASSERT_EQ(r[i], before[i]);
+          continue;
+        }
+        const long double exact = (book == 14 ? -1.0L : 1.0L) * l[i] * std::exp2(-pos / 4.0L);
+        const long double bound = std::clamp(exact, -2147483647.0L, 2147483647.0L);
+        ASSERT_LE(std::abs(r[i] - bound), 1 + 1e-9L * std::abs(bound)) << pos << " " << l[i];
+        ASSERT_EQ(r[i], intensityLine(l[i], pos, book == 14));
+      }
+    }
+}
+
+TEST(Noise, HasTheBandsEnergyAtEveryWidthAndScale) {
+  uint32_t state = 12345;
+  double worst = 0;
+  for (int32_t width = 4; width <= 96; width += 4)
+    for (int32_t energy = 0; energy <= 100; ++energy)
+      for (int round = 0; round < 40; ++round) {
+        const double wanted = std::exp2(energy / 2.0 + 2 * kSpectrumFracBits);
+        if (wanted < 128.0 * 128 * width) continue;  // truncation shows in lines below 128 units
+        state = state * 69069u + 1;
+        Block<int32_t> x(width);
+        uint32_t s = state;
+        noiseBand(x, width, energy, s);
+        double sum = 0;
+        for (int32_t v : x) sum += static_cast<double>(v) * v;
+        worst = std::max(worst, std::abs(10 * std::log10(sum / wanted)));
+        for (int i = 0; i < width; ++i) state = nextNoiseState(state);
+        ASSERT_EQ(s, state) << "one step per line";
+      }
+  EXPECT_LT(worst, 0.1) << "dB";
+}
+
+TEST(Noise, IsFlatNormalisedNoise) {
+  // Means and neighbour correlations of many bands of one width vanish.
+  uint32_t state = 7;
+  double sum = 0, squares = 0, neighbours = 0;
+  for (int round = 0; round < 4000; ++round) {
+    int32_t x[32];
+    noiseBand(x, 32, 60, state);
+    for (int i = 0; i < 32; ++i) sum += x[i], squares += static_cast<double>(x[i]) * x[i];
+    for (int i = 1; i < 32; ++i) neighbours += static_cast<double>(x[i]) * x[i - 1];
+  }
+  EXPECT_LT(std::abs(sum) / std::sqrt(squares * 128000), 0.02);
+  EXPECT_LT(std::abs(neighbours) / squares, 0.02);
+}
+
+TEST(Noise, ExtremeEnergiesAreDefined) {
+  for (int32_t energy : {-32768, -100, 120, 255, 32767}) {
+    uint32_t state = 99;
+    int32_t x[16];
+    noiseBand(x, 16, energy, state);
+    for (int32_t v : x) {
+      EXPECT_NE(v, INT32_MIN);
+      EXPECT_TRUE(energy > 0 || v == 0 || v == -1);
+      EXPECT_TRUE(energy < 200 || std::abs(v) == 0x7FFFFFFF);
+    }
+  }
+  // State 0 forever would be silence; a band of zeros stays zero.
+  EXPECT_EQ(noiseGain(32767), INT64_MAX);
+}
+
+TEST(Noise, WalksWindowsAndBandsAndClearsPredictionFlags) {
+  Frame f;
+  f.state = 5;
+  std::fill(f.cb.begin(), f.cb.end(), 3);
+  f.cb[2] = f.cb[14 + 1] = f.cb[14 + 6] = 13;
+  f.sf[2] = 50, f.sf[14 + 1] = 60, f.sf[14 + 6] = 70;
+  Block<int32_t> x(1024), want(x);
+  ASSERT_EQ(f.noise(x), moxStatusOk);
+  const int16_t* offset = kSwbOffsetShort[kRate];
+  const auto width = [&](int b) { return offset[b + 1] - offset[b]; };
+  uint32_t state = 5;
+  noiseBand(want.data() + offset[2], width(2), 50, state);
+  for (int w = 0; w < 5; ++w) {
+    noiseBand(want.data() + 128 + offset[1] * 5 + w * width(1), width(1), 60, state);
+    noiseBand(want.data() + 128 + offset[6] * 5 + w * width(6), width(6), 70, state);
+  }
+  EXPECT_SAME_BITS(x, want);
+  EXPECT_EQ(f.state, state);
+  EXPECT_EQ(std::count(f.ltp.begin(), f.ltp.end(), 0), 0) << "short windows leave the flags";
+
+  Frame g = Frame::longWindow();
+  g.cb[7] = g.cb[48] = 13;
+  ASSERT_EQ(g.noise(x), moxStatusOk);
+  EXPECT_EQ(std::count(g.ltp.begin(), g.ltp.end(), 0), 2);
+  EXPECT_EQ(g.ltp[8] | g.ltp[49], 0);
+}
+
+TEST(Noise, OfAPairIsSharedWhereMidSideSaysSo) {
+  for (int32_t mask : {0, 1, 2}) {
+    Frame f = Frame::longWindow();
+    f.msMask = mask;
+    std::fill(f.cb.begin(), f.cb.end(), 13);
+    std::fill(f.sf.begin(), f.sf.end(), 64);
+    f.ms[3] = 0;
+    Block<int32_t> l(1024), r(1024);
+    ASSERT_EQ(f.pairNoise(l, r), moxStatusOk);
+    const int16_t* offset = kSwbOffsetLong[kRate];
+    for (int b = 0; b < 49; ++b)
+      EXPECT_EQ(std::equal(l.data() + offset[b], l.data() + offset[b + 1], r.data() + offset[b]),
+                mask == 2 || (mask == 1 && b != 3))
+          << mask << " " << b;
+  }
+}
+
+TEST(Deinterleave, PutsEveryWindowInLineOrder) {
+  Block<int32_t> src(1024), dst(1024, 4), want(1024);
+  for (int rate = 0; rate < 12; ++rate) {
+    const int16_t* offset = kSwbOffsetShort[rate];
+    const int32_t* in = src;
+    for (int g = 0, window = 0; g < 3; window += kGroups[g++])
+      for (int b = 0; b < kNumSwbShort[rate]; ++b)
+        for (int w = window; w < window + kGroups[g]; ++w)
+          for (int i = offset[b]; i < offset[b + 1]; ++i) want[w * 128 + i] = *in++;
+    ASSERT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, kGroups, rate, 128), moxStatusOk);
+    EXPECT_SAME_BITS(dst, want);
+    ASSERT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 1, kOneGroup, rate, 1024), moxStatusOk);
+    EXPECT_SAME_BITS(dst, src);
+  }
+  const int32_t bad[3] = {1, 5, 3}, zero[3] = {0, 6, 2};
+  EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, nullptr, 3, bad, 12, 12), moxStatusNullPointer);
+  EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, bad, 12, 12), moxStatusAacWinLenError);
+  for (const int32_t* lens : {bad, zero})
+    EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, lens, 12, 128), moxStatusAacWinGrpError);
+  EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 1, kGroups + 2, 12, 1024), moxStatusAacWinGrpError);
+  EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, kGroups, 12, 128), moxStatusAacSampleRateError);
+}
+
+// From the last check to the first, each fault is added to those behind it and wins.
+TEST(SpectralTools, RefuseInTheDocumentedOrderAndTouchNothing) {
+  for (int op = 0; op < 5; ++op) {
+    Frame f;
+    std::fill(f.cb.begin(), f.cb.end(), 13);
+    Block<int32_t> l(1024), r(1024), wasL(l), wasR(r);
+    const auto call = [&](int32_t* x) {
+      switch (op) {
+        case 0:
+          return f.quantInv(x);
+        case 1:
+          return f.midSide(l, x);
+        case 2:
+          return f.intensity(l, x);
+        case 3:
+          return f.noise(x);
+        default:
+          return f.pairNoise(l, x);
+      }
+    };
+    f.maxSfb = 15;
+    EXPECT_EQ(call(r), moxStatusAacMaxSfbError);
+    if (op == 1 || op == 4) {
+      for (int32_t mask : {3, -1}) {
+        f.msMask = mask;
+        EXPECT_EQ(call(r), moxStatusAacMsMaskError);
+      }
+    }
+    for (int32_t rate : {-1, 12}) {
+      f.rate = rate;
+      EXPECT_EQ(call(r), moxStatusAacSampleRateError);
+    }
+    for (int32_t maxSfb : {-1, 52}) {
+      f.maxSfb = maxSfb;
+      EXPECT_EQ(call(r), moxStatusAacMaxSfbError);
+    }
+    for (int32_t groups : {0, -1, 9}) {
+      f.groups = groups;
+      EXPECT_EQ(call(r), moxStatusAacWinGrpError);
+    }
+    f.windowLen = 1024;
+    for (int32_t groups : {0, 2}) {
+      f.groups = groups;
+      EXPECT_EQ(call(r), moxStatusAacWinGrpError);
+    }
+    f.windowLen = 256;
+    EXPECT_EQ(call(r), moxStatusAacWinLenError);
+    EXPECT_EQ(call(nullptr), moxStatusNullPointer);
+    EXPECT_SAME_BITS(l, wasL);
+    EXPECT_SAME_BITS(r, wasR);
+
+    f = Frame();
+    f.maxSfb = 0;
+    EXPECT_EQ(call(r), moxStatusOk);
+    EXPECT_SAME_BITS(r, wasR);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+// Temporal noise shaping against the recursion written out for vectors, and against its own inverse.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+#include "aac/band_tables.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace {
+
+using namespace moxac;
+using moxtest::Block;
+
+struct Tns {
+  int32_t numFilt[8] = {}, length[8] = {}, order[8] = {}, coefRes[8] = {3, 3, 3, 3, 3, 3, 3, 3},
+          direction[8] = {};
+  int8_t coef[96] = {};
+  int32_t maxSfb = 49, mode = 1, rate = 4, windowLen = 1024;
+
+  moxStatus decode(int32_t* x) const {
+    return moxsDecodeTNS_AAC_32s_I(x, numFilt, length, order, coefRes, coef, direction, maxSfb, mode, rate,
+                                   windowLen);
+  }
+  moxStatus encode(int32_t* x) const {
+    return moxsEncodeTNS_AAC_32s_I(x, numFilt, length, order, coefRes, coef, direction, maxSfb, mode, rate,
+                                   windowLen);
+  }
+};
+
+// The two filters on a copy of the lines, without a history: the past is looked up.
+void filterReference(std::vector<int32_t>& x, const int8_t* coef, int32_t order, int32_t res,
+                     bool synthesis) {
+  std::vector<int64_t> a;  // a[i - 1] in Q31
+  for (int32_t m = 1; m <= order; ++m) {
+    const int32_t c = coef[m - 1];
+    const double steps = (std::exp2(res - 1) + (c < 0 ? 0.5 : -0.5)) / (std::numbers::pi / 2);
+    const int64_t k = std::llround(std::sin(c / steps) * 2147483648.0);
+    std::vector<int64_t> next = a;
+    for (int32_t i = 1; i < m; ++i) next[i - 1] += (((a[m - i - 1] + 512) >> 10) * k) >> 21;
+    next.push_back(k);
+    a = next;
+  }
+  int64_t largest = 0;
+  for (int64_t v : a) largest = std::max(largest, v < 0 ? -v : v);
+  int shift = 31;
+  while (largest > 67108864) largest /= 2, --shift;
+  for (int64_t& v : a) v >>= 31 - shift;
+
+  const std::vector<int32_t> in = x;
+  for (int64_t n = 0; n < static_cast<int64_t>(x.size()); ++n) {
+    __int128 acc = static_cast<__int128>(in[n]) << shift;
+    for (int32_t i = 1; i <= order && i <= n; ++i)
+      synthesis ? acc -= static_cast<__int128>(a[i - 1]) * x[n - i]
+                : acc += static_cast<__int128>(a[i - 1]) * in[n - i];
+    x[n] = static_cast<int32_t>(static_cast<uint32_t>(acc >> shift));
+  }
+}
+
+void filterRange(Block<int32_t>& x, int64_t start, int64_t end, int32_t direction, const int8_t* coef,
+                 int32_t order, int32_t res, bool synthesis) {
+  std::vector<int32_t> lines(x.begin() + start, x.begin() + std::max(start, end));
+  if (direction == 1) std::reverse(lines.begin(), lines.end());
+  filterReference(lines, coef, order, res, synthesis);
+  if (direction == 1) std::reverse(lines.begin(), lines.end());
+  std::copy(lines.begin(), lines.end(), x.begin() + start);
+}
+
+int32_t draw(int32_t n) { return static_cast<int32_t>(moxtest::noise()() % static_cast<uint32_t>(n)); }
+
+TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
+  for (int round = 0; round < 3000; ++round) {
+    Tns t;
+    const bool isShort = round % 2 == 1;
+    t.windowLen = isShort ? 128 : 1024;
+    t.rate = draw(12);
+    const SwbTable swb = swbTable(t.rate, t.windowLen);
+    t.maxSfb = draw(8) == 0 ? draw(swb.numSwb + 1) : swb.numSwb;
+    for (int8_t& c : t.coef) c = static_cast<int8_t>(draw(16) - 8);
+    if (round % 8 == 6) std::fill_n(t.coef, 96, int8_t{0});  // M <= 2^26: the shift stays 31
+
+    Block<int32_t> x(1024, 4 * draw(4)), y(x);
+    const int headroom = draw(3) == 0 ? 0 : 8;  // without headroom the outputs wrap
+    for (int i = 0; i < 1024; ++i) x[i] = y[i] = x[i] >> headroom;
+    Block<int32_t> wantX(x), wantY(y);
+    const int32_t limit =
+        std::min<int32_t>(t.maxSfb, isShort ? kTnsMaxBandsShort[t.rate] : kTnsMaxBandsLong[t.rate]);
+    int filters = 0, directions = 0;
+    const int8_t* coef = t.coef;
+    for (int w = 0; w < (isShort ? 8 : 1); ++w) {
+      t.numFilt[w] = draw(isShort ? 2 : 4);
+      t.coefRes[w] = 3 + draw(2);
+      int32_t top = swb.numSwb;
+      for (int i = 0; i < t.numFilt[w]; ++i, ++filters) {
+        t.length[filters] = draw(top + 1);
+        t.order[filters] = draw(isShort ? 8 : 13);
+        const int32_t bottom = top - t.length[filters];
+        if (const int32_t order = t.order[filters]; order > 0) {
+          t.direction[directions] = draw(2);
+          const int64_t start = 128 * w + swb.offset[std::min(limit, bottom)];
+          const int64_t end = 128 * w + swb.offset[std::min(limit, top)];
+          filterRange(wantX, start, end, t.direction[directions], coef, order, t.coefRes[w], true);
+          filterRange(wantY, start, end, t.direction[directions], coef, order, t.coefRes[w], false);
+          coef += order;
+          ++directions;
+        }
+        top = bottom;
+      }
+    }
+    ASSERT_EQ(t.decode(x), moxStatusOk);
+    ASSERT_EQ(t.encode(y), moxStatusOk);
+    ASSERT_TRUE(moxtest::sameBits(x, wantX)) << "decode, round " << round;
+    ASSERT_TRUE(moxtest::sameBits(y, wantY)) << "encode, round " << round;
+  }
+}
+
+TEST(Tns, EncodingUndoesDecoding) {
+  for (int round = 0; round < 200; ++round) {
+    Tns t;
+    t.numFilt[0] = 1, t.length[0] = 40, t.order[0] = 1 + draw(12), t.coefRes[0] = 4;
+    t.direction[0] = draw(2);
+    for (int8_t& c : t.coef) c = static_cast<int8_t>(draw(9) - 4);
+    Block<int32_t> x(1024);
+    for (int32_t& v : x) v >>= 12;
+    const Block<int32_t> before(x);
+    ASSERT_EQ(t.decode(x), moxStatusOk);
+    ASSERT_EQ(t.encode(x), moxStatusOk);
+    // Decoding floors its output once; encoding floors the same sum again.
+    for (int i = 0; i < 1024; ++i) ASSERT_LE(std::abs(x[i] - before[i]), 1);
+  }
+}
+
+TEST(Tns, RefusesInTheDocumentedOrder) {
+  Tns t;
+  Block<int32_t> x(1024), before(x);
+  t.numFilt[0] = 1, t.length[0] = 10, t.order[0] = 2, t.direction[0] = 2, t.coef[0] = 3;
+  EXPECT_EQ(t.decode(x), moxStatusAacTnsDirectionError);
+  for (int8_t coef : std::initializer_list<int8_t>{-9, 8}) {
+    t.coef[1] = coef;
+    EXPECT_EQ(t.decode(x), moxStatusAacTnsCoefError);
+  }
+  for (int32_t res : {2, 5}) {
+    t.coefRes[0] = res;
+    EXPECT_EQ(t.decode(x), moxStatusAacTnsCoefResError);
+  }
+  for (int32_t order : {-1, 13}) {
+    t.order[0] = order;
+    EXPECT_EQ(t.decode(x), moxStatusAacTnsOrderError);
+  }
+  for (int32_t length : {-1, 50}) {
+    t.length[0] = length;
+    EXPECT_EQ(t.decode(x), moxStatusAacTnsLengthError);
+  }
+  for (int32_t n : {-1, 4}) {
+    t.numFilt[0] = n;
+    EXPECT_EQ(t.decode(x), moxStatusAacTnsNumFiltError);
+  }
+  for (int32_t maxSfb : {-1, 50, 52}) {
+    t.maxSfb = maxSfb;
+    EXPECT_EQ(t.decode(x), moxStatusAacMaxSfbError);
+  }
+  for (int32_t rate : {-1, 12}) {
+    t.rate = rate;
+    EXPECT_EQ(t.decode(x), moxStatusAacSampleRateError);
+  }
+  t.mode = 0;
+  EXPECT_EQ(t.decode(x), moxStatusAacSampleRateError) << "the decoder ignores the mode";
+  EXPECT_EQ(t.encode(x), moxStatusAacTnsModeError);
+  t.windowLen = 512;
+  EXPECT_EQ(t.encode(x), moxStatusAacWinLenError);
+  EXPECT_EQ(t.encode(nullptr), moxStatusNullPointer);
+  EXPECT_SAME_BITS(x, before);
+
+  // Filters ahead of a bad one stay applied; order 0 needs neither resolution nor direction.
+  t = Tns();
+  t.numFilt[0] = 3, t.coefRes[0] = 9;
+  t.length[0] = t.length[1] = 0;
+  t.length[2] = 50;
+  EXPECT_EQ(t.decode(x), moxStatusAacTnsLengthError);
+  t.length[0] = 20, t.order[0] = 1, t.coefRes[0] = 4, t.coef[0] = 7;
+  EXPECT_EQ(t.decode(x), moxStatusAacTnsLengthError);
+  EXPECT_FALSE(moxtest::sameBits(x, before));
+  // Eight short windows: one filter each, of order 7 at the most.
+  t = Tns();
+  t.windowLen = 128, t.maxSfb = 14, t.numFilt[7] = 1, t.order[0] = 8;
+  EXPECT_EQ(t.encode(x), moxStatusAacTnsOrderError);
+  t.numFilt[7] = 2;
+  EXPECT_EQ(t.encode(x), moxStatusAacTnsNumFiltError);
+}
+
+}  // namespace
