@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+
+#include "apps/streams.h"
+#include "mox/atomic_file.h"
+#include "mox/failure.h"
+#include "mox/wav_writer.h"
+
+namespace {
+
+using mox::AtomicFile;
+using moxtest::readFile;
+using moxtest::ScratchDirectory;
+using moxtest::writeFile;
+
+TEST(AtomicFile, AppearsOnCommitAndOtherwiseLeavesNothing) {
+  const ScratchDirectory scratch;
+  const std::string path = scratch / "out";
+  {
+    const AtomicFile file(path);
+    ASSERT_EQ(write(file.descriptor(), "abc", 3), 3);
+    EXPECT_FALSE(std::filesystem::exists(path));
+  }
+  EXPECT_EQ(scratch.entries(), 0u);
+
+  writeFile(path, {'o', 'l', 'd'});
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+  const std::string link = scratch / "link";
+  std::filesystem::create_symlink("out", link);
+  AtomicFile file(link);  // replaces what the link means, and keeps its mode
+  ASSERT_EQ(write(file.descriptor(), "abcd", 4), 4);
+  EXPECT_EQ(readFile(path).size(), 3u);
+  file.commit();
+  EXPECT_EQ(readFile(path).size(), 4u);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms::owner_all);
+  EXPECT_EQ(scratch.entries(), 2u);
+}
+
+TEST(AtomicFile, DevicesAreWrittenToAndNeverReplaced) {
+  AtomicFile file("/dev/null");
+  ASSERT_EQ(write(file.descriptor(), "abc", 3), 3);
+  file.commit();
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_THROW(AtomicFile("/no/such/directory/out"), mox::Failure);
+  EXPECT_THROW(AtomicFile("/tmp"), mox::Failure);
+}
+
+TEST(AtomicFile, AnInterruptionLeavesNothing) {
+  const ScratchDirectory scratch;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      const AtomicFile file(scratch / "out");
+      if (scratch.entries() == 1) std::raise(signal);
+      _exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal);
+    EXPECT_EQ(scratch.entries(), 0u);
+  }
+}
+
+TEST(WavWriter, WritesWhatLibsndfileReadsAndNothingThatVaries) {
+  const ScratchDirectory scratch;
+  const std::vector<int16_t> samples = {1, -2, 3, -4, 5, -6, 32767, -32768, 9, 10, 11, 12};
+  const auto store = [&](const std::string& path, uint32_t mask) {
+    AtomicFile file(path);
+    mox::WavWriter wav(file.descriptor(), {48000, 6, mask}, false, 2);
+    wav.write({samples, {}});
+    wav.close();
+    file.commit();
+  };
+  store(scratch / "a.wav", 0x3F);
+  const moxtest::Wav wav = moxtest::readWav(scratch / "a.wav");
+  EXPECT_EQ(wav.info.samplerate, 48000);
+  EXPECT_EQ(wav.samples, samples);
+  EXPECT_EQ(wav.speakers,
+            (std::vector<int>{SF_CHANNEL_MAP_LEFT, SF_CHANNEL_MAP_RIGHT, SF_CHANNEL_MAP_CENTER,
+                              SF_CHANNEL_MAP_LFE, SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT}));
+  // The mask as it stands in the file: 20 bytes into the format chunk's data.
+  EXPECT_EQ(readFile(scratch / "a.wav")[40], 0x3F);
+
+  const auto storeFloat = [&](const std::string& path, int64_t expected) {
+    AtomicFile file(path);
+    mox::WavWriter wav32(file.descriptor(), {44100, 1, 0}, true, expected);
+    wav32.write({{}, std::vector<float>{0.5f, 1.5f}});
+    wav32.close();
+    file.commit();
+  };
+  storeFloat(scratch / "b.wav", 2);
+  const std::vector<uint8_t> first = readFile(scratch / "b.wav");
+  EXPECT_EQ(moxtest::readWav(scratch / "b.wav").info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+  sleep(1);  // a time stamp would show
+  storeFloat(scratch / "b.wav", 2);
+  EXPECT_EQ(readFile(scratch / "b.wav"), first);
+  storeFloat(scratch / "c.wav", int64_t{1} << 31);  // more than 4 GiB to come
+  EXPECT_EQ(moxtest::readWav(scratch / "c.wav").info.format & SF_FORMAT_TYPEMASK, SF_FORMAT_RF64);
+}
+
+}  // namespace
