@@ -14,6 +14,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/moxacConfigVersion.cmake 
 install(FILES ${PROJECT_BINARY_DIR}/moxacConfig.cmake ${PROJECT_BINARY_DIR}/moxacConfigVersion.cmake
   DESTINATION ${package_dir})
 
+# Relocatable: the prefix is told from where the .pc file lies.
+file(RELATIVE_PATH MOXAC_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/moxac.pc.in ${PROJECT_BINARY_DIR}/moxac.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/moxac.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

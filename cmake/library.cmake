@@ -25,7 +25,7 @@ if(NOT MOXAC_SANITIZE)
   target_link_options(moxac PRIVATE -Wl,--no-undefined)
 endif()
 set_target_properties(moxac PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-  LINK_DEPENDS ${MOXAC_VERSION_SCRIPT})
+  LINK_DEPENDS ${MOXAC_VERSION_SCRIPT} INSTALL_RPATH "$ORIGIN")  # libmoxcore lies beside it
 target_include_directories(moxac INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 add_library(moxac::moxac ALIAS moxac)

@@ -17,7 +17,8 @@ constexpr size_t roundUp64(size_t bytes) { return roundUp<size_t>(bytes, 64); }
 // The first address at or behind `pointer` that is a multiple of `grid` (a power of two).
 template <class T = void>
 T* alignUp(const void* pointer, uintptr_t grid) {
-  return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(pointer) + grid - 1) & ~(grid - 1));
+  const uintptr_t past = (uintptr_t{0} - reinterpret_cast<uintptr_t>(pointer)) & (grid - 1);
+  return reinterpret_cast<T*>(const_cast<char*>(static_cast<const char*>(pointer)) + past);
 }
 
 }  // namespace moxac

@@ -18,12 +18,12 @@
 #ifndef MOXAC_H
 #define MOXAC_H
 
-#include "moxac/types.h"
-#include "moxac/vlc.h"
-#include "moxac/mp3.h"
 #include "moxac/aac.h"
-#include "moxac/transform.h"
+#include "moxac/mp3.h"
 #include "moxac/sbr.h"
+#include "moxac/transform.h"
+#include "moxac/types.h"
 #include "moxac/util.h"
+#include "moxac/vlc.h"
 
 #endif

@@ -143,10 +143,10 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * pFrameHeader      id, layer and samplingFreq are looked at
  * hufSize           bits of Huffman data: part23Len less those of the scale factors
  * pSfbTableLong     6 rows of 23 long-band starts, the last 576; row id*3 + samplingFreq: MPEG-2 at 22.05,
- *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. moxsHuffmanDecode_MP3_1u32s has the standards' own.
- * pSfbTableShort    6 rows of 14 short-band starts in lines of one window
- * pMbpTable         6 rows of 2: long bands in the long part of a mixed block; short band-windows by which
- *                   region 0 reaches into its short part
+ *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. moxsHuffmanDecode_MP3_1u32s has the standards'
+ * own. pSfbTableShort    6 rows of 14 short-band starts in lines of one window pMbpTable         6 rows of 2:
+ * long bands in the long part of a mixed block; short band-windows by which region 0 reaches into its short
+ * part
  *
  * Regions. With winSwitch 0: region 1 starts at the long band reg0Cnt + 1, region 2 at reg0Cnt + reg1Cnt + 2.
  * With winSwitch 1 there are two, with tableSelect[0] and [1]; region 1 starts
@@ -200,13 +200,10 @@ MOXAC_API moxStatus moxsHuffmanDecodeSfb_MP3_1u32s(const uint8_t** ppBitStream, 
                                                    const MoxMp3SideInfo* pSideInfo,
                                                    const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
                                                    const int16_t* pSfbTableLong);
-MOXAC_API moxStatus moxsHuffmanDecodeSfbMbp_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset,
-                                                      int32_t* pDstIs, int32_t* pDstNonZeroBound,
-                                                      const MoxMp3SideInfo* pSideInfo,
-                                                      const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
-                                                      const int16_t* pSfbTableLong,
-                                                      const int16_t* pSfbTableShort,
-                                                      const int16_t* pMbpTable);
+MOXAC_API moxStatus moxsHuffmanDecodeSfbMbp_MP3_1u32s(
+    const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pDstIs, int32_t* pDstNonZeroBound,
+    const MoxMp3SideInfo* pSideInfo, const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
+    const int16_t* pSfbTableLong, const int16_t* pSfbTableShort, const int16_t* pMbpTable);
 
 MOXAC_EXTERN_C_END
 

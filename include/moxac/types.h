@@ -76,8 +76,8 @@ enum {
   moxStatusAacPrgNumError = -167,       /* number of program configuration elements */
   moxStatusAacUnsupported = -9999,      /* main header parsed with layerFlag 1 */
 
-  moxStatusMp3SideInfoErr = -170,    /* MP3 side information out of range */
-  moxStatusMp3FrameHeaderErr = -171  /* MP3 frame header out of range */
+  moxStatusMp3SideInfoErr = -170,   /* MP3 side information out of range */
+  moxStatusMp3FrameHeaderErr = -171 /* MP3 frame header out of range */
 };
 
 /* Complex samples: real part first. */

@@ -71,8 +71,8 @@ MOXAC_API moxStatus moxsJoin_32f16s_D2L(const float* const* ppSrc, int32_t numCh
  *   pDst[i] = pSrcMant[i] * 2^(-15 - pSrcExp[i])
  *
  * The power of two is formed from float bits: 0x38000000 (2^-15) less pSrcExp[i] << 23, in 32 bits, sign bit
- * cleared. Up to exponent 111 that is the formula; at 112 the factor is 0, and from 113 on the bits wrap around and
- * give powers that the formula does not (113 gives 2^128, an infinity; 114 gives 2^127, ...).
+ * cleared. Up to exponent 111 that is the formula; at 112 the factor is 0, and from 113 on the bits wrap
+ * around and give powers that the formula does not (113 gives 2^128, an infinity; 114 gives 2^127, ...).
  *
  * len  at least 1
  *
@@ -149,8 +149,8 @@ MOXAC_API moxStatus moxsPow34_16s_Sfs(const int16_t* pSrc, int16_t* pDst, int32_
  *
  *   pDst[i] = sign(pSrc[i]) * |pSrc[i]|^(3/4)
  *
- * Evaluated as sqrt(|x|) * sqrt(sqrt(|x|)) in float: relative error below 3.5 * 2^-24 for normal numbers. Zeros
- * keep their sign, infinities stay, NaN stays NaN.
+ * Evaluated as sqrt(|x|) * sqrt(sqrt(|x|)) in float: relative error below 3.5 * 2^-24 for normal numbers.
+ * Zeros keep their sign, infinities stay, NaN stays NaN.
  *
  * len  at least 1
  *
@@ -174,8 +174,8 @@ MOXAC_API moxStatus moxsPow34_32f16s(const float* pSrc, int16_t* pDst, int32_t l
  *
  *   pDst[i] = 2^((pSrc[i] - offset)/4)
  *
- * Correctly rounded to float; below 2^-149 it is 0, from 2^128 on infinite. With offset 100 these are the gains of
- * AAC scale factors (ISO/IEC 14496-3, 4.6.2.3.3).
+ * Correctly rounded to float; below 2^-149 it is 0, from 2^128 on infinite. With offset 100 these are the
+ * gains of AAC scale factors (ISO/IEC 14496-3, 4.6.2.3.3).
  *
  * len     at least 1
  * offset  any value
@@ -202,14 +202,16 @@ MOXAC_API moxStatus moxsCalcSF_16s32f(const int16_t* pSrc, float* pDst, int32_t 
 MOXAC_API moxStatus moxsSpread_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const int32_t* pBandOffset,
                                        int32_t numBands, int32_t scaleFactor);
 
-/* ---- Block FIR: one filter per position, over successive blocks ------------------------------------------ */
+/* ---- Block FIR: one filter per position, over successive blocks ------------------------------------------
+ */
 
 typedef struct MoxFirBlockState MoxFirBlockState;
 
 /* Makes a state of nTaps past blocks of blockLen values, all zero.
  *
- * Counts are kept in 16 bits: above 32767 they are truncated, which as a rule leaves a negative count that makes every
- * moxsFIRBlockOne_32f fail with moxStatusFirLengthError (65537 is kept as 1, and then works as 1).
+ * Counts are kept in 16 bits: above 32767 they are truncated, which as a rule leaves a negative count that
+ * makes every moxsFIRBlockOne_32f fail with moxStatusFirLengthError (65537 is kept as 1, and then works as
+ * 1).
  *
  * nTaps, blockLen  at least 1
  *
@@ -233,8 +235,8 @@ MOXAC_API moxStatus moxsFIRBlockFree_32f(MoxFirBlockState* pState);
  *
  *   pDst[i] = pTaps[0] * x0[i] + pTaps[nTaps - 1] * x(nTaps - 1)[i] + ... + pTaps[1] * x1[i]
  *
- * xa being the block received a calls ago, zeros before the first. The sum is in exactly this order, product by
- * product, unfused. pDst may be pSrc.
+ * xa being the block received a calls ago, zeros before the first. The sum is in exactly this order, product
+ * by product, unfused. pDst may be pSrc.
  *
  * pSrc, pDst  blockLen values
  * pTaps       nTaps values
@@ -248,7 +250,8 @@ MOXAC_API moxStatus moxsFIRBlockFree_32f(MoxFirBlockState* pState);
 MOXAC_API moxStatus moxsFIRBlockOne_32f(const float* pSrc, float* pDst, MoxFirBlockState* pState,
                                         const float* pTaps);
 
-/* ---- Vector quantisation: conjugate code-book search ----------------------------------------------------- */
+/* ---- Vector quantisation: conjugate code-book search -----------------------------------------------------
+ */
 
 /* Two code books quantise a vector together: the reconstruction is the mean of one vector of each,
  *
@@ -256,14 +259,14 @@ MOXAC_API moxStatus moxsFIRBlockOne_32f(const float* pSrc, float* pDst, MoxFirBl
  *
  * where a book with polarity also has a sign s = -1 or +1 per use. A code word is the vector's index, plus
  * numVectors when the sign is -1. The search minimises the weighted error sum of w * (x - y)^2 in two
- * stages: a few candidates per book by their distance alone, then all pairs of candidates. This is the interleave
- * vector quantisation of ISO/IEC 14496-3, subpart 4 (4.6.9).
+ * stages: a few candidates per book by their distance alone, then all pairs of candidates. This is the
+ * interleave vector quantisation of ISO/IEC 14496-3, subpart 4 (4.6.9).
  */
 typedef struct MoxVqCodeBook MoxVqCodeBook;
 
 enum {
-  moxVqMaxVectorLen = 256,  /* longest vector */
-  moxVqMaxVectors = 4096    /* most vectors of one book */
+  moxVqMaxVectorLen = 256, /* longest vector */
+  moxVqMaxVectors = 4096   /* most vectors of one book */
 };
 
 /* Tells the bytes of a code book of numVectors vectors of vectorLen values.
@@ -320,15 +323,14 @@ MOXAC_API moxStatus moxsVQCodeBookFree_32f(MoxVqCodeBook* pCodeBook);
  * moxStatusBadSize          len
  */
 MOXAC_API moxStatus moxsVQPreliminarySelect_32f(const float* pSrc, const float* pWeight, int32_t* pDstCand,
-                                                int32_t len, int32_t numCand,
-                                                const MoxVqCodeBook* pCodeBook);
+                                                int32_t len, int32_t numCand, const MoxVqCodeBook* pCodeBook);
 
 /* Finds the best pair among candidates of two books, signs included.
  *
  *   E(a, b) = sum over j < len of pWeight[j] * (pSrc[j] - (s0 * c0[a][j] + s1 * c1[b][j]) / 2)^2
  *
- * Of equal errors the pair with the lower first, then second code word wins. With all vectors of both books as
- * candidates this is the exhaustive search.
+ * Of equal errors the pair with the lower first, then second code word wins. With all vectors of both books
+ * as candidates this is the exhaustive search.
  *
  * pCand0, pCand1  numCand0 and numCand1 vector indices
  * pDstIndex0/1    one code word each
@@ -336,8 +338,8 @@ MOXAC_API moxStatus moxsVQPreliminarySelect_32f(const float* pSrc, const float* 
  * moxStatusOk
  * moxStatusNullPointer
  * moxStatusContextMismatch
- * moxStatusOutOfRange       numCand0 or numCand1 outside 1 .. number of vectors, or a candidate not of the book
- * moxStatusBadSize          len outside 1 .. the shorter vector length
+ * moxStatusOutOfRange       numCand0 or numCand1 outside 1 .. number of vectors, or a candidate not of the
+ * book moxStatusBadSize          len outside 1 .. the shorter vector length
  */
 MOXAC_API moxStatus moxsVQMainSelect_32f(const float* pSrc, const float* pWeight, const int32_t* pCand0,
                                          const int32_t* pCand1, int32_t* pDstIndex0, int32_t* pDstIndex1,

@@ -17,8 +17,9 @@ using moxtest::AllocSpy;
 using moxtest::Block;
 
 // Every size class of the kernels, their edges, and every start within a cache line.
-const int32_t kLengths[] = {1, 2, 3, 15, 31, 32, 33, 63, 64, 65, 127, 255, 256, 257, 287, 511, 4097, 16383, 16384,
-                            16415, 16416, 16447, 32767, 32768, 32769, 32799, 32800, 33000, 65599};
+const int32_t kLengths[] = {1,     2,     3,     15,    31,    32,    33,    63,    64,    65,
+                            127,   255,   256,   257,   287,   511,   4097,  16383, 16384, 16415,
+                            16416, 16447, 32767, 32768, 32769, 32799, 32800, 33000, 65599};
 
 TEST(Memory, ZeroAndCopyTouchExactlyTheirBytesAtEveryAlignment) {
   for (const int32_t len : kLengths) {

@@ -31,7 +31,9 @@ template <class T>
 class Block {
  public:
   explicit Block(int64_t len, int64_t shift = 0)
-      : len_(len), shift_(shift), bytes_(static_cast<size_t>(len) * sizeof(T) + 2 * kGuard + 128, kGuardByte) {
+      : len_(len),
+        shift_(shift),
+        bytes_(static_cast<size_t>(len) * sizeof(T) + 2 * kGuard + 128, kGuardByte) {
     for (int64_t i = 0; i < len_; ++i) (*this)[i] = noiseValue<T>();
   }
   Block(const Block& other) : Block(other.len_, other.shift_) {
