@@ -6,6 +6,194 @@
 
 MOXAC_EXTERN_C_BEGIN
 
+/* ---- Float QMF banks (ISO/IEC 14496-3, 4.6.18.4) ----
+ *
+ * Six bank shapes, each a GetSize, an Init and a filter operation:
+ *
+ *                                  sub-band rows         bands   window   samples a slot
+ *   AnalysisFilter_SBR_RToC_32f        complex, split        32      320      32 in
+ *   AnalysisFilter_SBR_RToC_32f32fc    complex, interleaved  32      320      32 in
+ *   AnalysisFilter_SBR_RToR_32f        real                  32      320      32 in
+ *   SynthesisFilter_SBR_CToR_32f       complex, split        64      640      64 out
+ *   SynthesisFilter_SBR_CToR_32fc32f   complex, interleaved  64      640      64 out
+ *   SynthesisFilter_SBR_RToR_32f       real                  64      640      64 out
+ *   SynthesisDownFilter_SBR_...        as SynthesisFilter    32      320      32 out
+ *
+ * Rows. Sub-band samples are addressed through arrays of row pointers, one row per time slot. Rows and sample
+ * arrays may have any alignment, which changes no result; none of them may overlap another.
+ *
+ * Window. The caller passes the prototype with every call. With c[0..639] the prototype of the standard
+ * (Table 4.A.87, its order and signs), the 64-band synthesis takes c itself and the 32-band banks take
+ * window[m] = c[2m], m = 0..319. Analysis followed by synthesis then has gain 1, at a delay of 289 samples of
+ * the 32-band side (578 of the 64-band side), and is 59 dB clean, which is the prototype's own limit.
+ * docs/sbr.md shows the layouts.
+ *
+ * Context. Init takes memory of any alignment and exactly the reported size, and hands back the address that
+ * later calls take; it differs from pMem. A context keeps the last ten slots, so it serves one stream and one
+ * call at a time; different contexts may be used at once. There is no Free: the memory stays the caller's.
+ *
+ * Splitting a signal into calls in any way gives the same samples to the bit. The work buffer of the filter
+ * operations must not be null but is not used; temporaries (up to 16 KiB) live on the stack.
+ */
+
+/* The analysis banks' contexts and the synthesis banks'; each serves the one operation it was made for. */
+typedef struct MoxQmfAnalysisSpec MoxQmfAnalysisSpec;
+typedef struct MoxQmfSynthesisSpec MoxQmfSynthesisSpec;
+
+/* Bytes of a context (*pSpecSize), of Init's buffer (*pInitBufSize) and of the filter operation's work buffer
+ * (*pWorkSize). The first two complex forms are one implementation under two names.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   some pointer is null; nothing written
+ */
+MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBR_RToC_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                           int32_t* pWorkSize);
+MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBR_RToC_32f32fc(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                               int32_t* pWorkSize);
+MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                           int32_t* pWorkSize);
+
+/* Builds a context of cleared history in pMem (at least the reported size) and stores its address in *ppSpec.
+ * pInitBuf holds at least the reported bytes. May be called again to restart.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   some pointer is null; nothing written
+ */
+MOXAC_API moxStatus moxsAnalysisFilterInit_SBR_RToC_32f(MoxQmfAnalysisSpec** ppSpec, uint8_t* pMem,
+                                                        uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsAnalysisFilterInit_SBR_RToC_32f32fc(MoxQmfAnalysisSpec** ppSpec, uint8_t* pMem,
+                                                            uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsAnalysisFilterInit_SBR_RToR_32f(MoxQmfAnalysisSpec** ppSpec, uint8_t* pMem,
+                                                        uint8_t* pInitBuf);
+
+/* Complex analysis of numTimeSlots blocks of 32 samples into 32 sub-bands each. With x[0] the newest of a
+ * slot's last 320 samples and x[319] the oldest:
+ *
+ *   u[n] = sum over j < 5 of x[64j + n] * pWindow[64j + n]                          n = 0..63
+ *   X[k] = 2 * sum over n < 64 of u[n] * exp(i*pi/64*(k + 1/2)*(2n - 1/2))          k = 0..31
+ *
+ * pSrc              32*numTimeSlots samples, oldest first
+ * ppDstRe, ppDstIm  row pointers; slot l fills the 32 floats of rows [offset + l]
+ * ppDst             the same with 32 complex values a row
+ * pWindow           320 coefficients
+ * kx                sub-bands kept, 0..32: X[kx..31] are stored as 0
+ * pBuffer           not null
+ *
+ * moxStatusOk               also for numTimeSlots below 1, which does nothing
+ * moxStatusNullPointer      pSpec, pWindow or pBuffer is null
+ * moxStatusContextMismatch  pSpec is not this operation's
+ * moxStatusBadSize          kx outside 0..32
+ * moxStatusNullPointer      pSrc, ppDst, ppDstRe or ppDstIm is null
+ * On an error nothing is written and the history stays.
+ */
+MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToC_32f_D2L(const float* pSrc, float* const* ppDstRe,
+                                                        float* const* ppDstIm, const float* pWindow,
+                                                        int32_t numTimeSlots, int32_t offset, int32_t kx,
+                                                        MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer);
+MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(const float* pSrc, Mox32fc* const* ppDst,
+                                                            const float* pWindow, int32_t numTimeSlots,
+                                                            int32_t offset, int32_t kx,
+                                                            MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer);
+
+/* Real (low-power) analysis: u, arguments and statuses as above, one row of 32 floats per slot,
+ *
+ *   X[k] = 2 * sum over n < 64 of u[n] * cos(pi/64*(k + 1/2)*(2n - 96))             k = 0..31
+ */
+MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToR_32f_D2L(const float* pSrc, float* const* ppDst,
+                                                        const float* pWindow, int32_t numTimeSlots,
+                                                        int32_t offset, int32_t kx, MoxQmfAnalysisSpec* pSpec,
+                                                        uint8_t* pBuffer);
+
+/* Sizes of the synthesis contexts, as for the analysis. The complex forms of a bank are one implementation
+ * under two names.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   some pointer is null; nothing written
+ */
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                            int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                            int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                    int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
+
+/* Builds a synthesis context of cleared history, as for the analysis.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer   some pointer is null; nothing written
+ */
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                         uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                         uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                                 uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
+
+/* 64-band synthesis of numTimeSlots rows into 64 samples each. A line v of 1280 values moves up by 128 a
+ * slot; the new ones are, for complex and for real rows,
+ *
+ *   v[n] = 1/64 * Re sum over k < 64 of X[k] * exp(i*pi/128*(k + 1/2)*(2n - 255))   n = 0..127
+ *   v[n] = 1/32 * sum over k < 64 of X[k] * cos(pi/128*(k + 1/2)*(2n - 64))
+ *
+ *   y[r] = sum over j < 5 of v[256j + r] * pWindow[128j + r]
+ *                          + v[256j + 192 + r] * pWindow[128j + 64 + r]             r = 0..63
+ *
+ * ppSrcRe, ppSrcIm  row pointers; slot l reads the 64 floats of rows [l]
+ * ppSrc             the same with 64 complex values, or 64 real ones, a row
+ * pDst              64*numTimeSlots samples, oldest first
+ * pWindow           640 coefficients
+ * pBuffer           not null
+ *
+ * moxStatusOk               also for numTimeSlots below 1, which does nothing
+ * moxStatusNullPointer      pSpec, pWindow or pBuffer is null
+ * moxStatusContextMismatch  pSpec is not this operation's
+ * moxStatusNullPointer      ppSrc, ppSrcRe, ppSrcIm or pDst is null
+ * On an error nothing is written and the history stays.
+ */
+MOXAC_API moxStatus moxsSynthesisFilter_SBR_CToR_32f_D2L(const float* const* ppSrcRe,
+                                                         const float* const* ppSrcIm, float* pDst,
+                                                         const float* pWindow, int32_t numTimeSlots,
+                                                         MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
+MOXAC_API moxStatus moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(const Mox32fc* const* ppSrc, float* pDst,
+                                                             const float* pWindow, int32_t numTimeSlots,
+                                                             MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
+MOXAC_API moxStatus moxsSynthesisFilter_SBR_RToR_32f_D2L(const float* const* ppSrc, float* pDst,
+                                                         const float* pWindow, int32_t numTimeSlots,
+                                                         MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
+
+/* Down-sampled synthesis: the lower 32 sub-bands at half the output rate. Arguments and statuses as above
+ * with rows of 32 values, 32 output samples a slot and 320 coefficients; a line of 640 values moves up by 64:
+ *
+ *   v[n] = 1/64 * Re sum over k < 32 of X[k] * exp(i*pi/64*(k + 1/2)*(2n - 127.5))  n = 0..63   complex rows
+ *   v[n] = 1/32 * sum over k < 32 of X[k] * cos(pi/64*(k + 1/2)*(2n - 32))                      real rows
+ *
+ *   y[r] = sum over j < 5 of v[128j + r] * pWindow[64j + r]
+ *                          + v[128j + 96 + r] * pWindow[64j + 32 + r]               r = 0..31
+ */
+MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_CToR_32f_D2L(const float* const* ppSrcRe,
+                                                             const float* const* ppSrcIm, float* pDst,
+                                                             const float* pWindow, int32_t numTimeSlots,
+                                                             MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
+MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Mox32fc* const* ppSrc, float* pDst,
+                                                                 const float* pWindow, int32_t numTimeSlots,
+                                                                 MoxQmfSynthesisSpec* pSpec,
+                                                                 uint8_t* pBuffer);
+MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const* ppSrc, float* pDst,
+                                                             const float* pWindow, int32_t numTimeSlots,
+                                                             MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
+
 MOXAC_EXTERN_C_END
 
 #endif
