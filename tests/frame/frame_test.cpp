@@ -111,7 +111,7 @@ TEST(Frame, InitAllocFailuresKeepTheDocumentedPointer) {
       EXPECT_EQ(run(&spec, moxStatusOk, moxStatusOk), moxStatusOutOfMemory);
       EXPECT_EQ(spy.live(), failAt == 1 && !release ? 1 : 0);
       EXPECT_EQ(spec != nullptr, failAt == 1 && !release);
-      if (spec != nullptr) moxFree(spec);
+      spy.releaseLeft();
     }
     AllocSpy spy;
     Record* spec = &mark;
@@ -123,6 +123,7 @@ TEST(Frame, InitAllocFailuresKeepTheDocumentedPointer) {
       ASSERT_NE(spec, nullptr);
       EXPECT_EQ(contextRecord<Tagged>(spec)->allocated, 0u) << "not marked allocated";
     }
+    spy.releaseLeft();
   }
 }
 

@@ -15,14 +15,15 @@ class AllocSpy {
   AllocSpy(const AllocSpy&) = delete;
   AllocSpy& operator=(const AllocSpy&) = delete;
 
-  const std::vector<int32_t>& sizes() const { return sizes_; }  // every request, in order
-  int live() const { return live_; }                            // blocks not yet freed
+  const std::vector<int32_t>& sizes() const { return sizes_; }   // every request, in order
+  int live() const { return static_cast<int>(blocks_.size()); }  // blocks not yet freed
+  void releaseLeft();  // frees what an operation left behind on purpose
 
  private:
   friend void* spiedMalloc(int32_t bytes);
   friend void spiedFree(void* pointer);
   int failAt_;
-  int live_ = 0;
+  std::vector<void*> blocks_;
   std::vector<int32_t> sizes_;
 };
 
