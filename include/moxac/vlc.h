@@ -55,8 +55,8 @@ typedef struct MoxVlcEncodeSpec MoxVlcEncodeSpec;
  * moxStatusOk
  * moxStatusNullPointer   a pointer is null
  * moxStatusVlcError      nRows below 1
- * moxStatusVlcBadTable   a length outside 1..32; a width below 1 before the sum reaches the longest length,
- * or a sum that stays below it; a size beyond int32_t
+ * moxStatusVlcBadTable   a length outside 1..32; a width below 1 before the sum reaches the longest
+ *                        length, or a sum that stays below it; a size beyond int32_t
  *
  * Time: n log n for n rows, and n * n / 16384 table look-ups more. Nothing is allocated. */
 MOXAC_API moxStatus moxsVLCDecodeGetSize_32s(const int32_t* pInputTable, int32_t nRows,

@@ -165,6 +165,32 @@ TEST(VlcDecode, RandomCodesDecodeAsBitByBit) {
   }
 }
 
+// The shortest stream there is, a bit a code word: reading ahead must not leave it.
+TEST(VlcDecode, LongBlocksOfShortCodesStayInTheirWords) {
+  DecodeSpec spec({{0, 0, 1}, {1, 2, 2}, {2, 3, 2}}, {2});
+  for (int32_t len = 100; len < 400; len += 1 + len / 190 * 6)
+    for (int32_t shift = 0; shift < 32; ++shift) {
+      Stream stream(std::string(static_cast<size_t>(len) + 1, '0'), shift);
+      Block<int16_t> values(len), want(len);
+      want.fill(0);
+      ASSERT_EQ(moxsVLCDecodeBlock_1u16s(stream.pp(), &stream.offset, values, len, spec), moxStatusOk);
+      EXPECT_SAME_BITS(values, want);
+      EXPECT_EQ(stream.consumed(), len);
+    }
+}
+
+// Values of one bit, so that the link index decides between entries of 8 and 16 bits, at 127 elements.
+TEST(VlcDecode, SizesAroundTheEntryWidthBoundary) {
+  for (int32_t trial = 0; trial < 3000; ++trial) {
+    Rows rows = randomCode(20 + below(40));
+    for (Row& row : rows) row.value &= 1;
+    const Widths widths = randomWidths(longest(rows), 2);
+    int32_t size = 0;
+    ASSERT_EQ(sizeOf(rows, widths, size), moxStatusOk);
+    ASSERT_EQ(size, expectedSize(rows, widths));
+  }
+}
+
 TEST(VlcDecode, WidthsAreCutToTheLongestCode) {
   Rows rows = {{0, 0, 1}, {1, 2, 2}, {2, 0x300, 10}};
   int32_t size = 0;

@@ -1,0 +1,229 @@
+// Encoder specs, the writing of code words, and counting.
+#include <gtest/gtest.h>
+
+#include "frame/align.h"
+#include "moxac/vlc.h"
+#include "support/alloc_spy.h"
+#include "vlc/vlc_reference.h"
+
+namespace {
+
+using namespace moxtest;
+
+class EncodeSpec {
+ public:
+  explicit EncodeSpec(const Rows& rows, int64_t shift = 0) : memory_(reported(rows), shift) {
+    EXPECT_EQ(moxsVLCEncodeInit_32s(words(rows), count(rows), *this), moxStatusOk);
+  }
+  operator MoxVlcEncodeSpec*() { return reinterpret_cast<MoxVlcEncodeSpec*>(memory_.data()); }
+
+ private:
+  static int32_t reported(const Rows& rows) {
+    int32_t size = 0;
+    EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), count(rows), &size), moxStatusOk);
+    return size;
+  }
+  Block<uint8_t> memory_;
+};
+
+// Words of a stream as the caller sees them, most significant bit first, and what One does to them.
+class Memory {
+ public:
+  explicit Memory(size_t size) : bytes(static_cast<int64_t>(size) * 4) {}
+
+  void writeOne(const std::string& code, size_t& at) {
+    const size_t end = at + code.size();
+    for (const char bit : code) set(at++, bit == '1');
+    if (end % 32 != 0 && end / 32 == (end - code.size()) / 32)
+      for (size_t i = end; i % 32 != 0; ++i) set(i, true);
+  }
+  void set(size_t i, bool one) {
+    uint8_t& byte = bytes[static_cast<int64_t>(i / 8)];
+    const auto mask = static_cast<uint8_t>(0x80 >> i % 8);
+    byte = static_cast<uint8_t>(one ? byte | mask : byte & ~mask);
+  }
+  Block<uint8_t> bytes;
+};
+
+TEST(VlcEncode, RecordAndSizes) {
+  int32_t size = 0;
+  const Rows one = {{7, 1, 1}};
+  ASSERT_EQ(moxsVLCEncodeGetSize_32s(words(one), 1, &size), moxStatusOk);
+  EXPECT_EQ(size, 140);
+  const Rows rows = {{-2, 0, 1}, {1, -14, 2}, {5, 3, 2}};  // range 7, 4 binary digits of 8
+  ASSERT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 3, &size), moxStatusOk);
+  EXPECT_EQ(size, (7 + 16) * 4 + 132);
+
+  for (const int64_t shift : {0, 1, 16, 63}) {
+    EncodeSpec spec(rows, shift);
+    const auto* const base = moxac::alignUp<const uint32_t>(static_cast<MoxVlcEncodeSpec*>(spec), 64);
+    const uint32_t* lengths;
+    std::memcpy(&lengths, base, sizeof lengths);
+    EXPECT_EQ(lengths, base + 16);
+    EXPECT_EQ(base[2], 2u);
+    EXPECT_EQ(base[3], 4u);
+    EXPECT_EQ(base[4], 0u);
+    EXPECT_EQ(base[5], 0x434D415Fu);
+    const uint32_t wantLengths[8] = {1, 0, 0, 2, 0, 0, 0, 2}, wantCodes[8] = {0, 0, 0, 2, 0, 0, 0, 3};
+    EXPECT_EQ(std::memcmp(lengths, wantLengths, sizeof wantLengths), 0);
+    EXPECT_EQ(std::memcmp(lengths + 16, wantCodes, sizeof wantCodes), 0);
+  }
+  const Rows wide = {{INT32_MIN, 0, 1}, {INT32_MAX, 1, 1}};
+  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(wide), 2, &size), moxStatusVlcBadTable);
+}
+
+TEST(VlcEncode, OneFillsItsWordWithOnes) {
+  EncodeSpec spec({{0, 0b101, 3}, {1, 0, 29}});
+  Block<uint8_t> words(8);
+  words.fill(0);
+  uint8_t* at = words;
+  int32_t offset = 0;
+  ASSERT_EQ(moxsVLCEncodeOne_16s1u(0, &at, &offset, spec), moxStatusOk);
+  const uint8_t first[8] = {0xBF, 0xFF, 0xFF, 0xFF};
+  EXPECT_EQ(std::memcmp(words, first, 8), 0);
+  EXPECT_EQ(at, words.data());
+  EXPECT_EQ(offset, 3);
+  ASSERT_EQ(moxsVLCEncodeOne_16s1u(1, &at, &offset, spec), moxStatusOk);
+  const uint8_t second[8] = {0xA0};
+  EXPECT_EQ(std::memcmp(words, second, 8), 0);
+  EXPECT_EQ(at, words.data() + 4);
+  EXPECT_EQ(offset, 0);
+}
+
+// Every cursor in a word, every length of a block up to 40 and some longer: the model, One and Block agree on
+// every bit of the memory; then the stream is decoded, and its bits counted.
+TEST(VlcEncode, OneBlockCountAndDecoderAgree) {
+  for (int32_t trial = 0; trial < 32 * 48; ++trial) {
+    SCOPED_TRACE(trial);
+    const int32_t n = 2 + below(trial % 8 == 0 ? 500 : 30);
+    Rows rows = randomCode(n);
+    for (Row& row : rows) row.value = 3 * row.value - n;
+    EncodeSpec spec(rows, below(64));
+    const int32_t len = trial % 48 < 40 ? 1 + trial % 48 : 1 + below(1000);
+    Block<int16_t> values(len, 2 * below(4));
+    auto at = static_cast<size_t>(trial / 48);
+    const size_t start = at;
+    int32_t total = 0;
+    std::vector<const Row*> chosen;
+    for (int16_t& value : values) {
+      chosen.push_back(&rows[static_cast<size_t>(below(n))]);
+      value = static_cast<int16_t>(chosen.back()->value);
+      total += chosen.back()->length;
+    }
+    const size_t memoryWords = (start + static_cast<size_t>(total) + 31) / 32;
+    Memory want(memoryWords), one(memoryWords), block(memoryWords);
+    for (int64_t i = 0; i < want.bytes.size(); ++i) one.bytes[i] = block.bytes[i] = want.bytes[i];
+    for (const Row* row : chosen) want.writeOne(codeOf(*row), at);
+
+    uint8_t* p = one.bytes.data() + start / 8;
+    auto offset = static_cast<int32_t>(start % 8);
+    for (const int16_t value : values)
+      ASSERT_EQ(moxsVLCEncodeOne_16s1u(value, &p, &offset, spec), moxStatusOk);
+    EXPECT_SAME_BITS(one.bytes, want.bytes);
+    EXPECT_EQ(8 * (p - one.bytes.data()) + offset, static_cast<int64_t>(at));
+
+    p = block.bytes.data() + start / 8;
+    offset = static_cast<int32_t>(start % 8);
+    ASSERT_EQ(moxsVLCEncodeBlock_16s1u(values, len, &p, &offset, spec), moxStatusOk);
+    EXPECT_SAME_BITS(block.bytes, want.bytes);
+    EXPECT_EQ(8 * (p - block.bytes.data()) + offset, static_cast<int64_t>(at));
+
+    int32_t bits = 0;
+    EXPECT_EQ(moxsVLCCountBits_16s32s(values, len, &bits, spec), moxStatusOk);
+    EXPECT_EQ(bits, total);
+
+    const auto widths = randomWidths(longest(rows), 8);
+    MoxVlcDecodeSpec* decoder = nullptr;
+    ASSERT_EQ(moxsVLCDecodeInitAlloc_32s(words(rows), n, widths.data(), static_cast<int32_t>(widths.size()),
+                                         &decoder),
+              moxStatusOk);
+    std::vector<uint32_t> stream(memoryWords + 2);  // room to look ahead
+    std::memcpy(stream.data(), block.bytes.data(), memoryWords * 4);
+    const uint8_t* in = reinterpret_cast<const uint8_t*>(stream.data()) + start / 8;
+    offset = static_cast<int32_t>(start % 8);
+    Block<int16_t> decoded(len);
+    ASSERT_EQ(moxsVLCDecodeBlock_1u16s(&in, &offset, decoded, len, decoder), moxStatusOk);
+    if (n > 9) {  // wide enough entries keep the sign
+      EXPECT_SAME_BITS(decoded, values);
+    }
+    moxsVLCDecodeFree_32s(decoder);
+  }
+}
+
+TEST(VlcEncode, RefusalsInOrder) {
+  Rows rows = {{-1, 0, 1}, {1, 2, 2}};
+  int32_t size = 7;
+  EXPECT_EQ(moxsVLCEncodeGetSize_32s(nullptr, 0, &size), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 0, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 0, &size), moxStatusVlcError);
+  EXPECT_EQ(moxsVLCEncodeInit_32s(words(rows), 2, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, nullptr), moxStatusNullPointer);
+  Rows badRows = rows;
+  MoxVlcEncodeSpec* const untouched = reinterpret_cast<MoxVlcEncodeSpec*>(64);
+  MoxVlcEncodeSpec* allocated = untouched;
+  for (const int32_t length : {0, -1, 33}) {
+    badRows[0].length = length;
+    EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(badRows), 2, &size), moxStatusVlcBadTable);
+    EXPECT_EQ(moxsVLCEncodeInit_32s(words(badRows), 2, untouched), moxStatusVlcBadTable);
+    EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(badRows), 2, &allocated), moxStatusVlcBadTable);
+  }
+  EXPECT_EQ(allocated, untouched);
+  EXPECT_EQ(size, 7);
+  {
+    AllocSpy spy(0);
+    EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, &allocated), moxStatusOutOfMemory);
+    EXPECT_EQ(allocated, nullptr);
+  }
+  AllocSpy spy;
+  ASSERT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, &allocated), moxStatusOk);
+  EXPECT_EQ(spy.sizes(), std::vector<int32_t>{(2 + 4) * 4 + 132});
+
+  Block<uint8_t> stream(64);
+  const Block<uint8_t> before = stream;
+  uint8_t* at = stream;
+  uint8_t* null = nullptr;
+  int32_t offset = 5, bad = 8, bits = 11;
+  const int16_t values[4] = {1, -1, 1, -1};
+  const auto* const foreign = reinterpret_cast<const MoxVlcEncodeSpec*>(before.data());
+  const auto block = [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k,
+                         const MoxVlcEncodeSpec* s) {
+    const moxStatus status = moxsVLCEncodeBlock_16s1u(src, len, p, k, s);
+    if (src != nullptr && len == 1) {
+      EXPECT_EQ(moxsVLCEncodeOne_16s1u(src[0], p, k, s), status);
+    }
+    return status;
+  };
+  EXPECT_EQ(block(nullptr, 1, &at, &bad, foreign), moxStatusNullPointer);
+  EXPECT_EQ(block(values, 1, nullptr, &bad, foreign), moxStatusNullPointer);
+  EXPECT_EQ(block(values, 1, &null, &bad, foreign), moxStatusNullPointer);
+  EXPECT_EQ(block(values, 1, &at, nullptr, foreign), moxStatusNullPointer);
+  EXPECT_EQ(block(values, 1, &at, &bad, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(block(values, 0, &at, &bad, allocated), moxStatusVlcError);
+  EXPECT_EQ(block(values, 1, &at, &offset, foreign), moxStatusVlcError);
+  EXPECT_EQ(block(values, 0, &at, &offset, allocated), moxStatusBadSize);
+  const auto countBits = [&](const int16_t* src, int32_t len, int32_t* p, const MoxVlcEncodeSpec* s) {
+    return moxsVLCCountBits_16s32s(src, len, p, s);
+  };
+  EXPECT_EQ(countBits(nullptr, 0, &bits, foreign), moxStatusNullPointer);
+  EXPECT_EQ(countBits(values, 0, nullptr, foreign), moxStatusNullPointer);
+  EXPECT_EQ(countBits(values, 0, &bits, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(countBits(values, 1, &bits, foreign), moxStatusVlcError);
+  EXPECT_EQ(countBits(values, 0, &bits, allocated), moxStatusVlcError);
+  // Outside the range, in it but without a row, and in the array's unused end.
+  for (const int16_t missing : std::initializer_list<int16_t>{-2, 0, 2, -32768, 32767}) {
+    const int16_t mixed[3] = {1, -1, missing};
+    EXPECT_EQ(block(mixed, 3, &at, &offset, allocated), moxStatusVlcError);
+    EXPECT_EQ(block(mixed + 2, 1, &at, &offset, allocated), moxStatusVlcError);
+    EXPECT_EQ(countBits(mixed, 3, &bits, allocated), moxStatusVlcError);
+  }
+  moxsVLCEncodeFree_32s(allocated);
+  EXPECT_EQ(spy.live(), 0);
+  moxsVLCEncodeFree_32s(nullptr);
+  EncodeSpec spec(rows);
+  moxsVLCEncodeFree_32s(spec);
+  EXPECT_EQ(block(values, 1, &at, &offset, spec), moxStatusVlcError);
+  EXPECT_SAME_BITS(stream, before);
+  EXPECT_TRUE(at == stream.data() && offset == 5 && bits == 11);
+}
+
+}  // namespace

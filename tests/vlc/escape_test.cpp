@@ -1,0 +1,445 @@
+// The standards' code books through every convention: the bits are put together here from the tables' words.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+#include "moxac/vlc.h"
+#include "vlc/vlc_reference.h"
+
+namespace {
+
+using namespace moxtest;
+
+struct DecoderDelete {
+  void operator()(MoxVlcDecodeSpec* spec) const { moxsVLCDecodeUTupleFree_32s(spec); }
+};
+struct EncoderDelete {
+  void operator()(MoxVlcEncodeSpec* spec) const { moxsVLCEncodeFree_32s(spec); }
+};
+using Decoder = std::unique_ptr<MoxVlcDecodeSpec, DecoderDelete>;
+using Encoder = std::unique_ptr<MoxVlcEncodeSpec, EncoderDelete>;
+
+// tupleSize 0: plain values.
+Decoder decoderOf(const Rows& rows, int32_t tupleSize = 0, int32_t valueBits = 0) {
+  const auto widths = randomWidths(longest(rows), 9);
+  const auto n = static_cast<int32_t>(widths.size());
+  MoxVlcDecodeSpec* spec = nullptr;
+  EXPECT_EQ(tupleSize == 0 ? moxsVLCDecodeInitAlloc_32s(words(rows), count(rows), widths.data(), n, &spec)
+                           : moxsVLCDecodeUTupleInitAlloc_32s(words(rows), count(rows), widths.data(), n,
+                                                              tupleSize, valueBits, &spec),
+            moxStatusOk);
+  return Decoder(spec);
+}
+Encoder encoderOf(const Rows& rows) {
+  MoxVlcEncodeSpec* spec = nullptr;
+  EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), count(rows), &spec), moxStatusOk);
+  return Encoder(spec);
+}
+
+// What an operation under test is called with.
+struct Operations {
+  std::function<moxStatus(Stream&, int16_t*, int32_t)> decode;
+  std::function<moxStatus(const int16_t*, int32_t, uint8_t**, int32_t*)> encode;
+  std::function<moxStatus(const int16_t*, int32_t, int32_t*)> countBits;
+};
+
+// bits and values of `items` random symbols, written as the standard says.
+struct Coded {
+  std::string bits, ahead;  // ahead: the bits that the decoder may look at
+  std::vector<int16_t> values;
+};
+using WriteSymbol = std::function<void(const Symbol&, Coded&)>;
+
+void expectAgreement(const Book& book, const WriteSymbol& write, const std::vector<Operations>& operations) {
+  int32_t maxLength = 0;
+  for (const Symbol& symbol : book) maxLength = std::max(maxLength, symbol.row.length + 4);
+  for (int32_t trial = 0; trial < 48; ++trial) {
+    Coded coded;
+    const int32_t items = trial < 32 ? 1 + below(8) : 100 + below(200);
+    size_t last = 0;
+    for (int32_t i = 0; i < items; ++i) {
+      last = coded.bits.size();
+      write(book[static_cast<size_t>(below(static_cast<int64_t>(book.size())))], coded);
+    }
+    const size_t lookedAt = std::max(coded.bits.size(), last + static_cast<size_t>(maxLength));
+    const std::string padded = coded.bits + std::string(lookedAt - coded.bits.size(), '1');
+    const auto len = static_cast<int32_t>(coded.values.size());
+    const int32_t shift = trial % 32;
+    for (const Operations& op : operations) {
+      Stream stream(padded, shift, trial % 2 == 0 ? GuardPage::Side::behind : GuardPage::Side::before);
+      Block<int16_t> values(len, 2 * below(8));
+      ASSERT_EQ(op.decode(stream, values, len), moxStatusOk);
+      EXPECT_EQ(std::vector<int16_t>(values.begin(), values.end()), coded.values);
+      EXPECT_EQ(stream.consumed(), static_cast<int64_t>(coded.bits.size()));
+      if (!op.encode) continue;
+
+      Stream want(coded.bits, shift), got(std::string(coded.bits.size(), '0'), shift);
+      uint8_t* out = const_cast<uint8_t*>(got.at);
+      const uint8_t* const outStart = out;
+      int32_t offset = got.offset;
+      ASSERT_EQ(op.encode(values, len, &out, &offset), moxStatusOk);
+      EXPECT_EQ(8 * (out - outStart) + offset - shift % 8, static_cast<int64_t>(coded.bits.size()));
+      for (size_t i = 0; i < coded.bits.size(); ++i) {
+        const size_t position = static_cast<size_t>(shift % 8) + i;
+        ASSERT_EQ((outStart[position / 8] ^ want.at[position / 8]) >> (7 - position % 8) & 1, 0) << i;
+      }
+      int32_t bits = 0;
+      ASSERT_EQ(op.countBits(values, len, &bits), moxStatusOk);
+      EXPECT_EQ(bits, static_cast<int32_t>(coded.bits.size()));
+    }
+  }
+}
+
+int32_t sign(int32_t magnitude) { return below(2) != 0 ? -magnitude : magnitude; }
+
+// An unsigned book of AAC: code word, signs, escapes. A signed one: the code word.
+WriteSymbol aacWriter(bool isSigned, bool escapes) {
+  return [=](const Symbol& symbol, Coded& coded) {
+    coded.bits += codeOf(symbol.row);
+    std::string behind;
+    for (int32_t value : symbol.values) {
+      if (escapes && value == 16) {
+        value = 16 << below(10);
+        value += below(value);
+        behind += aacEscape(value);
+      }
+      if (!isSigned) value = sign(value);
+      if (!isSigned && value != 0) coded.bits += value < 0 ? '1' : '0';
+      coded.values.push_back(static_cast<int16_t>(value));
+    }
+    coded.bits += behind;
+  };
+}
+
+WriteSymbol mp3Writer(int32_t linBits) {
+  return [=](const Symbol& symbol, Coded& coded) {
+    coded.bits += codeOf(symbol.row);
+    for (int32_t value : symbol.values) {
+      if (value == 15 && linBits > 0) {
+        const int32_t extra = below(1 << linBits);
+        coded.bits += bitsOf(extra, linBits);
+        value += extra;
+      }
+      value = sign(value);
+      if (value != 0) coded.bits += value < 0 ? '1' : '0';
+      coded.values.push_back(static_cast<int16_t>(value));
+    }
+  };
+}
+
+Operations tupleOperations(const Decoder& spec) {
+  return {[&](Stream& s, int16_t* dst, int32_t len) {
+            return moxsVLCDecodeUTupleBlock_1u16s(s.pp(), &s.offset, dst, len, spec.get());
+          },
+          {},
+          {}};
+}
+
+TEST(VlcEscape, AllAacBooks) {
+  for (int32_t n = 1; n <= 11; ++n) {
+    SCOPED_TRACE(n);
+    const Book book = aacBook(n);
+    const bool isSigned = n == 1 || n == 2 || n == 5 || n == 6;
+    std::vector<Operations> operations;
+    const auto tupleSize = static_cast<int32_t>(book[0].values.size());
+    const Decoder tuples = isSigned ? nullptr : decoderOf(tupleRows(book, 5), tupleSize, 5);
+    const Rows rows = tupleSize == 2 ? aacPairRows(book, isSigned) : Rows{{0, 0, 1}};
+    const Decoder decoder = decoderOf(rows);
+    const Encoder encoder = encoderOf(rows);
+    if (!isSigned) {
+      if (n != 11) operations.push_back(tupleOperations(tuples));
+      operations.push_back({[&](Stream& s, int16_t* dst, int32_t len) {
+                              return moxsVLCDecodeUTupleEscBlock_AAC_1u16s(s.pp(), &s.offset, dst, len,
+                                                                           tuples.get());
+                            },
+                            {},
+                            {}});
+    }
+    if (tupleSize == 2)
+      operations.push_back({[&](Stream& s, int16_t* dst, int32_t len) {
+                              return moxsVLCDecodeEscBlock_AAC_1u16s(s.pp(), &s.offset, dst, len,
+                                                                     decoder.get());
+                            },
+                            [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
+                              return moxsVLCEncodeEscBlock_AAC_16s1u(src, len, p, k, encoder.get());
+                            },
+                            [&](const int16_t* src, int32_t len, int32_t* bits) {
+                              return moxsVLCCountEscBits_AAC_16s32s(src, len, bits, encoder.get());
+                            }});
+    expectAgreement(book, aacWriter(isSigned, n == 11), operations);
+  }
+}
+
+TEST(VlcEscape, AllLayer3Tables) {
+  for (int32_t n = 1; n <= 24; ++n) {
+    const Book book = mp3Table(n);
+    if (book.empty()) continue;
+    SCOPED_TRACE(n);
+    const Rows rows = mp3PairRows(book);
+    const Decoder decoder = decoderOf(rows), tuples = decoderOf(tupleRows(book, 4), 2, 4);
+    const Encoder encoder = encoderOf(rows);
+    for (int32_t linBits = 0; linBits <= (n < 16 ? 0 : 13); ++linBits) {
+      std::vector<Operations> operations = {
+          {[&](Stream& s, int16_t* dst, int32_t len) {
+             return moxsVLCDecodeUTupleEscBlock_MP3_1u16s(s.pp(), &s.offset, dst, len, linBits, tuples.get());
+           },
+           {},
+           {}},
+          {[&](Stream& s, int16_t* dst, int32_t len) {
+             return moxsVLCDecodeEscBlock_MP3_1u16s(s.pp(), &s.offset, dst, len, linBits, decoder.get());
+           },
+           [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
+             return moxsVLCEncodeEscBlock_MP3_16s1u(src, len, linBits, p, k, encoder.get());
+           },
+           [&](const int16_t* src, int32_t len, int32_t* bits) {
+             return moxsVLCCountEscBits_MP3_16s32s(src, len, linBits, bits, encoder.get());
+           }}};
+      if (linBits == 0) operations.push_back(tupleOperations(tuples));
+      expectAgreement(book, mp3Writer(linBits), operations);
+    }
+  }
+}
+
+// Books of plain values: AAC's signed fours (base 3), its scale factors; Layer III's quadruples as tuples.
+TEST(VlcEscape, PlainBooksAndQuadruples) {
+  for (int32_t n = 0; n <= 2; ++n) {
+    Book book = n == 0 ? aacScaleFactorBook() : aacBook(n);
+    Rows rows;
+    for (Symbol& symbol : book) {
+      int32_t value = 0;
+      for (const int32_t v : symbol.values) value = 3 * value + v;
+      symbol.values = {value};
+      rows.push_back(symbol.row);
+      rows.back().value = value;
+    }
+    const Decoder decoder = decoderOf(rows);
+    const Encoder encoder = encoderOf(rows);
+    expectAgreement(book, aacWriter(true, false),
+                    {{[&](Stream& s, int16_t* dst, int32_t len) {
+                        return moxsVLCDecodeBlock_1u16s(s.pp(), &s.offset, dst, len, decoder.get());
+                      },
+                      [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
+                        return moxsVLCEncodeBlock_16s1u(src, len, p, k, encoder.get());
+                      },
+                      [&](const int16_t* src, int32_t len, int32_t* bits) {
+                        return moxsVLCCountBits_16s32s(src, len, bits, encoder.get());
+                      }}});
+  }
+  for (const char* table : {"A", "B"}) {
+    const Book book = mp3Quads(table);
+    const Decoder decoder = decoderOf(tupleRows(book, 1), 4, 1);
+    const Operations one = {[&](Stream& s, int16_t* dst, int32_t len) {
+                              moxStatus status = moxStatusOk;
+                              for (int32_t i = 0; i < len && status == moxStatusOk; i += 4)
+                                status =
+                                    moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, dst + i, decoder.get());
+                              return status;
+                            },
+                            {},
+                            {}};
+    expectAgreement(book, mp3Writer(0), {tupleOperations(decoder), one});
+  }
+}
+
+// The worked examples of the header.
+TEST(VlcEscape, WorkedExamples) {
+  int16_t pair[2];
+  Stream aac("100101100100011" + std::string(64, '0'), 3);
+  const Decoder aacPairs = decoderOf(aacPairRows(aacBook(11), false));
+  ASSERT_EQ(moxsVLCDecodeEscBlock_AAC_1u16s(aac.pp(), &aac.offset, pair, 2, aacPairs.get()), moxStatusOk);
+  EXPECT_TRUE(pair[0] == 19 && pair[1] == -3 && aac.consumed() == 15);
+  Stream mp3("0010011001101" + std::string(64, '0'), 3);
+  const Decoder mp3Pairs = decoderOf(mp3PairRows(mp3Table(24)));
+  ASSERT_EQ(moxsVLCDecodeEscBlock_MP3_1u16s(mp3.pp(), &mp3.offset, pair, 2, 4, mp3Pairs.get()), moxStatusOk);
+  EXPECT_TRUE(pair[0] == 18 && pair[1] == -2 && mp3.consumed() == 13);
+  Stream seven("11010001" + std::string(64, '0'), 3);
+  const Decoder tuples = decoderOf(tupleRows(aacBook(7), 3), 2, 3);
+  ASSERT_EQ(moxsVLCDecodeUTupleOne_1u16s(seven.pp(), &seven.offset, pair, tuples.get()), moxStatusOk);
+  EXPECT_TRUE(pair[0] == 2 && pair[1] == -1 && seven.consumed() == 8);
+}
+
+// Every 16-bit value through the AAC escape and back; 12 ones saturate, 13 are an error.
+TEST(VlcEscape, AacEscapeLimits) {
+  const Rows rows = aacPairRows(aacBook(11), false);
+  const Decoder decoder = decoderOf(rows), tuples = decoderOf(tupleRows(aacBook(11), 5), 2, 5);
+  const Encoder encoder = encoderOf(rows);
+  std::vector<int16_t> values(65536), decoded(65536);
+  for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<int16_t>(i);
+  std::vector<uint32_t> stream(65536 * 2);
+  auto* out = reinterpret_cast<uint8_t*>(stream.data());
+  const uint8_t* in = out;
+  int32_t offset = 0;
+  ASSERT_EQ(moxsVLCEncodeEscBlock_AAC_16s1u(values.data(), 65536, &out, &offset, encoder.get()), moxStatusOk);
+  offset = 0;
+  ASSERT_EQ(moxsVLCDecodeEscBlock_AAC_1u16s(&in, &offset, decoded.data(), 65536, decoder.get()), moxStatusOk);
+  EXPECT_EQ(decoded, values);
+
+  const std::string good = "00000000";  // two pairs (0, 0)
+  for (const int32_t ones : {12, 13, 64})
+    for (const auto& [spec, isTuple] : {std::pair(decoder.get(), false), std::pair(tuples.get(), true)})
+      for (int32_t shift = 0; shift < 32; ++shift) {
+        Stream s(good +
+                     "11100001"
+                     "01" +
+                     std::string(static_cast<size_t>(ones), '1') + '0' + bitsOf(5, 16),
+                 shift);
+        int16_t got[6] = {1, 1, 1, 1, 7, 7};
+        const moxStatus status = isTuple
+                                     ? moxsVLCDecodeUTupleEscBlock_AAC_1u16s(s.pp(), &s.offset, got, 6, spec)
+                                     : moxsVLCDecodeEscBlock_AAC_1u16s(s.pp(), &s.offset, got, 6, spec);
+        EXPECT_EQ(status, ones == 12 ? moxStatusOk : moxStatusVlcError);
+        EXPECT_TRUE(got[0] == 0 && got[3] == 0);
+        EXPECT_EQ(got[4], ones == 12 ? -32768 : 7);
+        EXPECT_EQ(got[5], ones == 12 ? 0 : 7);
+        EXPECT_EQ(s.consumed(), ones == 12 ? 8 + 10 + 13 + 16 : 8);
+      }
+}
+
+TEST(VlcEscape, EncodersRefuseWhatTheirBookCannotExpress) {
+  const Encoder five = encoderOf(aacPairRows(aacBook(5), true)), one = encoderOf(mp3PairRows(mp3Table(1))),
+                big = encoderOf(mp3PairRows(mp3Table(24)));
+  Block<uint8_t> stream(32);
+  const Block<uint8_t> before = stream;
+  uint8_t* at = stream;
+  int32_t offset = 3, bits = 9;
+  const int16_t tooBig[6] = {0, 1, 0, 5, 0, 0}, escaped[2] = {16, 0}, wrapping[2] = {0, 2},
+                past[2] = {0, -31};
+  for (const int16_t* src : {tooBig, escaped}) {
+    const int32_t len = src == tooBig ? 6 : 2;
+    EXPECT_EQ(moxsVLCEncodeEscBlock_AAC_16s1u(src, len, &at, &offset, five.get()), moxStatusVlcError);
+    EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(src, len, &bits, five.get()), moxStatusVlcError);
+  }
+  EXPECT_EQ(moxsVLCEncodeEscBlock_MP3_16s1u(wrapping, 2, 0, &at, &offset, one.get()), moxStatusVlcError);
+  EXPECT_EQ(moxsVLCEncodeEscBlock_MP3_16s1u(past, 2, 4, &at, &offset, big.get()), moxStatusVlcError);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(past, 2, 4, &bits, big.get()), moxStatusVlcError);
+  EXPECT_SAME_BITS(stream, before);
+  EXPECT_TRUE(at == stream.data() && offset == 3 && bits == 9);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(past, 2, 5, &bits, big.get()), moxStatusOk);
+}
+
+TEST(VlcEscape, RefusalsInOrder) {
+  const Rows rows = mp3PairRows(mp3Table(24));
+  const Decoder plain = decoderOf(rows), tuples = decoderOf(tupleRows(mp3Quads("A"), 1), 4, 1);
+  const Encoder encoder = encoderOf(rows);
+  int16_t values[8] = {};
+  Stream s(std::string(64, '0'), 0);
+  uint8_t* out = const_cast<uint8_t*>(s.at);
+  const uint8_t* nullIn = nullptr;
+  uint8_t* nullOut = nullptr;
+  int32_t bits = 0;
+
+  // Each operation with: what is null, the offset, a spec that fits or not, linBits, len.
+  enum What { nothing, cursor, byte, data, spec };
+  using Call = std::function<moxStatus(What, int32_t*, bool, int32_t, int32_t)>;
+  const auto decoder = [&](auto function, const Decoder& fitting) -> Call {
+    return [&, function](What null, int32_t* k, bool fits, int32_t linBits, int32_t len) {
+      const MoxVlcDecodeSpec* const c = null == spec ? nullptr
+                                        : fits       ? fitting.get()
+                                                     : reinterpret_cast<MoxVlcDecodeSpec*>(encoder.get());
+      const uint8_t* at = s.at;
+      return function(null == cursor ? nullptr
+                      : null == byte ? &nullIn
+                                     : &at,
+                      k, null == data ? nullptr : values, len, linBits, c);
+    };
+  };
+  const auto writer = [&](auto function) -> Call {
+    return [&, function](What null, int32_t* k, bool fits, int32_t linBits, int32_t len) {
+      const MoxVlcEncodeSpec* const c = null == spec ? nullptr
+                                        : fits       ? encoder.get()
+                                                     : reinterpret_cast<MoxVlcEncodeSpec*>(plain.get());
+      uint8_t* at = out;
+      return function(null == data ? nullptr : values, len, linBits,
+                      null == cursor ? nullptr
+                      : null == byte ? &nullOut
+                                     : &at,
+                      k, c);
+    };
+  };
+  struct Case {
+    Call call;
+    moxStatus badOffset;
+    bool hasLinBits;
+    int32_t badLen;
+  };
+  const Case cases[] = {
+      {decoder([](auto p, auto k, auto d, auto n, auto,
+                  auto c) { return moxsVLCDecodeEscBlock_AAC_1u16s(p, k, d, n, c); },
+               plain),
+       moxStatusVlcBadBitOffset, false, 3},
+      {decoder([](auto p, auto k, auto d, auto n, auto l,
+                  auto c) { return moxsVLCDecodeEscBlock_MP3_1u16s(p, k, d, n, l, c); },
+               plain),
+       moxStatusVlcBadBitOffset, true, 3},
+      {decoder([](auto p, auto k, auto d, auto n, auto,
+                  auto c) { return moxsVLCDecodeUTupleBlock_1u16s(p, k, d, n, c); },
+               tuples),
+       moxStatusVlcError, false, 6},
+      {decoder([](auto p, auto k, auto d, auto n, auto,
+                  auto c) { return moxsVLCDecodeUTupleEscBlock_AAC_1u16s(p, k, d, n, c); },
+               tuples),
+       moxStatusVlcBadBitOffset, false, 6},
+      {decoder([](auto p, auto k, auto d, auto n, auto l,
+                  auto c) { return moxsVLCDecodeUTupleEscBlock_MP3_1u16s(p, k, d, n, l, c); },
+               tuples),
+       moxStatusVlcBadBitOffset, true, 6},
+      {writer([](auto d, auto n, auto, auto p, auto k, auto c) {
+         return moxsVLCEncodeEscBlock_AAC_16s1u(d, n, p, k, c);
+       }),
+       moxStatusVlcBadBitOffset, false, 3},
+      {writer([](auto d, auto n, auto l, auto p, auto k, auto c) {
+         return moxsVLCEncodeEscBlock_MP3_16s1u(d, n, l, p, k, c);
+       }),
+       moxStatusVlcBadBitOffset, true, 3},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    int32_t bad = 8, fine = 0;
+    EXPECT_EQ(c.call(nothing, nullptr, false, 14, 0), moxStatusNullPointer);
+    for (const What null : {cursor, byte, data, spec})
+      EXPECT_EQ(c.call(null, &bad, false, 14, 0), moxStatusNullPointer);
+    for (const int32_t k : {8, -1}) {
+      bad = k;
+      EXPECT_EQ(c.call(nothing, &bad, false, 14, 0), c.badOffset);
+    }
+    EXPECT_EQ(c.call(nothing, &fine, false, 14, 0), moxStatusContextMismatch);
+    for (const int32_t linBits : {-1, 14})
+      EXPECT_EQ(c.call(nothing, &fine, true, linBits, 0),
+                c.hasLinBits ? moxStatusOutOfRange : moxStatusBadSize);
+    for (const int32_t len : {0, -4, c.badLen})
+      EXPECT_EQ(c.call(nothing, &fine, true, 13, len), moxStatusBadSize);
+    EXPECT_EQ(c.call(nothing, &fine, true, 0, 8), moxStatusOk);
+  }
+  EXPECT_EQ(moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, values, plain.get()), moxStatusContextMismatch);
+  EXPECT_EQ(moxsVLCDecodeUTupleBlock_1u16s(s.pp(), &s.offset, values, 8, plain.get()),
+            moxStatusContextMismatch);
+  EXPECT_EQ(s.consumed(), 0);
+
+  const auto* const foreign = reinterpret_cast<MoxVlcEncodeSpec*>(plain.get());
+  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(nullptr, 0, &bits, foreign), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(values, 0, &bits, foreign), moxStatusContextMismatch);
+  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(values, 3, &bits, encoder.get()), moxStatusBadSize);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, nullptr, foreign), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, &bits, foreign), moxStatusContextMismatch);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, &bits, encoder.get()), moxStatusOutOfRange);
+  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 3, 13, &bits, encoder.get()), moxStatusBadSize);
+
+  // Tuple specs: the shape before the table, the table before its values.
+  const Rows two = {{3, 0, 1}, {4, 2, 2}};
+  const int32_t width = 2;
+  int32_t size = 0;
+  const auto getSize = [&](int32_t n, int32_t tupleSize, int32_t valueBits) {
+    return moxsVLCDecodeUTupleGetSize_32s(words(two), n, &width, 1, tupleSize, valueBits, &size);
+  };
+  for (const auto& [tupleSize, valueBits] : {std::pair(3, 1), {0, 1}, {2, 0}, {2, 13}, {4, 7}})
+    EXPECT_EQ(getSize(0, tupleSize, valueBits), moxStatusOutOfRange);
+  EXPECT_EQ(getSize(0, 2, 1), moxStatusVlcError);
+  EXPECT_EQ(getSize(2, 2, 1), moxStatusVlcBadTable);  // 4 needs a third bit
+  EXPECT_EQ(getSize(2, 4, 6), moxStatusOk);
+  EXPECT_EQ(moxsVLCDecodeUTupleGetSize_32s(words(two), 0, &width, 1, 3, 1, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCDecodeUTupleInit_32s(words(two), 0, &width, 1, 3, 1, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsVLCDecodeUTupleInitAlloc_32s(words(two), 2, nullptr, 1, 2, 2, nullptr), moxStatusNullPointer);
+}
+
+}  // namespace
