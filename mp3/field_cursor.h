@@ -1,4 +1,5 @@
 // One walk over a record's fields serves both directions: a reader stores each field, a writer appends it.
+// Both start on a byte boundary.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +10,7 @@ namespace moxac {
 
 class FieldReader {
  public:
-  explicit FieldReader(const uint8_t* p, int32_t bitOffset = 0) : p_(p), bitOffset_(bitOffset) {}
+  explicit FieldReader(const uint8_t* p) : p_(p) {}
 
   static constexpr bool kReads = true;
 
@@ -19,16 +20,15 @@ class FieldReader {
   }
 
   const uint8_t* position() const { return p_; }  // the byte that holds the next bit
-  int32_t bitOffset() const { return bitOffset_; }
 
  private:
   const uint8_t* p_;
-  int32_t bitOffset_;
+  int32_t bitOffset_ = 0;
 };
 
 class FieldWriter {
  public:
-  explicit FieldWriter(uint8_t* p, int32_t bitOffset = 0) : p_(p), bitOffset_(bitOffset) {}
+  explicit FieldWriter(uint8_t* p) : p_(p) {}
 
   static constexpr bool kReads = false;
 
@@ -39,11 +39,10 @@ class FieldWriter {
 
   uint8_t* position() const { return p_; }
   uint8_t* positionAfterLastByte() const { return p_ + (bitOffset_ != 0); }
-  int32_t bitOffset() const { return bitOffset_; }
 
  private:
   uint8_t* p_;
-  int32_t bitOffset_;
+  int32_t bitOffset_ = 0;
 };
 
 }  // namespace moxac

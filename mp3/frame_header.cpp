@@ -43,3 +43,13 @@ moxStatus moxsUnpackFrameHeader_MP3(const uint8_t** ppBitStream, MoxMp3FrameHead
   *ppBitStream = reader.position();
   return moxStatusOk;
 }
+
+moxStatus moxsPackFrameHeader_MP3(const MoxMp3FrameHeader* pSrcFrameHeader, uint8_t** ppBitStream) {
+  MOX_REQUIRE(notNull(pSrcFrameHeader, ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+
+  FieldWriter writer(*ppBitStream);
+  frameHeaderFields(writer, *pSrcFrameHeader);
+  *ppBitStream = writer.position();
+  return moxStatusOk;
+}

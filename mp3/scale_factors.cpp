@@ -1,5 +1,6 @@
 // Scale factors of one granule and channel, read and written. ISO/IEC 11172-3, 2.4.2.7; 13818-3, 2.4.3.2.
 #include <cstdint>
+#include <cstdlib>
 
 #include "frame/bit_cursor.h"
 #include "frame/checks.h"
@@ -59,6 +60,37 @@ void unpackMpeg2(const uint8_t** ppBitStream, int32_t* pBitOffset, int8_t* dst, 
   appendThreeZeros(dst);
 }
 
+// Writes `count` values of `width` bits; returns the place after the last one.
+const int8_t* writeScaleFactors(uint8_t** ppBitStream, int32_t* pBitOffset, const int8_t* src, int32_t count,
+                                int32_t width) {
+  for (int32_t i = 0; i < count; ++i, ++src)
+    writeBits(ppBitStream, pBitOffset, static_cast<uint32_t>(std::abs(*src)), width);
+  return src;
+}
+
+void packMpeg1(const int8_t* src, uint8_t** ppBitStream, int32_t* pBitOffset, const MoxMp3SideInfo& record,
+               const int32_t* scfsi, int32_t granule) {
+  const ScaleFactorBlocks blocks = scaleFactorBlocks(record);
+  const Mpeg1ScaleFactors layout = mpeg1ScaleFactors(blocks, record.sfCompress);
+  const bool mayRepeat = blocks == ScaleFactorBlocks::longBlocks && granule != 0;
+  for (int32_t g = 0; g < layout.groupCount; ++g) {
+    const auto [count, width] = layout.groups[g];
+    if (mayRepeat && scfsi[g] == 1)
+      src += count;
+    else
+      src = writeScaleFactors(ppBitStream, pBitOffset, src, count, width);
+  }
+}
+
+void packMpeg2(const int8_t* src, uint8_t** ppBitStream, int32_t* pBitOffset, MoxMp3SideInfo& record,
+               bool intensityChannel) {
+  const Mpeg2ScaleFactors layout = mpeg2ScaleFactors(record.sfCompress, intensityChannel);
+  record.preFlag = layout.preFlag;
+  const int8_t* const counts = mpeg2PartitionCounts(layout, scaleFactorBlocks(record));
+  for (int k = 0; k < 4; ++k)
+    src = writeScaleFactors(ppBitStream, pBitOffset, src, counts[k], layout.widths[k]);
+}
+
 }  // namespace
 }  // namespace moxac
 
@@ -83,5 +115,24 @@ moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream, int32_t* 
   else
     unpackMpeg2(ppBitStream, pBitOffset, pDstScaleFactor, *pSideInfo,
                 isIntensityChannel(*pFrameHeader, channel));
+  return moxStatusOk;
+}
+
+moxStatus moxsPackScaleFactors_MP3_8s1u(const int8_t* pSrcScaleFactor, uint8_t** ppBitStream,
+                                        int32_t* pBitOffset, const MoxMp3FrameHeader* pFrameHeader,
+                                        MoxMp3SideInfo* pSideInfo, const int32_t* pScfsi, int32_t granule,
+                                        int32_t channel) {
+  MOX_REQUIRE(notNull(pSrcScaleFactor, ppBitStream, pBitOffset, pFrameHeader, pSideInfo, pScfsi),
+              moxStatusNullPointer);
+  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  const bool mpeg1 = pFrameHeader->id == 1;
+  MOX_REQUIRE(inRange(pSideInfo->sfCompress, 0, mpeg1 ? 15 : 511), moxStatusMp3SideInfoErr);
+  MOX_REQUIRE(mpeg1 || inRange(pFrameHeader->modeExt, 0, 3), moxStatusMp3FrameHeaderErr);
+
+  if (mpeg1)
+    packMpeg1(pSrcScaleFactor, ppBitStream, pBitOffset, *pSideInfo, pScfsi, granule);
+  else
+    packMpeg2(pSrcScaleFactor, ppBitStream, pBitOffset, *pSideInfo,
+              isIntensityChannel(*pFrameHeader, channel));
   return moxStatusOk;
 }

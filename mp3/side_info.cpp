@@ -92,3 +92,16 @@ moxStatus moxsUnpackSideInfo_MP3(const uint8_t** ppBitStream, MoxMp3SideInfo* pD
   *ppBitStream = reader.position();
   return complete ? moxStatusOk : moxStatusMp3SideInfoErr;
 }
+
+moxStatus moxsPackSideInfo_MP3(const MoxMp3SideInfo* pSrcSideInfo, uint8_t** ppBitStream,
+                               int32_t mainDataBegin, int32_t privateBits, const int32_t* pSrcScfsi,
+                               const MoxMp3FrameHeader* pFrameHeader) {
+  MOX_REQUIRE(notNull(pSrcSideInfo, ppBitStream, pSrcScfsi, pFrameHeader), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(hasSideInfo(*pFrameHeader), moxStatusMp3FrameHeaderErr);
+
+  FieldWriter writer(*ppBitStream);
+  sideInfoFields(writer, pSrcSideInfo, mainDataBegin, privateBits, pSrcScfsi, *pFrameHeader);
+  *ppBitStream = writer.positionAfterLastByte();  // on a byte boundary but after an early stop
+  return moxStatusOk;
+}

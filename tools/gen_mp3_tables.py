@@ -67,6 +67,15 @@ def scale_factor_tables():
     return source("mp3/scale_factor_tables.h", body + "};\n// clang-format on\n")
 
 
+def frame_tables():
+    """Bit rates and sampling rates of MPEG-1."""
+    rates = [r["mpeg1_kbps"] for r in rows("mp3_bitrates.csv")]
+    hertz = [r["mpeg1_hz"] for r in rows("mp3_sampling_rates.csv")]
+    body = f"const int32_t kBitRates[{len(rates)}] = {braced(rates)};\n"
+    body += f"const int32_t kSamplingRates[{len(hertz)}] = {braced(hertz)};\n"
+    return source("mp3/frame_tables.h", body)
+
+
 def huffman_codes(table_rows, symbol):
     """The (code, length) pairs of one table, ordered by symbol(row)."""
     ordered = sorted(table_rows, key=symbol)
@@ -97,6 +106,7 @@ def huffman_code_tables():
 
 
 FILES = {
+    "mp3/frame_tables.cpp": frame_tables,
     "mp3/band_tables.cpp": band_tables,
     "mp3/scale_factor_tables.cpp": scale_factor_tables,
     "mp3/huffman_code_tables.h": huffman_code_tables,

@@ -51,6 +51,12 @@ typedef struct MoxMp3SideInfo {
   int32_t cnt1TabSel;      /* count1table_select: 0 = quadruple table A, 1 = table B */
 } MoxMp3SideInfo;
 
+/* What an encoder keeps of its bit reservoir. */
+typedef struct MoxMp3BitReservoir {
+  int32_t resBits;    /* bits now held */
+  int32_t maxResBits; /* the most that may be held */
+} MoxMp3BitReservoir;
+
 /* Reads a frame header. ISO/IEC 11172-3, 2.4.1.3.
  *
  * ppBitStream   *ppBitStream is at the header's first byte; it moves on by 4 bytes, or by 6 when
@@ -143,10 +149,10 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * pFrameHeader      id, layer and samplingFreq are looked at
  * hufSize           bits of Huffman data: part23Len less those of the scale factors
  * pSfbTableLong     6 rows of 23 long-band starts, the last 576; row id*3 + samplingFreq: MPEG-2 at 22.05,
- *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. moxsHuffmanDecode_MP3_1u32s has the standards'
- * own. pSfbTableShort    6 rows of 14 short-band starts in lines of one window pMbpTable         6 rows of 2:
- * long bands in the long part of a mixed block; short band-windows by which region 0 reaches into its short
- * part
+ *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. The first form has the standards' own.
+ * pSfbTableShort    6 rows of 14 short-band starts in lines of one window
+ * pMbpTable         6 rows of 2: long bands in the long part of a mixed block; short band-windows by which
+ *                   region 0 reaches into its short part
  *
  * Regions. With winSwitch 0: region 1 starts at the long band reg0Cnt + 1, region 2 at reg0Cnt + reg1Cnt + 2.
  * With winSwitch 1 there are two, with tableSelect[0] and [1]; region 1 starts
@@ -204,6 +210,119 @@ MOXAC_API moxStatus moxsHuffmanDecodeSfbMbp_MP3_1u32s(
     const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pDstIs, int32_t* pDstNonZeroBound,
     const MoxMp3SideInfo* pSideInfo, const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
     const int16_t* pSfbTableLong, const int16_t* pSfbTableShort, const int16_t* pMbpTable);
+
+/* Writes a frame header, the inverse of moxsUnpackFrameHeader_MP3. ISO/IEC 11172-3, 2.4.1.3.
+ *
+ * pSrcFrameHeader  each field's low bits are written, behind a syncword of twelve ones; no value is checked
+ * ppBitStream      *ppBitStream is at a byte boundary; it moves on by 4 bytes, or by 6 when protectionBit is
+ *                  0 and crcWord follows. The byte behind those is read and written back unchanged.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer  pSrcFrameHeader, ppBitStream or *ppBitStream is null
+ */
+MOXAC_API moxStatus moxsPackFrameHeader_MP3(const MoxMp3FrameHeader* pSrcFrameHeader, uint8_t** ppBitStream);
+
+/* Writes the side information of a frame, the inverse of moxsUnpackSideInfo_MP3: same records, field order
+ * and widths. ISO/IEC 11172-3, 2.4.1.7; ISO/IEC 13818-3, 2.4.1.7.
+ *
+ * pSrcSideInfo   one record per granule and channel, granule-major; each field's low bits are written
+ * ppBitStream    *ppBitStream is at a byte boundary; it moves on by 17, 32, 9 or 17 bytes. The byte behind
+ *                those is read and written back unchanged.
+ * mainDataBegin  main_data_begin, in bytes
+ * privateBits    5, 3, 1 or 2 bits
+ * pSrcScfsi      MPEG-1: 4 values per channel; MPEG-2: must not be null, is not looked at
+ * pFrameHeader   id, layer and mode are looked at
+ *
+ * A record with winSwitch 1 and blockType 0 cannot be told to a decoder: writing ends behind that record's
+ * winSwitch, with moxStatusOk, and *ppBitStream is behind the last byte that holds a written bit.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        any pointer, or *ppBitStream, is null
+ * moxStatusMp3FrameHeaderErr  id not 0 or 1, layer not 1, or mode not 0..3; nothing is written
+ */
+MOXAC_API moxStatus moxsPackSideInfo_MP3(const MoxMp3SideInfo* pSrcSideInfo, uint8_t** ppBitStream,
+                                         int32_t mainDataBegin, int32_t privateBits, const int32_t* pSrcScfsi,
+                                         const MoxMp3FrameHeader* pFrameHeader);
+
+/* Writes the scale factors of one granule of one channel, the inverse of moxsUnpackScaleFactors_MP3_1u8s.
+ * ISO/IEC 11172-3, 2.4.1.7 and 2.4.2.7; ISO/IEC 13818-3, 2.4.3.2.
+ *
+ * pSrcScaleFactor  values in the parser's order, without its trailing zeros; the low bits of each magnitude
+ *                  are written, so that a negated illegal intensity position becomes the field that it was
+ * ppBitStream      the byte that takes the next bit; updated. When the last field ends on a byte boundary,
+ *                  the next byte is read and written back unchanged.
+ * pBitOffset       bits of that byte already written, 0..7 (not checked); updated
+ * pFrameHeader     id 1 is MPEG-1, any other MPEG-2, which also looks at modeExt
+ * pSideInfo        the record of this granule and channel. With blockType 2, mixedBlock 0 is short, 1 mixed,
+ *                  anything else long. MPEG-2: preFlag is written as sfCompress implies.
+ * pScfsi           the four scfsi values of this channel: in a long block of a granule other than 0, MPEG-1
+ *                  leaves out the band groups whose value is 1
+ * granule          0 is the first; not checked
+ * channel          1 is the one that may hold intensity positions (MPEG-2, modeExt bit 0); not checked
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        any pointer, or *ppBitStream, is null
+ * moxStatusMp3SideInfoErr     sfCompress not 0..15 (MPEG-1) or not 0..511 (MPEG-2)
+ * moxStatusMp3FrameHeaderErr  MPEG-2: modeExt not 0..3
+ * Nothing is written when a check fails.
+ */
+MOXAC_API moxStatus moxsPackScaleFactors_MP3_8s1u(const int8_t* pSrcScaleFactor, uint8_t** ppBitStream,
+                                                  int32_t* pBitOffset, const MoxMp3FrameHeader* pFrameHeader,
+                                                  MoxMp3SideInfo* pSideInfo, const int32_t* pScfsi,
+                                                  int32_t granule, int32_t channel);
+
+/* Writes the Huffman-coded spectrum of one granule of one channel and fills it up with ones; MPEG-1.
+ * ISO/IEC 11172-3, 2.4.1.7, 2.4.2.7 and Table B.7.
+ *
+ * pSrcIx        576 quantised values
+ * ppBitStream   the byte that takes the next bit; updated. No byte behind the last written bit is touched.
+ * pBitOffset    bits of that byte already written, 0..7; updated. The byte's other bits become zero.
+ * pFrameHeader  id, layer and samplingFreq are looked at
+ * pSideInfo     bigVals, winSwitch, blockType, tableSelect, reg0Cnt, reg1Cnt and cnt1TabSel are looked at
+ * count1Len     lines of the count1 region, which starts at 2*bigVals; in steps of 4, rounded up
+ * hufSize       bits that the Huffman part fills: ones follow the last code up to there. When the codes take
+ *               as many or more, nothing follows.
+ *
+ * Regions as in moxsHuffmanDecode_MP3_1u32s; with winSwitch 1 and a blockType other than 0 region 1 starts
+ * at line 36 and region 2 is empty. Table 0 writes nothing, whatever its lines hold. For a pair (x, y): its
+ * code, then for x and y in turn the excess over 15 in linbits bits (tables 16-31, magnitudes of 15 and more)
+ * and a sign bit if it is not zero, 1 for negative. A quadruple: its code, then the signs of its non-zero
+ * values.
+ * Any number of threads may call it, on outputs of their own.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        any pointer, or *ppBitStream, is null
+ * moxStatusOutOfRange         *pBitOffset not 0..7
+ * moxStatusMp3SideInfoErr     bigVals not 0..288, a region count negative or their sum above 20, cnt1TabSel
+ *                             not 0 or 1
+ * moxStatusMp3FrameHeaderErr  id not 1, layer not 1, samplingFreq not 0..2
+ * moxStatusOutOfRange         count1Len negative, or its region passes line 576
+ * moxStatusMp3SideInfoErr     when a region's turn comes: a table number negative, or above 31 (not looked at
+ *                             for the empty region 2 of a switched block), table 4 or 14 with a non-zero
+ *                             line, a magnitude that the table cannot code, a magnitude above 1 in the count1
+ *                             region. Earlier regions are written and the cursor stands behind them.
+ */
+MOXAC_API moxStatus moxsHuffmanEncode_MP3_32s1u(const int32_t* pSrcIx, uint8_t** ppBitStream,
+                                                int32_t* pBitOffset, const MoxMp3FrameHeader* pFrameHeader,
+                                                const MoxMp3SideInfo* pSideInfo, int32_t count1Len,
+                                                int32_t hufSize);
+
+/* Sets up an encoder's bit reservoir for one bit rate; MPEG-1. ISO/IEC 11172-3, 2.4.2.7 (main_data_begin).
+ *
+ *   F = 8 * floor(144 * bit rate / sampling rate), the bits of a frame without padding; 0 for the free format
+ *   resBits = 0,  maxResBits = min(7680 - min(F, 7680), 4088)
+ *
+ * 7680 bits are a decoder's input buffer, 4088 = 8 * 511 the farthest that main_data_begin reaches.
+ *
+ * pReservoir    is filled
+ * pFrameHeader  id, bitRateIndex and samplingFreq are looked at
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        pReservoir or pFrameHeader is null
+ * moxStatusMp3FrameHeaderErr  id not 1, bitRateIndex not 0..14, samplingFreq not 0..2
+ */
+MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
+                                             const MoxMp3FrameHeader* pFrameHeader);
 
 MOXAC_EXTERN_C_END
 
