@@ -42,6 +42,14 @@ class BitReader {
   }
   void align() { alignToByte(&p_, &offset_); }
 
+  // For loops that read on their own.
+  const uint8_t* bytePosition() const { return p_; }
+  int32_t bitOffset() const { return offset_; }
+  void moveTo(const uint8_t* p, int32_t offset) {
+    p_ = p;
+    offset_ = offset;
+  }
+
  private:
   const uint8_t** ppBitStream_;
   int32_t* pBitOffset_;

@@ -65,7 +65,30 @@ def band_tables():
     return "\n".join(out) + "\n"
 
 
-FILES = {"aac/band_tables.cpp": band_tables}
+def huffman_codes():
+    out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
+           "// The Huffman codes of ISO/IEC 14496-3, 4.A: {length, code word}. Spectral codes stand in the order of",
+           "// their values read as digits, first value most significant; scale-factor codes in the order of the",
+           "// difference, which is the index less 60.",
+           "#pragma once", "", "#include <cstdint>", "", "namespace moxac {", "",
+           "struct HuffmanCode {", "  uint8_t length;", "  uint32_t code;", "};", ""]
+
+    def book(name, codes):
+        out.append(f"inline constexpr HuffmanCode {name}[{len(codes)}] = {{")
+        out.extend(wrapped([f"{{{row['length']}, {row['code']}}}" for row in codes]))
+        out.extend(["};", ""])
+
+    book("kScaleFactorCodes", rows("aac_huffman_scalefactor.csv"))
+    spectral = rows("aac_huffman_spectral.csv")
+    for number in range(1, 12):
+        codes = [row for row in spectral if int(row["book"]) == number]
+        assert [int(row["index"]) for row in codes] == list(range(len(codes)))
+        book(f"kSpectralCodes{number}", codes)
+    out.append("}  // namespace moxac")
+    return "\n".join(out) + "\n"
+
+
+FILES = {"aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes}
 
 
 def main():

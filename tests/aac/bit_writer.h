@@ -2,8 +2,8 @@
 // byte.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -26,15 +26,21 @@ class BitWriter {
     return *this;
   }
   int32_t size() const { return static_cast<int32_t>(bits_.size()) - start_; }  // bits put
-  bool bitAt(size_t i) const { return bits_[static_cast<size_t>(start_) + i]; }
 
-  // Lays the stream against an unreadable page with `slack` noise bytes behind the last byte that holds bits.
-  // The returned cursor lives until the next call.
-  void lay(size_t slack = 3) {
-    const size_t used = (bits_.size() + 7) / 8;
-    page_ = std::make_unique<GuardPage>(used + slack);
-    std::memset(page_->data(), 0xB7, used + slack);
-    for (size_t i = 0; i < bits_.size(); ++i) {
+  BitWriter copy() const {  // of the bits; not laid
+    BitWriter other(start_);
+    other.bits_ = bits_;
+    return other;
+  }
+  void flip(int32_t i) { bits_[static_cast<size_t>(start_ + i)].flip(); }
+
+  // Lays the stream in `bytes` bytes that end at an unreadable page, cut or filled up as needed; by default
+  // three bytes follow the last one that holds bits. The cursor lives until the next call.
+  void lay() { lay((bits_.size() + 7) / 8 + 3); }
+  void lay(size_t bytes) {
+    page_ = std::make_unique<GuardPage>(bytes);
+    for (size_t i = 0; i < bytes; ++i) page_->data()[i] = static_cast<uint8_t>(i * 167 + 0xB7);
+    for (size_t i = 0; i < std::min(bits_.size(), 8 * bytes); ++i) {
       uint8_t& byte = page_->data()[i / 8];
       const auto mask = static_cast<uint8_t>(0x80 >> (i % 8));
       byte = static_cast<uint8_t>(bits_[i] ? byte | mask : byte & ~mask);

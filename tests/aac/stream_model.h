@@ -118,7 +118,8 @@ struct IcsOptions {
   int32_t predSfbMax = 0;
   MoxAacMainHeader* ltpHolder = nullptr;  // set: predictor data are long-term prediction's
   int32_t ltpChannels = 2;
-  int32_t maxSfbLimit = 51;  // of long windows
+  int32_t maxSfbLong = 51;  // largest values drawn
+  int32_t maxSfbShort = 15;
 };
 
 inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo& ics) {
@@ -127,11 +128,11 @@ inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo&
   put(out, 1, ics.windowShape);
   ics.predictorDataPresent = ics.predictorReset = 0;
   if (ics.windowSequence == 2) {
-    putValue(out, 4, drawBelow(std::min(options.maxSfbLimit, 15) + 1), ics.maxSfb);
+    putValue(out, 4, drawBelow(options.maxSfbShort + 1), ics.maxSfb);
     putGrouping(out, ics.scaleFactorGrouping, ics.numWindowGroups, ics.windowGroupLen);
     return;
   }
-  putValue(out, 6, drawBelow(options.maxSfbLimit + 1), ics.maxSfb);
+  putValue(out, 6, drawBelow(options.maxSfbLong + 1), ics.maxSfb);
   put(out, 1, ics.predictorDataPresent);
   ics.numWindowGroups = ics.windowGroupLen[0] = 1;
   if (ics.predictorDataPresent == 0) return;

@@ -1,0 +1,89 @@
+#include "aac/noiseless_kernels.h"
+#include "frame/checks.h"
+
+using namespace moxac;
+
+namespace {
+
+moxStatus decodeLowComplexity(BitReader& in, bool commonWindow, const NoiselessTarget& to) {
+  MoxAacChanStream& stream = to.stream;
+  MoxAacIcsInfo& ics = *stream.pIcsInfo;
+  stream.globalGain = in.bits(8);
+  if (!commonWindow) {
+    const moxStatus status = readIcsInfo(in, 0, ics);
+    MOX_REQUIRE(status == moxStatusOk, status);
+  }
+  const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
+                                          ics.windowGroupLen, stream.samplingRateIndex);
+  enterLayout(layout, stream);
+  MOX_REQUIRE(layout.maxSfb <= layout.swb.numSwb, moxStatusAacMaxSfbError);
+  return readChannel(in, layout, true, false, to);
+}
+
+moxStatus decodeMpeg4(BitReader& in, bool commonWindow, int32_t audioObjectType, MoxAacMainHeader& ltpHolder,
+                      const NoiselessTarget& to) {
+  MoxAacChanStream& stream = to.stream;
+  MoxAacIcsInfo& ics = *stream.pIcsInfo;
+  stream.globalGain = in.bits(8);
+  if (!commonWindow) {
+    for (MoxAacLtpInfo& ltp : ltpHolder.ltp) ltp.ltpDataPresent = 0;
+    const moxStatus status = readIcsInfoMp4(in, stream.predSfbMax, audioObjectType, 1, ics, ltpHolder);
+    MOX_REQUIRE(status == moxStatusOk, status);
+  }
+  const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
+                                          ics.windowGroupLen, stream.samplingRateIndex);
+  enterLayout(layout, stream);
+  return readChannel(in, layout, true, true, to);
+}
+
+// A layered stream has had its window information and tools in the main header.
+moxStatus decodeLayer(BitReader& in, int32_t windowSequence, int32_t maxSfb, const MoxAacMainHeader& header,
+                      const NoiselessTarget& to) {
+  MoxAacChanStream& stream = to.stream;
+  stream.globalGain = in.bits(8);
+  const ChannelLayout layout = makeLayout(windowSequence, maxSfb, header.numWindowGroups,
+                                          header.windowGroupLen, stream.samplingRateIndex);
+  enterLayout(layout, stream);
+  return readChannel(in, layout, false, true, to);
+}
+
+}  // namespace
+
+moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t commonWindow,
+                                      MoxAacChanStream* pChanStream, int16_t* pScaleFactor,
+                                      int32_t* pSpectrum, uint8_t* pSfbCb, int8_t* pTnsCoef) {
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset) && notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pChanStream->pIcsInfo), moxStatusNullPointer);
+  MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
+  MOX_REQUIRE(inRange(commonWindow, 0, 1), moxStatusAacCommonWindowError);
+  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, kNumSampleRates - 1), moxStatusAacSampleRateError);
+  MOX_REQUIRE(pChanStream->predSfbMax == 0, moxStatusAacPredSfbError);
+
+  BitReader in(ppBitStream, pBitOffset);
+  return decodeLowComplexity(in, commonWindow == 1,
+                             {*pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef});
+}
+
+moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                  MoxAacMainHeader* pMainHeader, int16_t* pScaleFactor, int32_t* pSpectrum,
+                                  uint8_t* pSfbCb, int8_t* pTnsCoef, MoxAacChanStream* pChanStream,
+                                  int32_t windowSequence, int32_t maxSfb, int32_t commonWindow,
+                                  int32_t layerFlag, int32_t audioObjectType) {
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset) && notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pMainHeader, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef, pChanStream),
+              moxStatusNullPointer);
+  MOX_REQUIRE(layerFlag == 1 || notNull(pChanStream->pIcsInfo), moxStatusNullPointer);
+  MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
+  MOX_REQUIRE(inRange(audioObjectType, 0, 16), moxStatusAacAotError);
+  MOX_REQUIRE(inRange(layerFlag, 0, 1), moxStatusAacLayerFlagError);
+  MOX_REQUIRE(inRange(commonWindow, 0, 1), moxStatusAacCommonWindowError);
+  MOX_REQUIRE(layerFlag == 0 || inRange(windowSequence, 0, 3), moxStatusAacWinSeqError);
+  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, kNumSampleRates - 1), moxStatusAacSampleRateError);
+  MOX_REQUIRE(layerFlag == 0 || inRange(maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+
+  BitReader in(ppBitStream, pBitOffset);
+  const NoiselessTarget to{*pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef};
+  return layerFlag == 1 ? decodeLayer(in, windowSequence, maxSfb, *pMainHeader, to)
+                        : decodeMpeg4(in, commonWindow == 1, audioObjectType, *pMainHeader, to);
+}

@@ -1,0 +1,221 @@
+// The noiseless decoder as the syntax tables read: one bit at a time, code words found by comparing with the
+// code lists of tools/tables. Output records are the operation's own.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "aac/band_tables.h"
+#include "moxac/aac.h"
+
+namespace moxtest {
+
+// (length, code) -> values; for the scale-factor book the one value is the difference.
+using CodeBook = std::map<std::pair<int32_t, uint32_t>, std::vector<int32_t>>;
+
+inline std::vector<std::vector<std::string>> readCsv(const std::string& name) {
+  std::ifstream file(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + name);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream cells(line);
+    rows.emplace_back();
+    for (std::string cell; std::getline(cells, cell, ',');) rows.back().push_back(cell);
+  }
+  rows.erase(rows.begin());
+  return rows;
+}
+
+// Book 0 is the scale-factor book.
+inline const std::array<CodeBook, 12>& codeBooks() {
+  static const auto books = [] {
+    std::array<CodeBook, 12> made;
+    for (const auto& row : readCsv("aac_huffman_scalefactor.csv"))
+      made[0][{std::stoi(row[1]), std::stoul(row[2])}] = {std::stoi(row[0]) - 60};
+    for (const auto& row : readCsv("aac_huffman_spectral.csv")) {
+      std::vector<int32_t> values;
+      for (size_t i = 1; i <= 4; ++i)
+        if (!row[i].empty()) values.push_back(std::stoi(row[i]));
+      made[static_cast<size_t>(std::stoi(row[0]))][{std::stoi(row[6]), std::stoul(row[7])}] = values;
+    }
+    return made;
+  }();
+  return books;
+}
+inline bool isUnsignedBook(int32_t book) { return book == 3 || book == 4 || book >= 7; }
+
+// What one call leaves behind.
+struct NoiselessOutput {
+  std::vector<int16_t> scaleFactor = std::vector<int16_t>(120, 0x1111);
+  std::vector<int32_t> spectrum = std::vector<int32_t>(1024, 0x22222222);
+  std::vector<uint8_t> sfbCb = std::vector<uint8_t>(120, 0x33);
+  std::vector<int8_t> tnsCoef = std::vector<int8_t>(60, 0x44);
+};
+
+class NoiselessReference {
+ public:
+  NoiselessReference(const uint8_t* stream, int32_t offset) : p_(stream), position_(offset) {}
+  int64_t position() const { return position_; }  // bits from the start of the first byte
+
+  struct Mode {
+    bool mpeg4 = false, layer = false;
+    int32_t windowSequence = 0, maxSfb = 0, numGroups = 1;
+    const int32_t* groupLen = nullptr;
+  };
+
+  // Everything behind the window information.
+  moxStatus decode(const Mode& mode, MoxAacChanStream& to, NoiselessOutput& out) {
+    const bool isShort = mode.windowSequence == 2;
+    const auto table =
+        isShort ? moxac::shortSwbTable(to.samplingRateIndex) : moxac::longSwbTable(to.samplingRateIndex);
+    to.windowLen = isShort ? 128 : 1024;
+    to.numWindows = isShort ? 8 : 1;
+    to.numSwb = table.numSwb;
+    if (!mode.mpeg4 && mode.maxSfb > to.numSwb) return -162;
+
+    int32_t n = 0;
+    for (int32_t g = 0; g < mode.numGroups; ++g) {
+      to.numSec[g] = 0;
+      int32_t end = 0;
+      while (end < mode.maxSfb && to.numSec[g] < mode.maxSfb) {
+        const int32_t book = bits(4), start = end;
+        for (;;) {
+          const int32_t piece = bits(isShort ? 3 : 5);
+          end += piece;
+          if (piece != (isShort ? 7 : 31) || end > mode.maxSfb) break;
+        }
+        if (end > mode.maxSfb || n == 120) return -158;
+        to.sectCb[n] = static_cast<uint8_t>(book);
+        to.sectEnd[n] = static_cast<uint8_t>(end);
+        for (int32_t b = start; b < end; ++b) out.sfbCb[at(g * mode.maxSfb + b)] = static_cast<uint8_t>(book);
+        ++n;
+        ++to.numSec[g];
+      }
+      if (end != mode.maxSfb) return -158;
+    }
+
+    int32_t gain = to.globalGain, position = 0;
+    bool noise = false;
+    for (int32_t i = 0; i < mode.numGroups * mode.maxSfb; ++i) {
+      const int32_t book = out.sfbCb[at(i)];
+      int32_t value = 0;
+      if (book == 12 || (book == 13 && !mode.mpeg4)) return -166;
+      if (book >= 14) {
+        value = position += word(0)[0];
+      } else if (book == 13 && !noise) {
+        value = gain = to.globalGain + bits(9) - 346;
+        noise = true;
+      } else if (book != 0) {
+        value = gain += word(0)[0];
+      }
+      if (book != 0 && book < 14 && gain > 255) return -164;
+      out.scaleFactor[at(i)] = static_cast<int16_t>(value);
+    }
+
+    int32_t pulses = 0, pulseSfb = 0, pulseOffset[4], pulseAmp[4];
+    if (mode.layer) {
+      to.pulseDataPresent = to.tnsDataPresent = to.gainControlDataPresent = 0;
+    } else {
+      if ((to.pulseDataPresent = bits(1)) != 0) {
+        if (isShort) return -160;
+        pulses = bits(2) + 1;
+        if ((pulseSfb = bits(6)) > 51) return -160;
+        for (int32_t i = 0; i < pulses; ++i) {
+          pulseOffset[i] = bits(5);
+          pulseAmp[i] = bits(4);
+        }
+        if (pulseSfb >= to.numSwb) return -160;
+      }
+      to.tnsDataPresent = bits(1);
+      to.nFilt[0] = 0;
+      if (to.tnsDataPresent != 0 && !tns(isShort, to, out)) return -155;
+      if ((to.gainControlDataPresent = bits(1)) != 0) return -159;
+    }
+
+    int32_t* group = out.spectrum.data();
+    for (int32_t g = 0, s = 0; g < mode.numGroups; ++g) {
+      const int32_t len = mode.groupLen[g];
+      int32_t line = 0;
+      for (int32_t i = 0; i < to.numSec[g]; ++i, ++s) {
+        const int32_t book = to.sectCb[s];
+        if (to.sectEnd[s] > to.numSwb) return -2;
+        if (book == 12) return -166;
+        const int32_t end = table.offset[to.sectEnd[s]] * len;
+        if (book == 0 || book > 12)
+          while (line < end) group[line++] = 0;
+        while (line < end) {
+          int32_t* const tuple = group + line;
+          for (const int32_t v : word(book)) group[line++] = v;
+          for (int32_t* v = tuple; v < group + line; ++v)
+            if (isUnsignedBook(book) && *v != 0 && bits(1) != 0) *v = -*v;
+          for (int32_t* v = tuple; book == 11 && v < group + line; ++v) {
+            if (std::abs(*v) != 16) continue;
+            int32_t size = 4;
+            while (bits(1) != 0)
+              if (++size > 12) return -163;
+            const int32_t magnitude = (1 << size) + bits(size);
+            *v = *v < 0 ? -magnitude : magnitude;
+          }
+        }
+      }
+      while (line < to.windowLen * len) group[line++] = 0;
+      group += line;
+    }
+    for (int32_t i = 0, k = table.offset[pulseSfb]; i < pulses; ++i) {
+      k += pulseOffset[i];
+      if (k >= 1024) return -160;
+      out.spectrum[at(k)] += out.spectrum[at(k)] > 0 ? pulseAmp[i] : -pulseAmp[i];
+    }
+    return 0;
+  }
+
+  int32_t bits(int32_t n) {
+    int32_t value = 0;
+    for (; n > 0; --n, ++position_) value = 2 * value + ((p_[position_ / 8] >> (7 - position_ % 8)) & 1);
+    return value;
+  }
+
+ private:
+  static size_t at(int32_t i) { return static_cast<size_t>(i); }
+
+  std::vector<int32_t> word(int32_t book) {
+    const CodeBook& codes = codeBooks()[at(book)];
+    uint32_t code = 0;
+    for (int32_t length = 1;; ++length) {
+      code = 2 * code + static_cast<uint32_t>(bits(1));
+      if (const auto found = codes.find({length, code}); found != codes.end()) return found->second;
+    }
+  }
+
+  bool tns(bool isShort, MoxAacChanStream& to, NoiselessOutput& out) {
+    size_t coef = 0;
+    for (int32_t w = 0, f = 0, d = 0; w < (isShort ? 8 : 1); ++w) {
+      to.nFilt[w] = bits(isShort ? 1 : 2);
+      if (to.nFilt[w] != 0) to.coefRes[w] = bits(1) + 3;
+      for (int32_t i = 0; i < to.nFilt[w]; ++i, ++f) {
+        to.length[f] = bits(isShort ? 4 : 6);
+        to.order[f] = bits(isShort ? 3 : 5);
+        if (to.order[f] > (isShort ? 7 : 12)) return false;
+        if (to.order[f] == 0) continue;
+        to.direction[d++] = bits(1);
+        const int32_t width = to.coefRes[w] - bits(1);
+        for (int32_t c = 0; c < to.order[f]; ++c) {
+          const int32_t v = bits(width);
+          out.tnsCoef[coef++] = static_cast<int8_t>(v >= 1 << (width - 1) ? v - (1 << width) : v);
+        }
+      }
+    }
+    return true;
+  }
+
+  const uint8_t* p_;
+  int64_t position_;
+};
+
+}  // namespace moxtest

@@ -1,0 +1,411 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+#include "aac/noiseless_reference.h"
+#include "aac/stream_model.h"
+#include "moxac/aac.h"
+
+namespace {
+
+using namespace moxtest;
+
+// A random word of a book, sign and escape bits included: its values as the decoder must give them.
+std::vector<int32_t> putWord(BitWriter& out, int32_t book) {
+  const CodeBook& codes = codeBooks()[static_cast<size_t>(book)];
+  auto it = std::next(codes.begin(), drawBelow(static_cast<int32_t>(codes.size())));
+  if (draw(1) != 0)
+    it = std::next(codes.begin(), drawBelow(1 + static_cast<int32_t>(codes.size()) / 8));  // a short one
+  out.put(it->first.second, it->first.first);
+  std::vector<int32_t> values = it->second;
+  if (!isUnsignedBook(book)) return values;
+  for (int32_t& v : values) {
+    const uint32_t sign = v != 0 ? draw(1) : 0;
+    if (v != 0) out.put(sign, 1);
+    if (sign != 0) v = -v;
+  }
+  for (int32_t& v : values)
+    if (book == 11 && std::abs(v) == 16) {
+      const int32_t size = 4 + drawBelow(9);
+      const auto low = static_cast<int32_t>(draw(size));
+      out.put((1u << (size - 3)) - 2, size - 3).put(static_cast<uint32_t>(low), size);
+      v = (v < 0 ? -1 : 1) * ((1 << size) + low);
+    }
+  return values;
+}
+
+// A scale-factor difference that keeps `gain` at or below 255.
+void putDifference(BitWriter& out, int32_t& gain) {
+  const int32_t step = std::min(drawBelow(121) - 60, 255 - gain);
+  for (const auto& [code, value] : codeBooks()[0])
+    if (value[0] == step) out.put(code.second, code.first);
+  gain += step;
+}
+
+// A random channel behind the window information. Returns its spectrum; pulses are in it.
+std::vector<int32_t> putChannel(BitWriter& out, const MoxAacIcsInfo& ics, int32_t rate, bool mpeg4,
+                                int32_t onlyBook, int32_t globalGain) {
+  const bool isShort = ics.windowSequence == 2;
+  const auto table = isShort ? moxac::shortSwbTable(rate) : moxac::longSwbTable(rate);
+  struct Section {
+    int32_t book, start, end;
+  };
+  std::vector<std::vector<Section>> groups(static_cast<size_t>(ics.numWindowGroups));
+  for (auto& group : groups)
+    for (int32_t end = 0; end < ics.maxSfb;) {
+      int32_t book = onlyBook >= 0 ? onlyBook : drawBelow(15);
+      if (book >= 12) ++book;  // 12 is reserved
+      if (book == 13 && !mpeg4) book = 0;
+      const int32_t start = end;
+      end = std::min(end + 1 + drawBelow(draw(2) == 0 ? 51 : 6), ics.maxSfb);
+      group.push_back({book, start, end});
+      out.put(static_cast<uint32_t>(book), 4);
+      const int32_t pieceBits = isShort ? 3 : 5, escape = (1 << pieceBits) - 1;
+      for (int32_t left = end - start; left >= 0; left -= escape)
+        out.put(static_cast<uint32_t>(std::min(left, escape)), pieceBits);
+    }
+
+  int32_t gain = globalGain, position = 0;
+  bool noise = false;
+  for (const auto& group : groups)
+    for (const Section& section : group)
+      for (int32_t b = section.start; b < section.end; ++b)
+        if (section.book >= 14) {
+          putDifference(out, position);
+        } else if (section.book == 13 && !noise) {
+          noise = true;
+          put(out, 9, gain);
+          gain += globalGain - 346;
+          if (gain > 255) return {};  // refused, whatever follows
+        } else if (section.book != 0) {
+          putDifference(out, gain);
+        }
+
+  const uint32_t pulse = isShort ? 0 : draw(1);
+  out.put(pulse, 1);
+  std::vector<std::pair<int32_t, int32_t>> pulses;  // line, amplitude
+  if (pulse != 0) {
+    const uint32_t more = draw(2);
+    const int32_t start = drawBelow(table.numSwb);
+    out.put(more, 2).put(static_cast<uint32_t>(start), 6);
+    int32_t line = table.offset[start];
+    for (uint32_t i = 0; i <= more; ++i) {
+      const uint32_t step = draw(5), amp = draw(4);
+      out.put(step, 5).put(amp, 4);
+      pulses.emplace_back(line += static_cast<int32_t>(step), amp);
+    }
+  }
+  MoxAacTnsInfo tns = {};
+  putTns(out, isShort, isShort ? 7 : 12, tns);
+  out.put(0, 1);  // no gain control
+
+  std::vector<int32_t> spectrum;
+  size_t groupStart = 0;
+  for (size_t g = 0; g < groups.size(); ++g) {
+    const int32_t len = ics.windowGroupLen[g];
+    for (const Section& section : groups[g]) {
+      const size_t end = groupStart + static_cast<size_t>(table.offset[section.end] * len);
+      while (spectrum.size() < end && section.book > 0 && section.book < 12)
+        for (const int32_t v : putWord(out, section.book)) spectrum.push_back(v);
+      spectrum.resize(end);
+    }
+    spectrum.resize(groupStart += static_cast<size_t>(table.windowLen * len));
+  }
+  for (const auto& [line, amp] : pulses)
+    if (line < 1024)
+      spectrum[static_cast<size_t>(line)] += spectrum[static_cast<size_t>(line)] > 0 ? amp : -amp;
+  return spectrum;
+}
+
+// All that a call leaves behind.
+struct Outcome {
+  MoxAacIcsInfo ics = noiseRecord<MoxAacIcsInfo>();
+  MoxAacMainHeader main = noiseRecord<MoxAacMainHeader>();
+  MoxAacChanStream stream = noiseRecord<MoxAacChanStream>();
+  NoiselessOutput out;
+  moxStatus status = 0;
+  int64_t position = 0;
+};
+
+void expectSame(Outcome got, const Outcome& want) {
+  got.stream.pIcsInfo = want.stream.pIcsInfo;
+  ASSERT_EQ(got.status, want.status);
+  ASSERT_EQ(got.position, want.position);
+  ASSERT_TRUE(same(got.ics, want.ics));
+  ASSERT_TRUE(same(got.main, want.main));
+  ASSERT_TRUE(same(got.stream, want.stream));
+  ASSERT_EQ(got.out.scaleFactor, want.out.scaleFactor);
+  ASSERT_EQ(got.out.spectrum, want.out.spectrum);
+  ASSERT_EQ(got.out.sfbCb, want.out.sfbCb);
+  ASSERT_EQ(got.out.tnsCoef, want.out.tnsCoef);
+}
+
+struct Call {
+  bool mpeg4, commonWindow, layer;
+  int32_t objectType, windowSequence, maxSfb;
+};
+
+// Runs the operation over the laid stream.
+void run(BitWriter& laid, const Call& call, Outcome& got) {
+  got.stream.pIcsInfo = call.layer ? nullptr : &got.ics;
+  NoiselessOutput& out = got.out;
+  got.status = call.mpeg4
+                   ? moxsNoiselessDecode_AAC(&laid.stream, &laid.offset, &got.main, out.scaleFactor.data(),
+                                             out.spectrum.data(), out.sfbCb.data(), out.tnsCoef.data(),
+                                             &got.stream, call.windowSequence, call.maxSfb, call.commonWindow,
+                                             call.layer, call.objectType)
+                   : moxsNoiselessDecoder_LC_AAC(&laid.stream, &laid.offset, call.commonWindow, &got.stream,
+                                                 out.scaleFactor.data(), out.spectrum.data(),
+                                                 out.sfbCb.data(), out.tnsCoef.data());
+  got.position = laid.consumed();
+}
+
+// One random stream, as written and then with flipped bits: the operation must leave exactly what the
+// reference leaves, and load no byte more than three past the last one that it consumed bits from.
+void roundAgainstReference(int round, int32_t onlyBook, std::map<moxStatus, int>& statuses) {
+  const int32_t rate = drawBelow(12);
+  Call call{.mpeg4 = draw(1) != 0,
+            .commonWindow = draw(1) != 0,
+            .layer = false,
+            .objectType = 1 + drawBelow(4),
+            .windowSequence = 99,
+            .maxSfb = 99};
+  call.layer = call.mpeg4 && draw(2) == 0;
+  Outcome before;
+  before.stream.samplingRateIndex = rate;
+  before.stream.predSfbMax = call.mpeg4 ? drawBelow(42) : 0;
+  Outcome head = before;
+
+  BitWriter sound(round % 8), noStream;
+  put(sound, 8, head.stream.globalGain);
+  const bool beyond = draw(4) == 0;  // maxSfb may exceed the bands there are
+  const bool readsIcs = !call.layer && !call.commonWindow;
+  IcsOptions options{.predSfbMax = before.stream.predSfbMax,
+                     .maxSfbLong = beyond ? 51 : moxac::kNumSwbLong[rate],
+                     .maxSfbShort = beyond ? 15 : moxac::kNumSwbShort[rate]};
+  if (call.mpeg4 && call.objectType != 1 && readsIcs) options.ltpHolder = &head.main, options.ltpChannels = 1;
+  if (call.mpeg4 && readsIcs) head.main.ltp[0].ltpDataPresent = head.main.ltp[1].ltpDataPresent = 0;
+  putIcsInfo(readsIcs ? sound : noStream, options, head.ics);
+  if (!readsIcs) before.ics = head.ics;
+  if (call.layer) {
+    call.windowSequence = head.ics.windowSequence;
+    call.maxSfb = head.ics.maxSfb;
+    head.main.numWindowGroups = before.main.numWindowGroups = head.ics.numWindowGroups;
+    std::copy_n(head.ics.windowGroupLen, 8, head.main.windowGroupLen);
+    std::copy_n(head.ics.windowGroupLen, 8, before.main.windowGroupLen);
+  }
+  const int32_t headBits = sound.size();
+  std::vector<int32_t> spectrum;
+  if (!call.layer)
+    spectrum = putChannel(sound, head.ics, rate, call.mpeg4, onlyBook, head.stream.globalGain);
+  else
+    for (int i = 0; i < 100; ++i) sound.put(draw(25), 25);
+
+  for (int damage = 0; damage < 4; ++damage) {
+    BitWriter damaged = sound.copy();
+    for (int i = 0; i < damage; ++i) damaged.flip(headBits + drawBelow(sound.size() - headBits));
+    Outcome want = head;
+    damaged.lay(16384);
+    NoiselessReference reference(damaged.stream, damaged.offset + headBits);
+    want.status = reference.decode({call.mpeg4, call.layer, head.ics.windowSequence, head.ics.maxSfb,
+                                    head.ics.numWindowGroups, head.ics.windowGroupLen},
+                                   want.stream, want.out);
+    want.position = reference.position() - damaged.offset;
+    ++statuses[want.status];
+
+    Outcome got = before;
+    damaged.lay(static_cast<size_t>((reference.position() + 7) / 8 + 3));
+    run(damaged, call, got);
+    ASSERT_NO_FATAL_FAILURE(expectSame(got, want)) << "round " << round << " damage " << damage;
+    if (damage == 0 && want.status == 0 && !call.layer) {
+      EXPECT_EQ(got.position, sound.size());
+      EXPECT_EQ(got.out.spectrum, spectrum);
+    }
+  }
+}
+
+TEST(Noiseless, EqualsTheOneBitAtATimeReference) {
+  std::map<moxStatus, int> statuses;
+  for (int round = 0; round < 4000; ++round)
+    ASSERT_NO_FATAL_FAILURE(roundAgainstReference(round, round % 4 == 0 ? round / 4 % 12 : -1, statuses));
+  for (moxStatus wanted : {0, -2, -155, -158, -159, -160, -162, -163, -164, -166})
+    EXPECT_GT(statuses[wanted], 0) << "never seen: " << wanted;
+}
+
+// Every code word of every book with every sign pattern, at every bit offset: a long window of one section.
+TEST(Noiseless, EveryCodeWord) {
+  for (int32_t book = 1; book < 12; ++book)
+    for (const auto& [code, values] : codeBooks()[static_cast<size_t>(book)]) {
+      const auto nonzero = static_cast<int32_t>(values.size()) -
+                           static_cast<int32_t>(std::count(values.begin(), values.end(), 0));
+      const int32_t signs = isUnsignedBook(book) ? nonzero : 0;
+      for (uint32_t pattern = 0; pattern < 1u << signs; ++pattern) {
+        BitWriter out(static_cast<int32_t>(pattern) % 8);
+        out.put(0, 8).put(0, 4).put(1, 6).put(0, 1);  // gain; only long, one band, no prediction
+        out.put(static_cast<uint32_t>(book), 4).put(1, 5).put(0, 1);  // one section, difference 0
+        out.put(0, 3);                                                // no tools
+        std::vector<int32_t> want;
+        for (size_t filled = 0; filled < 4; filled += values.size()) {
+          out.put(code.second, code.first).put(pattern, signs);
+          int32_t left = signs;
+          for (const int32_t v : values)
+            want.push_back(left > 0 && v != 0 && ((pattern >> --left) & 1u) != 0 ? -v : v);
+          for (size_t i = filled; i < want.size(); ++i)
+            if (book == 11 && std::abs(want[i]) == 16) {
+              out.put(0xE, 4).put(5, 7);  // 2^7 + 5
+              want[i] = want[i] < 0 ? -133 : 133;
+            }
+        }
+        out.lay();
+        Outcome got;
+        got.stream.samplingRateIndex = 4;
+        got.stream.predSfbMax = 0;
+        run(out, {false, false, false, 0, 0, 0}, got);
+        ASSERT_EQ(got.status, moxStatusOk);
+        ASSERT_EQ(got.position, out.size());
+        want.resize(1024);
+        ASSERT_EQ(got.out.spectrum, want) << "book " << book << " code " << code.second;
+      }
+    }
+}
+
+BitWriter longChannel(uint32_t gain, uint32_t maxSfb) {
+  BitWriter out;
+  out.put(gain, 8).put(0, 4).put(maxSfb, 6).put(0, 1);
+  return out;
+}
+
+Outcome decodeAt44100(BitWriter& out, bool mpeg4) {
+  Outcome got;
+  got.stream.samplingRateIndex = 4;
+  got.stream.predSfbMax = 0;
+  out.lay(4096);
+  run(out, {mpeg4, false, false, 2, 0, 0}, got);
+  return got;
+}
+
+TEST(Noiseless, SectionPiecesAndNoiseEnergy) {
+  for (const auto& [second, status] : {std::pair{18u, moxStatus{0}}, {20u, -158}, {17u, -158}}) {
+    BitWriter out =
+        longChannel(100, 49);  // pieces 31 and 18 end at 49; a short section leaves zero bits to read on
+    out.put(0, 4)
+        .put(31, 5)
+        .put(second, 5)
+        .put(second == 17 ? 0u : 0u, 3)
+        .put(second == 17 ? 0xFFFFu : 0u, 16);
+    EXPECT_EQ(decodeAt44100(out, false).status, status) << second;
+  }
+  BitWriter again =
+      longChannel(100, 31);  // an escape piece that ends exactly at maxSfb is followed by another
+  again.put(0, 4).put(31, 5).put(0, 5).put(0, 3);
+  Outcome got = decodeAt44100(again, false);
+  EXPECT_EQ(got.status, moxStatusOk);
+  EXPECT_EQ(got.position, again.size());
+
+  BitWriter noise = longChannel(100, 2);  // the scale factor behind a noise band continues from its energy
+  noise.put(13, 4).put(1, 5).put(1, 4).put(1, 5).put(256, 9).put(0, 1).put(0, 3).put(0, 1);
+  got = decodeAt44100(noise, true);
+  EXPECT_EQ(got.status, moxStatusOk);
+  EXPECT_EQ(got.out.scaleFactor[0], 10);
+  EXPECT_EQ(got.out.scaleFactor[1], 10);
+  EXPECT_EQ(decodeAt44100(noise, false).status, moxStatusAacCodebookError);
+
+  BitWriter loud = longChannel(255, 1);  // 255 + 511 - 346 passes 255
+  loud.put(13, 4).put(1, 5).put(511, 9);
+  EXPECT_EQ(decodeAt44100(loud, true).status, moxStatusAacScaleFactorError);
+}
+
+TEST(Noiseless, KeepsNoMoreThan120Sections) {
+  Outcome got;
+  got.stream.samplingRateIndex = 4;
+  got.main.numWindowGroups = 8;
+  std::fill_n(got.main.windowGroupLen, 8, 1);
+  std::fill_n(got.stream.sectCb, 120, uint8_t{99});
+  got.stream.numSec[0] = -1;
+  got.out.sfbCb.resize(128, 99);
+  BitWriter out;
+  out.put(100, 8);
+  for (int section = 0; section < 128; ++section) out.put(0, 4).put(1, 3);  // single bands of book 0
+  out.lay();
+  run(out, {true, true, true, 2, 2, 16}, got);  // 16 bands in 8 groups
+  EXPECT_EQ(got.status, moxStatusAacSectionError);
+  EXPECT_EQ(got.position, 8 + 121 * 7);
+  EXPECT_EQ(std::count(got.out.sfbCb.begin(), got.out.sfbCb.end(), 0), 120);
+  EXPECT_EQ(got.stream.numSec[0], 16);
+  EXPECT_EQ(got.stream.numSec[7], 8);
+}
+
+TEST(Noiseless, RefusalsInOrder) {
+  const uint8_t data[64] = {};
+  const uint8_t *p = data, *none = nullptr;
+  int32_t k = 0, bad = 8, negative = -1;
+  MoxAacIcsInfo ics;
+  auto main = noiseRecord<MoxAacMainHeader>();
+  auto stream = noiseRecord<MoxAacChanStream>();
+  NoiselessOutput out;
+  int16_t* sf = out.scaleFactor.data();
+  int32_t* spectrum = out.spectrum.data();
+  uint8_t* cb = out.sfbCb.data();
+  int8_t* coef = out.tnsCoef.data();
+  stream.pIcsInfo = nullptr;
+  const auto lc = [&](const uint8_t** pp, int32_t* po, int32_t common) {
+    return moxsNoiselessDecoder_LC_AAC(pp, po, common, &stream, sf, spectrum, cb, coef);
+  };
+  const auto mp4 = [&](const uint8_t** pp, int32_t* po, int32_t ws, int32_t maxSfb, int32_t common,
+                       int32_t layer, int32_t aot) {
+    return moxsNoiselessDecode_AAC(pp, po, &main, sf, spectrum, cb, coef, &stream, ws, maxSfb, common, layer,
+                                   aot);
+  };
+  EXPECT_EQ(lc(&p, &bad, 2), moxStatusNullPointer) << "pIcsInfo";
+  EXPECT_EQ(mp4(&p, &bad, 9, 99, 2, 0, 99), moxStatusNullPointer) << "pIcsInfo";
+  EXPECT_EQ(mp4(&p, &bad, 9, 99, 2, 1, 99), moxStatusBitOffsetError) << "a layer needs no pIcsInfo";
+  stream.pIcsInfo = &ics;
+  for (const auto& [pp, po, want] :
+       {std::tuple{static_cast<const uint8_t**>(nullptr), &bad, moxStatusNullPointer},
+        {&none, &bad, moxStatusNullPointer},
+        {&p, nullptr, moxStatusNullPointer},
+        {&p, &bad, moxStatusBitOffsetError},
+        {&p, &negative, moxStatusBitOffsetError}}) {
+    EXPECT_EQ(lc(pp, po, 2), want);
+    EXPECT_EQ(mp4(pp, po, 9, 99, 2, 2, 99), want);
+  }
+  for (int missing = 0; missing < 5; ++missing) {
+    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
+    EXPECT_EQ(moxsNoiselessDecoder_LC_AAC(&p, &k, 0, at(0, &stream), at(1, sf), at(2, spectrum), at(3, cb),
+                                          at(4, coef)),
+              moxStatusNullPointer);
+    EXPECT_EQ(moxsNoiselessDecode_AAC(&p, &k, &main, at(1, sf), at(2, spectrum), at(3, cb), at(4, coef),
+                                      at(0, &stream), 0, 0, 0, 0, 0),
+              moxStatusNullPointer);
+  }
+  EXPECT_EQ(moxsNoiselessDecode_AAC(&p, &k, nullptr, sf, spectrum, cb, coef, &stream, 0, 0, 0, 0, 0),
+            moxStatusNullPointer);
+
+  stream.samplingRateIndex = 12;
+  stream.predSfbMax = 1;
+  for (int32_t wrong : {-1, 2}) {
+    EXPECT_EQ(lc(&p, &k, wrong), moxStatusAacCommonWindowError);
+    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, wrong, 17), moxStatusAacAotError);
+    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, wrong, 16), moxStatusAacLayerFlagError);
+    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, 1, 16), moxStatusAacCommonWindowError);
+    EXPECT_EQ(mp4(&p, &k, wrong * 2, 52, 0, 1, 0), moxStatusAacWinSeqError);
+    EXPECT_EQ(mp4(&p, &k, wrong * 2, 52, 0, 0, 0), moxStatusAacSampleRateError)
+        << "the sequence counts in layers only";
+  }
+  EXPECT_EQ(mp4(&p, &k, 0, 52, 0, 1, -1), moxStatusAacAotError);
+  for (int32_t wrong : {-1, 12}) {
+    stream.samplingRateIndex = wrong;
+    EXPECT_EQ(lc(&p, &k, 0), moxStatusAacSampleRateError);
+    EXPECT_EQ(mp4(&p, &k, 0, 52, 0, 1, 0), moxStatusAacSampleRateError);
+  }
+  stream.samplingRateIndex = 0;
+  EXPECT_EQ(lc(&p, &k, 0), moxStatusAacPredSfbError);
+  for (int32_t wrong : {-1, 52}) EXPECT_EQ(mp4(&p, &k, 0, wrong, 0, 1, 0), moxStatusAacMaxSfbError);
+  EXPECT_TRUE(p == data && k == 0);
+  const NoiselessOutput untouched;
+  EXPECT_TRUE(out.spectrum == untouched.spectrum && out.sfbCb == untouched.sfbCb);
+}
+
+}  // namespace
