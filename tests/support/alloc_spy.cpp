@@ -13,10 +13,6 @@ std::atomic<AllocSpy*> current{nullptr};
 AllocSpy::AllocSpy(int failAt) : failAt_(failAt) { current = this; }
 AllocSpy::~AllocSpy() { current = nullptr; }
 
-void AllocSpy::releaseLeft() {
-  while (!blocks_.empty()) spiedFree(blocks_.back());
-}
-
 void* spiedMalloc(int32_t bytes) {
   if (AllocSpy* const spy = current) {
     spy->sizes_.push_back(bytes);
@@ -35,6 +31,10 @@ void spiedFree(void* pointer) {
   if (pointer == nullptr) return;
   if (AllocSpy* const spy = current) std::erase(spy->blocks_, pointer);
   std::free(static_cast<uint8_t*>(pointer) - 16);
+}
+
+void AllocSpy::releaseLeft() {
+  while (!blocks_.empty()) spiedFree(blocks_.back());
 }
 
 }  // namespace moxtest
