@@ -106,4 +106,23 @@ inline f64x4 minOf(f64x4 a, f64x4 b) { return _mm256_min_pd(a, b); }
 inline f64x4 toDouble4(i32x4 v) { return _mm256_cvtepi32_pd(v); }
 inline i32x4 roundToInt4(f64x4 v) { return _mm256_cvtpd_epi32(v); }  // to nearest, ties to even
 
+using i16x8 = __m128i;
+inline i16x8 loadShort8(const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+inline void storeShort8(int16_t* p, i16x8 v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+
+// Eight integers and their floats; integers above 2^24 round to the nearest float.
+using i32x8 = __m256i;
+inline i32x8 loadInt8(const int32_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+inline void storeInt8(int32_t* p, i32x8 v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+inline f32x8 toFloat8(i32x8 v) { return _mm256_cvtepi32_ps(v); }
+// Rounded to nearest, ties to even, saturated: the conversion itself turns everything too small (and too
+// large, hence the minimum) into INT32_MIN; 2^31 - 128 is the largest float that fits.
+inline i32x8 roundSaturated8(f32x8 v) {
+  return _mm256_cvtps_epi32(_mm256_min_ps(v, _mm256_set1_ps(2147483520.0f)));
+}
+// The scalar form of the same.
+inline int32_t roundSaturated(float v) {
+  return _mm_cvtss_si32(_mm_min_ss(_mm_set_ss(v), _mm_set_ss(2147483520.0f)));
+}
+
 }  // namespace moxac

@@ -44,6 +44,22 @@ def source(header, body):
     return f'{NOTE}#include "{header}"\n\n#include <cstdint>\n\nnamespace moxac {{\n\n{body}\n}}  // namespace moxac\n'
 
 
+def bank_tables():
+    """What requantisation and the filter banks take from the standard; the rest they compute."""
+    body = "// clang-format off\n"
+    body += "// Layer III, Table B.6: added to the scale factors of long blocks when preflag is set.\n"
+    pretab = [r["pretab"] for r in rows("mp3_pretab.csv")]
+    body += f"inline constexpr int8_t kPretab[22] = {{\n{lines(pretab)}\n}};\n\n"
+    body += "// Table B.9: coefficients c of the alias-reduction butterflies.\n"
+    alias = [r["c"] for r in rows("mp3_alias.csv")]
+    body += f"inline constexpr double kAliasC[8] = {{\n{lines(alias)}\n}};\n\n"
+    body += "// Table B.3, synthesis window D[i] * 65536; the analysis window is D[i] / 32.\n"
+    window = [r["num_65536"] for r in rows("mp3_synthesis_window.csv")]
+    body += f"inline constexpr int32_t kSynthesisWindow[512] = {{\n{lines(window)}\n}};\n// clang-format on\n"
+    return (f"// Constants of requantisation and of the filter banks. ISO/IEC 11172-3.\n{NOTE}#pragma once\n\n"
+            f"#include <cstdint>\n\nnamespace moxac {{\n\n{body}\n}}  // namespace moxac\n")
+
+
 def band_tables():
     """Scale-factor-band starts of long and short blocks."""
     body = "// clang-format off\n"
@@ -107,6 +123,7 @@ def huffman_code_tables():
 
 FILES = {
     "mp3/frame_tables.cpp": frame_tables,
+    "mp3/bank_tables.h": bank_tables,
     "mp3/band_tables.cpp": band_tables,
     "mp3/scale_factor_tables.cpp": scale_factor_tables,
     "mp3/huffman_code_tables.h": huffman_code_tables,

@@ -324,6 +324,195 @@ MOXAC_API moxStatus moxsHuffmanEncode_MP3_32s1u(const int32_t* pSrcIx, uint8_t**
 MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
                                              const MoxMp3FrameHeader* pFrameHeader);
 
+/* ---- From quantised spectra to samples, and from samples to spectra --------------------------------------
+ *
+ * The stages are joined by one fixed-point format: spectral lines after requantisation, overlap and sub-band
+ * samples are Q26 integers, 2^26 standing for full scale (a 16-bit sample of 32768). 32 times full scale fits;
+ * what is larger saturates, nothing wraps. docs/fixed_point.md has the reasons and the error budget.
+ *
+ * Arithmetic inside is single-precision float with the default rounding (to nearest), in a fixed order: the
+ * same integers in give the same integers out at every alignment. None of these operations reads or writes
+ * past the arrays given, and any number of threads may call them on data of their own. */
+
+/* Requantises one granule of all channels, undoes M/S and intensity stereo, and brings the lines of short
+ * blocks into the order in which they are transformed.
+ * ISO/IEC 11172-3, 2.4.3.4.7 to 2.4.3.4.9; ISO/IEC 13818-3, 2.4.3.2 for MPEG-2 intensity.
+ *
+ *   xr = sign(is) |is|^(4/3) 2^((globGain - 210 - 8 subBlockGain[window]) / 4) 2^(-m (sf + preFlag pretab))
+ *
+ * with m = 1/2 (sfScale 0) or 1, subBlockGain for short windows only, pretab for long bands only.
+ *
+ * pSrcDstIsXr    576 values per channel, channel 0 first: quantised lines as the Huffman decoder leaves them;
+ *                replaced by lines in Q26. A short block's lines, coded band by band and window by window, are
+ *                replaced in the order of 2.4.3.4.8: line k of window w of the band that starts at s (in
+ *                lines of one window) stands at 3 (s + k) + w. Lines at and above the bound count as zero,
+ *                whatever they hold, and are written as zero.
+ * pNonZeroBound  one per channel, 0..576: index of the last non-zero line plus one; updated for the result
+ * pScaleFactor   39 values per channel as moxsUnpackScaleFactors_MP3_1u8s stores them. A negative value is an
+ *                illegal intensity position; as a scale factor it counts by its magnitude.
+ * pSideInfo      one record per channel, those of this granule; globGain, sfCompress (MPEG-2 intensity: its low
+ *                bit, of the right channel), winSwitch, blockType, mixedBlock, subBlockGain, preFlag and
+ *                sfScale are looked at. Without winSwitch the block is long.
+ * pFrameHeader   mode 3 means one channel, else two. modeExt counts in mode 1 only: bit 1 (value 2) M/S,
+ *                bit 0 (value 1) intensity.
+ * pSfbTableLong  the Sfb form's band starts, 6 rows of 23 (row id*3 + samplingFreq: MPEG-2 at 22.05, 24,
+ *                16 kHz, MPEG-1 at 44.1, 48, 32 kHz), each ascending from 0 to 576
+ * pSfbTableShort the same for short blocks, in lines of one window: 6 rows of 14, from 0 to 192. The row in use
+ *                must be as described; it is not checked. The first form uses the standards' tables.
+ * pBuffer        576 values of scratch; contents afterwards undefined
+ *
+ * A mixed block (blockType 2, mixedBlock 1) has 8 (MPEG-2: 6) long bands, then short bands from 3 on.
+ * Intensity applies to the bands of the right channel above its last non-zero line; with short blocks above
+ * the last one of each window, and to the long bands of a mixed block only when all short ones are zero. The
+ * last band takes the position of the band below. Positions above 6 (MPEG-1) or negative (MPEG-2) are
+ * illegal; such bands, like those below, are M/S when the frame is, else left as sent. When the two channels'
+ * blocks differ, lines are paired in coded order and the right channel's bands decide.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        some pointer is null
+ * moxStatusMp3FrameHeaderErr  id not 0 or 1, layer not 1, samplingFreq not 0..2, mode or modeExt not 0..3
+ * moxStatusOutOfRange         a bound not 0..576
+ * moxStatusMp3SideInfoErr     globGain not 0..255, winSwitch, preFlag or sfScale not 0 or 1; with winSwitch 1:
+ *                             blockType not 0..3, mixedBlock not 0 or 1, a subBlockGain not 0..7
+ * moxStatusBadData            a magnitude below the bound is above 8206
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsReQuantize_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound,
+                                             const int8_t* pScaleFactor, const MoxMp3SideInfo* pSideInfo,
+                                             const MoxMp3FrameHeader* pFrameHeader, int32_t* pBuffer);
+MOXAC_API moxStatus moxsReQuantizeSfb_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound,
+                                                const int8_t* pScaleFactor, const MoxMp3SideInfo* pSideInfo,
+                                                const MoxMp3FrameHeader* pFrameHeader,
+                                                const int16_t* pSfbTableLong, const int16_t* pSfbTableShort,
+                                                int32_t* pBuffer);
+
+/* The inverse hybrid of one granule of one channel: alias reduction, inverse MDCT, window, overlap-add and
+ * frequency inversion. ISO/IEC 11172-3, 2.4.3.4.10.
+ *
+ *   x_i = sum over k < n/2 of X_k cos(pi (2i + 1 + n/2)(2k + 1) / (2n)),  i = 0..n-1, n = 36 or 12
+ *
+ * pSrcXr           576 lines in Q26, in the order that moxsReQuantize_MP3_32s_I gives. Lines at and above the
+ *                  bound count as zero and are not read.
+ * pDstXs           18 time slots of 32 sub-band samples, [slot][sub-band], Q26: each slot is one input of the
+ *                  synthesis bank. Must not overlap the other arrays.
+ * pSrcDstOverlap   576 values, zero before the first granule: [slot][sub-band], what this granule adds to the
+ *                  next, Q26
+ * nonZeroBound     0..576; the work grows with it
+ * pPrevNumOfImdct  how many sub-bands, from 0 up, may have a non-zero overlap; 0 before the first granule,
+ *                  updated. The overlap of sub-bands above it must be zero.
+ * blockType        0 normal, 1 start, 2 short (three transforms of n = 12, no alias reduction), 3 stop
+ * mixedBlock       1: the lowest two sub-bands are transformed with the normal window, and in a short block
+ *                  alias reduction takes place between these two
+ * pWindow          the Window form's windows, four of 36 values by block type: normal, start, short (12 values,
+ *                  24 unused), stop. The first form uses those of 2.4.3.4.10.3.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer  some pointer is null
+ * moxStatusOutOfRange   nonZeroBound not 0..576, *pPrevNumOfImdct not 0..32, blockType not 0..3, mixedBlock not
+ *                       0 or 1
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsMDCTInv_MP3_32s(const int32_t* pSrcXr, int32_t* pDstXs, int32_t* pSrcDstOverlap,
+                                        int32_t nonZeroBound, int32_t* pPrevNumOfImdct, int32_t blockType,
+                                        int32_t mixedBlock);
+MOXAC_API moxStatus moxsMDCTInvWindow_MP3_32s(const int32_t* pSrcXr, int32_t* pDstXs, int32_t* pSrcDstOverlap,
+                                              int32_t nonZeroBound, int32_t* pPrevNumOfImdct, int32_t blockType,
+                                              int32_t mixedBlock, const float* pWindow);
+
+/* Polyphase synthesis of one time slot: 32 sub-band samples become 32 samples. ISO/IEC 11172-3, 2.4.3.2.2.
+ *
+ * pSrcXs        32 sub-band samples, Q26, lowest band first
+ * pDstAudioOut  32 samples, rounded to nearest and saturated, at 0, stride, ... 31*stride; what lies between is
+ *               not touched
+ * pVBuffer      512 words of history, zero before the first slot: the bit patterns of floats, in an order of the
+ *               library's own. A copy of buffer and position continues where the original stood.
+ * pVPosition    the next slot's place in the history, 0..15; 0 before the first slot, updated
+ * stride        distance of samples: the number of channels for interleaved output, at least 1
+ *
+ * moxStatusOk
+ * moxStatusNullPointer  some pointer is null
+ * moxStatusOutOfRange   *pVPosition not 0..15
+ * moxStatusBadSize      stride below 1
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsSynthPQMF_MP3_32s16s(const int32_t* pSrcXs, int16_t* pDstAudioOut, int32_t* pVBuffer,
+                                             int32_t* pVPosition, int32_t stride);
+
+/* The float polyphase banks; ISO/IEC 11172-3, 2.4.3.2.2 (synthesis) and Annex C (analysis). Each keeps the 512
+ * values that its window spans in a state of its own type. */
+typedef struct MoxMp3SynthesisState MoxMp3SynthesisState;
+typedef struct MoxMp3AnalysisState MoxMp3AnalysisState;
+
+/* Bytes of a state: 2107 for either bank, one implementation under two names.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer */
+MOXAC_API moxStatus moxsAnalysisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
+
+/* Init makes a state with silent history in the caller's memory: 2107 bytes at any alignment, passed to the
+ * other operations as the same pointer and not to be moved. InitAlloc makes one in memory from moxMalloc. Free
+ * releases what InitAlloc made and leaves the caller's memory alone; the state keeps its identifier.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer      the pointer is null
+ * moxStatusContextMismatch  Free: not a state of this bank
+ * moxStatusOutOfMemory      InitAlloc: no memory; *ppState is null then */
+MOXAC_API moxStatus moxsSynthesisFilterInit_PQMF_MP3_32f(MoxMp3SynthesisState* pState);
+MOXAC_API moxStatus moxsSynthesisFilterInitAlloc_PQMF_MP3_32f(MoxMp3SynthesisState** ppState);
+MOXAC_API moxStatus moxsSynthesisFilterFree_PQMF_MP3_32f(MoxMp3SynthesisState* pState);
+MOXAC_API moxStatus moxsAnalysisFilterInit_PQMF_MP3_32f(MoxMp3AnalysisState* pState);
+MOXAC_API moxStatus moxsAnalysisFilterInitAlloc_PQMF_MP3_32f(MoxMp3AnalysisState** ppState);
+MOXAC_API moxStatus moxsAnalysisFilterFree_PQMF_MP3_32f(MoxMp3AnalysisState* pState);
+
+/* Synthesis: 32 sub-band samples, lowest band first, become 32 samples, earliest first. In any unit; gain 1.
+ * Analysis the other way round. Synthesis after analysis gives the input back 481 samples later.
+ *
+ * pSrc, pDst  32 values each, any alignment; may be the same array
+ * pState      the history, updated; one call at a time
+ *
+ * moxStatusOk
+ * moxStatusNullPointer      some pointer is null
+ * moxStatusContextMismatch  not a state of this bank
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsSynthesisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp3SynthesisState* pState);
+MOXAC_API moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp3AnalysisState* pState);
+
+/* Polyphase analysis of one time slot, the partner of moxsSynthPQMF_MP3_32s16s. ISO/IEC 11172-3, Annex C.
+ *
+ * pSrcAudioIn  32 samples, earliest first, at 0, stride, ... 31*stride
+ * pDstXs       32 sub-band samples, Q26, lowest band first
+ * pXBuffer     512 words of history, zero before the first slot: the bit patterns of floats, in an order of the
+ *              library's own
+ * pXPosition   the next slot's place in the history, 0..15; 0 before the first slot, updated
+ * stride       distance of samples, at least 1
+ *
+ * moxStatusOk
+ * moxStatusNullPointer  some pointer is null
+ * moxStatusOutOfRange   *pXPosition not 0..15
+ * moxStatusBadSize      stride below 1
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstXs, int32_t* pXBuffer,
+                                                int32_t* pXPosition, int32_t stride);
+
+/* The forward hybrid of one granule of one channel: frequency inversion, windows, MDCT and alias butterflies.
+ * Inverse after forward gives the sub-band samples back one granule later. ISO/IEC 11172-3, Annex C.
+ *
+ *   X_k = c sum over i < n of w_i z_i cos(pi (2i + 1 + n/2)(2k + 1) / (2n)),  n = 36, c = 1/9 or n = 12, c = 1/3
+ *
+ * pSrcXs          18 time slots of 32 sub-band samples, [slot][sub-band], Q26
+ * pDstXr          576 lines, Q26. Long blocks and the long bands of mixed ones ascend in frequency; short bands
+ *                 are in coded order, as Huffman coding takes them: band by band, window by window.
+ * pSrcDstOverlap  576 values, zero before the first granule: the granule before, as it was given; updated
+ * blockType, mixedBlock  as for moxsMDCTInv_MP3_32s
+ * pFrameHeader    id and samplingFreq tell the bands of short blocks
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        some pointer is null
+ * moxStatusOutOfRange         blockType not 0..3 or mixedBlock not 0 or 1
+ * moxStatusMp3FrameHeaderErr  id not 0 or 1 or samplingFreq not 0..2
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, int32_t* pSrcDstOverlap,
+                                        int32_t blockType, int32_t mixedBlock,
+                                        const MoxMp3FrameHeader* pFrameHeader);
+
 MOXAC_EXTERN_C_END
 
 #endif

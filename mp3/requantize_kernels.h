@@ -1,0 +1,191 @@
+// Requantisation, stereo and reordering of one granule. ISO/IEC 11172-3, 2.4.3.4.7 to 2.4.3.4.9;
+// ISO/IEC 13818-3, 2.4.3.2.
+//
+// Spectra are dequantised to floats in units of Q26, in coded order; stereo works on these, and rounding to
+// integers comes last, together with the reordering of short blocks.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+
+#include "frame/checks.h"
+#include "frame/pow43.h"
+#include "frame/simd.h"
+#include "frame/trig.h"
+#include "moxac/mp3.h"
+#include "mp3/bank_tables.h"
+#include "mp3/fixed_point.h"
+#include "mp3/spectrum_bands.h"
+
+namespace moxac {
+
+constexpr int32_t kLargestMagnitude = kPow43Count - 1;
+
+// One channel's spectrum on its way. Room behind the lines lets whole vectors be stored at the end.
+struct LineBuffer {
+  alignas(32) float line[kMp3Lines + 8];
+};
+
+inline bool isShortBlock(const MoxMp3SideInfo& side) { return side.winSwitch == 1 && side.blockType == 2; }
+
+// 2^(quarters / 4) in Q26; 0 where no float reaches down.
+inline float quarterPower(int32_t quarters) {
+  constexpr float kRoots[4] = {1.0f, 1.189207115f, 1.414213562f, 1.681792831f};  // 2^0, 2^(1/4), ...
+  const int32_t exponent = (quarters >> 2) + kMp3FractionBits;
+  if (exponent < -126) return 0;
+  return kRoots[quarters & 3] * std::bit_cast<float>(static_cast<uint32_t>(exponent + 127) << 23);
+}
+
+// The gain of run i: 2^((global_gain - 210 - 8 subblock_gain) / 4 - multiplier (scalefac + preflag pretab)),
+// multiplier 1/2 or 1. A negative scale factor is one that would be illegal as an intensity position.
+inline float runGain(const MoxMp3SideInfo& side, const SpectrumBands& bands, const int8_t* scaleFactors,
+                     int32_t i) {
+  const bool isLong = i < bands.longCount;
+  const int32_t scale = std::abs(scaleFactors[i]) + (isLong && side.preFlag == 1 ? kPretab[i] : 0);
+  const int32_t windowGain = isLong ? 0 : side.subBlockGain[bands.window(i)];
+  return quarterPower(side.globGain - 210 - 8 * windowGain - scale * (side.sfScale == 1 ? 4 : 2));
+}
+
+inline bool withinCode(const int32_t* is, int32_t count) {
+  int32_t i = 0;
+  i32x4 largest = _mm_setzero_si128();
+  for (; i + 4 <= count; i += 4) largest = _mm_max_epu32(largest, _mm_abs_epi32(loadInt4(is + i)));
+  const i32x4 limit = _mm_set1_epi32(kLargestMagnitude);
+  bool within = _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_max_epu32(largest, limit), limit)) == 0xFFFF;
+  for (; i < count; ++i) within = within && is[i] >= -kLargestMagnitude && is[i] <= kLargestMagnitude;
+  return within;
+}
+
+// xr = sign(is) |is|^(4/3) gain. Lines from count on become zero.
+inline void dequantize(const int32_t* is, int32_t count, const MoxMp3SideInfo& side,
+                       const SpectrumBands& bands, const int8_t* scaleFactors, LineBuffer& xr) {
+  float* const x = xr.line;
+  for (int32_t i = 0; i < bands.count && bands.start[i] < count; ++i) {
+    const f32x8 gain = splat8(runGain(side, bands, scaleFactors, i));
+    for (int32_t k = bands.start[i]; k < bands.start[i + 1]; k += 8) store8(x + k, gain);
+  }
+  const auto power = [](int32_t v) { return kPow43[static_cast<size_t>(std::abs(v))]; };
+  int32_t i = 0;
+  for (; i + 8 <= count; i += 8) {
+    const int32_t* const q = is + i;
+    const f32x8 magnitude = _mm256_setr_ps(power(q[0]), power(q[1]), power(q[2]), power(q[3]), power(q[4]),
+                                           power(q[5]), power(q[6]), power(q[7]));
+    const f32x8 sign = _mm256_and_ps(_mm256_castsi256_ps(loadInt8(q)), splat8(-0.0f));
+    store8(x + i, _mm256_or_ps(magnitude * load8(x + i), sign));
+  }
+  for (; i < count; ++i) x[i] *= is[i] < 0 ? -power(is[i]) : power(is[i]);
+  std::fill(x + count, x + kMp3Lines, 0.0f);
+}
+
+// ---- Stereo ------------------------------------------------------------------------------------------
+
+// What the right channel of an intensity run sends: the share of each channel in the left channel's lines.
+struct IntensityShares {
+  float left, right;
+};
+
+// MPEG-1 positions 0..6: is_ratio = tan(position pi / 12), left ratio / (1 + ratio), right 1 / (1 + ratio).
+inline constexpr auto kIntensityShares = [] {
+  std::array<IntensityShares, 7> shares{};
+  for (int p = 0; p < 7; ++p) {
+    const double sine = sinPi(p, 12), cosine = cosPi(p, 12);
+    shares[static_cast<size_t>(p)] = {static_cast<float>(sine / (sine + cosine)),
+                                      static_cast<float>(cosine / (sine + cosine))};
+  }
+  return shares;
+}();
+
+// MPEG-2: an odd position p turns the left channel down by (p + 1) / 2 steps, an even one the right by p / 2;
+// a step is 2^(-1/2) with intensity_scale 1, else 2^(-1/4).
+inline IntensityShares intensitySharesMpeg2(int32_t position, int32_t intensityScale) {
+  const int32_t quarters = (position + 1) / 2 * (intensityScale == 1 ? 2 : 1);
+  const float down = quarterPower(-quarters) * (1 / kMp3One);
+  return position % 2 == 1 ? IntensityShares{down, 1} : IntensityShares{1, down};
+}
+
+// Which runs of the right channel hold intensity positions: those above its last non-zero line, for short
+// blocks window by window; long runs below short ones only when all three windows are empty.
+inline void findIntensityRuns(const SpectrumBands& bands, const LineBuffer& right, int32_t bound,
+                              bool (&isIntensity)[kScaleFactors]) {
+  bool open[3] = {true, true, true};  // nothing but zeros from here up
+  for (int32_t i = bands.count - 1; i >= 0; --i) {
+    bool empty = true;
+    for (int32_t k = bands.start[i]; k < std::min(bands.start[i + 1], bound) && empty; ++k)
+      empty = right.line[k] == 0;
+    if (i >= bands.longCount) {
+      bool& window = open[bands.window(i)];
+      window = isIntensity[i] = window && empty;
+    } else {
+      open[0] = isIntensity[i] = open[0] && open[1] && open[2] && empty;
+    }
+  }
+}
+
+// L = (M + S) / sqrt 2, R = (M - S) / sqrt 2. Lines first..last-1.
+inline void midSide(LineBuffer& left, LineBuffer& right, int32_t first, int32_t last) {
+  constexpr float kRoot = 0.707106781186547524f;
+  float *const l = left.line, *const r = right.line;
+  int32_t k = first;
+  for (; k + 8 <= last; k += 8) {
+    const f32x8 m = load8(l + k), s = load8(r + k);
+    store8(l + k, (m + s) * splat8(kRoot));
+    store8(r + k, (m - s) * splat8(kRoot));
+  }
+  for (; k < last; ++k) {
+    const float m = l[k], s = r[k];
+    l[k] = (m + s) * kRoot;
+    r[k] = (m - s) * kRoot;
+  }
+}
+
+// Stereo of a frame with intensity. The runs are the right channel's; a run whose position is illegal, or
+// that is not intensity-coded, is M/S when the frame is. The last band has no position of its own and takes
+// that of the band below.
+inline void intensityStereo(LineBuffer& left, LineBuffer& right, int32_t leftBound, int32_t rightBound,
+                            const SpectrumBands& bands, const int8_t* positions, const MoxMp3SideInfo& side,
+                            const MoxMp3FrameHeader& header) {
+  const bool hasMidSide = (header.modeExt & 2) != 0;
+  const int32_t end = std::max(leftBound, rightBound);
+  const int32_t lastBand = bands.count > bands.longCount ? 3 : 1;  // runs of the last band
+  bool isIntensity[kScaleFactors];
+  findIntensityRuns(bands, right, rightBound, isIntensity);
+  for (int32_t i = 0; i < bands.count && bands.start[i] < end; ++i) {
+    const int32_t first = bands.start[i], last = std::min(bands.start[i + 1], end);
+    const int32_t position = positions[i >= bands.count - lastBand ? i - lastBand : i];
+    const bool legal = header.id == 1 ? inRange(position, 0, 6) : position >= 0;
+    if (isIntensity[i] && legal) {
+      const IntensityShares share = header.id == 1 ? kIntensityShares[static_cast<size_t>(position)]
+                                                   : intensitySharesMpeg2(position, side.sfCompress & 1);
+      for (int32_t k = first; k < last; ++k) {
+        right.line[k] = left.line[k] * share.right;
+        left.line[k] *= share.left;
+      }
+    } else if (hasMidSide) {
+      midSide(left, right, first, last);
+    }
+  }
+}
+
+// ---- Output ------------------------------------------------------------------------------------------
+
+// Rounds, and brings the windows of short blocks together. Returns the index of the last non-zero line plus
+// one.
+inline int32_t roundAndReorder(const LineBuffer& xr, int32_t bound, const SpectrumBands& bands, int32_t* dst,
+                               int32_t* buffer) {
+  const bool reorders = bands.count > bands.longCount && bands.start[bands.longCount] < bound;
+  int32_t* const rounded = reorders ? buffer : dst;
+  for (int32_t i = 0; i < kMp3Lines; i += 8) storeInt8(rounded + i, roundSaturated8(load8(xr.line + i)));
+  if (reorders) {
+    windowsTogether(rounded, bands, dst);
+    int32_t i = bands.longCount;
+    while (bands.start[i] < bound) i += 3;
+    bound = bands.start[i];
+  }
+  while (bound > 0 && dst[bound - 1] == 0) --bound;
+  return bound;
+}
+
+}  // namespace moxac
