@@ -12,13 +12,14 @@
 #include <cstdlib>
 
 #include "frame/checks.h"
-#include "frame/pow43.h"
+
 #include "frame/simd.h"
 #include "frame/trig.h"
 #include "moxac/mp3.h"
 #include "mp3/bank_tables.h"
 #include "mp3/fixed_point.h"
 #include "mp3/spectrum_bands.h"
+#include "util/pow43_table.h"
 
 namespace moxac {
 
