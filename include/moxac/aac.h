@@ -242,9 +242,9 @@ MOXAC_API moxStatus moxsDecodePrgCfgElt_AAC(const uint8_t** ppBitStream, int32_t
  * data are present, and ms_mask_present with its mask.
  *
  * pIcsInfo      filled under a common window. predictionUsed: min(maxSfb, predSfbMax) flags are read, those
- * up to predSfbMax cleared; group lengths beyond numWindowGroups are not written pChanPairElt  msUsed is
- * written only with msMaskPresent 1, for every group and band below maxSfb predSfbMax    0..41: the bands
- * prediction may use at this sampling rate
+ *               up to predSfbMax cleared; group lengths beyond numWindowGroups are not written
+ * pChanPairElt  msUsed is written only with msMaskPresent 1, for every group and band below maxSfb
+ * predSfbMax    0..41: the bands prediction may use at this sampling rate
  *
  * moxStatusOk
  * moxStatusAacPredSfbError  predSfbMax outside 0..41; nothing read or written
@@ -266,8 +266,9 @@ MOXAC_API moxStatus moxsDecodeChanPairElt_AAC(const uint8_t** ppBitStream, int32
  *
  * moxStatusOk
  * moxStatusAacMaxSfbError   predSfbMax outside 0..51: nothing read or written; or a long window's maxSfb
- * above 51 moxStatusAacPredSfbError  audioObjectType 1, predictor data present and predSfbMax above 41; found
- * after the reset fields were read
+ *                           above 51
+ * moxStatusAacPredSfbError  audioObjectType 1, predictor data present and predSfbMax above 41; found after
+ *                           the reset fields were read
  */
 MOXAC_API moxStatus moxsDecodeChanPairElt_MP4_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                   MoxAacIcsInfo* pIcsInfo, MoxAacChanPairElt* pChanPairElt,
@@ -300,9 +301,10 @@ MOXAC_API moxStatus moxsDecodeFillElt_AAC(const uint8_t** ppBitStream, int32_t* 
  * channels the M/S mask, then for each channel its TNS and its long-term-prediction data.
  *
  * pMainHeader  pMsUsed points at the caller's 480 bytes (two channels only): with msMaskPresent 1 every
- * group's bands below maxSfb are read into it, with 2 they are set to 1, otherwise to 0. maxSfb of a long
- *              window is not bounded: 61 to 63 bands run from row 0 on into row 1. The tns and ltp records of
- *              the channels are cleared before they are read; long windows write all of windowGroupLen
+ *              group's bands below maxSfb are read into it, with 2 they are set to 1, otherwise to 0. maxSfb
+ *              of a long window is not bounded: 61 to 63 bands run from row 0 on into row 1. The tns and ltp
+ *              records of the channels are cleared before they are read; long windows write all of
+ *              windowGroupLen
  * numChannels  1 or 2
  * layerFlag    0, or 1 for a stream this library does not support further
  *
@@ -326,9 +328,11 @@ MOXAC_API moxStatus moxsDecodeMainHeader_AAC(const uint8_t** ppBitStream, int32_
  *
  * pExtHeader      pMsUsed points at the caller's 480 bytes (stereoFlag only). With msMaskPresent 1 bands
  *                 startSfb .. maxSfb - 1 are read: into row 0 for long windows, always into four rows for
- * eight short. The tns records are not cleared first. diffControl: eight short reads one flag a window and
- * only when startSfb is 0; long windows one flag for each band from startSfb below endSfb and maxSfb whose
- * M/S flag is 0, stored one after another tnsFlag, stereoFlag, diffCtrlFlag   0 or 1 startSfb, endSfb 0..51
+ *                 eight short. The tns records are not cleared first. diffControl: eight short reads one flag
+ *                 a window and only when startSfb is 0; long windows one flag for each band from startSfb
+ *                 below endSfb and maxSfb whose M/S flag is 0, stored one after another
+ * tnsFlag, stereoFlag, diffCtrlFlag   0 or 1
+ * startSfb, endSfb                    0..51
  * windowSequence                      0..3, from the base layer
  *
  * moxStatusOk
@@ -345,6 +349,84 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
                                                   MoxAacExtensionHeader* pExtHeader, int32_t tnsFlag,
                                                   int32_t stereoFlag, int32_t diffCtrlFlag, int32_t startSfb,
                                                   int32_t endSfb, int32_t windowSequence);
+
+/* ----------------------------------------------------------------------------- noiseless decoding
+ *
+ * One individual_channel_stream() of a raw data block, from global_gain to the end of the spectral data.
+ * ISO/IEC 14496-3, Tables 4.50 to 4.57 and 4.6.3.
+ *
+ * Layout of the outputs, with maxSfb bands and the window groups of the channel:
+ *
+ * pScaleFactor  16-bit, [group][maxSfb]: scale factor for code books 1 to 11, noise energy for 13, intensity
+ *               position for 14 and 15, 0 for 0. One accumulator serves scale factors and noise energies, in
+ *               stream order: it starts at global_gain, the first noise band sets it to global_gain - 346
+ *               plus 9 bits, every other band adds its coded difference
+ * pSfbCb        [group][maxSfb]: code books. Room for 120 bands here and there (with layerFlag 1: maxSfb
+ *               times the groups)
+ * pSpectrum     [group][windowLen * group length], 1024 values in all. Inside a group band by band, each
+ *               band holding its lines of the group's windows one window after another; zeros behind the
+ *               last section
+ * pTnsCoef      coded TNS coefficients as in MoxAacTnsInfo; room for 60
+ * pChanStream   windowLen, numWindows, numSwb, globalGain, the presence flags, the sections (at most 120) and
+ *               the TNS fields are written. Without TNS data only nFilt[0] is cleared: look at tnsDataPresent
+ *
+ * Pulses (long windows) move a positive line up and any other down by their amplitude. Negative scale factors
+ * are not checked.
+ *
+ * The bit cursor is moved behind the spectral data. No byte more than three past the last byte that bits were
+ * consumed from is loaded. The first failure ends the operation: what was written stays, and the cursor
+ * stands where reading stopped. Calls on different records, buffers and cursors may run at once.
+ *
+ * Statuses of both, in the order of checking:
+ *
+ * moxStatusOk
+ * moxStatusNullPointer           a pointer or the byte pointer is null, or pIcsInfo (MPEG-4: unless
+ *                                layerFlag is 1)
+ * moxStatusBitOffsetError        *pBitOffset outside 0..7
+ * moxStatusAacAotError           MPEG-4: audioObjectType outside 0..16
+ * moxStatusAacLayerFlagError     MPEG-4: layerFlag not 0 or 1
+ * moxStatusAacCommonWindowError  commonWindow not 0 or 1
+ * moxStatusAacWinSeqError        MPEG-4 with layerFlag 1: windowSequence outside 0..3
+ * moxStatusAacSampleRateError    samplingRateIndex of the stream record outside 0..11
+ * moxStatusAacPredSfbError       LC: predSfbMax of the stream record not 0
+ * moxStatusAacMaxSfbError        MPEG-4 with layerFlag 1: maxSfb outside 0..51
+ *                                (up to here nothing has been read or written)
+ * moxStatusAacMaxSfbError        a long window's coded maxSfb above 51; LC: maxSfb above the number of bands
+ * moxStatusAacPredSfbError       MPEG-4, object type 1, prediction data present: predSfbMax outside 0..41
+ * moxStatusAacSectionError       section ends do not reach maxSfb exactly, or more than 120 sections
+ * moxStatusAacCodebookError      code book 12; LC: 13
+ * moxStatusAacScaleFactorError   a scale factor or noise energy above 255
+ * moxStatusAacPulseError         pulses with eight short windows, or their first band is not below numSwb,
+ *                                or (after the spectrum) a pulse lies past line 1023
+ * moxStatusAacTnsOrderError      a TNS order above 7 (short) or 12 (long)
+ * moxStatusAacGainControlError   gain control data are present
+ * moxStatusBadData               a section ends beyond the number of bands
+ * moxStatusAacEscapeError        an escape prefix of more than 8 ones
+ */
+
+/* The low-complexity profile. With commonWindow 0, ics_info() is read into *pChanStream->pIcsInfo, predictor
+ * data without any band; with 1 that record is as the channel pair element left it. */
+MOXAC_API moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                                int32_t commonWindow, MoxAacChanStream* pChanStream,
+                                                int16_t* pScaleFactor, int32_t* pSpectrum, uint8_t* pSfbCb,
+                                                int8_t* pTnsCoef);
+
+/* MPEG-4 object types, with perceptual noise substitution (code book 13).
+ *
+ * layerFlag 0: the window information comes from *pChanStream->pIcsInfo; with commonWindow 0 it is read
+ * first. Its predictor data are Main-profile prediction's for audioObjectType 1 (predSfbMax bands of the
+ * stream record) and long-term prediction's otherwise: both ltpDataPresent flags of *pMainHeader are cleared,
+ * and its windowSequence, maxSfb and ltp[0] written where data are present layerFlag 1: windowSequence and
+ * maxSfb are the arguments, the window groups those of *pMainHeader (which must fit the sequence); no pulse,
+ * TNS and gain-control fields are read, their flags become 0
+ */
+MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
+                                            MoxAacMainHeader* pMainHeader, int16_t* pScaleFactor,
+                                            int32_t* pSpectrum, uint8_t* pSfbCb, int8_t* pTnsCoef,
+                                            MoxAacChanStream* pChanStream, int32_t windowSequence,
+                                            int32_t maxSfb, int32_t commonWindow, int32_t layerFlag,
+                                            int32_t audioObjectType);
+
 /* ------------------------------------------------------------------------------------ spectral tools
  *
  * The operations between noiseless decoding and the filter bank. A spectrum is an array of 1024 int32_t in
@@ -519,77 +601,6 @@ MOXAC_API moxStatus moxsEncodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNu
                                             const int32_t* pOrder, const int32_t* pCoefRes,
                                             const int8_t* pCoef, const int32_t* pDirection, int32_t maxSfb,
                                             int32_t mode, int32_t samplingRateIndex, int32_t windowLen);
-
-/* ----------------------------------------------------------------------------- noiseless decoding
- *
- * One individual_channel_stream() of a raw data block, from global_gain to the end of the spectral data.
- * ISO/IEC 14496-3, Tables 4.50 to 4.57 and 4.6.3.
- *
- * Layout of the outputs, with maxSfb bands and the window groups of the channel:
- *
- * pScaleFactor  16-bit, [group][maxSfb]: scale factor for code books 1 to 11, noise energy for 13, intensity
- *               position for 14 and 15, 0 for 0. One accumulator serves scale factors and noise energies, in
- *               stream order: it starts at global_gain, the first noise band sets it to global_gain - 346
- * plus 9 bits, every other band adds its coded difference pSfbCb        [group][maxSfb]: code books. Scale
- * factors and code books: have room for 120 bands pSpectrum     [group][windowLen * group length], 1024
- * values in all. Inside a group band by band, each band holding its lines of the group's windows one window
- * after another: zero from the last section on pTnsCoef      coded TNS coefficients as in MoxAacTnsInfo; room
- * for 60 pChanStream   windowLen, numWindows, numSwb, globalGain, the presence flags, the sections (at most
- * 120) and the TNS fields are written. Without TNS data only nFilt[0] is cleared: look at tnsDataPresent
- *
- * Pulses (long windows) move a positive line up and any other down by their amplitude. Negative scale factors
- * are not checked.
- *
- * The bit cursor is moved behind the spectral data. No byte more than three past the last byte that bits were
- * consumed from is loaded. The first failure ends the operation: what was written stays, and the cursor
- * stands where reading stopped. Calls on different records, buffers and cursors may run at once.
- *
- * Statuses of both, in the order of checking:
- *
- * moxStatusOk
- * moxStatusNullPointer           a pointer, the byte pointer or pIcsInfo (LC, and MPEG-4 with layerFlag 0) is
- * null moxStatusBitOffsetError        *pBitOffset outside 0..7 moxStatusAacAotError           MPEG-4:
- * audioObjectType outside 0..16 moxStatusAacLayerFlagError     MPEG-4: layerFlag not 0 or 1
- * moxStatusAacCommonWindowError  commonWindow not 0 or 1
- * moxStatusAacWinSeqError        MPEG-4 with layerFlag 1: windowSequence outside 0..3
- * moxStatusAacSampleRateError    samplingRateIndex of the stream record outside 0..11
- * moxStatusAacPredSfbError       LC: predSfbMax of the stream record not 0
- * moxStatusAacMaxSfbError        MPEG-4 with layerFlag 1: maxSfb outside 0..51
- *                                (up to here nothing has been read or written)
- * moxStatusAacMaxSfbError        a long window's coded maxSfb above 51; LC: maxSfb above the number of bands
- * moxStatusAacPredSfbError       MPEG-4, object type 1, prediction data present: predSfbMax outside 0..41
- * moxStatusAacSectionError       section ends do not reach maxSfb exactly, or more than 120 sections
- * moxStatusAacCodebookError      code book 12; LC: 13
- * moxStatusAacScaleFactorError   a scale factor or noise energy above 255
- * moxStatusAacPulseError         pulses with eight short windows, their first band above 51 or not below
- * numSwb, or (after the spectrum) a pulse at or past line 1024 moxStatusAacTnsOrderError      a TNS order
- * above 7 (short) or 12 (long) moxStatusAacGainControlError   gain control data are present moxStatusBadData
- * a section ends beyond the number of bands moxStatusAacEscapeError        an escape prefix of more than 8
- * ones
- */
-
-/* The low-complexity profile. With commonWindow 0, ics_info() is read into *pChanStream->pIcsInfo, predictor
- * data without any band; with 1 that record is as the channel pair element left it. */
-MOXAC_API moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
-                                                int32_t commonWindow, MoxAacChanStream* pChanStream,
-                                                int16_t* pScaleFactor, int32_t* pSpectrum, uint8_t* pSfbCb,
-                                                int8_t* pTnsCoef);
-
-/* MPEG-4 object types, with perceptual noise substitution (code book 13).
- *
- * layerFlag 0: the window information comes from *pChanStream->pIcsInfo, which is read first with
- * commonWindow 0. Its predictor data are Main-profile prediction's for audioObjectType 1 (predSfbMax bands of
- * the stream record) and long-term prediction's otherwise: both ltpDataPresent flags of *pMainHeader are
- *              cleared, and its windowSequence, maxSfb and ltp[0] written where data are present
- * layerFlag 1: windowSequence and maxSfb are the arguments, the window groups those of *pMainHeader (which
- * must fit the sequence); no pulse, TNS and gain-control fields are read, their flags become 0
- */
-MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
-                                            MoxAacMainHeader* pMainHeader, int16_t* pScaleFactor,
-                                            int32_t* pSpectrum, uint8_t* pSfbCb, int8_t* pTnsCoef,
-                                            MoxAacChanStream* pChanStream, int32_t windowSequence,
-                                            int32_t maxSfb, int32_t commonWindow, int32_t layerFlag,
-                                            int32_t audioObjectType);
 
 MOXAC_EXTERN_C_END
 
