@@ -80,6 +80,7 @@ inline f32x8 reverse8(f32x8 v) {
   const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
   return _mm256_shuffle_ps(swapped, swapped, 0x1B);
 }
+
 // Integer lanes: magnitudes, signs, products; four-entry look-ups. (AAC spectral tools)
 inline i32x4 splatInt4(int32_t v) { return _mm_set1_epi32(v); }
 inline i32x4 abs4(i32x4 v) { return _mm_abs_epi32(v); }  // 2^31 for the most negative value, as unsigned
@@ -123,6 +124,29 @@ inline i32x8 roundSaturated8(f32x8 v) {
 // The scalar form of the same.
 inline int32_t roundSaturated(float v) {
   return _mm_cvtss_si32(_mm_min_ss(_mm_set_ss(v), _mm_set_ss(2147483520.0f)));
+}
+
+// To nearest, ties to even, for values within the int32_t range.
+inline void roundToInt8(f32x8 v, i32x4& low, i32x4& high) {
+  const __m256i rounded = _mm256_cvtps_epi32(v);
+  low = _mm256_castsi256_si128(rounded);
+  high = _mm256_extractf128_si256(rounded, 1);
+}
+inline f32x8 minOf(f32x8 a, f32x8 b) { return _mm256_min_ps(a, b); }
+inline f32x8 maxOf(f32x8 a, f32x8 b) { return _mm256_max_ps(a, b); }
+
+// Sixteen values in order (low, high) apart into those at even and odd places, and together again.
+inline void deinterleave8(f32x8 low, f32x8 high, f32x8& even, f32x8& odd) {
+  const f32x8 outer = _mm256_permute2f128_ps(low, high, 0x20);
+  const f32x8 inner = _mm256_permute2f128_ps(low, high, 0x31);
+  even = _mm256_shuffle_ps(outer, inner, 0x88);
+  odd = _mm256_shuffle_ps(outer, inner, 0xDD);
+}
+inline void interleave8(f32x8 even, f32x8 odd, f32x8& low, f32x8& high) {
+  const f32x8 a = _mm256_unpacklo_ps(even, odd);
+  const f32x8 b = _mm256_unpackhi_ps(even, odd);
+  low = _mm256_permute2f128_ps(a, b, 0x20);
+  high = _mm256_permute2f128_ps(a, b, 0x31);
 }
 
 }  // namespace moxac

@@ -463,7 +463,8 @@ MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t
  */
 
 enum {
-  MOX_AAC_SPECTRUM_FRAC_BITS = 4 /* fraction bits of every spectral word */
+  MOX_AAC_SPECTRUM_FRAC_BITS = 4, /* fraction bits of every spectral word */
+  MOX_AAC_TIME_FRAC_BITS = 8      /* fraction bits of the filter bank's 32-bit samples */
 };
 
 /* Inverse quantisation, in place, grouped order:
@@ -601,6 +602,64 @@ MOXAC_API moxStatus moxsEncodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNu
                                             const int32_t* pOrder, const int32_t* pCoefRes,
                                             const int8_t* pCoef, const int32_t* pDirection, int32_t maxSfb,
                                             int32_t mode, int32_t samplingRateIndex, int32_t windowLen);
+
+/* -------------------------------------------------------------------- filter bank, long-term prediction
+ *
+ * 32-bit samples (overlap, prediction history, the forward transform's input) carry
+ * MOX_AAC_TIME_FRAC_BITS fraction bits: v stands for v/256 on the 16-bit scale, with room for 128 times full
+ * scale.
+ *
+ * Arguments that the operations share, checked in this order behind the pointers:
+ *   windowSequence   0 only long, 1 long start, 2 eight short, 3 long stop; else moxStatusAacWinSeqError
+ *   windowShape      shape of this frame's falling slope, 0 sine, 1 Kaiser-Bessel derived; else
+ *                    moxStatusOutOfRange
+ *   prevWindowShape  windowShape of the frame before, which shapes the rising slope; likewise
+ *   pBuffer          work buffer of MOX_AAC_MDCT_BUFFER_WORDS words, any alignment of int32_t
+ * A spectrum has 1024 lines; for eight short windows in window order. Reentrant; a channel's overlap and
+ * history belong to one call at a time.
+ */
+
+enum {
+  MOX_AAC_MDCT_BUFFER_WORDS = 4112 /* 1024 samples, 3072 words of scratch, alignment */
+};
+
+/* Inverse MDCT, windowing and overlap-add of one frame of one channel.
+ *
+ *   x[n] = w[n] 2/N sum over k of X[k] cos(2 pi/N (n + (N/2 + 1)/2)(k + 1/2))      N = 2048, 8 times 256
+ *   sample[n] = overlap[n] + x[n], overlap[n] := x[1024 + n]                       n = 0..1023
+ *   pDstPcm[stride n] = sample[n] rounded to nearest (a tie upwards), saturated to 16 bits
+ *
+ * Against double precision a sample before rounding is off by less than 2^-6 of a unit for 16-bit signals, so
+ * that the 16-bit output differs by at most 1, and only next to a tie. Aliased halves saturate at 2^22 units.
+ *
+ * pSrcSpectrum       1024 lines; not changed
+ * pDstPcm            1024 samples, stride apart (2 writes one channel of interleaved stereo)
+ * pSrcDstOverlapAdd  1024 words, zeros before a channel's first frame; afterwards this frame's aliased half
+ * stride             at least 1
+ * pBuffer            on return pBuffer[0..1023] are the 1024 samples in the time format, for
+ *                    moxsLtpUpdate_AAC_32s
+ *
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusBadSize (stride):
+ * nothing written. ISO/IEC 14496-3, 4.6.11. */
+MOXAC_API moxStatus moxsMDCTInv_AAC_32s16s(const int32_t* pSrcSpectrum, int16_t* pDstPcm,
+                                           int32_t* pSrcDstOverlapAdd, int32_t windowSequence,
+                                           int32_t windowShape, int32_t prevWindowShape, int32_t stride,
+                                           int32_t* pBuffer);
+
+/* Windowing and forward MDCT of one frame: the inverse's partner, so that overlap-add of inverse transforms
+ * restores the signal.
+ *
+ *   X[k] = 2 sum over n of w[n] x[n] cos(2 pi/N (n + (N/2 + 1)/2)(k + 1/2))
+ *
+ * pSrc     2048 samples in the time format: the frame before and this one
+ * pDst     1024 lines in the spectral format, rounded, saturated; may be pSrc
+ * pSrcDst  2048 samples; the lines replace the first 1024, the rest is untouched
+ *
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes): nothing written. */
+MOXAC_API moxStatus moxsMDCTFwd_AAC_32s(const int32_t* pSrc, int32_t* pDst, int32_t windowSequence,
+                                        int32_t windowShape, int32_t prevWindowShape, int32_t* pBuffer);
+MOXAC_API moxStatus moxsMDCTFwd_AAC_32s_I(int32_t* pSrcDst, int32_t windowSequence, int32_t windowShape,
+                                          int32_t prevWindowShape, int32_t* pBuffer);
 
 MOXAC_EXTERN_C_END
 

@@ -1,0 +1,188 @@
+// The windowed transforms of one frame: spectrum to aliased halves and back.
+//
+//   inverse  x[n] = 2/N sum over k of X[k] cos(2 pi/N (n + n0)(k + 1/2))     n0 = (N/2 + 1)/2
+//   forward  X[k] = 2 sum over n of x[n] cos(2 pi/N (n + n0)(k + 1/2))
+//
+// for N = 2048 or 256. Both go through a DCT-IV of M = N/2 points: written as quarters, the inverse unfolds
+// its result (p, q) to (q, -q reversed, -p reversed, -p); the forward folds windowed samples (a, b, c, d) to
+// (-c reversed - d, a - b reversed).
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+
+#include "aac/dct4_kernels.h"
+#include "aac/fixed_point.h"
+#include "aac/window_tables.h"
+
+namespace moxac {
+
+enum WindowSequence : int32_t { kOnlyLong = 0, kLongStart = 1, kEightShort = 2, kLongStop = 3 };
+
+// Where the eight short windows lie in a frame's 2048 samples: window w from 448 + 128 w on.
+inline constexpr int32_t kShortStart = 448;
+
+// Floats of scratch behind the time samples of a work buffer: the DCT-IV's result and its own scratch.
+inline constexpr int32_t kMdctScratchFloats = 1024 + dct4ScratchFloats(1024);
+
+struct FrameWindow {
+  int32_t sequence;
+  int32_t shape;      // of this frame: its falling slope
+  int32_t prevShape;  // of the frame before: its rising slope
+
+  // The slopes of a frame that is not eight short; both rise, the second one is used backwards.
+  const float* rising() const { return (sequence == kLongStop ? kStepSlopes : kLongSlopes).shape[prevShape]; }
+  const float* falling() const { return (sequence == kLongStart ? kStepSlopes : kLongSlopes).shape[shape]; }
+  // The rising slope of short window w, and the falling one of all.
+  const float* shortRising(int32_t w) const { return kShortSlopes.shape[w == 0 ? prevShape : shape]; }
+  const float* shortFalling() const { return kShortSlopes.shape[shape]; }
+};
+
+// First half of the M-line transform, windowed: h[n] = w[n] q[n], h[M-1-n] = -w[M-1-n] q[n], n < M/2.
+template <class L, int32_t M>
+void unfoldRising(const float* q, const float* w, float* h) {
+  for (int32_t n = 0; n < M / 2; n += L::kCount) {
+    const int32_t back = M - L::kCount - n;
+    const auto v = L::load(q + n);
+    L::store(h + n, L::load(w + n) * v);
+    L::store(h + back, -(L::load(w + back) * L::reverse(v)));
+  }
+}
+
+// Second half: h[n] = -w[M-1-n] p[M/2-1-n], h[M-1-n] = -w[n] p[M/2-1-n].
+template <class L, int32_t M>
+void unfoldFalling(const float* p, const float* w, float* h) {
+  for (int32_t n = 0; n < M / 2; n += L::kCount) {
+    const int32_t back = M - L::kCount - n;
+    const auto v = L::load(p + M / 2 - L::kCount - n);
+    L::store(h + n, -(L::reverse(L::load(w + back)) * L::reverse(v)));
+    L::store(h + back, -(L::reverse(L::load(w + n)) * v));
+  }
+}
+
+// dst[n] = base[n] + windowed half: as unfoldRising, for the short windows that overlap one another.
+template <class L, int32_t M>
+void addRising(const float* q, const float* w, float* h) {
+  for (int32_t n = 0; n < M / 2; n += L::kCount) {
+    const int32_t back = M - L::kCount - n;
+    const auto v = L::load(q + n);
+    L::store(h + n, L::load(h + n) + L::load(w + n) * v);
+    L::store(h + back, L::load(h + back) - L::load(w + back) * L::reverse(v));
+  }
+}
+
+// Spectrum to the 2048 windowed, aliased samples of the frame, in units of the time format. scratch holds
+// kMdctScratchFloats; the samples are left in it, where the return value points.
+template <class L>
+const float* inverseFrame(const int32_t* spectrum, const FrameWindow& window, float* scratch) {
+  float* const y = scratch;
+  float* const samples = scratch + 1024;  // also the long transform's scratch
+  if (window.sequence != kEightShort) {
+    constexpr float kScale = static_cast<float>(exp2Of(1 - 11 + kTimeFracBits - kSpectrumFracBits));
+    dct4<L, 1024>(spectrum, y, kScale, samples);
+    unfoldRising<L, 1024>(y + 512, window.rising(), samples);
+    unfoldFalling<L, 1024>(y, window.falling(), samples + 1024);
+    return samples;
+  }
+  constexpr float kScale = static_cast<float>(exp2Of(1 - 8 + kTimeFracBits - kSpectrumFracBits));
+  float* const dctScratch = scratch + 128;
+  std::fill_n(samples, 2048, 0.0f);
+  for (int32_t w = 0; w < 8; ++w) {
+    float* const at = samples + kShortStart + 128 * w;
+    dct4<L, 128>(spectrum + 128 * w, y, kScale, dctScratch);
+    addRising<L, 128>(y + 64, window.shortRising(w), at);
+    unfoldFalling<L, 128>(y, window.shortFalling(), at + 128);
+  }
+  return samples;
+}
+
+// The largest float below 2^30: halves held there add up without overflow.
+inline constexpr float kTimeLimit = 1073741760.0f;
+
+inline int32_t toTime(float v) {
+  return static_cast<int32_t>(std::lrint(std::clamp(v, -kTimeLimit, kTimeLimit)));
+}
+
+// Rounded to the integer above a tie, and saturated.
+inline int16_t toPcm(int32_t time) {
+  const int32_t rounded = (time + (1 << (kTimeFracBits - 1))) >> kTimeFracBits;
+  return static_cast<int16_t>(std::clamp(rounded, -32768, 32767));
+}
+
+// time := overlap + first half; overlap := second half; pcm := time rounded, `stride` samples apart.
+inline void overlapAdd(const float* samples, int32_t* overlap, int32_t* time, int16_t* pcm, int32_t stride) {
+  const f32x8 limit = splat8(kTimeLimit), lowLimit = splat8(-kTimeLimit);
+  const i32x4 half = splatInt4(1 << (kTimeFracBits - 1));
+  const auto load = [&](const float* p, i32x4& low, i32x4& high) {
+    roundToInt8(minOf(maxOf(load8(p), lowLimit), limit), low, high);
+  };
+  for (int32_t n = 0; n < 1024; n += 8) {
+    i32x4 low, high, nextLow, nextHigh;
+    load(samples + n, low, high);
+    load(samples + 1024 + n, nextLow, nextHigh);
+    low = _mm_add_epi32(low, loadInt4(overlap + n));
+    high = _mm_add_epi32(high, loadInt4(overlap + n + 4));
+    storeInt4(overlap + n, nextLow);
+    storeInt4(overlap + n + 4, nextHigh);
+    storeInt4(time + n, low);
+    storeInt4(time + n + 4, high);
+    const i32x4 rounded = _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(low, half), kTimeFracBits),
+                                          _mm_srai_epi32(_mm_add_epi32(high, half), kTimeFracBits));
+    if (stride == 1) {
+      _mm_storeu_si128(reinterpret_cast<i32x4*>(pcm + n), rounded);
+    } else {
+      alignas(16) int16_t lanes[8];
+      _mm_store_si128(reinterpret_cast<i32x4*>(lanes), rounded);
+      for (int32_t i = 0; i < 8; ++i) pcm[ptrdiff_t{stride} * (n + i)] = lanes[i];
+    }
+  }
+}
+
+// u of the forward transform of 2M samples: u[M/2+n] = w[n] x[n] - w[M-1-n] x[M-1-n] from the first half,
+// u[M/2-1-n] = -v[n] y[n] - v[M-1-n] y[M-1-n] from the second, where y[n] = x[M+n] and v falls.
+template <class L, int32_t M>
+void fold(const int32_t* x, const float* rising, const float* falling, float* u) {
+  for (int32_t n = 0; n < M / 2; n += L::kCount) {
+    const int32_t back = M - L::kCount - n;
+    const auto first = L::load(rising + n) * L::load(x + n);
+    const auto second = L::load(rising + back) * L::load(x + back);
+    L::store(u + M / 2 + n, first - L::reverse(second));
+    const auto third = L::reverse(L::load(falling + back)) * L::load(x + M + n);
+    const auto fourth = L::reverse(L::load(falling + n)) * L::load(x + M + back);
+    L::store(u + M / 2 - L::kCount - n, -L::reverse(third) - fourth);
+  }
+}
+
+// 2048 samples in the time format to 1024 lines as floats in units of the spectral format; they are left at
+// the front of scratch, which holds kMdctScratchFloats.
+template <class L>
+void forwardFrame(const int32_t* x, const FrameWindow& window, float* scratch) {
+  constexpr float kScale = static_cast<float>(exp2Of(1 + kSpectrumFracBits - kTimeFracBits));
+  float* const dctScratch = scratch + 1024;
+  if (window.sequence != kEightShort) {
+    fold<L, 1024>(x, window.rising(), window.falling(), scratch);
+    dct4<L, 1024>(scratch, scratch, kScale, dctScratch);
+    return;
+  }
+  for (int32_t w = 0; w < 8; ++w) {
+    float* const lines = scratch + 128 * w;
+    fold<L, 128>(x + kShortStart + 128 * w, window.shortRising(w), window.shortFalling(), lines);
+    dct4<L, 128>(lines, lines, kScale, dctScratch);
+  }
+}
+
+// The largest float below 2^31.
+inline constexpr float kSpectrumLimit = 2147483520.0f;
+
+inline void storeSpectrum(const float* lines, int32_t* dst) {
+  const f32x8 limit = splat8(kSpectrumLimit), lowLimit = splat8(-kSpectrumLimit);
+  for (int32_t k = 0; k < 1024; k += 8) {
+    i32x4 low, high;
+    roundToInt8(minOf(maxOf(load8(lines + k), lowLimit), limit), low, high);
+    storeInt4(dst + k, low);
+    storeInt4(dst + k + 4, high);
+  }
+}
+
+}  // namespace moxac

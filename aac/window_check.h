@@ -1,0 +1,16 @@
+// The window arguments' checks, in documented order.
+#pragma once
+
+#include "aac/mdct_kernels.h"
+#include "frame/checks.h"
+
+namespace moxac {
+
+inline moxStatus checkWindow(const FrameWindow& window) {
+  MOX_REQUIRE(inRange<int32_t>(window.sequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
+  MOX_REQUIRE(inRange(window.shape, 0, 1), moxStatusOutOfRange);
+  MOX_REQUIRE(inRange(window.prevShape, 0, 1), moxStatusOutOfRange);
+  return moxStatusOk;
+}
+
+}  // namespace moxac

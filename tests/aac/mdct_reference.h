@@ -1,0 +1,108 @@
+// The AAC filter bank in double precision, straight from the formulas.
+#pragma once
+
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace moxtest {
+
+inline constexpr double kPi = std::numbers::pi;
+
+// Rising slope of length n: shape 0 sine, 1 Kaiser-Bessel derived.
+inline std::vector<double> slopeReference(int shape, int n) {
+  std::vector<double> w(static_cast<size_t>(n));
+  if (shape == 0) {
+    for (int i = 0; i < n; ++i) w[static_cast<size_t>(i)] = std::sin(kPi / (2 * n) * (i + 0.5));
+    return w;
+  }
+  const double alpha = n == 1024 ? 4 : 6;
+  std::vector<double> kernel;
+  double all = 0;
+  for (int p = 0; p <= n; ++p) {
+    const double r = (p - n / 2.0) / (n / 2.0);
+    kernel.push_back(std::cyl_bessel_i(0.0, kPi * alpha * std::sqrt(1 - r * r)));
+    all += kernel.back();
+  }
+  double sum = 0;
+  for (size_t i = 0; i < w.size(); ++i) w[i] = std::sqrt((sum += kernel[i]) / all);
+  return w;
+}
+
+// One transform of 2M samples: weight w(n) X(k) cos(2 pi/N (n + n0)(k + 1/2)), by a table of cosines.
+class MdctReference {
+ public:
+  explicit MdctReference(int lines) : M(lines) {
+    for (int i = 0; i < 8 * M; ++i) cosine_.push_back(std::cos(2 * kPi * i / (8 * M)));
+  }
+  // cos(2 pi/N (n + (M + 1)/2)(k + 1/2)): the angle is (2n + M + 1)(2k + 1) eighths of a 1/M turn.
+  double basis(int n, int k) const {
+    return cosine_[static_cast<size_t>((int64_t{2 * n + M + 1} * (2 * k + 1)) % (8 * M))];
+  }
+  const int M;
+
+ private:
+  std::vector<double> cosine_;
+};
+
+// One frame: its four windows sequences as the standard draws them.
+struct FrameReference {
+  int sequence, shape, prevShape;
+
+  static double stepped(const std::vector<double>& s, int n) {
+    return n < 448 ? 0 : n < 576 ? s[static_cast<size_t>(n - 448)] : 1;
+  }
+  double longWindow(int n) const {
+    const int side = n < 1024 ? n : 2047 - n;
+    const int slope = n < 1024 ? prevShape : shape;
+    const bool step = n < 1024 ? sequence == 3 : sequence == 1;
+    static const std::vector<double> kLong[2] = {slopeReference(0, 1024), slopeReference(1, 1024)};
+    static const std::vector<double> kShort[2] = {slopeReference(0, 128), slopeReference(1, 128)};
+    return step ? stepped(kShort[slope], side) : kLong[slope][static_cast<size_t>(side)];
+  }
+  double shortWindow(int w, int n) const {
+    static const std::vector<double> kShort[2] = {slopeReference(0, 128), slopeReference(1, 128)};
+    return n < 128 ? kShort[w == 0 ? prevShape : shape][static_cast<size_t>(n)]
+                   : kShort[shape][static_cast<size_t>(255 - n)];
+  }
+
+  // Calls visit(transform, window, first sample, first line, window function) for each transform.
+  template <class Visit>
+  void forEachTransform(Visit&& visit) const {
+    static const MdctReference kLong(1024), kShort(128);
+    if (sequence != 2) {
+      visit(kLong, 0, 0, [&](int n) { return longWindow(n); });
+      return;
+    }
+    for (int w = 0; w < 8; ++w)
+      visit(kShort, 128 * w, 448 + 128 * w, [&, w](int n) { return shortWindow(w, n); });
+  }
+
+  // 2048 windowed, aliased samples.
+  std::vector<double> inverse(const std::vector<double>& X) const {
+    std::vector<double> x(2048);
+    forEachTransform([&](const MdctReference& t, int line, int first, auto window) {
+      for (int n = 0; n < 2 * t.M; ++n) {
+        double sum = 0;
+        for (int k = 0; k < t.M; ++k) sum += X[static_cast<size_t>(line + k)] * t.basis(n, k);
+        x[static_cast<size_t>(first + n)] += window(n) * sum / t.M;
+      }
+    });
+    return x;
+  }
+
+  std::vector<double> forward(const std::vector<double>& x) const {
+    std::vector<double> X(1024);
+    forEachTransform([&](const MdctReference& t, int line, int first, auto window) {
+      for (int k = 0; k < t.M; ++k) {
+        double sum = 0;
+        for (int n = 0; n < 2 * t.M; ++n)
+          sum += window(n) * x[static_cast<size_t>(first + n)] * t.basis(n, k);
+        X[static_cast<size_t>(line + k)] = 2 * sum;
+      }
+    });
+    return X;
+  }
+};
+
+}  // namespace moxtest

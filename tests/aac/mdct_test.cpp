@@ -1,0 +1,184 @@
+// The fixed-point filter bank against double precision, its scalar twin, and perfect reconstruction.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "aac/mdct_kernels.h"
+#include "aac/mdct_reference.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace {
+
+using namespace moxac;
+using moxtest::Block;
+using moxtest::FrameReference;
+
+constexpr double kTimeUnit = 1 << MOX_AAC_TIME_FRAC_BITS;
+constexpr double kSpectrumUnit = 1 << MOX_AAC_SPECTRUM_FRAC_BITS;
+
+// Lines with the slope of music: the largest such spectra of 16-bit signals.
+void fillSpectrum(Block<int32_t>& X, bool isShort) {
+  for (int i = 0; i < 1024; ++i) {
+    const double fall = std::pow(1.0 + (isShort ? 8 * (i % 128) : i), -0.8);
+    X[i] = static_cast<int32_t>(moxtest::noiseValue<double>() * (isShort ? 1 << 26 : 1 << 29) * fall);
+  }
+}
+
+template <class Visit>
+void forEachWindow(Visit&& visit) {
+  for (int32_t sequence = 0; sequence < 4; ++sequence)
+    for (int32_t shape = 0; shape < 2; ++shape)
+      for (int32_t prevShape = 0; prevShape < 2; ++prevShape) visit(sequence, shape, prevShape);
+}
+
+std::vector<double> toDouble(const int32_t* v, size_t n, double unit) {
+  std::vector<double> d(v, v + n);
+  for (double& x : d) x /= unit;
+  return d;
+}
+
+TEST(AacWindows, AreTheFormulasAndReconstruct) {
+  for (int shape = 0; shape < 2; ++shape) {
+    const auto check = [&](const float* w, int n) {
+      const std::vector<double> want = moxtest::slopeReference(shape, n);
+      for (int i = 0; i < n; ++i) {
+        ASSERT_EQ(w[i], static_cast<float>(want[i])) << shape << " " << i;
+        ASSERT_NEAR(double{w[i]} * w[i] + double{w[n - 1 - i]} * w[n - 1 - i], 1, 2e-7);
+      }
+    };
+    check(kLongSlopes.shape[shape], 1024);
+    check(kShortSlopes.shape[shape], 128);
+  }
+}
+
+TEST(AacMdct, InverseIsWithinOneOfDoublePrecisionAndEqualsItsTwin) {
+  double worst = 0;
+  int differing = 0;
+  forEachWindow([&](int32_t sequence, int32_t shape, int32_t prevShape) {
+    Block<int32_t> X(1024, 4), overlap(1024, 8), buffer(MOX_AAC_MDCT_BUFFER_WORDS, 12);
+    fillSpectrum(X, sequence == 2);
+    for (int32_t& v : overlap) v >>= 9;
+    const Block<int32_t> before(overlap), source(X);
+    const std::vector<double> x =
+        FrameReference{sequence, shape, prevShape}.inverse(toDouble(X, 1024, kSpectrumUnit));
+
+    Block<int16_t> pcm(1024, 2);
+    ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, sequence, shape, prevShape, 1, buffer), moxStatusOk);
+    EXPECT_SAME_BITS(X, source);
+    for (int n = 0; n < 1024; ++n) {
+      const double sample = before[n] / kTimeUnit + x[n];
+      worst = std::max(
+          {worst, std::abs(buffer[n] / kTimeUnit - sample), std::abs(overlap[n] / kTimeUnit - x[1024 + n])});
+      const double want = std::clamp(std::nearbyint(sample), -32768.0, 32767.0);
+      ASSERT_LE(std::abs(pcm[n] - want), 1);
+      differing += pcm[n] != want;
+      ASSERT_EQ(pcm[n], toPcm(buffer[n]));
+    }
+
+    std::vector<float> scratch(kMdctScratchFloats);
+    const float* samples = inverseFrame<DctLanes1>(X, {sequence, shape, prevShape}, scratch.data());
+    for (int n = 0; n < 1024; ++n) {
+      ASSERT_EQ(buffer[n], before[n] + toTime(samples[n])) << sequence << " " << n;
+      ASSERT_EQ(overlap[n], toTime(samples[1024 + n]));
+    }
+
+    // Interleaved: every third sample, the others untouched.
+    Block<int16_t> three(3 * 1024 - 2);
+    const Block<int16_t> was(three);
+    std::copy(before.begin(), before.end(), overlap.begin());
+    ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, three, overlap, sequence, shape, prevShape, 3, buffer), moxStatusOk);
+    for (int n = 0; n < 3 * 1024 - 2; ++n) ASSERT_EQ(three[n], n % 3 == 0 ? pcm[n / 3] : was[n]);
+  });
+  RecordProperty("worst", std::to_string(worst));
+  EXPECT_LT(worst, 1.0 / 64) << "units of 16 bits";
+  EXPECT_LT(differing, 16 * 1024 / 50);
+}
+
+TEST(AacMdct, ForwardIsWithinFloatPrecisionAndEqualsItsTwin) {
+  double worst = 0;
+  forEachWindow([&](int32_t sequence, int32_t shape, int32_t prevShape) {
+    Block<int32_t> x(2048, 4), X(1024, 8), buffer(MOX_AAC_MDCT_BUFFER_WORDS);
+    for (int32_t& v : x) v >>= 8;
+    const std::vector<double> want =
+        FrameReference{sequence, shape, prevShape}.forward(toDouble(x, 2048, kTimeUnit));
+    ASSERT_EQ(moxsMDCTFwd_AAC_32s(x, X, sequence, shape, prevShape, buffer), moxStatusOk);
+    double peak = 0;
+    for (double v : want) peak = std::max(peak, std::abs(v));
+    for (int k = 0; k < 1024; ++k)
+      worst = std::max(worst, (std::abs(X[k] / kSpectrumUnit - want[k]) - 0.5 / kSpectrumUnit) / peak);
+
+    std::vector<float> scratch(kMdctScratchFloats);
+    forwardFrame<DctLanes1>(x, {sequence, shape, prevShape}, scratch.data());
+    for (int k = 0; k < 1024; ++k) ASSERT_EQ(X[k], static_cast<int32_t>(std::lrint(scratch[k])));
+    const Block<int32_t> behind(x);
+    ASSERT_EQ(moxsMDCTFwd_AAC_32s_I(x, sequence, shape, prevShape, buffer), moxStatusOk);
+    ASSERT_TRUE(std::equal(X.begin(), X.end(), x.begin()));
+    ASSERT_TRUE(std::equal(x.begin() + 1024, x.end(), behind.begin() + 1024));
+  });
+  EXPECT_LT(worst, std::exp2(-21)) << "of the largest line";
+}
+
+TEST(AacMdct, ForwardThenInverseRestoresTheSignal) {
+  const int32_t sequences[] = {0, 0, 1, 2, 2, 3, 0, 1, 2, 3, 1, 3, 0};
+  constexpr int kFrames = 13;
+  Block<int32_t> signal((kFrames + 1) * 1024), overlap(1024), X(1024), buffer(MOX_AAC_MDCT_BUFFER_WORDS);
+  for (int32_t& v : signal) v >>= 32 - 16 - MOX_AAC_TIME_FRAC_BITS;
+  Block<int16_t> pcm(1024);
+  int32_t prevShape = 0;
+  for (int f = 0; f < kFrames; ++f) {
+    const int32_t shape = f / 2 % 2;
+    ASSERT_EQ(moxsMDCTFwd_AAC_32s(signal.data() + 1024 * f, X, sequences[f], shape, prevShape, buffer),
+              moxStatusOk);
+    ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, sequences[f], shape, prevShape, 1, buffer),
+              moxStatusOk);
+    prevShape = shape;
+    if (f == 0) continue;
+    for (int n = 0; n < 1024; ++n)
+      ASSERT_NEAR(buffer[n], signal[1024 * f + n], 4) << "frame " << f << ", in 1/256 units";
+  }
+}
+
+TEST(AacMdct, SaturatesWithoutOverflow) {
+  for (int32_t level : {INT32_MAX, INT32_MIN}) {
+    Block<int32_t> X(1024), overlap(1024), buffer(MOX_AAC_MDCT_BUFFER_WORDS), x(2048);
+    Block<int16_t> pcm(1024);
+    X.fill(level);
+    for (int frame = 0; frame < 2; ++frame) {
+      overlap.fill(1 << 30);
+      ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, 0, 0, 0, 1, buffer), moxStatusOk);
+      ASSERT_EQ(*std::max_element(pcm.begin(), pcm.end()), 32767);
+      for (int32_t v : overlap) ASSERT_LE(std::abs(v), 1 << 30);
+    }
+    for (int n = 0; n < 2048; ++n)
+      x[n] = FrameReference{0, 0, 0}.longWindow(n) > 0 && n % 2 ? level : -level / 2;
+    ASSERT_EQ(moxsMDCTFwd_AAC_32s(x, X, 0, 0, 0, buffer), moxStatusOk);
+    for (int32_t v : X) ASSERT_NE(v, INT32_MIN);
+  }
+}
+
+TEST(AacMdct, RefusesInTheDocumentedOrder) {
+  Block<int32_t> X(2048), overlap(1024), buffer(MOX_AAC_MDCT_BUFFER_WORDS);
+  Block<int16_t> pcm(1024);
+  const Block<int16_t> wasPcm(pcm);
+  const Block<int32_t> wasX(X), wasOverlap(overlap);
+  const auto both = [&](int32_t sequence, int32_t shape, int32_t prevShape, moxStatus want) {
+    EXPECT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, sequence, shape, prevShape, 0, buffer), want);
+    EXPECT_EQ(moxsMDCTFwd_AAC_32s_I(X, sequence, shape, prevShape, buffer), want);
+  };
+  EXPECT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, 0, 0, 0, 0, buffer), moxStatusBadSize);
+  for (int32_t bad : {-1, 2}) {
+    both(0, 0, bad, moxStatusOutOfRange);
+    both(0, bad, 0, moxStatusOutOfRange);
+    both(bad < 0 ? bad : 4, bad, bad, moxStatusAacWinSeqError);
+  }
+  EXPECT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, nullptr, 9, 0, 0, 0, buffer), moxStatusNullPointer);
+  EXPECT_EQ(moxsMDCTFwd_AAC_32s(X, X, 9, 0, 0, nullptr), moxStatusNullPointer);
+  EXPECT_SAME_BITS(X, wasX);
+  EXPECT_SAME_BITS(pcm, wasPcm);
+  EXPECT_SAME_BITS(overlap, wasOverlap);
+}
+
+}  // namespace
