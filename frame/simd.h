@@ -149,4 +149,46 @@ inline void interleave8(f32x8 even, f32x8 odd, f32x8& low, f32x8& high) {
   high = _mm256_permute2f128_ps(a, b, 0x31);
 }
 
+// Double-precision lanes, fed from floats and rounded back to them.
+struct Lanes1d {
+  using T = double;
+  using V = double;
+  static constexpr int kCount = 1;
+  static V splat(T v) { return v; }
+};
+struct Lanes4d {
+  using T = double;
+  using V = f64x4;
+  static constexpr int kCount = 4;
+  static V splat(T v) { return splatDouble4(v); }
+};
+inline f64x4 widen4(f32x4 v) { return _mm256_cvtps_pd(v); }
+inline f32x4 narrow4(f64x4 v) { return _mm256_cvtpd_ps(v); }
+
+// Four interleaved pairs (a the first two, b the others) to the four first and the four second members; back.
+inline f32x4 firstOfPairs4(f32x4 a, f32x4 b) { return _mm_shuffle_ps(a, b, 0x88); }
+inline f32x4 secondOfPairs4(f32x4 a, f32x4 b) { return _mm_shuffle_ps(a, b, 0xDD); }
+inline f32x4 lowPairs4(f32x4 first, f32x4 second) { return _mm_unpacklo_ps(first, second); }
+inline f32x4 highPairs4(f32x4 first, f32x4 second) { return _mm_unpackhi_ps(first, second); }
+
+// value where test is not 0, else +0.
+inline float whereNonZero(float test, float value) { return test != 0 ? value : 0; }
+inline double whereNonZero(double test, double value) { return test != 0 ? value : 0; }
+inline f32x8 whereNonZero(f32x8 test, f32x8 value) {
+  return _mm256_and_ps(_mm256_cmp_ps(test, _mm256_setzero_ps(), _CMP_NEQ_UQ), value);
+}
+inline f64x4 whereNonZero(f64x4 test, f64x4 value) {
+  return _mm256_and_pd(_mm256_cmp_pd(test, _mm256_setzero_pd(), _CMP_NEQ_UQ), value);
+}
+
+// +0 where test >= limit, else value.
+inline float zeroFrom(float limit, float test, float value) { return test >= limit ? 0 : value; }
+inline double zeroFrom(double limit, double test, double value) { return test >= limit ? 0 : value; }
+inline f32x8 zeroFrom(f32x8 limit, f32x8 test, f32x8 value) {
+  return _mm256_andnot_ps(_mm256_cmp_ps(test, limit, _CMP_GE_OQ), value);
+}
+inline f64x4 zeroFrom(f64x4 limit, f64x4 test, f64x4 value) {
+  return _mm256_andnot_pd(_mm256_cmp_pd(test, limit, _CMP_GE_OQ), value);
+}
+
 }  // namespace moxac

@@ -10,25 +10,10 @@
 // turns into other constants in the rotations between the two stages.
 #pragma once
 
-#include "frame/simd.h"
 #include "frame/trig.h"
+#include "sbr/lane_complex.h"
 
 namespace moxac {
-
-template <class L>
-struct Complex {
-  typename L::V re, im;
-};
-
-template <class L>
-inline Complex<L> operator+(Complex<L> a, Complex<L> b) {
-  return {a.re + b.re, a.im + b.im};
-}
-
-template <class L>
-inline Complex<L> operator-(Complex<L> a, Complex<L> b) {
-  return {a.re - b.re, a.im - b.im};
-}
 
 // a * (c - i*s)
 template <class L>

@@ -194,6 +194,63 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const*
                                                              const float* pWindow, int32_t numTimeSlots,
                                                              MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
 
+/* ---- Prediction coefficients (ISO/IEC 14496-3, 4.6.18.6.2) ----
+ *
+ * The second-order linear predictor that whitens each low sub-band for high-frequency generation, by the
+ * covariance method over one frame. Row m holds slot m; slots 0 and 1 are the history of the first predicted
+ * one, so numTimeSlots + 2 rows are read. With x[m] the samples of one sub-band, sums over j =
+ * 0..numTimeSlots-1:
+ *
+ *   phi01 = sum x[j+2]*conj(x[j+1])     phi11 = sum |x[j+1]|^2
+ *   phi12 = sum x[j+1]*conj(x[j])       phi22 = sum |x[j]|^2       phi02 = sum x[j+2]*conj(x[j])
+ *
+ *   det    = phi22*phi11 - r*|phi12|^2          r = 0.9999990463256836, the float 0x3F7FFFF0
+ *   alpha1 = (phi01*phi12 - phi02*phi11) / det          0 if det is 0
+ *   alpha0 = -(phi01 + alpha1*conj(phi12)) / phi11      0 if phi11 is 0
+ *
+ * and both are 0 if |alpha0|^2 or |alpha1|^2 is 16 or more. A silent sub-band gives 0, 0. Rows and results
+ * may have any alignment. No state: any number of calls at once.
+ */
+
+/* Real sub-bands, in single precision: every sum and product is a float, added in slot order.
+ *
+ * ppSrc             numTimeSlots + 2 rows of numBands floats
+ * pAlpha0, pAlpha1  numBands results each
+ * numBands          below 1: nothing is written
+ *
+ * moxStatusOk           also for numTimeSlots below 1, when nothing is written
+ * moxStatusNullPointer  some pointer is null; nothing written
+ */
+MOXAC_API moxStatus moxsPredictCoef_SBR_R_32f_D2L(const float* const* ppSrc, float* pAlpha0, float* pAlpha1,
+                                                  int32_t numBands, int32_t numTimeSlots);
+
+/* Complex sub-bands, rows and results split or interleaved; both forms give the same bits. Computed in double
+ * precision, each coefficient rounded once at the end (the reset looks at the unrounded one). Otherwise as
+ * the real form.
+ */
+MOXAC_API moxStatus moxsPredictCoef_SBR_C_32f_D2L(const float* const* ppSrcRe, const float* const* ppSrcIm,
+                                                  float* pAlpha0Re, float* pAlpha0Im, float* pAlpha1Re,
+                                                  float* pAlpha1Im, int32_t numBands, int32_t numTimeSlots);
+MOXAC_API moxStatus moxsPredictCoef_SBR_C_32fc_D2L(const Mox32fc* const* ppSrc, Mox32fc* pAlpha0,
+                                                   Mox32fc* pAlpha1, int32_t numBands, int32_t numTimeSlots);
+
+/* One fixed-point sub-band: complex samples of the high-quality bank, real ones of the low-power bank.
+ * Samples may have any number of fraction bits, the same in all rows, and use the whole 32-bit range;
+ * coefficients have 28 fraction bits (Q28: 4.0 would be 2^30), the exact value rounded to within 2^-28 or so.
+ *
+ * ppSrc             numTimeSlots + 2 rows; only element `band` of each is read
+ * pAlpha0, pAlpha1  one coefficient each
+ * band              0..63
+ *
+ * moxStatusOk           also for numTimeSlots below 1, when nothing is written
+ * moxStatusNullPointer  some pointer is null; nothing written
+ * moxStatusOutOfRange   band outside 0..63; nothing written
+ */
+MOXAC_API moxStatus moxsPredictOneCoef_SBRHQ_32sc_D2L(const Mox32sc* const* ppSrc, Mox32sc* pAlpha0,
+                                                      Mox32sc* pAlpha1, int32_t band, int32_t numTimeSlots);
+MOXAC_API moxStatus moxsPredictOneCoef_SBRLP_32s_D2L(const int32_t* const* ppSrc, int32_t* pAlpha0,
+                                                     int32_t* pAlpha1, int32_t band, int32_t numTimeSlots);
+
 MOXAC_EXTERN_C_END
 
 #endif

@@ -1,0 +1,82 @@
+// Second-order linear prediction of one sub-band by the covariance method (ISO/IEC 14496-3, 4.6.18.6.2), over
+// lane types: one sub-band a lane.
+//
+//   phi(i,j) = sum over t of x[t-i] * conj(x[t-j]),  t = 2 .. slots+1
+//   det      = phi(2,2)*phi(1,1) - r*|phi(1,2)|^2
+//   alpha1   = (phi(0,1)*phi(1,2) - phi(0,2)*phi(1,1)) / det        0 where det is 0
+//   alpha0   = -(phi(0,1) + alpha1*conj(phi(1,2))) / phi(1,1)       0 where phi(1,1) is 0
+//
+// and both are 0 when either reaches magnitude 4.
+#pragma once
+
+#include <cstdint>
+
+#include "sbr/lane_complex.h"
+
+namespace moxac {
+
+// The relaxation of the determinant, 1/(1 + 1e-6) but for the last bits: the float of pattern 0x3F7FFFF0.
+inline constexpr float kRelaxation = 0x1.FFFFE0p-1f;
+
+// Squares from here on reset both coefficients.
+inline constexpr float kResetSquare = 16;
+
+template <class Value>
+struct Prediction {
+  Value alpha0, alpha1;
+};
+
+// x(m) gives the sample of row m.
+template <class L, class Sample>
+inline Prediction<typename L::V> predictReal(int32_t slots, const Sample& x) {
+  using V = typename L::V;
+  V phi01 = L::splat(0), phi11 = phi01, phi12 = phi01, phi22 = phi01, phi02 = phi01;
+  V x0 = x(0), x1 = x(1);
+  for (int32_t j = 0; j < slots; ++j) {
+    const V x2 = x(j + 2);
+    phi01 = phi01 + x1 * x2;
+    phi11 = phi11 + x1 * x1;
+    phi12 = phi12 + x0 * x1;
+    phi22 = phi22 + x0 * x0;
+    phi02 = phi02 + x0 * x2;
+    x0 = x1;
+    x1 = x2;
+  }
+  const V det = phi22 * phi11 - L::splat(kRelaxation) * (phi12 * phi12);
+  const V alpha1 = whereNonZero(det, (phi01 * phi12 - phi02 * phi11) / det);
+  const V alpha0 = whereNonZero(phi11, -(phi01 + alpha1 * phi12) / phi11);
+  const V square0 = alpha0 * alpha0, square1 = alpha1 * alpha1;
+  const V limit = L::splat(kResetSquare);
+  const auto reset = [&](V a) { return zeroFrom(limit, square0, zeroFrom(limit, square1, a)); };
+  return {reset(alpha0), reset(alpha1)};
+}
+
+template <class L, class Sample>
+inline Prediction<Complex<L>> predictComplex(int32_t slots, const Sample& x) {
+  using V = typename L::V;
+  using C = Complex<L>;
+  V phi11 = L::splat(0), phi22 = phi11;
+  C phi01 = {phi11, phi11}, phi12 = phi01, phi02 = phi01;
+  C x0 = x(0), x1 = x(1);
+  for (int32_t j = 0; j < slots; ++j) {
+    const C x2 = x(j + 2);
+    phi01 = phi01 + x2 * conj(x1);
+    phi11 = phi11 + square(x1);
+    phi12 = phi12 + x1 * conj(x0);
+    phi22 = phi22 + square(x0);
+    phi02 = phi02 + x2 * conj(x0);
+    x0 = x1;
+    x1 = x2;
+  }
+  const V det = phi22 * phi11 - L::splat(kRelaxation) * square(phi12);
+  C alpha1 = (phi01 * phi12 - phi02 * phi11) / det;
+  alpha1 = {whereNonZero(det, alpha1.re), whereNonZero(det, alpha1.im)};
+  C alpha0 = (phi01 + alpha1 * conj(phi12)) / -phi11;
+  alpha0 = {whereNonZero(phi11, alpha0.re), whereNonZero(phi11, alpha0.im)};
+  const V square0 = square(alpha0), square1 = square(alpha1);
+  const V limit = L::splat(kResetSquare);
+  const auto reset = [&](V a) { return zeroFrom(limit, square0, zeroFrom(limit, square1, a)); };
+  return {{reset(alpha0.re), reset(alpha0.im)}, {reset(alpha1.re), reset(alpha1.im)}};
+}
+
+}  // namespace moxac
