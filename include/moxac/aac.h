@@ -413,12 +413,13 @@ MOXAC_API moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int
 
 /* MPEG-4 object types, with perceptual noise substitution (code book 13).
  *
- * layerFlag 0: the window information comes from *pChanStream->pIcsInfo; with commonWindow 0 it is read
- * first. Its predictor data are Main-profile prediction's for audioObjectType 1 (predSfbMax bands of the
- * stream record) and long-term prediction's otherwise: both ltpDataPresent flags of *pMainHeader are cleared,
- * and its windowSequence, maxSfb and ltp[0] written where data are present layerFlag 1: windowSequence and
- * maxSfb are the arguments, the window groups those of *pMainHeader (which must fit the sequence); no pulse,
- * TNS and gain-control fields are read, their flags become 0
+ * layerFlag 0: the window information comes from *pChanStream->pIcsInfo, read first when commonWindow is 0.
+ *              Its predictor data are Main-profile prediction's for audioObjectType 1 (predSfbMax bands of
+ *              the stream record) and long-term prediction's otherwise: both ltpDataPresent flags of
+ *              *pMainHeader are cleared, and its windowSequence, maxSfb and ltp[0] written where data are
+ *              present
+ * layerFlag 1: windowSequence and maxSfb are the arguments, the window groups those of *pMainHeader (which
+ *              must fit the sequence); no pulse, TNS and gain-control fields are read, their flags become 0
  */
 MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                             MoxAacMainHeader* pMainHeader, int16_t* pScaleFactor,
