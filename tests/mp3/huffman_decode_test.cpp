@@ -8,6 +8,7 @@
 #include "moxac/mp3.h"
 #include "mp3/band_tables.h"
 #include "mp3/layer3_reference.h"
+#include "mp3/mp3_stream.h"
 #include "support/block.h"
 #include "support/guard_page.h"
 
@@ -236,6 +237,29 @@ TEST(Mp3HuffmanDecode, EveryEndStopsAsTheReferenceDoes) {
     ASSERT_NO_FATAL_FAILURE(expectReference(call, data, want));
   }
   for (const int32_t count : seen) EXPECT_GT(count, 50);
+}
+
+TEST(Mp3HuffmanDecode, EveryGranuleOfTheStreams) {
+  for (const moxtest::Mp3Stream& stream : moxtest::allMp3Streams())
+    for (const moxtest::Mp3Granule& g : stream.granules) {
+      SCOPED_TRACE(stream.name);
+      Call call;
+      call.header = g.header;
+      call.record = g.record;
+      int8_t scaleFactors[39] = {};
+      const uint8_t* p = stream.mainData.data() + g.firstBit / 8;
+      call.bitOffset = static_cast<int32_t>(g.firstBit % 8);
+      const int32_t before = call.bitOffset;
+      const uint8_t* const start = p;
+      moxsUnpackScaleFactors_MP3_1u8s(&p, &call.bitOffset, scaleFactors, &call.record, g.scfsi, &g.header,
+                                      g.granule, g.channel);
+      call.hufSize = g.record.part23Len - static_cast<int32_t>(8 * (p - start)) - call.bitOffset + before;
+      const Result got = decode(call, p), want = reference(call, p);
+      ASSERT_EQ(got.status, moxStatusOk);
+      ASSERT_EQ(got.position, want.position);
+      ASSERT_EQ(got.bound, want.bound);
+      ASSERT_EQ(got.lines, want.lines);
+    }
 }
 
 TEST(Mp3HuffmanDecode, ATableNumberIsCheckedWhenItsRegionComes) {

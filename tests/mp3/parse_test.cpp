@@ -1,0 +1,539 @@
+// Frame header, side information and scale factors, read and written. The widths stand here once more, in
+// the order of the standards' syntax tables, as an independent model of both directions.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fuzz/mp3_parse_driver.h"
+#include "moxac/mp3.h"
+#include "mp3/band_tables.h"
+#include "mp3/layer3_reference.h"
+#include "mp3/mp3_stream.h"
+#include "support/block.h"
+#include "support/guard_page.h"
+
+namespace {
+
+using moxtest::BitReader;
+using moxtest::BitString;
+using moxtest::Block;
+
+int32_t draw(int32_t first, int32_t last) {
+  return std::uniform_int_distribution<int32_t>(first, last)(moxtest::noise());
+}
+
+// A record as a row of integers.
+template <class Record>
+int32_t* fields(Record& record) {
+  return reinterpret_cast<int32_t*>(&record);
+}
+
+template <class Record>
+Record noiseRecord() {
+  Record record;
+  for (size_t i = 0; i < sizeof(Record) / 4; ++i) fields(record)[i] = moxtest::noiseValue<int32_t>();
+  return record;
+}
+
+template <class Record>
+void expectSameRecord(const Record& got, const Record& want) {
+  EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0);
+}
+
+TEST(Mp3FrameHeader, FieldsOfAnyHeaderComeOutAndGoBack) {
+  constexpr int32_t kWidths[] = {1, 2, 1, 4, 2, 1, 1, 2, 2, 1, 1, 2};
+  for (int round = 0; round < 2000; ++round) {
+    auto want = noiseRecord<MoxMp3FrameHeader>();
+    MoxMp3FrameHeader got = want;
+    BitString bits;
+    bits.put(0xFFF, 12);
+    for (int i = 0; i < 12; ++i) {
+      fields(want)[i] &= (1 << kWidths[i]) - 1;
+      bits.put(static_cast<uint32_t>(fields(want)[i]), kWidths[i]);
+    }
+    const bool crc = want.protectionBit == 0;
+    if (crc) bits.put(static_cast<uint32_t>(want.crcWord &= 0xFFFF), 16);
+    std::vector<uint8_t> data = bits.bytes();
+
+    moxtest::GuardPage page(data.size() + 3);
+    std::memcpy(page.data(), data.data(), data.size());
+    const uint8_t* p = page.data();
+    ASSERT_EQ(moxsUnpackFrameHeader_MP3(&p, &got), moxStatusOk);
+    ASSERT_EQ(p - page.data(), crc ? 6 : 4);
+    ASSERT_NO_FATAL_FAILURE(expectSameRecord(got, want));
+
+    for (int i = 0; i < 12; ++i)
+      if (i != 2) fields(got)[i] |= ~0 << kWidths[i];  // only the low bits are written
+    Block<uint8_t> out(static_cast<int64_t>(data.size()) + 1);
+    const uint8_t behind = out[out.size() - 1];
+    uint8_t* w = out;
+    ASSERT_EQ(moxsPackFrameHeader_MP3(&got, &w), moxStatusOk);
+    ASSERT_EQ(w - out.data(), crc ? 6 : 4);
+    data.push_back(behind);
+    EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.end()), data);
+  }
+}
+
+struct SideInfo {
+  MoxMp3SideInfo records[4];
+  int32_t mainDataBegin, privateBits, scfsi[8];
+};
+
+// A frame's side information in bits. Returns what a parser must make of it, given what was there before.
+SideInfo randomSideInfo(const MoxMp3FrameHeader& header, const SideInfo& before, BitString& bits) {
+  const bool mpeg1 = header.id == 1;
+  const int32_t channels = header.mode == 3 ? 1 : 2;
+  SideInfo want = before;
+  const auto field = [&](int32_t& value, int32_t width) {
+    value = draw(0, (1 << width) - 1);
+    bits.put(static_cast<uint32_t>(value), width);
+  };
+  field(want.mainDataBegin, mpeg1 ? 9 : 8);
+  field(want.privateBits, mpeg1 ? (channels == 1 ? 5 : 3) : channels);
+  for (int32_t i = 0; mpeg1 && i < 4 * channels; ++i) field(want.scfsi[i], 1);
+  for (int32_t i = 0; i < channels * (mpeg1 ? 2 : 1); ++i) {
+    MoxMp3SideInfo& r = want.records[i];
+    field(r.part23Len, 12);
+    field(r.bigVals, 9);
+    field(r.globGain, 8);
+    field(r.sfCompress, mpeg1 ? 4 : 9);
+    field(r.winSwitch, 1);
+    if (r.winSwitch == 1) {
+      bits.put(static_cast<uint32_t>(r.blockType = draw(1, 3)), 2);
+      field(r.mixedBlock, 1);
+      field(r.tableSelect[0], 5);
+      field(r.tableSelect[1], 5);
+      for (int32_t& gain : r.subBlockGain) field(gain, 3);
+      r.reg0Cnt = r.blockType == 2 && r.mixedBlock == 0 ? 8 : 7;
+      r.reg1Cnt = r.blockType == 2 && r.mixedBlock == 0 ? 12 : 13;
+    } else {
+      for (int32_t& table : r.tableSelect) field(table, 5);
+      field(r.reg0Cnt, 4);
+      field(r.reg1Cnt, 3);
+      r.blockType = r.mixedBlock = 0;
+    }
+    if (mpeg1) field(r.preFlag, 1);
+    field(r.sfScale, 1);
+    field(r.cnt1TabSel, 1);
+  }
+  return want;
+}
+
+TEST(Mp3SideInfo, FieldsComeOutAndGoBack) {
+  for (int round = 0; round < 3000; ++round) {
+    MoxMp3FrameHeader header{};
+    header.id = round & 1;
+    header.layer = 1;
+    header.mode = round >> 1 & 3;
+    const auto before = noiseRecord<SideInfo>();
+    SideInfo got = before;
+    BitString bits;
+    const SideInfo want = randomSideInfo(header, before, bits);
+    std::vector<uint8_t> data = bits.bytes();
+    ASSERT_EQ(bits.size(), 8 * moxtest::mp3SideInfoBytes(header));
+
+    moxtest::GuardPage page(data.size() + 3);
+    std::memcpy(page.data(), data.data(), data.size());
+    const uint8_t* p = page.data();
+    ASSERT_EQ(
+        moxsUnpackSideInfo_MP3(&p, got.records, &got.mainDataBegin, &got.privateBits, got.scfsi, &header),
+        moxStatusOk);
+    ASSERT_EQ(p - page.data(), static_cast<ptrdiff_t>(data.size()));
+    ASSERT_NO_FATAL_FAILURE(expectSameRecord(got, want));
+
+    Block<uint8_t> out(static_cast<int64_t>(data.size()) + 1);
+    data.push_back(out[out.size() - 1]);
+    uint8_t* w = out;
+    ASSERT_EQ(moxsPackSideInfo_MP3(got.records, &w, got.mainDataBegin, got.privateBits, got.scfsi, &header),
+              moxStatusOk);
+    ASSERT_EQ(w - out.data(), out.size() - 1);
+    EXPECT_EQ(std::vector<uint8_t>(out.begin(), out.end()), data);
+  }
+}
+
+TEST(Mp3SideInfo, ASwitchedBlockOfTheNormalTypeEndsBothWays) {
+  MoxMp3FrameHeader header{};
+  header.id = header.layer = 1;
+  BitString bits;
+  SideInfo want = randomSideInfo(header, noiseRecord<SideInfo>(), bits);
+  // Record 1 begins after 20 bits in front and the 59 of record 0; its switch flag has 33 bits ahead of it.
+  std::vector<uint8_t> data = bits.bytes();
+  const auto set = [&](int32_t at, bool on) {
+    const int mask = 0x80 >> at % 8;
+    uint8_t& byte = data[static_cast<size_t>(at / 8)];
+    byte = static_cast<uint8_t>(on ? byte | mask : byte & ~mask);
+  };
+  const int32_t flag = 20 + 59 + 33;
+  set(flag, true);
+  set(flag + 1, false);
+  set(flag + 2, false);
+
+  const auto before = noiseRecord<SideInfo>();
+  SideInfo got = before;
+  const uint8_t* p = data.data();
+  ASSERT_EQ(moxsUnpackSideInfo_MP3(&p, got.records, &got.mainDataBegin, &got.privateBits, got.scfsi, &header),
+            moxStatusMp3SideInfoErr);
+  EXPECT_EQ(p - data.data(), (flag + 1 + 2 + 1 + 10 + 9) / 8);
+  EXPECT_EQ(got.records[0].cnt1TabSel, want.records[0].cnt1TabSel);
+  EXPECT_EQ(got.records[1].part23Len, want.records[1].part23Len);
+  EXPECT_EQ(got.records[1].blockType, 0);
+  BitReader in(data.data(), flag + 3);
+  EXPECT_EQ(got.records[1].mixedBlock, static_cast<int32_t>(in.take(1)));
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(got.records[1].tableSelect[i], static_cast<int32_t>(in.take(5)));
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(got.records[1].subBlockGain[i], static_cast<int32_t>(in.take(3)));
+  EXPECT_EQ(got.records[1].reg0Cnt, before.records[1].reg0Cnt);
+  EXPECT_EQ(got.records[1].sfScale, before.records[1].sfScale);
+  EXPECT_EQ(got.records[2].part23Len, before.records[2].part23Len);
+
+  Block<uint8_t> out(64);
+  const uint8_t behind = out[15];
+  uint8_t* w = out;
+  ASSERT_EQ(moxsPackSideInfo_MP3(got.records, &w, got.mainDataBegin, got.privateBits, got.scfsi, &header),
+            moxStatusOk);
+  EXPECT_EQ(w - out.data(), flag / 8 + 1);
+  EXPECT_EQ(std::memcmp(out, data.data(), static_cast<size_t>(flag / 8)), 0);
+  EXPECT_EQ(out[15], behind);
+}
+
+// Number of values and width of each run, from the tables' own files and the rules of the standards' clauses.
+struct Run {
+  int32_t count, width;
+  bool skipped;
+};
+
+struct ScaleFactorCall {
+  MoxMp3FrameHeader header{};
+  MoxMp3SideInfo record{};
+  int32_t scfsi[4] = {}, granule = 0, channel = 0;
+  bool intensity() const { return header.id == 0 && (header.modeExt & 1) != 0 && channel == 1; }
+};
+
+std::vector<Run> mpeg1Runs(const ScaleFactorCall& call) {
+  static const auto slen = moxtest::csvRows("mp3_scalefac_slen.csv");
+  const auto& row = slen[static_cast<size_t>(call.record.sfCompress)];
+  const int32_t slen1 = std::stoi(row[1]), slen2 = std::stoi(row[2]);
+  if (call.record.blockType == 2)
+    return {{call.record.mixedBlock != 0 ? 17 : 18, slen1, false}, {18, slen2, false}};
+  std::vector<Run> runs = {{6, slen1, false}, {5, slen1, false}, {5, slen2, false}, {5, slen2, false}};
+  for (size_t g = 0; g < 4; ++g) runs[g].skipped = call.granule == 1 && call.scfsi[g] == 1;
+  return runs;
+}
+
+std::vector<Run> mpeg2Runs(const ScaleFactorCall& call, int32_t& preFlag) {
+  static const auto counts = moxtest::csvRows("mp3_scalefac_nr_of_sfb.csv");
+  const bool is = call.intensity();
+  const int32_t c = is ? call.record.sfCompress / 2 : call.record.sfCompress;
+  const int32_t limits[6] = {0, 400, 500, 0, 180, 244};
+  int32_t row = is ? (c < 180 ? 3 : c < 244 ? 4 : 5) : (c < 400 ? 0 : c < 500 ? 1 : 2);
+  const int32_t v = c - limits[row];
+  int32_t widths[4] = {};
+  switch (row) {
+    case 0:
+      widths[0] = v / 16 / 5, widths[1] = v / 16 % 5, widths[2] = v / 4 % 4, widths[3] = v % 4;
+      break;
+    case 1:
+      widths[0] = v / 4 / 5, widths[1] = v / 4 % 5, widths[2] = v % 4;
+      break;
+    case 3:
+      widths[0] = v / 36, widths[1] = v % 36 / 6, widths[2] = v % 6;
+      break;
+    case 4:
+      widths[0] = v / 16, widths[1] = v / 4 % 4, widths[2] = v % 4;
+      break;
+    default:
+      widths[0] = v / 3, widths[1] = v % 3;
+  }
+  preFlag = row == 2;
+  const int32_t kind = call.record.blockType != 2 ? 0 : 1 + (call.record.mixedBlock & 1);
+  const auto& numbers = counts[static_cast<size_t>(row * 3 + kind)];
+  std::vector<Run> runs;
+  for (size_t k = 0; k < 4; ++k) runs.push_back({std::stoi(numbers[2 + k]), widths[k], false});
+  return runs;
+}
+
+void expectScaleFactors(ScaleFactorCall call) {
+  int32_t preFlag = call.record.preFlag;
+  const bool mpeg1 = call.header.id == 1;
+  const std::vector<Run> runs = mpeg1 ? mpeg1Runs(call) : mpeg2Runs(call, preFlag);
+  Block<int8_t> got(39);
+  std::vector<int8_t> want(got.begin(), got.end());
+  if (mpeg1) want[21] = 0;
+  BitString bits;
+  size_t at = 0;
+  for (const Run& run : runs)
+    for (int32_t i = 0; i < run.count; ++i, ++at) {
+      if (run.skipped) {
+        got[static_cast<int64_t>(at)] = want[at] = 3;  // what granule 0 left there
+        continue;
+      }
+      const int32_t illegal = (1 << run.width) - 1;
+      const int32_t value = draw(0, 3) == 0 ? illegal : draw(0, illegal);
+      bits.put(static_cast<uint32_t>(value), run.width);
+      want[at] = static_cast<int8_t>(call.intensity() && value == illegal ? -value : value);
+    }
+  if (!mpeg1 || call.record.blockType == 2)
+    for (int i = 0; i < 3; ++i) want[at++] = 0;
+
+  const int32_t offset = draw(0, 7);
+  const std::vector<uint8_t> data = bits.bytes(offset);
+  moxtest::GuardPage page(bits.size() == 0 ? 0 : data.size() + 3);  // of no bits none is touched
+  if (bits.size() > 0) std::memcpy(page.data(), data.data(), data.size());
+  const uint8_t* p = page.data();
+  int32_t k = offset;
+  MoxMp3SideInfo record = call.record;
+  ASSERT_EQ(moxsUnpackScaleFactors_MP3_1u8s(&p, &k, got, &record, call.scfsi, &call.header, call.granule,
+                                            call.channel),
+            moxStatusOk);
+  ASSERT_EQ(8 * (p - page.data()) + k, offset + bits.size());
+  ASSERT_EQ(std::vector<int8_t>(got.begin(), got.end()), want);
+  if (!mpeg1 && record.blockType == 2) call.record.mixedBlock &= 1;
+  call.record.preFlag = preFlag;
+  ASSERT_NO_FATAL_FAILURE(expectSameRecord(record, call.record));
+
+  Block<uint8_t> out(static_cast<int64_t>(data.size()) + 1);
+  out[0] = 0;  // a byte that is gone on with has zeros below the cursor
+  const uint8_t behind = out[out.size() - 1];
+  uint8_t* w = out;
+  k = offset;
+  record.preFlag = 77;
+  ASSERT_EQ(moxsPackScaleFactors_MP3_8s1u(got, &w, &k, &call.header, &record, call.scfsi, call.granule,
+                                          call.channel),
+            moxStatusOk);
+  ASSERT_EQ(8 * (w - out.data()) + k, offset + bits.size());
+  ASSERT_EQ(std::memcmp(out, data.data(), data.size()), 0);
+  ASSERT_TRUE(data.empty() || out[out.size() - 1] == behind);
+  ASSERT_EQ(record.preFlag, mpeg1 ? 77 : preFlag);
+}
+
+TEST(Mp3ScaleFactors, EveryCompressionOfEveryBlockKindComesOutAndGoesBack) {
+  for (int32_t id = 0; id < 2; ++id)
+    for (int32_t compress = 0; compress < (id == 1 ? 16 : 512); ++compress)
+      for (int32_t kind = 0; kind < 12; ++kind)
+        for (int round = 0; round < 4; ++round) {
+          SCOPED_TRACE(testing::Message() << "id " << id << " sfCompress " << compress << " kind " << kind);
+          ScaleFactorCall call;
+          call.header.id = id;
+          call.header.modeExt = round;
+          call.record = noiseRecord<MoxMp3SideInfo>();
+          call.record.sfCompress = compress;
+          call.record.blockType = kind % 3 == 0 ? draw(0, 1) * 3 : 2;
+          call.record.mixedBlock = kind % 3 == 2 ? 1 : 0;
+          if (id == 0) call.record.mixedBlock += draw(-2, 2) * 2;
+          call.granule = kind / 3 % 2;
+          call.channel = kind / 6;
+          for (int32_t& bit : call.scfsi) bit = draw(0, 1);
+          ASSERT_NO_FATAL_FAILURE(expectScaleFactors(call));
+        }
+}
+
+TEST(Mp3ScaleFactors, PackerTakesAMixedFlagBeyondOneAsLong) {
+  for (const int32_t id : {0, 1}) {
+    ScaleFactorCall call;
+    call.header.id = id;
+    call.record.sfCompress = 15;
+    call.record.blockType = 2;
+    call.record.mixedBlock = 2;
+    MoxMp3SideInfo longRecord = call.record;
+    longRecord.blockType = 0;
+    const Block<int8_t> values(39);
+    uint8_t a[64] = {}, b[64] = {};
+    uint8_t *pa = a, *pb = b;
+    int32_t ka = 0, kb = 0;
+    moxsPackScaleFactors_MP3_8s1u(values, &pa, &ka, &call.header, &call.record, call.scfsi, 0, 0);
+    moxsPackScaleFactors_MP3_8s1u(values, &pb, &kb, &call.header, &longRecord, call.scfsi, 0, 0);
+    EXPECT_EQ(pa - a, pb - b);
+    EXPECT_EQ(ka, kb);
+    EXPECT_EQ(std::memcmp(a, b, sizeof a), 0);
+  }
+}
+
+TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
+  for (const moxtest::Mp3Stream& stream : moxtest::allMp3Streams()) {
+    SCOPED_TRACE(stream.name);
+    ASSERT_GT(stream.granules.size(), 20u);
+    for (const std::vector<uint8_t>& frame : stream.frames) {
+      MoxMp3FrameHeader header{};
+      auto side = noiseRecord<SideInfo>();
+      const uint8_t* p = frame.data();
+      ASSERT_EQ(moxsUnpackFrameHeader_MP3(&p, &header), moxStatusOk);
+      ASSERT_EQ(moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin, &side.privateBits, side.scfsi,
+                                       &header),
+                moxStatusOk);
+      uint8_t out[64] = {};
+      uint8_t* w = out;
+      ASSERT_EQ(moxsPackFrameHeader_MP3(&header, &w), moxStatusOk);
+      ASSERT_EQ(
+          moxsPackSideInfo_MP3(side.records, &w, side.mainDataBegin, side.privateBits, side.scfsi, &header),
+          moxStatusOk);
+      ASSERT_EQ(w - out, p - frame.data());
+      out[1] = static_cast<uint8_t>(out[1] & (frame[1] | 0xEF));  // the extension's marker is no field
+      ASSERT_EQ(std::memcmp(out, frame.data(), static_cast<size_t>(w - out)), 0);
+    }
+    for (moxtest::Mp3Granule g : stream.granules) {
+      int8_t values[39] = {};
+      const uint8_t* const start = stream.mainData.data() + g.firstBit / 8;
+      const auto offset = static_cast<int32_t>(g.firstBit % 8);
+      const uint8_t* p = start;
+      int32_t k = offset;
+      ASSERT_EQ(moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, &g.record, g.scfsi, &g.header, g.granule,
+                                                g.channel),
+                moxStatusOk);
+      uint8_t out[64] = {static_cast<uint8_t>(start[0] & ~(0xFF >> offset))};
+      uint8_t* w = out;
+      int32_t wk = offset;
+      ASSERT_EQ(
+          moxsPackScaleFactors_MP3_8s1u(values, &w, &wk, &g.header, &g.record, g.scfsi, g.granule, g.channel),
+          moxStatusOk);
+      ASSERT_EQ(w - out, p - start);
+      ASSERT_EQ(wk, k);
+      ASSERT_EQ(std::memcmp(out, start, static_cast<size_t>(w - out)), 0);
+      ASSERT_EQ(*w, *p & ~(0xFF >> k));
+    }
+  }
+}
+
+TEST(Mp3BandTables, EqualTheTablesOwnFilesAndCloseTheSpectrum) {
+  const auto longs = moxtest::csvRows("mp3_sfb_long.csv"), shorts = moxtest::csvRows("mp3_sfb_short.csv");
+  for (size_t row = 0; row < 6; ++row) {
+    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxac::kSfbLong[row][i], std::stoi(longs[row][3 + i]));
+    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxac::kSfbShort[row][i], std::stoi(shorts[row][3 + i]));
+    EXPECT_EQ(moxac::kSfbLong[row][22], 576);
+    EXPECT_EQ(moxac::kSfbShort[row][13], 192);
+  }
+}
+
+TEST(Mp3BitReservoir, HoldsWhatADecoderCanHold) {
+  const auto rates = moxtest::csvRows("mp3_bitrates.csv");
+  const int32_t hertz[] = {44100, 48000, 32000};
+  MoxMp3FrameHeader header{};
+  header.id = 1;
+  MoxMp3BitReservoir reservoir;
+  for (header.samplingFreq = 0; header.samplingFreq < 3; ++header.samplingFreq)
+    for (header.bitRateIndex = 0; header.bitRateIndex < 15; ++header.bitRateIndex) {
+      reservoir = {-1, -1};
+      ASSERT_EQ(moxsBitReservoirInit_MP3(&reservoir, &header), moxStatusOk);
+      const int32_t kbps = std::stoi(rates[static_cast<size_t>(header.bitRateIndex)][1]);
+      const int32_t frame = 8 * (144000 * kbps / hertz[header.samplingFreq]);
+      EXPECT_EQ(reservoir.resBits, 0);
+      EXPECT_EQ(reservoir.maxResBits, frame >= 7680 ? 0 : std::min(7680 - frame, 4088));
+    }
+  const auto refused = [&](int32_t id, int32_t rate, int32_t freq) {
+    header.id = id, header.bitRateIndex = rate, header.samplingFreq = freq;
+    return moxsBitReservoirInit_MP3(&reservoir, &header);
+  };
+  for (const auto& [id, rate, freq] :
+       {std::array{0, 9, 0}, {2, 9, 0}, {1, 15, 0}, {1, -1, 0}, {1, 9, 3}, {1, 9, -1}})
+    EXPECT_EQ(refused(id, rate, freq), moxStatusMp3FrameHeaderErr);
+  EXPECT_EQ(moxsBitReservoirInit_MP3(nullptr, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsBitReservoirInit_MP3(&reservoir, nullptr), moxStatusNullPointer);
+}
+
+TEST(Mp3Parse, SurvivesArbitraryBytes) {
+  for (int round = 0; round < 3000; ++round) {
+    SCOPED_TRACE(round);
+    const Block<uint8_t> bytes(draw(0, 2500));
+    moxac::fuzzMp3Parse(bytes.data(), static_cast<size_t>(bytes.size()));
+  }
+}
+
+TEST(Mp3Parse, RefusesInOrder) {
+  const uint8_t bytes[64] = {};
+  const uint8_t *p = bytes, *none = nullptr;
+  uint8_t buffer[64];
+  uint8_t *w = buffer, *noBuffer = nullptr;
+  MoxMp3FrameHeader header{};
+  header.layer = 1;
+  SideInfo side{};
+  int8_t values[39];
+  int32_t k = 0;
+
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(nullptr, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&none, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&p, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(nullptr, &w), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, &noBuffer), moxStatusNullPointer);
+
+  // Each pointer in turn, with a bad header behind it: the pointer wins.
+  MoxMp3FrameHeader bad = header;
+  bad.mode = 4;
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(moxsUnpackSideInfo_MP3(i == 0   ? nullptr
+                                     : i == 1 ? &none
+                                              : &p,
+                                     i == 2 ? nullptr : side.records, i == 3 ? nullptr : &side.mainDataBegin,
+                                     i == 4 ? nullptr : &side.privateBits, i == 5 ? nullptr : side.scfsi,
+                                     i == 6 ? nullptr : &bad),
+              moxStatusNullPointer);
+    if (i < 5) {
+      EXPECT_EQ(moxsPackSideInfo_MP3(i == 2 ? nullptr : side.records,
+                                     i == 0   ? nullptr
+                                     : i == 1 ? &noBuffer
+                                              : &w,
+                                     0, 0, i == 3 ? nullptr : side.scfsi, i == 4 ? nullptr : &bad),
+                moxStatusNullPointer);
+    }
+    EXPECT_EQ(moxsUnpackScaleFactors_MP3_1u8s(i == 0   ? nullptr
+                                              : i == 1 ? &none
+                                                       : &p,
+                                              i == 2 ? nullptr : &(k = 8), i == 3 ? nullptr : values,
+                                              i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi,
+                                              i == 6 ? nullptr : &header, 2, 2),
+              moxStatusNullPointer);
+    EXPECT_EQ(
+        moxsPackScaleFactors_MP3_8s1u(i == 3 ? nullptr : values,
+                                      i == 0   ? nullptr
+                                      : i == 1 ? &noBuffer
+                                               : &w,
+                                      i == 2 ? nullptr : &k, i == 6 ? nullptr : &header,
+                                      i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi, 0, 0),
+        moxStatusNullPointer);
+  }
+
+  int32_t MoxMp3FrameHeader::*const members[] = {&MoxMp3FrameHeader::id, &MoxMp3FrameHeader::layer,
+                                                 &MoxMp3FrameHeader::mode};
+  const int32_t wrong[][2] = {{-1, 2}, {0, 2}, {-1, 4}};
+  for (int m = 0; m < 3; ++m)
+    for (const int32_t value : wrong[m]) {
+      bad = header;
+      bad.*members[m] = value;
+      EXPECT_EQ(
+          moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin, &side.privateBits, side.scfsi, &bad),
+          moxStatusMp3FrameHeaderErr);
+      EXPECT_EQ(moxsPackSideInfo_MP3(side.records, &w, 0, 0, side.scfsi, &bad), moxStatusMp3FrameHeaderErr);
+    }
+
+  for (const int32_t id : {0, 1}) {
+    header.id = id;
+    header.modeExt = 4;  // looked at by MPEG-2 alone, and last
+    const auto unpack = [&](int32_t offset, int32_t compress, int32_t granule, int32_t channel) {
+      k = offset;
+      side.records[0].sfCompress = compress;
+      return moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, side.records, side.scfsi, &header, granule,
+                                             channel);
+    };
+    for (const int32_t offset : {-1, 8}) EXPECT_EQ(unpack(offset, -1, 2, 2), moxStatusOutOfRange);
+    for (const int32_t index : {-1, 2}) {
+      EXPECT_EQ(unpack(0, -1, index, 0), moxStatusOutOfRange);
+      EXPECT_EQ(unpack(0, -1, 0, index), moxStatusOutOfRange);
+    }
+    for (const int32_t compress : {-1, id == 1 ? 16 : 512}) {
+      EXPECT_EQ(unpack(0, compress, 0, 0), moxStatusMp3SideInfoErr);
+      EXPECT_EQ(moxsPackScaleFactors_MP3_8s1u(values, &w, &k, &header, side.records, side.scfsi, 0, 0),
+                moxStatusMp3SideInfoErr);
+    }
+    for (const int32_t modeExt : {-1, 4}) {
+      header.modeExt = modeExt;
+      const moxStatus want = id == 1 ? moxStatusOk : moxStatusMp3FrameHeaderErr;
+      EXPECT_EQ(unpack(0, 15, 0, 0), want);
+      EXPECT_EQ(moxsPackScaleFactors_MP3_8s1u(values, &w, &k, &header, side.records, side.scfsi, 0, 0), want);
+    }
+  }
+}
+
+}  // namespace
