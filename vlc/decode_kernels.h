@@ -31,7 +31,7 @@ class LookupTables {
 
   // `bits` holds at least maxCodeLength() bits, left-aligned.
   Symbol lookUp(uint64_t bits) const {
-    const Entry entry = elements_[1 + (bits >> firstShift_)];
+    const uint32_t entry = elements_[1 + (bits >> firstShift_)];
     if ((entry & 1) != 0) [[likely]]
       return leaf(entry, 0);
     return followLinks(entry, bits);
@@ -42,14 +42,17 @@ class LookupTables {
   using Value = std::conditional_t<sizeof(Entry) == 1, uint8_t,
                                    std::conditional_t<sizeof(Entry) == 2, int16_t, int32_t>>;
 
-  Symbol leaf(Entry entry, int32_t consumed) const {
-    return {static_cast<Value>(entry) >> valueShift_,
-            consumed + static_cast<int32_t>(uint32_t{entry} >> 1 & lengthMask_)};
+  static constexpr uint32_t kEmpty = static_cast<Entry>(~Entry{1});
+
+  Symbol leaf(uint32_t entry, int32_t consumed) const {
+    const auto length = static_cast<int32_t>(entry >> 1 & lengthMask_);
+    if (length == 0) __builtin_unreachable();  // spares the caller's test for no code word
+    return {static_cast<Value>(entry) >> valueShift_, consumed + length};
   }
 
-  Symbol followLinks(Entry entry, uint64_t bits) const {
+  Symbol followLinks(uint32_t entry, uint64_t bits) const {
     int32_t consumed = 64 - firstShift_;
-    while (entry != static_cast<Entry>(~Entry{1})) {
+    while (entry != kEmpty) {
       const Entry* const table = elements_ + (entry >> 1);
       const auto width = static_cast<int32_t>(table[0]);
       entry = table[1 + (bits << consumed >> (64 - width))];
