@@ -1,0 +1,63 @@
+#!/usr/bin/env python3
+"""Makes source files from the SBR tables in tools/tables/sbr.
+
+usage: gen_sbr_tables.py [--check]     (--check: compare with the committed files and write nothing)
+
+examples/qmf_prototype.h    the QMF prototype, for programs that need to pass a window
+"""
+import csv
+import struct
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+TABLES = ROOT / "tools" / "tables" / "sbr"
+
+
+def column(name, key):
+    with open(TABLES / name, newline="") as file:
+        return [float(row[key]) for row in csv.DictReader(file)]
+
+
+def as_float(value):
+    """The float nearest to value, in the fewest digits that read back as the same float."""
+    single = struct.unpack("f", struct.pack("f", value))[0]
+    for digits in range(1, 10):
+        text = f"{single:.{digits}g}"
+        if struct.unpack("f", struct.pack("f", float(text)))[0] == single:
+            break
+    return text if "." in text or "e" in text else text + ".0"
+
+
+def rows(values, per_line):
+    lines = [", ".join(as_float(v) + "f" for v in values[i:i + per_line]) for i in range(0, len(values), per_line)]
+    return ",\n    ".join(lines)
+
+
+def prototype_header():
+    c = column("sbr_qmf_window.csv", "c")
+    return f"""/* The prototype of the SBR filter banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3
+ * (Table 4.A.87). The 64-band bank takes it as it is, the 32-band banks every second value.
+ * Made by tools/gen_sbr_tables.py; do not edit. */
+/* clang-format off */
+static const float kQmfPrototype[640] = {{
+    {rows(c, 8)}}};
+"""
+
+
+OUTPUTS = {"examples/qmf_prototype.h": prototype_header}
+
+
+def main():
+    differing = 0
+    for name, make in OUTPUTS.items():
+        path, text = ROOT / name, make()
+        if "--check" not in sys.argv:
+            path.write_text(text)
+        elif not path.exists() or path.read_text() != text:
+            print(f"{name} differs from what tools/gen_sbr_tables.py makes")
+            differing += 1
+    sys.exit(1 if differing else 0)
+
+
+main()
