@@ -15,6 +15,7 @@
 #include "aac/dct4_kernels.h"
 #include "aac/fixed_point.h"
 #include "aac/window_tables.h"
+#include "frame/align.h"
 
 namespace moxac {
 
@@ -25,6 +26,11 @@ inline constexpr int32_t kShortStart = 448;
 
 // Floats of scratch behind the time samples of a work buffer: the DCT-IV's result and its own scratch.
 inline constexpr int32_t kMdctScratchFloats = 1024 + dct4ScratchFloats(1024);
+
+// A caller's work buffer: up to 2048 samples, then the scratch from the next cache line on.
+inline constexpr int32_t kBufferSamples = 2048;
+static_assert(MOX_AAC_MDCT_BUFFER_WORDS == kBufferSamples + kMdctScratchFloats + 16);
+inline float* mdctScratch(int32_t* buffer) { return alignUp<float>(buffer + kBufferSamples, 64); }
 
 struct FrameWindow {
   int32_t sequence;
@@ -154,21 +160,27 @@ void fold(const int32_t* x, const float* rising, const float* falling, float* u)
   }
 }
 
-// 2048 samples in the time format to 1024 lines as floats in units of the spectral format; they are left at
-// the front of scratch, which holds kMdctScratchFloats.
+// The transforms below take samples in the time format and give lines as floats in units of the spectral
+// format.
+inline constexpr float kForwardScale = static_cast<float>(exp2Of(1 + kSpectrumFracBits - kTimeFracBits));
+
+// Short window w: 256 samples to 128 lines.
+template <class L>
+void forwardShort(const int32_t* x, const FrameWindow& window, int32_t w, float* lines, float* dctScratch) {
+  fold<L, 128>(x, window.shortRising(w), window.shortFalling(), lines);
+  dct4<L, 128>(lines, lines, kForwardScale, dctScratch);
+}
+
+// A frame's 2048 samples to 1024 lines at the front of scratch, which holds kMdctScratchFloats.
 template <class L>
 void forwardFrame(const int32_t* x, const FrameWindow& window, float* scratch) {
-  constexpr float kScale = static_cast<float>(exp2Of(1 + kSpectrumFracBits - kTimeFracBits));
   float* const dctScratch = scratch + 1024;
-  if (window.sequence != kEightShort) {
+  if (window.sequence == kEightShort) {
+    for (int32_t w = 0; w < 8; ++w)
+      forwardShort<L>(x + kShortStart + 128 * w, window, w, scratch + 128 * w, dctScratch);
+  } else {
     fold<L, 1024>(x, window.rising(), window.falling(), scratch);
-    dct4<L, 1024>(scratch, scratch, kScale, dctScratch);
-    return;
-  }
-  for (int32_t w = 0; w < 8; ++w) {
-    float* const lines = scratch + 128 * w;
-    fold<L, 128>(x + kShortStart + 128 * w, window.shortRising(w), window.shortFalling(), lines);
-    dct4<L, 128>(lines, lines, kScale, dctScratch);
+    dct4<L, 1024>(scratch, scratch, kForwardScale, dctScratch);
   }
 }
 

@@ -621,7 +621,7 @@ MOXAC_API moxStatus moxsEncodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNu
  */
 
 enum {
-  MOX_AAC_MDCT_BUFFER_WORDS = 4112 /* 1024 samples, 3072 words of scratch, alignment */
+  MOX_AAC_MDCT_BUFFER_WORDS = 5136 /* 2048 samples, 3072 words of scratch, alignment */
 };
 
 /* Inverse MDCT, windowing and overlap-add of one frame of one channel.
@@ -661,6 +661,137 @@ MOXAC_API moxStatus moxsMDCTFwd_AAC_32s(const int32_t* pSrc, int32_t* pDst, int3
                                         int32_t windowShape, int32_t prevWindowShape, int32_t* pBuffer);
 MOXAC_API moxStatus moxsMDCTFwd_AAC_32s_I(int32_t* pSrcDst, int32_t windowSequence, int32_t windowShape,
                                           int32_t prevWindowShape, int32_t* pBuffer);
+
+/* ------------------------------------------------------------------------- long-term prediction
+ *
+ * A channel's history is 3072 samples in the time format: 2048 fully reconstructed ones, oldest first, then
+ * the aliased half that the last frame left in its overlap. With sample 0 the first of the frame to be
+ * decoded it holds samples -2048..1023; what lies beyond counts as 0. A decoder of one channel's frame:
+ *
+ *   moxsLongTermPredict_AAC_32s      history -> predicted spectrum
+ *   moxsLongTermReconstruct_AAC_32s  predicted spectrum -> TNS analysis -> added to the decoded spectrum
+ *   moxsDecodeTNS_AAC_32s_I, moxsMDCTInv_AAC_32s16s
+ *   moxsLtpUpdate_AAC_32s            samples and overlap of the latter -> history
+ *
+ * ISO/IEC 14496-3, 4.6.7. */
+
+enum {
+  MOX_AAC_LTP_HISTORY = 3072 /* words of a channel's history, zeros at the start */
+};
+
+/* Predicts a frame's spectrum from the history:
+ *
+ *   x[n] = ltpCoef/2^14 history[2048 + n - lag]      n = 0..2047 of the frame's window
+ *   pDstPrediction = moxsMDCTFwd_AAC_32s(x)
+ *
+ * lag is ltpLag; in eight short windows shortLag[w] for window w, which starts at n = 448 + 128 w. The lines
+ * of windows whose shortUsed is 0, and all when ltpDataPresent is 0, are zeros.
+ *
+ * pSrcHistory     MOX_AAC_LTP_HISTORY samples
+ * pDstPrediction  1024 lines in the spectral format
+ *
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusOutOfRange (a lag
+ * that is to be used outside 0..2047; stored lags of short windows can be): nothing written. */
+MOXAC_API moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstPrediction,
+                                                int32_t windowSequence, int32_t windowShape,
+                                                int32_t prevWindowShape, const MoxAacLtpInfo* pLtpInfo,
+                                                int32_t* pBuffer);
+
+/* Adds a predicted spectrum to the decoded one, saturating: in long windows the bands below maxSfb (and 40)
+ * whose longUsed is not 0, in eight short windows the first min(maxSfb, 8) bands of the windows whose
+ * shortUsed is not 0; nothing when ltpDataPresent is 0.
+ *
+ * pSrcDstPrediction  1024 lines from moxsLongTermPredict_AAC_32s; filtered in place
+ * pSrcDstSpectrum    1024 lines in window order, before TNS synthesis
+ * maxSfb             of the frame: also the limit of the TNS filters
+ * pTnsInfo           the channel's TNS data: the analysis filters, as moxsEncodeTNS_AAC_32s_I runs them, go
+ *                    over the prediction first; null, or tnsDataPresent 0, for none
+ *
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusAacMaxSfbError (outside 0..51),
+ * moxStatusAacSampleRateError, moxStatusAacMaxSfbError (above the window's bands): nothing written. Then the
+ * statuses of moxsEncodeTNS_AAC_32s_I, the spectrum untouched. */
+MOXAC_API moxStatus moxsLongTermReconstruct_AAC_32s(int32_t* pSrcDstPrediction, int32_t* pSrcDstSpectrum,
+                                                    int32_t windowSequence, int32_t maxSfb,
+                                                    int32_t samplingRateIndex, const MoxAacLtpInfo* pLtpInfo,
+                                                    const MoxAacTnsInfo* pTnsInfo);
+
+/* Moves the history on by a frame: drops its oldest 1024 samples and its aliased half, appends the frame's.
+ *
+ * pSrcTime        1024 reconstructed samples: pBuffer of moxsMDCTInv_AAC_32s16s after the call
+ * pSrcOverlap     1024 aliased samples: pSrcDstOverlapAdd after the call
+ * pSrcDstHistory  MOX_AAC_LTP_HISTORY samples; must not overlap the others
+ *
+ * moxStatusNullPointer: nothing written. */
+MOXAC_API moxStatus moxsLtpUpdate_AAC_32s(const int32_t* pSrcTime, const int32_t* pSrcOverlap,
+                                          int32_t* pSrcDstHistory);
+
+/* -------------------------------------------------------------------- frequency-domain prediction
+ *
+ * The Main profile's predictor: a second-order backward-adaptive lattice on every spectral line, in single
+ * precision with six state values per line that keep 16 bits. With old state values on the right, k(cor, var)
+ * = cor * mant * expo of var's top seven mantissa bits m and exponent e (mant = 0.953125/(1 + m/128) to eight
+ * significant bits, expo = 2^(127 - e) for e = 128..254, else 0):
+ *
+ *   k1 = k(cor0, var0), k2 = k(cor1, var1)
+ *   pred = k1 r0 + k2 r1, rounded to the upper 16 bits of a float
+ *   e1 = x - k1 r0
+ *   cor0 = 0.90625 cor0 + r0 x     var0 = 0.90625 var0 + 0.5 (r0^2 + x^2)
+ *   cor1 = 0.90625 cor1 + r1 e1    var1 = 0.90625 var1 + 0.5 (r1^2 + e1^2)
+ *   r1 = 0.953125 (r0 - k1 x)      r0 = 0.953125 x
+ *
+ * each multiplied, added and rounded to float separately, and each state value then truncated to the upper 16
+ * bits of its float. Spectra are floats on the standard's scale, or any multiple by a power of two that keeps
+ * clear of the limits of the exponent; var starts at 1, so the scale matters near it.
+ *
+ * A state belongs to one channel and one call at a time; different states may be used at once. Its memory may
+ * have any alignment, and is used at the pointer given. Every operation but GetSize, Init and InitAlloc
+ * returns moxStatusContextMismatch, behind moxStatusNullPointer, for memory that is not a state. ISO/IEC
+ * 14496-3, 4.6.6. */
+
+typedef struct MoxAacFdpState MoxAacFdpState;
+
+/* Writes the bytes a state of len lines needs: 6 * (4 len rounded up to 64) + 128.
+ * moxStatusNullPointer; moxStatusBadSize: len below 1, or a size above 2^31 - 1. */
+MOXAC_API moxStatus moxsFDPGetSize_32f(int32_t len, int32_t* pSize);
+
+/* Builds a state in pBuffer, every line reset, and hands the same pointer back.
+ * moxStatusNullPointer; moxStatusBadSize as for GetSize. */
+MOXAC_API moxStatus moxsFDPInit_32f(MoxAacFdpState** ppState, int32_t len, uint8_t* pBuffer);
+
+/* The same in memory from moxMalloc. moxStatusNullPointer; moxStatusBadSize; moxStatusOutOfMemory, *ppState
+ * null. */
+MOXAC_API moxStatus moxsFDPInitAlloc_32f(MoxAacFdpState** ppState, int32_t len);
+
+/* Clears the identifier, and releases a state made by InitAlloc. */
+MOXAC_API moxStatus moxsFDPFree_32f(MoxAacFdpState* pState);
+
+/* Resets every line: cor and r to 0, var to 1. Right after, predictions are 0. */
+MOXAC_API moxStatus moxsFDPReset_32f(MoxAacFdpState* pState);
+
+/* Resets lines start, start + step, ..; reset group n of the Main profile is start n - 1, step 30. A start at
+ * or past the last line resets none. moxStatusBadSize: start negative; moxStatusFdpStepError: step below 1.
+ */
+MOXAC_API moxStatus moxsFDPResetGroup_32f(int32_t start, int32_t step, MoxAacFdpState* pState);
+
+/* Resets the lines pSfbOffset[b]..pSfbOffset[b + 1] - 1 of every band b < numSfb whose byte in pResetFlag is
+ * not 0; lines that the state does not have are passed over. moxStatusBadSize: numSfb below 1. */
+MOXAC_API moxStatus moxsFDPResetSfb_32f(const int32_t* pSfbOffset, int32_t numSfb, const uint8_t* pResetFlag,
+                                        MoxAacFdpState* pState);
+
+/* Decoder, in place: in bands whose byte in pPredUsed is not 0, x := x + pred. The predictors of all lines of
+ * all bands are updated with x; lines that the state does not have are passed over, pSrcDst included.
+ *
+ * pSrcDst     as many values as the bands cover
+ * pSfbOffset  numSfb + 1 lines
+ *
+ * moxStatusBadSize: numSfb below 1, nothing written. moxStatusMisalignedData: complete; pSrcDst off the
+ * 16-byte grid. */
+MOXAC_API moxStatus moxsFDPInv_32f_I(float* pSrcDst, const int32_t* pSfbOffset, int32_t numSfb,
+                                     const uint8_t* pPredUsed, MoxAacFdpState* pState);
+
+/* Encoder: pDst = pSrc - pred for all lines of the state, predictors updated with pSrc. pDst may be pSrc.
+ * moxStatusMisalignedData: complete; pSrc or pDst off the 16-byte grid. */
+MOXAC_API moxStatus moxsFDPFwd_32f(const float* pSrc, float* pDst, MoxAacFdpState* pState);
 
 MOXAC_EXTERN_C_END
 

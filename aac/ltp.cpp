@@ -1,0 +1,70 @@
+#include <algorithm>
+
+#include "aac/band_walk.h"
+#include "aac/ltp_kernels.h"
+#include "aac/window_check.h"
+
+using namespace moxac;
+
+namespace {
+
+constexpr int32_t kMaxLag = 2047;
+
+bool validLags(const MoxAacLtpInfo& ltp, bool isShort) {
+  if (!isShort) return inRange(ltp.ltpLag, 0, kMaxLag);
+  for (int32_t w = 0; w < 8; ++w)
+    if (ltp.shortUsed[w] != 0 && !inRange(ltp.shortLag[w], 0, kMaxLag)) return false;
+  return true;
+}
+
+}  // namespace
+
+moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstPrediction,
+                                      int32_t windowSequence, int32_t windowShape, int32_t prevWindowShape,
+                                      const MoxAacLtpInfo* pLtpInfo, int32_t* pBuffer) {
+  const FrameWindow window{windowSequence, windowShape, prevWindowShape};
+  MOX_REQUIRE(notNull(pSrcHistory, pDstPrediction, pLtpInfo, pBuffer), moxStatusNullPointer);
+  if (const moxStatus status = checkWindow(window); status != moxStatusOk) return status;
+  const bool present = pLtpInfo->ltpDataPresent != 0;
+  MOX_REQUIRE(!present || validLags(*pLtpInfo, windowSequence == kEightShort), moxStatusOutOfRange);
+
+  if (!present) {
+    std::fill_n(pDstPrediction, 1024, 0);
+    return moxStatusOk;
+  }
+  float* const lines = mdctScratch(pBuffer);
+  predictFrame(pSrcHistory, *pLtpInfo, window, pBuffer, lines);
+  storeSpectrum(lines, pDstPrediction);
+  return moxStatusOk;
+}
+
+moxStatus moxsLongTermReconstruct_AAC_32s(int32_t* pSrcDstPrediction, int32_t* pSrcDstSpectrum,
+                                          int32_t windowSequence, int32_t maxSfb, int32_t samplingRateIndex,
+                                          const MoxAacLtpInfo* pLtpInfo, const MoxAacTnsInfo* pTnsInfo) {
+  MOX_REQUIRE(notNull(pSrcDstPrediction, pSrcDstSpectrum, pLtpInfo), moxStatusNullPointer);
+  MOX_REQUIRE(inRange<int32_t>(windowSequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
+  MOX_REQUIRE(inRange(maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(validSamplingRate(samplingRateIndex), moxStatusAacSampleRateError);
+  const SwbTable swb = swbTable(samplingRateIndex, windowSequence == kEightShort ? 128 : 1024);
+  MOX_REQUIRE(maxSfb <= swb.numSwb, moxStatusAacMaxSfbError);
+
+  if (pLtpInfo->ltpDataPresent == 0) return moxStatusOk;
+  if (pTnsInfo != nullptr && pTnsInfo->tnsDataPresent != 0) {
+    const moxStatus status = moxsEncodeTNS_AAC_32s_I(
+        pSrcDstPrediction, pTnsInfo->nFilt, pTnsInfo->length, pTnsInfo->order, pTnsInfo->coefRes,
+        pTnsInfo->coef, pTnsInfo->direction, maxSfb, 1, samplingRateIndex, swb.windowLen);
+    if (status != moxStatusOk) return status;
+  }
+  addPrediction(pSrcDstPrediction, pSrcDstSpectrum, *pLtpInfo, swb, maxSfb);
+  return moxStatusOk;
+}
+
+moxStatus moxsLtpUpdate_AAC_32s(const int32_t* pSrcTime, const int32_t* pSrcOverlap,
+                                int32_t* pSrcDstHistory) {
+  MOX_REQUIRE(notNull(pSrcTime, pSrcOverlap, pSrcDstHistory), moxStatusNullPointer);
+
+  std::copy_n(pSrcDstHistory + 1024, 1024, pSrcDstHistory);
+  std::copy_n(pSrcTime, 1024, pSrcDstHistory + 1024);
+  std::copy_n(pSrcOverlap, 1024, pSrcDstHistory + 2048);
+  return moxStatusOk;
+}

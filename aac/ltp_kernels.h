@@ -1,0 +1,61 @@
+// Long-term prediction: from the history to a spectrum, and its addition band by band.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "aac/band_tables.h"
+#include "aac/mdct_kernels.h"
+
+namespace moxac {
+
+// The most bands that prediction reaches.
+inline constexpr int32_t kLtpMaxSfbLong = 40;
+inline constexpr int32_t kLtpMaxSfbShort = 8;
+
+// history[2048 + n] is sample n of the frame; there is none from 1024 on. Q14 gain.
+inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t lag, int32_t gain, int32_t* x,
+                           int32_t n) {
+  const int32_t known = std::clamp(1024 - (firstSample - lag), 0, n);
+  const int32_t* const src = history + 2048 + firstSample - lag;
+  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((int64_t{src[i]} * gain + (1 << 13)) >> 14);
+  std::fill(x + known, x + n, 0);
+}
+
+// samples has room for 2048 values, scratch for kMdctScratchFloats; the lines are left at its front.
+inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const FrameWindow& window,
+                         int32_t* samples, float* scratch) {
+  if (window.sequence != kEightShort) {
+    predictSamples(history, 0, ltp.ltpLag, ltp.ltpCoef, samples, 2048);
+    forwardFrame<DctLanes8>(samples, window, scratch);
+    return;
+  }
+  for (int32_t w = 0; w < 8; ++w) {
+    float* const lines = scratch + 128 * w;
+    if (ltp.shortUsed[w] == 0) {
+      std::fill_n(lines, 128, 0.0f);
+      continue;
+    }
+    predictSamples(history, kShortStart + 128 * w, ltp.shortLag[w], ltp.ltpCoef, samples, 256);
+    forwardShort<DctLanes8>(samples, window, w, lines, scratch + 1024);
+  }
+}
+
+inline void addLines(const int32_t* prediction, int32_t* spectrum, int32_t first, int32_t last) {
+  for (int32_t i = first; i < last; ++i)
+    spectrum[i] = saturateSymmetric(int64_t{spectrum[i]} + prediction[i]);
+}
+
+inline void addPrediction(const int32_t* prediction, int32_t* spectrum, const MoxAacLtpInfo& ltp,
+                          const SwbTable& swb, int32_t maxSfb) {
+  if (swb.windowLen == 1024) {
+    for (int32_t b = 0; b < std::min(maxSfb, kLtpMaxSfbLong); ++b)
+      if (ltp.longUsed[b] != 0) addLines(prediction, spectrum, swb.offset[b], swb.offset[b + 1]);
+    return;
+  }
+  const int32_t end = swb.offset[std::min(maxSfb, kLtpMaxSfbShort)];
+  for (int32_t w = 0; w < 8; ++w)
+    if (ltp.shortUsed[w] != 0) addLines(prediction + 128 * w, spectrum + 128 * w, 0, end);
+}
+
+}  // namespace moxac

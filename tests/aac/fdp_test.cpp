@@ -1,0 +1,208 @@
+// Frequency-domain prediction against a plain model with its tables, to the bit.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <vector>
+
+#include "aac/fdp_kernels.h"
+#include "moxac/aac.h"
+#include "support/alloc_spy.h"
+#include "support/block.h"
+
+namespace {
+
+using namespace moxac;
+using moxtest::Block;
+
+uint32_t bitsOf(float v) { return std::bit_cast<uint32_t>(v); }
+float upper16(float v) { return std::bit_cast<float>(bitsOf(v) & 0xFFFF0000u); }
+float rounded16(float v) { return std::bit_cast<float>((bitsOf(v) + 0x8000u) & 0xFFFF0000u); }
+
+// The reciprocals as two tables of the bits of var.
+float mantTable(uint32_t m) {
+  const double exact = 0.953125 / (1 + m / 128.0);
+  const double unit = std::exp2(std::floor(std::log2(exact)) - 7);
+  return static_cast<float>(std::round(exact / unit) * unit);
+}
+float expoTable(uint32_t e) {
+  return e >= 128 && e <= 254 ? std::ldexp(1.0f, 127 - static_cast<int>(e)) : 0.0f;
+}
+
+struct ModelLine {
+  float cor0 = 0, cor1 = 0, var0 = 1, var1 = 1, r0 = 0, r1 = 0;
+
+  static float gain(float cor, float var) {
+    const volatile float once = cor * mantTable(bitsOf(var) >> 16 & 127);
+    return once * expoTable(bitsOf(var) >> 23 & 255);
+  }
+  // Returns the prediction and updates with x, or with x + prediction for a decoder that uses it.
+  float step(float& x, bool add) {
+    // volatile: every product and sum is rounded by itself, whatever the compiler thinks.
+    const volatile float k1 = gain(cor0, var0), k2 = gain(cor1, var1);
+    const volatile float p1 = k1 * r0, p2 = k2 * r1;
+    const float pred = rounded16(p1 + p2);
+    if (add) x = x + pred;
+    const volatile float e1 = x - p1;
+    const volatile float c0 = 0.90625f * cor0, c0x = r0 * x, c1 = 0.90625f * cor1, c1x = r1 * e1;
+    const volatile float v0 = 0.90625f * var0, v1 = 0.90625f * var1;
+    const volatile float r00 = r0 * r0, xx = x * x, r11 = r1 * r1, ee = e1 * e1;
+    const volatile float s0 = r00 + xx, s1 = r11 + ee, h0 = 0.5f * s0, h1 = 0.5f * s1, k1x = k1 * x,
+                         d = r0 - k1x;
+    cor0 = upper16(c0 + c0x);
+    var0 = upper16(v0 + h0);
+    cor1 = upper16(c1 + c1x);
+    var1 = upper16(v1 + h1);
+    r1 = upper16(0.953125f * d);
+    r0 = upper16(0.953125f * x);
+    return pred;
+  }
+};
+
+struct State {
+  explicit State(int32_t len, int64_t shift = 0) : memory(bytes(len), shift) {
+    EXPECT_EQ(moxsFDPInit_32f(&state, len, memory), moxStatusOk);
+  }
+  static int32_t bytes(int32_t len) {
+    int32_t size = 0;
+    EXPECT_EQ(moxsFDPGetSize_32f(len, &size), moxStatusOk);
+    return size;
+  }
+  Block<uint8_t> memory;
+  MoxAacFdpState* state = nullptr;
+};
+
+TEST(Fdp, ReciprocalsAreTheTables) {
+  for (uint32_t top = 0; top < 0x8000; ++top) {  // every mantissa and exponent; the sign does not matter
+    const float var = std::bit_cast<float>(top << 16);
+    ASSERT_EQ(fdpMantissaReciprocal<FdpLanes1>(var), mantTable(top & 127));
+    ASSERT_EQ(fdpExponentReciprocal<FdpLanes1>(var), expoTable(top >> 7));
+  }
+}
+
+// Tones, noise and silence at scales where var starts below 2, and some far out.
+float signalAt(int frame, int64_t line) {
+  const float scale = std::ldexp(1.0f, static_cast<int>(line % 24) - 4);
+  const auto tone = static_cast<float>(std::sin(0.3 * frame * static_cast<double>(1 + line % 7)));
+  return line % 5 == 0 ? 0.0f : scale * (tone + 0.1f * moxtest::noiseValue<float>());
+}
+
+TEST(Fdp, EqualsTheModelToTheBitAtEveryAlignmentAndFlag) {
+  constexpr int32_t kLen = 683;  // tails of every kind
+  const int32_t offset[] = {0, 4, 8, 16, 17, 40, 40, 301, 310, 683};
+  for (int64_t shift : {0, 1, 17}) {
+    State inverse(kLen, shift), forward(kLen, 64 - shift - 1);
+    EXPECT_EQ(static_cast<void*>(inverse.state), inverse.memory.data());
+    std::vector<ModelLine> modelInverse(kLen), modelForward(kLen);
+    for (int frame = 0; frame < 60; ++frame) {
+      Block<float> x(kLen, frame % 2 * 4), y(kLen, frame % 3 * 8);
+      uint8_t used[9];
+      for (uint8_t& u : used) u = static_cast<uint8_t>(moxtest::noise()() % 3);
+      for (int i = 0; i < kLen; ++i) x[i] = signalAt(frame, i);
+      Block<float> wantX(x), wantY(x), source(x);
+      for (int b = 0; b < 9; ++b)
+        for (int i = offset[b]; i < offset[b + 1]; ++i) modelInverse[i].step(wantX[i], used[b] != 0);
+      for (int i = 0; i < kLen; ++i) wantY[i] -= modelForward[i].step(source[i], false);
+
+      EXPECT_EQ(moxsFDPFwd_32f(x, y, forward.state), frame % 2 || frame % 3 % 2 ? 2 : 0);
+      ASSERT_TRUE(moxtest::sameBits(y, wantY)) << "frame " << frame;
+      EXPECT_EQ(moxsFDPInv_32f_I(x, offset, 9, used, inverse.state), frame % 2 ? 2 : 0);
+      ASSERT_TRUE(moxtest::sameBits(x, wantX)) << "frame " << frame;
+
+      if (frame % 4 == 3) {  // every way to reset, in the model and in the state
+        const int32_t start = frame % 30;
+        EXPECT_EQ(moxsFDPResetGroup_32f(start, 30, inverse.state), moxStatusOk);
+        EXPECT_EQ(moxsFDPResetSfb_32f(offset, 9, used, forward.state), moxStatusOk);
+        for (int i = start; i < kLen; i += 30) modelInverse[i] = {};
+        for (int b = 0; b < 9; ++b)
+          if (used[b])
+            std::fill(modelForward.begin() + offset[b], modelForward.begin() + offset[b + 1], ModelLine{});
+      }
+    }
+    EXPECT_EQ(moxsFDPReset_32f(forward.state), moxStatusOk);
+    Block<float> x(kLen), y(kLen);
+    moxsFDPFwd_32f(x, y, forward.state);
+    EXPECT_SAME_BITS(y, x) << "after a reset every prediction is 0";
+  }
+}
+
+TEST(Fdp, InverseOfTheResidualIsTheInput) {
+  constexpr int32_t kLen = 672;
+  const int32_t offset[] = {0, kLen};
+  const uint8_t used[] = {1};
+  State encoder(kLen), decoder(kLen);
+  double gain = 0;
+  for (int frame = 0; frame < 100; ++frame) {
+    Block<float> x(kLen), y(kLen);
+    double energy = 0, residual = 0;
+    for (int i = 0; i < kLen; ++i) {
+      // On the grid of 2^-8 and below 2^13: residual and sum are exact.
+      const double v = 4000 * std::sin(0.4 * frame + i) + 100 * moxtest::noiseValue<double>();
+      x[i] = static_cast<float>(std::round(v * 256) / 256);
+    }
+    const Block<float> want(x);
+    ASSERT_EQ(moxsFDPFwd_32f(x, y, encoder.state), moxStatusOk);
+    for (int i = 0; i < kLen; ++i) energy += double{x[i]} * x[i], residual += double{y[i]} * y[i];
+    gain = energy / residual;
+    ASSERT_EQ(moxsFDPInv_32f_I(y, offset, 1, used, decoder.state), moxStatusOk);
+    for (int i = 0; i < kLen; ++i) ASSERT_NEAR(y[i], want[i], 4000 * std::exp2(-22)) << frame << " " << i;
+  }
+  EXPECT_GT(gain, 10) << "tones are predicted";
+}
+
+TEST(Fdp, LifeAndRefusals) {
+  int32_t size = -1;
+  EXPECT_EQ(moxsFDPGetSize_32f(0, nullptr), moxStatusNullPointer);
+  for (int32_t len : {0, -1, INT32_MIN, 89478485, INT32_MAX})
+    EXPECT_EQ(moxsFDPGetSize_32f(len, &size), moxStatusBadSize) << len;
+  EXPECT_EQ(size, -1);
+  for (int32_t len : {1, 16, 17, 672, 1024}) {
+    EXPECT_EQ(State::bytes(len), 6 * ((4 * len + 63) / 64 * 64) + 128);
+  }
+
+  MoxAacFdpState* state = nullptr;
+  {
+    moxtest::AllocSpy spy;
+    EXPECT_EQ(moxsFDPInitAlloc_32f(nullptr, 5), moxStatusNullPointer);
+    EXPECT_EQ(moxsFDPInitAlloc_32f(&state, 0), moxStatusBadSize);
+    ASSERT_EQ(moxsFDPInitAlloc_32f(&state, 672), moxStatusOk);
+    EXPECT_EQ(spy.sizes(), std::vector<int32_t>{State::bytes(672)});
+    EXPECT_EQ(moxsFDPFree_32f(state), moxStatusOk);
+    EXPECT_EQ(spy.live(), 0);
+  }
+  {
+    moxtest::AllocSpy spy(0);
+    EXPECT_EQ(moxsFDPInitAlloc_32f(&state, 672), moxStatusOutOfMemory);
+    EXPECT_EQ(state, nullptr);
+  }
+
+  State s(40);
+  Block<float> x(40), y(40);
+  const int32_t offset[] = {-7, 8, 90};
+  const uint8_t flag[] = {1, 1};
+  Block<uint8_t> small(128);
+  EXPECT_EQ(moxsFDPInit_32f(nullptr, 0, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsFDPInit_32f(&state, 0, small), moxStatusBadSize);
+  EXPECT_EQ(moxsFDPResetGroup_32f(-1, 0, s.state), moxStatusBadSize);
+  EXPECT_EQ(moxsFDPResetGroup_32f(0, 0, s.state), moxStatusFdpStepError);
+  EXPECT_EQ(moxsFDPResetGroup_32f(INT32_MAX, INT32_MAX, s.state), moxStatusOk);
+  EXPECT_EQ(moxsFDPResetSfb_32f(offset, 0, flag, s.state), moxStatusBadSize);
+  EXPECT_EQ(moxsFDPInv_32f_I(x, offset, 0, flag, s.state), moxStatusBadSize);
+  EXPECT_EQ(moxsFDPInv_32f_I(x, nullptr, 0, flag, s.state), moxStatusNullPointer);
+  // Lines that are not there are passed over.
+  EXPECT_EQ(moxsFDPInv_32f_I(x, offset, 2, flag, s.state), moxStatusOk);
+  EXPECT_EQ(moxsFDPResetSfb_32f(offset, 2, flag, s.state), moxStatusOk);
+
+  EXPECT_EQ(moxsFDPFree_32f(s.state), moxStatusOk);
+  EXPECT_EQ(moxsFDPFree_32f(s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPReset_32f(s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPResetGroup_32f(-1, 0, s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPResetSfb_32f(offset, 0, flag, s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPInv_32f_I(x, offset, 0, flag, s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPFwd_32f(x, y, s.state), moxStatusContextMismatch);
+  EXPECT_EQ(moxsFDPFwd_32f(x, nullptr, s.state), moxStatusNullPointer);
+  EXPECT_EQ(moxsFDPFree_32f(nullptr), moxStatusNullPointer);
+}
+
+}  // namespace

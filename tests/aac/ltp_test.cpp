@@ -1,0 +1,149 @@
+// Long-term prediction against double precision, and in a codec loop.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "aac/band_tables.h"
+#include "aac/mdct_reference.h"
+#include "moxac/aac.h"
+#include "support/block.h"
+
+namespace {
+
+using moxtest::Block;
+using moxtest::FrameReference;
+
+constexpr double kTimeUnit = 1 << MOX_AAC_TIME_FRAC_BITS;
+constexpr double kSpectrumUnit = 1 << MOX_AAC_SPECTRUM_FRAC_BITS;
+
+TEST(Ltp, PredictsTheTransformOfDelayedSamples) {
+  double worst = 0;
+  for (int32_t sequence = 0; sequence < 4; ++sequence)
+    for (int32_t lag : {0, 1, 700, 1024, 1500, 2047}) {
+      Block<int32_t> history(MOX_AAC_LTP_HISTORY), buffer(MOX_AAC_MDCT_BUFFER_WORDS, 4), X(1024, 8);
+      for (int32_t& v : history) v >>= 8;
+      MoxAacLtpInfo ltp{};
+      ltp.ltpDataPresent = 1, ltp.ltpCoef = 19572, ltp.ltpLag = sequence == 2 ? -1 : lag;
+      for (int w = 0; w < 8; ++w) {
+        ltp.shortUsed[w] = w != 3;
+        ltp.shortLag[w] = w == 3 || sequence != 2 ? 5000 : std::max(lag - 20 * w, 0);
+      }
+      // Sample n of a window is as far back as that window's lag says; short windows are taken one by one.
+      const auto predicted = [&](int32_t windowLag) {
+        std::vector<double> x(2048);
+        for (int32_t n = 0; n < 2048; ++n)
+          if (n - windowLag < 1024 && 2048 + n - windowLag >= 0)
+            x[static_cast<size_t>(n)] = history[2048 + n - windowLag] / kTimeUnit * ltp.ltpCoef / 16384;
+        return FrameReference{sequence, 1, 0}.forward(x);
+      };
+      ASSERT_EQ(moxsLongTermPredict_AAC_32s(history, X, sequence, 1, 0, &ltp, buffer), moxStatusOk);
+      for (int w = 0; w < (sequence == 2 ? 8 : 1); ++w) {
+        const std::vector<double> want = predicted(sequence == 2 ? ltp.shortLag[w] : lag);
+        for (size_t k = 0; k < (sequence == 2 ? 128 : 1024); ++k) {
+          const size_t line = static_cast<size_t>(128 * w) + k;
+          const double exact = sequence == 2 && w == 3 ? 0 : want[line];
+          worst = std::max(worst, std::abs(X[static_cast<int64_t>(line)] / kSpectrumUnit - exact));
+        }
+      }
+    }
+  EXPECT_LT(worst, 1) << "lines reach 2^22 here";
+}
+
+TEST(Ltp, AddsWhereTheFlagsSay) {
+  for (bool isShort : {false, true})
+    for (int32_t maxSfb : {5, isShort ? 14 : 49}) {
+      Block<int32_t> prediction(1024), spectrum(1024);
+      spectrum[0] = 0x7FFFFFF0, prediction[0] = 100;
+      for (int i = 1; i < 1024; ++i) spectrum[i] >>= 1, prediction[i] >>= 1;
+      MoxAacLtpInfo ltp{};
+      ltp.ltpDataPresent = 1;
+      for (int b = 0; b < 40; ++b) ltp.longUsed[b] = b % 3 != 1;
+      for (int w = 0; w < 8; ++w) ltp.shortUsed[w] = w % 3 != 1;
+      MoxAacTnsInfo tns{};
+      tns.tnsDataPresent = 1;
+      tns.nFilt[0] = 1, tns.length[0] = isShort ? 14 : 49, tns.order[0] = 3, tns.coefRes[0] = 4;
+      tns.coef[0] = 5, tns.coef[1] = -3, tns.coef[2] = 1;
+
+      Block<int32_t> want(spectrum), filtered(prediction);
+      ASSERT_EQ(moxsEncodeTNS_AAC_32s_I(filtered, tns.nFilt, tns.length, tns.order, tns.coefRes, tns.coef,
+                                        tns.direction, maxSfb, 1, 4, isShort ? 128 : 1024),
+                moxStatusOk);
+      for (int w = 0; w < (isShort ? 8 : 1); ++w)
+        for (int b = 0; b < std::min(maxSfb, isShort ? 8 : 40); ++b) {
+          const int16_t* offset = isShort ? moxac::kSwbOffsetShort[4] : moxac::kSwbOffsetLong[4];
+          if (isShort ? ltp.shortUsed[w] == 0 : ltp.longUsed[b] == 0) continue;
+          for (int i = 128 * w + offset[b]; i < 128 * w + offset[b + 1]; ++i)
+            want[i] = static_cast<int32_t>(
+                std::clamp<int64_t>(int64_t{want[i]} + filtered[i], -0x7FFFFFFF, 0x7FFFFFFF));
+        }
+      Block<int32_t> untouched(spectrum);
+      ltp.ltpDataPresent = 0;
+      const int32_t sequence = isShort ? 2 : 0;
+      ASSERT_EQ(moxsLongTermReconstruct_AAC_32s(prediction, spectrum, sequence, maxSfb, 4, &ltp, &tns),
+                moxStatusOk);
+      EXPECT_SAME_BITS(spectrum, untouched);
+      ltp.ltpDataPresent = 1;
+      ASSERT_EQ(moxsLongTermReconstruct_AAC_32s(prediction, spectrum, sequence, maxSfb, 4, &ltp, &tns),
+                moxStatusOk);
+      EXPECT_SAME_BITS(spectrum, want);
+      EXPECT_SAME_BITS(prediction, filtered);
+    }
+}
+
+// A periodic signal at lag 1500: after a few frames history and lag predict the whole next frame, so that
+// decoding nothing but the prediction keeps the signal going.
+TEST(Ltp, HistoryOfAPeriodicSignalPredictsItsNextFrame) {
+  Block<int32_t> signal(8 * 1024), overlap(1024), history(MOX_AAC_LTP_HISTORY), X(1024), P(1024),
+      buffer(MOX_AAC_MDCT_BUFFER_WORDS);
+  for (int i = 0; i < signal.size(); ++i)
+    signal[i] = static_cast<int32_t>(256 * 8000 * std::sin(2 * moxtest::kPi * 10 * i / 1500));
+  overlap.fill(0);
+  history.fill(0);
+  Block<int16_t> pcm(1024);
+  for (int frame = 0; frame < 6; ++frame) {
+    ASSERT_EQ(moxsMDCTFwd_AAC_32s(signal.data() + 1024 * frame, X, 0, 0, 0, buffer), moxStatusOk);
+    ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, 0, 0, 0, 1, buffer), moxStatusOk);
+    ASSERT_EQ(moxsLtpUpdate_AAC_32s(buffer, overlap, history), moxStatusOk);
+  }
+  MoxAacLtpInfo ltp{};
+  ltp.ltpDataPresent = 1, ltp.ltpLag = 1500, ltp.ltpCoef = 16384;
+  ASSERT_EQ(moxsMDCTFwd_AAC_32s(signal.data() + 1024 * 6, X, 0, 0, 0, buffer), moxStatusOk);
+  ASSERT_EQ(moxsLongTermPredict_AAC_32s(history, P, 0, 0, 0, &ltp, buffer), moxStatusOk);
+  double energy = 0, error = 0;
+  for (int k = 0; k < 1024; ++k) {
+    energy += double{1} * X[k] * X[k];
+    error += std::pow(double{1} * X[k] - P[k], 2);
+  }
+  // The last 524 samples of the window lie in the aliased half.
+  EXPECT_GT(energy / error, 50);
+}
+
+TEST(Ltp, RefusesInTheDocumentedOrder) {
+  Block<int32_t> h(MOX_AAC_LTP_HISTORY), X(1024), was(X), buffer(MOX_AAC_MDCT_BUFFER_WORDS);
+  MoxAacLtpInfo ltp{};
+  ltp.ltpDataPresent = 1;
+  for (int32_t lag : {-1, 2048}) {
+    ltp.ltpLag = ltp.shortLag[7] = lag;
+    ltp.shortUsed[7] = 1;
+    EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 0, 0, 0, &ltp, buffer), moxStatusOutOfRange);
+    EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 2, 0, 0, &ltp, buffer), moxStatusOutOfRange);
+  }
+  ltp.ltpLag = 0;
+  EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 0, 2, 0, &ltp, buffer), moxStatusOutOfRange);
+  EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, &ltp, buffer), moxStatusAacWinSeqError);
+  EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, nullptr, buffer), moxStatusNullPointer);
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 15, 4, &ltp, nullptr), moxStatusAacMaxSfbError);
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 15, 12, &ltp, nullptr), moxStatusAacSampleRateError);
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 52, 12, &ltp, nullptr), moxStatusAacMaxSfbError);
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, -1, 52, 12, &ltp, nullptr), moxStatusAacWinSeqError);
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(nullptr, X, -1, 52, 12, &ltp, nullptr), moxStatusNullPointer);
+  MoxAacTnsInfo tns{};
+  tns.tnsDataPresent = 1, tns.nFilt[0] = 4;
+  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 0, 40, 4, &ltp, &tns), moxStatusAacTnsNumFiltError);
+  EXPECT_EQ(moxsLtpUpdate_AAC_32s(X, X, nullptr), moxStatusNullPointer);
+  EXPECT_SAME_BITS(X, was);
+}
+
+}  // namespace
