@@ -18,14 +18,41 @@ float* historyFloats(int32_t* words) { return reinterpret_cast<float*>(words); }
 
 int32_t nextPosition(int32_t position) { return (position - 1) & (kHistorySlots - 1); }
 
-void storeSamples(int16_t* dst, const i16x8 (&samples)[4], int32_t stride) {
-  if (stride == 1) {
-    for (int i = 0; i < 4; ++i) storeShort8(dst + 8 * i, samples[i]);
-    return;
+// Samples 8i .. 8i+7 at the stride; kStride 0: any, told at run time.
+template <int kStride>
+void scatter(int16_t* dst, const i16x8 (&samples)[4], ptrdiff_t anyStride) {
+  const ptrdiff_t stride = kStride == 0 ? anyStride : kStride;
+  for (const i16x8& v : samples) {
+    dst[0] = static_cast<int16_t>(_mm_extract_epi16(v, 0));
+    dst[stride] = static_cast<int16_t>(_mm_extract_epi16(v, 1));
+    dst[2 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 2));
+    dst[3 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 3));
+    dst[4 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 4));
+    dst[5 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 5));
+    dst[6 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 6));
+    dst[7 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 7));
+    dst += 8 * stride;
   }
-  alignas(16) int16_t ordered[kBands];
-  for (int i = 0; i < 4; ++i) storeShort8(ordered + 8 * i, samples[i]);
-  for (int i = 0; i < kBands; ++i) dst[static_cast<ptrdiff_t>(stride) * i] = ordered[i];
+}
+
+void storeSamples(int16_t* dst, const i16x8 (&samples)[4], int32_t stride) {
+  if (stride == 1)
+    for (int i = 0; i < 4; ++i) storeShort8(dst + 8 * i, samples[i]);
+  else if (stride == 2)
+    scatter<2>(dst, samples, 2);
+  else
+    scatter<0>(dst, samples, stride);
+}
+
+i16x8 loadSamples(const int16_t* src, ptrdiff_t stride) {
+  if (stride == 1) return loadShort8(src);
+  return _mm_setr_epi16(src[0], src[stride], src[2 * stride], src[3 * stride], src[4 * stride],
+                        src[5 * stride], src[6 * stride], src[7 * stride]);
+}
+
+f32x8 widen(i16x8 v) {
+  const i32x4 low = _mm_cvtepi16_epi32(v), high = _mm_cvtepi16_epi32(_mm_unpackhi_epi64(v, v));
+  return toFloat8(_mm256_set_m128i(high, low));
 }
 
 }  // namespace
@@ -55,11 +82,12 @@ moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstX
   MOX_REQUIRE(inRange(*pXPosition, 0, kHistorySlots - 1), moxStatusOutOfRange);
   MOX_REQUIRE(stride >= 1, moxStatusBadSize);
 
-  alignas(32) float x[kBands];
-  for (int i = 0; i < kBands; ++i)
-    x[i] = static_cast<float>(pSrcAudioIn[static_cast<ptrdiff_t>(stride) * i]) * kUnitPerSample;
+  const auto input = [&](int i) {
+    return widen(loadSamples(pSrcAudioIn + static_cast<ptrdiff_t>(stride) * i, stride)) *
+           splat8(kUnitPerSample);
+  };
   f32x8 s[4];
-  analyzeSlot(load8(x), load8(x + 8), load8(x + 16), load8(x + 24), historyFloats(pXBuffer), *pXPosition, s);
+  analyzeSlot(input(0), input(8), input(16), input(24), historyFloats(pXBuffer), *pXPosition, s);
   *pXPosition = nextPosition(*pXPosition);
   for (int i = 0; i < 4; ++i) storeInt8(pDstXs + 8 * i, roundSaturated8(s[i]));
   return moxStatusOk;

@@ -258,6 +258,14 @@ struct OutputVectors {
   f32x8 direct0, direct1, mirror0, mirror1;
 };
 
+// A load that stays in its register. The compiler would rather load twice than spend a register, but loads
+// are what bounds the window sums.
+inline f32x8 loadOnce8(const float* p) {
+  f32x8 v = load8(p);
+  __asm__("" : "+x"(v));
+  return v;
+}
+
 // One slot: S (32 sub-band samples) enters the history at `position`, 32 samples come out.
 // The next slot's position is one less, modulo 16.
 inline OutputVectors synthesizeSlot(f32x8 s0, f32x8 s1, f32x8 s2, f32x8 s3, float* history,
@@ -269,28 +277,28 @@ inline OutputVectors synthesizeSlot(f32x8 s0, f32x8 s1, f32x8 s2, f32x8 s3, floa
   store8(slot + 16, c.low0);
   store8(slot + 24, c.low1);
 
-  // Slot p of the ring has age p - position, modulo 16.
+  // Slot p of the ring has age p - position, modulo 16: even ages from the first slot of position's parity
+  // on.
+  const int32_t firstEven = position & 1, firstOdd = firstEven ^ 1;
   const SynthesisWindow::Age* const ages = kSynthesisWindows.ages + kHistorySlots - position;
-  const int firstEven = position & 1, firstOdd = firstEven ^ 1;
+  const float *evenSlot = history + firstEven * kBands, *oddSlot = history + firstOdd * kBands;
+  const SynthesisWindow::Age *evenAge = ages + firstEven, *oddAge = ages + firstOdd;
   const f32x8 zero = _mm256_setzero_ps();
   OutputVectors even = {zero, zero, zero, zero}, odd = even;
-  for (int i = 0; i < kHistorySlots; i += 2) {
-    const float* const h = history + (i + firstEven) * kBands;
-    const SynthesisWindow::Age& w = ages[i + firstEven];
-    const f32x8 high0 = load8(h), high1 = load8(h + 8);
-    even.direct0 = even.direct0 + high0 * load8(w.direct0);
-    even.direct1 = even.direct1 + high1 * load8(w.direct1);
-    even.mirror0 = even.mirror0 + high0 * load8(w.mirror0);
-    even.mirror1 = even.mirror1 + high1 * load8(w.mirror1);
-  }
-  for (int i = 0; i < kHistorySlots; i += 2) {
-    const float* const h = history + (i + firstOdd) * kBands;
-    const SynthesisWindow::Age& w = ages[i + firstOdd];
-    const f32x8 low0 = load8(h + 16), low1 = load8(h + 24);
-    odd.direct0 = odd.direct0 + _mm256_blend_ps(low0, load8(h), 1) * load8(w.direct0);
-    odd.direct1 = odd.direct1 + low1 * load8(w.direct1);
-    odd.mirror0 = odd.mirror0 + low0 * load8(w.mirror0);
-    odd.mirror1 = odd.mirror1 + low1 * load8(w.mirror1);
+#pragma GCC unroll 1  // unrolled, the eight sums are taken one after the other, with all loads spilled
+  for (int i = 0; i < kHistorySlots / 2; ++i) {
+    const f32x8 high0 = loadOnce8(evenSlot), high1 = loadOnce8(evenSlot + 8);
+    even.direct0 = even.direct0 + high0 * load8(evenAge->direct0);
+    even.direct1 = even.direct1 + high1 * load8(evenAge->direct1);
+    even.mirror0 = even.mirror0 + high0 * load8(evenAge->mirror0);
+    even.mirror1 = even.mirror1 + high1 * load8(evenAge->mirror1);
+    const f32x8 low0 = loadOnce8(oddSlot + 16), low1 = loadOnce8(oddSlot + 24);
+    odd.direct0 = odd.direct0 + _mm256_blend_ps(low0, load8(oddSlot), 1) * load8(oddAge->direct0);
+    odd.direct1 = odd.direct1 + low1 * load8(oddAge->direct1);
+    odd.mirror0 = odd.mirror0 + low0 * load8(oddAge->mirror0);
+    odd.mirror1 = odd.mirror1 + low1 * load8(oddAge->mirror1);
+    evenSlot += 2 * kBands, oddSlot += 2 * kBands;
+    evenAge += 2, oddAge += 2;
   }
   return {even.direct0 + odd.direct0, even.direct1 + odd.direct1, even.mirror0 + odd.mirror0,
           even.mirror1 + odd.mirror1};
@@ -359,6 +367,9 @@ struct AnalysisWindow {
 };
 inline constexpr AnalysisWindow kAnalysisWindow;
 
+// Lanes 1..7 of a, then lane 0 of b.
+inline f32x8 fromSecondLane(f32x8 a, f32x8 b) { return nextLanes(a, _mm256_permute2f128_ps(a, b, 0x21)); }
+
 // One slot: the 32 newest samples x0..x3, in time order, enter the history at `position`; the sub-band
 // samples S_k = sum cos((2k+1)(i-16) pi / 64) Y_i come out in s. The next slot's position is one less,
 // modulo 16. A slot is kept with its newest sample first, as the standard's X vector is.
@@ -370,26 +381,30 @@ inline void analyzeSlot(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3, float* history, 
   store8(slot + 16, reverse8(x1));
   store8(slot + 24, reverse8(x0));
 
+  // Y_0..Y_31 are sums over slots of even age, Y_32..Y_63 over those of odd age.
+  const int32_t firstEven = position & 1, firstOdd = firstEven ^ 1;
   const float* const window = kAnalysisWindow.c + kHistoryFloats - position * kBands;
-  const int firstEven = position & 1, firstOdd = firstEven ^ 1;
-  alignas(32) float y[72];  // Y_0..Y_31 from slots of even age, Y_32..Y_63 from odd ones; y[64] = -Y_0
-  for (int quarter = 0; quarter < kBands; quarter += 8) {
-    f32x8 even = _mm256_setzero_ps(), odd = even;
-    for (int i = 0; i < kHistorySlots; i += 2) {
-      const int e = (i + firstEven) * kBands + quarter, o = (i + firstOdd) * kBands + quarter;
-      even = even + load8(history + e) * load8(window + e);
-      odd = odd + load8(history + o) * load8(window + o);
+  const float *evenSlot = history + firstEven * kBands, *oddSlot = history + firstOdd * kBands;
+  const float *evenWindow = window + firstEven * kBands, *oddWindow = window + firstOdd * kBands;
+  f32x8 even[4], odd[4];
+  for (int q = 0; q < 4; ++q) even[q] = odd[q] = _mm256_setzero_ps();
+#pragma GCC unroll 1
+  for (int i = 0; i < kHistorySlots / 2; ++i) {
+    for (int q = 0; q < 4; ++q) {
+      even[q] = even[q] + load8(evenSlot + 8 * q) * load8(evenWindow + 8 * q);
+      odd[q] = odd[q] + load8(oddSlot + 8 * q) * load8(oddWindow + 8 * q);
     }
-    store8(y + quarter, even);
-    store8(y + 32 + quarter, odd);
+    evenSlot += 2 * kBands, oddSlot += 2 * kBands;
+    evenWindow += 2 * kBands, oddWindow += 2 * kBands;
   }
-  y[64] = -y[0];
 
-  // cos is even in j = i - 16, and changes sign at j = 64 - j: fold to j = 0..31.
-  s[0] = load8(y + 16) + _mm256_blend_ps(reverse8(load8(y + 9)), _mm256_setzero_ps(), 1);
-  s[1] = load8(y + 24) + reverse8(load8(y + 1));
-  s[2] = load8(y + 32) - reverse8(load8(y + 57));
-  s[3] = load8(y + 40) - reverse8(load8(y + 49));
+  // cos is even in j = i - 16, and changes sign at j = 64 - j: fold to j = 0..31. The second terms are
+  // Y_16..Y_9 (the first of them counts once only), Y_8..Y_1, Y_64..Y_57 with Y_64 = -Y_0, and Y_56..Y_49.
+  const f32x8 zero = _mm256_setzero_ps();
+  s[0] = even[2] + _mm256_blend_ps(reverse8(fromSecondLane(even[1], even[2])), zero, 1);
+  s[1] = even[3] + reverse8(fromSecondLane(even[0], even[1]));
+  s[2] = odd[0] - reverse8(fromSecondLane(odd[3], zero - even[0]));
+  s[3] = odd[1] - reverse8(fromSecondLane(odd[2], odd[3]));
   cosineTransform32Transposed(s);
 }
 

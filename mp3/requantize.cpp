@@ -32,17 +32,18 @@ bool everyChannel(int32_t channels, Holds&& holds) {
   return true;
 }
 
-void requantizeGranule(int32_t* xr, int32_t* nonZeroBound, const int8_t* scaleFactors,
-                       const MoxMp3SideInfo* side, const MoxMp3FrameHeader& header, const int16_t* sfbLong,
-                       const int16_t* sfbShort, int32_t* buffer) {
+moxStatus requantizeGranule(int32_t* xr, int32_t* nonZeroBound, const int8_t* scaleFactors,
+                            const MoxMp3SideInfo* side, const MoxMp3FrameHeader& header,
+                            const int16_t* sfbLong, const int16_t* sfbShort, int32_t* buffer) {
   const int32_t channels = channelCount(header);
   SpectrumBands bands[2];
   LineBuffer lines[2];
   for (int32_t ch = 0; ch < channels; ++ch) {
     const bool mixed = isShortBlock(side[ch]) && side[ch].mixedBlock == 1;
     bands[ch] = spectrumBands(isShortBlock(side[ch]), mixed, header.id, sfbLong, sfbShort);
-    dequantize(xr + kMp3Lines * ch, nonZeroBound[ch], side[ch], bands[ch], scaleFactors + kScaleFactors * ch,
-               lines[ch]);
+    MOX_REQUIRE(dequantize(xr + kMp3Lines * ch, nonZeroBound[ch], side[ch], bands[ch],
+                           scaleFactors + kScaleFactors * ch, lines[ch]),
+                moxStatusBadData);
   }
   int32_t bounds[2] = {nonZeroBound[0], channels == 2 ? nonZeroBound[1] : 0};
   if (header.mode == 1 && header.modeExt != 0) {
@@ -56,6 +57,7 @@ void requantizeGranule(int32_t* xr, int32_t* nonZeroBound, const int8_t* scaleFa
   }
   for (int32_t ch = 0; ch < channels; ++ch)
     nonZeroBound[ch] = roundAndReorder(lines[ch], bounds[ch], bands[ch], xr + kMp3Lines * ch, buffer);
+  return moxStatusOk;
 }
 
 }  // namespace
@@ -76,15 +78,10 @@ moxStatus moxsReQuantizeSfb_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBou
               moxStatusOutOfRange);
   MOX_REQUIRE(everyChannel(channels, [&](int32_t ch) { return validSideInfo(pSideInfo[ch]); }),
               moxStatusMp3SideInfoErr);
-  MOX_REQUIRE(
-      everyChannel(channels,
-                   [&](int32_t ch) { return withinCode(pSrcDstIsXr + kMp3Lines * ch, pNonZeroBound[ch]); }),
-      moxStatusBadData);
 
   const int32_t row = sfbRow(*pFrameHeader);
-  requantizeGranule(pSrcDstIsXr, pNonZeroBound, pScaleFactor, pSideInfo, *pFrameHeader,
-                    pSfbTableLong + 23 * row, pSfbTableShort + 14 * row, pBuffer);
-  return moxStatusOk;
+  return requantizeGranule(pSrcDstIsXr, pNonZeroBound, pScaleFactor, pSideInfo, *pFrameHeader,
+                           pSfbTableLong + 23 * row, pSfbTableShort + 14 * row, pBuffer);
 }
 
 moxStatus moxsReQuantize_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound, const int8_t* pScaleFactor,

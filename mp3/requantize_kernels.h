@@ -50,35 +50,81 @@ inline float runGain(const MoxMp3SideInfo& side, const SpectrumBands& bands, con
   return quarterPower(side.globGain - 210 - 8 * windowGain - scale * (side.sfScale == 1 ? 4 : 2));
 }
 
-inline bool withinCode(const int32_t* is, int32_t count) {
-  int32_t i = 0;
-  i32x4 largest = _mm_setzero_si128();
-  for (; i + 4 <= count; i += 4) largest = _mm_max_epu32(largest, _mm_abs_epi32(loadInt4(is + i)));
-  const i32x4 limit = _mm_set1_epi32(kLargestMagnitude);
-  bool within = _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_max_epu32(largest, limit), limit)) == 0xFFFF;
-  for (; i < count; ++i) within = within && is[i] >= -kLargestMagnitude && is[i] <= kLargestMagnitude;
-  return within;
+// |is|^(4/3) for magnitudes 0..15, sixteen lines at a time: the four bytes of each float are looked up apart.
+struct SmallPowers {
+  alignas(16) uint8_t byte[4][16] = {};
+
+  constexpr SmallPowers() {
+    for (int n = 1; n < 16; ++n) {
+      double root = 3;
+      for (int step = 0; step < 20; ++step) root -= (root * root * root - n) / (3 * root * root);
+      const auto bits = std::bit_cast<uint32_t>(static_cast<float>(n * root));
+      for (int b = 0; b < 4; ++b) byte[b][n] = static_cast<uint8_t>(bits >> (8 * b));
+    }
+  }
+};
+inline constexpr SmallPowers kSmallPowers;
+
+// The powers of sixteen lines, in four vectors of four; false when some magnitude is above 8206.
+inline bool powersOf16(const int32_t* is, f32x4 (&power)[4]) {
+  i32x4 magnitude[4];
+  for (int i = 0; i < 4; ++i) magnitude[i] = _mm_abs_epi32(loadInt4(is + 4 * i));
+  // Unsigned, so that the magnitude of INT32_MIN counts as the 2^31 that it is.
+  const i32x4 largest =
+      _mm_max_epu32(_mm_max_epu32(magnitude[0], magnitude[1]), _mm_max_epu32(magnitude[2], magnitude[3]));
+  const auto noneAbove = [&](int32_t limit) {
+    const i32x4 limits = _mm_set1_epi32(limit);
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_max_epu32(largest, limits), limits)) == 0xFFFF;
+  };
+  if (noneAbove(15)) {
+    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(magnitude[0], magnitude[1]),
+                                           _mm_packs_epi32(magnitude[2], magnitude[3]));
+    const auto look = [&](int b) {
+      return _mm_shuffle_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(kSmallPowers.byte[b])), bytes);
+    };
+    const __m128i b0 = look(0), b1 = look(1), b2 = look(2), b3 = look(3);
+    const __m128i low01 = _mm_unpacklo_epi8(b0, b1), low23 = _mm_unpacklo_epi8(b2, b3);
+    const __m128i high01 = _mm_unpackhi_epi8(b0, b1), high23 = _mm_unpackhi_epi8(b2, b3);
+    power[0] = _mm_castsi128_ps(_mm_unpacklo_epi16(low01, low23));
+    power[1] = _mm_castsi128_ps(_mm_unpackhi_epi16(low01, low23));
+    power[2] = _mm_castsi128_ps(_mm_unpacklo_epi16(high01, high23));
+    power[3] = _mm_castsi128_ps(_mm_unpackhi_epi16(high01, high23));
+    return true;
+  }
+  if (!noneAbove(kLargestMagnitude)) return false;
+  alignas(16) int32_t index[16];
+  for (int i = 0; i < 4; ++i) storeInt4(index + 4 * i, magnitude[i]);
+  const auto at = [&](int i) { return kPow43[static_cast<size_t>(index[i])]; };
+  for (int i = 0; i < 16; i += 4) power[i / 4] = _mm_setr_ps(at(i), at(i + 1), at(i + 2), at(i + 3));
+  return true;
 }
 
-// xr = sign(is) |is|^(4/3) gain. Lines from count on become zero.
-inline void dequantize(const int32_t* is, int32_t count, const MoxMp3SideInfo& side,
+// xr = sign(is) |is|^(4/3) gain; lines from count on become zero. False when some magnitude is above 8206.
+inline bool dequantize(const int32_t* is, int32_t count, const MoxMp3SideInfo& side,
                        const SpectrumBands& bands, const int8_t* scaleFactors, LineBuffer& xr) {
   float* const x = xr.line;
   for (int32_t i = 0; i < bands.count && bands.start[i] < count; ++i) {
     const f32x8 gain = splat8(runGain(side, bands, scaleFactors, i));
     for (int32_t k = bands.start[i]; k < bands.start[i + 1]; k += 8) store8(x + k, gain);
   }
-  const auto power = [](int32_t v) { return kPow43[static_cast<size_t>(std::abs(v))]; };
-  int32_t i = 0;
-  for (; i + 8 <= count; i += 8) {
-    const int32_t* const q = is + i;
-    const f32x8 magnitude = _mm256_setr_ps(power(q[0]), power(q[1]), power(q[2]), power(q[3]), power(q[4]),
-                                           power(q[5]), power(q[6]), power(q[7]));
-    const f32x8 sign = _mm256_and_ps(_mm256_castsi256_ps(loadInt8(q)), splat8(-0.0f));
-    store8(x + i, _mm256_or_ps(magnitude * load8(x + i), sign));
+  int32_t first = 0;
+  for (; first < count; first += 16) {
+    const int32_t* q = is + first;
+    int32_t last[16] = {};
+    if (first + 16 > count) {
+      std::copy(q, is + count, last);
+      q = last;
+    }
+    f32x4 power[4];
+    if (!powersOf16(q, power)) return false;
+    for (int i = 0; i < 16; i += 8) {
+      const f32x8 sign = _mm256_and_ps(_mm256_castsi256_ps(loadInt8(q + i)), splat8(-0.0f));
+      const f32x8 magnitude = _mm256_set_m128(power[i / 4 + 1], power[i / 4]) * load8(x + first + i);
+      store8(x + first + i, _mm256_or_ps(magnitude, sign));
+    }
   }
-  for (; i < count; ++i) x[i] *= is[i] < 0 ? -power(is[i]) : power(is[i]);
-  std::fill(x + count, x + kMp3Lines, 0.0f);
+  std::fill(x + std::min(first, count), x + kMp3Lines, 0.0f);
+  return true;
 }
 
 // ---- Stereo ------------------------------------------------------------------------------------------
@@ -178,12 +224,14 @@ inline int32_t roundAndReorder(const LineBuffer& xr, int32_t bound, const Spectr
                                int32_t* buffer) {
   const bool reorders = bands.count > bands.longCount && bands.start[bands.longCount] < bound;
   int32_t* const rounded = reorders ? buffer : dst;
-  for (int32_t i = 0; i < kMp3Lines; i += 8) storeInt8(rounded + i, roundSaturated8(load8(xr.line + i)));
+  int32_t i = 0;
+  for (; i < bound; i += 8) storeInt8(rounded + i, roundSaturated8(load8(xr.line + i)));
+  std::fill(rounded + i, rounded + kMp3Lines, 0);
   if (reorders) {
     windowsTogether(rounded, bands, dst);
-    int32_t i = bands.longCount;
-    while (bands.start[i] < bound) i += 3;
-    bound = bands.start[i];
+    int32_t run = bands.longCount;
+    while (bands.start[run] < bound) run += 3;
+    bound = bands.start[run];
   }
   while (bound > 0 && dst[bound - 1] == 0) --bound;
   return bound;

@@ -358,7 +358,8 @@ MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
  * pSfbTableLong  the Sfb form's band starts, 6 rows of 23 (row id*3 + samplingFreq: MPEG-2 at 22.05, 24,
  *                16 kHz, MPEG-1 at 44.1, 48, 32 kHz), each ascending from 0 to 576
  * pSfbTableShort the same for short blocks, in lines of one window: 6 rows of 14, from 0 to 192. The row in use
- *                must be as described; it is not checked. The first form uses the standards' tables.
+ *                must be as described, and for mixed blocks long start 8 (MPEG-2: 6) three times short
+ *                start 3; it is not checked. The first form uses the standards' tables.
  * pBuffer        576 values of scratch; contents afterwards undefined
  *
  * A mixed block (blockType 2, mixedBlock 1) has 8 (MPEG-2: 6) long bands, then short bands from 3 on.
