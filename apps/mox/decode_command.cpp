@@ -1,0 +1,86 @@
+// mox decode: a coded stream becomes a WAV file.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "mox/atomic_file.h"
+#include "mox/commands.h"
+#include "mox/decoder.h"
+#include "mox/failure.h"
+#include "mox/input_file.h"
+#include "mox/progress.h"
+#include "mox/wav_writer.h"
+
+namespace mox {
+namespace {
+
+struct DecodeArguments {
+  std::string input, output;
+  bool floatSamples = false, raw = false, quiet = false;
+};
+
+// The input's name with the suffix .wav, beside the input. A file that is already there was not named by the
+// user and stays.
+std::string defaultOutput(const std::string& input) {
+  if (input == "-") return "-";
+  const std::string output = std::filesystem::path(input).replace_extension(".wav").string();
+  if (std::filesystem::exists(output))
+    throw Failure(output + " is there already; name the output to replace it");
+  return output;
+}
+
+int decode(const DecodeArguments& arguments) {
+  const std::string output = arguments.output.empty() ? defaultOutput(arguments.input) : arguments.output;
+  if (sameFile(arguments.input, output)) throw Failure(output + ": input and output are the same file");
+  if (output == "-" && isatty(STDOUT_FILENO))
+    throw Failure("standard output is a terminal; name an output file");
+
+  const std::vector<uint8_t> bytes = readInput(arguments.input);
+  const std::string name = inputName(arguments.input);
+  const DecodeOptions options{arguments.floatSamples, arguments.raw};
+  const std::unique_ptr<AudioDecoder> decoder = openDecoder(bytes, options, name);
+  const AudioFormat format = decoder->format();
+
+  AtomicFile file(output);
+  WavWriter wav(file.descriptor(), format, arguments.floatSamples, decoder->expectedSamples());
+  {
+    Progress progress(!arguments.quiet, name);
+    for (PcmView block; decoder->decodeBlock(block);) {
+      wav.write(block);
+      progress.show(decoder->progress());
+    }
+  }
+  wav.close();
+  file.commit();
+
+  const DecodeStats stats = decoder->stats();
+  for (const std::string& fault : stats.faults)
+    std::fprintf(stderr, "mox: %s: %s\n", name.c_str(), fault.c_str());
+  if (!arguments.quiet)
+    std::fprintf(stderr, "%s: %d Hz, %d channel%s, %.3f s%s\n",
+                 output == "-" ? "standard output" : output.c_str(), format.rate, format.channels,
+                 format.channels == 1 ? "" : "s", static_cast<double>(wav.samples()) / format.rate,
+                 stats.faults.empty() ? "" : ", damage concealed");
+  return stats.faults.empty() ? exitComplete : exitDamaged;
+}
+
+}  // namespace
+
+void addDecodeCommand(CLI::App& program, int& exitCode) {
+  const auto arguments = std::make_shared<DecodeArguments>();
+  CLI::App* const command = program.add_subcommand("decode", "Decode a stream to a WAV file");
+  command->add_option("input", arguments->input, "The stream; - reads standard input")->required();
+  command->add_option("output", arguments->output,
+                      "The WAV file; - writes to standard output. By default the input's name with .wav");
+  command->add_flag("--float", arguments->floatSamples,
+                    "Write 32-bit float samples instead of 16-bit integers");
+  command->add_flag("--raw", arguments->raw, "Keep the encoder's delay and padding");
+  command->add_flag("-q,--quiet", arguments->quiet,
+                    "No progress bar and no summary; only faults are reported");
+  command->callback([arguments, &exitCode] { exitCode = decode(*arguments); });
+}
+
+}  // namespace mox

@@ -1,0 +1,34 @@
+// mox: the command line. Exit codes are in failure.h.
+#include <cstdio>
+#include <new>
+
+#include "mox/commands.h"
+#include "mox/failure.h"
+#include "moxac.h"
+
+int main(int argc, char** argv) {
+  CLI::App program("Decodes audio files and tells what is in them.", "mox");
+  program.set_version_flag("--version", std::string("mox, with ") + moxacGetLibVersion()->libraryName + " " +
+                                            moxacGetLibVersion()->versionText);
+  program.require_subcommand(1);
+  program.footer(
+      "Exit codes: 0 complete; 1 nothing written, because the input is unusable or reading or writing "
+      "failed;\n"
+      "2 wrong usage; 3 output written, but parts of the input were damaged and concealed.");
+
+  int exitCode = mox::exitComplete;
+  mox::addDecodeCommand(program, exitCode);
+  mox::addInfoCommand(program, exitCode);
+
+  try {
+    program.parse(argc, argv);
+    return exitCode;
+  } catch (const CLI::ParseError& error) {
+    return program.exit(error) == 0 ? mox::exitComplete : mox::exitUsage;
+  } catch (const mox::Failure& failure) {
+    std::fprintf(stderr, "mox: %s\n", failure.what());
+  } catch (const std::bad_alloc&) {
+    std::fprintf(stderr, "mox: out of memory\n");
+  }
+  return mox::exitUnusable;
+}

@@ -1,0 +1,39 @@
+// What the bytes are, and which decoder takes them.
+#include "mox/decoder.h"
+#include "mox/failure.h"
+#include "mox/mp3_decoder.h"
+#include "mox/tags.h"
+
+namespace mox {
+namespace {
+
+// Files that people take for something this program reads; asked only when no decoder wanted the bytes.
+std::string foreignFormat(Bytes bytes) {
+  if (startsWith(bytes, "RIFF") || startsWith(bytes, "RF64")) return "a WAV or other RIFF file";
+  if (startsWith(bytes, "fLaC")) return "a FLAC file";
+  if (startsWith(bytes, "OggS")) return "an Ogg file";
+  if (startsWith(slice(bytes, 4), "ftyp")) return "an MP4 file";
+  if (startsWith(bytes, "\x1A\x45\xDF\xA3")) return "a Matroska or WebM file";
+  if (startsWith(bytes, "FORM")) return "an AIFF file";
+  return {};
+}
+
+}  // namespace
+
+std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& options,
+                                          const std::string& name) {
+  if (bytes.empty()) throw Failure(name + ": is empty");
+  if (const std::string foreign = foreignFormat(bytes); !foreign.empty())
+    throw Failure(name + ": is " + foreign + ", which is not decoded");
+
+  TaggedAudio tagged = stripTags(bytes);
+  // Each decoder says whether the bytes are its own. A tag of damaged length may have swallowed the stream,
+  // so all bytes are offered in a second round.
+  for (const Bytes audio : {tagged.audio, bytes}) {
+    tagged.audio = audio;
+    if (std::unique_ptr<AudioDecoder> decoder = openMp3(tagged, options)) return decoder;
+  }
+  throw Failure(name + ": holds no MPEG audio Layer III stream");
+}
+
+}  // namespace mox

@@ -1,0 +1,111 @@
+// The program as a user starts it: exit codes, messages, files.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+
+#include "apps/streams.h"
+
+namespace {
+
+using moxtest::readFile;
+using moxtest::ScratchDirectory;
+using moxtest::streamPath;
+using moxtest::writeFile;
+
+struct Outcome {
+  int code;
+  std::string text;  // standard output and error
+};
+
+// Runs "mox ARGUMENTS" in a shell; MOX stands for the program in pipes.
+Outcome run(const std::string& arguments) {
+  const std::string command = "MOX='" MOX_PROGRAM "'; { \"$MOX\" " + arguments + "; } 2>&1";
+  FILE* const pipe = popen(command.c_str(), "r");
+  Outcome outcome{-1, {}};
+  for (int c; (c = std::fgetc(pipe)) != EOF;) outcome.text += static_cast<char>(c);
+  const int status = pclose(pipe);
+  outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return outcome;
+}
+
+const std::string kStream = streamPath("mp3_44100_joint128_short.mp3");
+
+TEST(CommandLine, DecodesFilesAndPipesToTheSameBytes) {
+  const ScratchDirectory scratch;
+  EXPECT_EQ(run("decode -q " + kStream + " " + scratch / "a.wav").text, "");
+  EXPECT_EQ(run("decode -q - - < " + kStream + " > " + scratch / "b.wav").code, 0);
+  EXPECT_EQ(run("decode -q - /dev/stdout < " + kStream + " | cat > " + scratch / "c.wav").code, 0);
+  std::filesystem::copy(kStream, scratch / "d.mp3");
+  EXPECT_EQ(run("decode " + scratch / "d.mp3").code, 0);  // names d.wav itself
+  const std::vector<uint8_t> expected = readFile(scratch / "a.wav");
+  EXPECT_EQ(expected.size(), 44 + 44 * 1152 * 4u);
+  for (const char* name : {"b.wav", "c.wav", "d.wav"}) EXPECT_EQ(readFile(scratch / name), expected) << name;
+
+  EXPECT_EQ(run("decode -q --float " + kStream + " " + scratch / "f.wav").code, 0);
+  EXPECT_EQ(moxtest::readWav(scratch / "f.wav").info.format, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+
+  const Outcome again = run("decode " + scratch / "d.mp3");  // d.wav is there, and was not named
+  EXPECT_EQ(again.code, 1);
+  EXPECT_NE(again.text.find("is there already"), std::string::npos);
+  EXPECT_EQ(scratch.entries(), 6u);  // no temporary file is left
+}
+
+TEST(CommandLine, UnusableInputWritesNothing) {
+  const ScratchDirectory scratch;
+  writeFile(scratch / "empty", {});
+  writeFile(scratch / "text", std::vector<uint8_t>(5000, 'x'));
+  writeFile(scratch / "flac", {'f', 'L', 'a', 'C', 0, 0, 0, 0});
+  writeFile(scratch / "tag", {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F, 1, 2, 3});
+  std::filesystem::copy(kStream, scratch / "same.mp3");
+  const size_t before = scratch.entries();
+  const std::pair<std::string, std::string> cases[] = {
+      {"decode " + scratch / "empty" + " " + scratch / "out", "is empty"},
+      {"decode " + scratch / "text" + " " + scratch / "out", "holds no"},
+      {"decode " + scratch / "flac" + " " + scratch / "out", "FLAC"},
+      {"decode " + scratch / "tag" + " " + scratch / "out", "holds no"},
+      {"decode " + scratch / "missing" + " " + scratch / "out", "No such file"},
+      {"decode /tmp " + scratch / "out", "directory"},
+      {"decode " + kStream + " " + scratch / "none/out", "No such file"},
+      {"decode " + scratch / "same.mp3" + " " + scratch / "same.mp3", "same file"},
+      {"decode -q " + kStream + " - > /dev/full", "No space left"},
+      {"info " + scratch / "text", "holds no"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.code, 1) << arguments;
+    EXPECT_NE(outcome.text.find(message), std::string::npos) << arguments << ": " << outcome.text;
+  }
+  EXPECT_EQ(scratch.entries(), before);
+  EXPECT_EQ(readFile(scratch / "same.mp3"), readFile(kStream));
+
+  for (const char* wrong : {"", "decode", "transmogrify x", "decode a b c",
+                            "decode --loud "
+                            "x"})
+    EXPECT_EQ(run(wrong).code, 2) << wrong;
+  EXPECT_EQ(run("--help").code, 0);
+  EXPECT_EQ(run("--version").code, 0);
+}
+
+TEST(CommandLine, DamageIsReportedAndTheOutputStillWritten) {
+  const ScratchDirectory scratch;
+  std::vector<uint8_t> bytes = readFile(kStream);
+  for (size_t at = 5000; at < 6000; ++at) bytes[at] = static_cast<uint8_t>(at * 7);
+  writeFile(scratch / "damaged.mp3", bytes);
+  const Outcome outcome = run("decode -q " + scratch / "damaged.mp3" + " " + scratch / "out.wav");
+  EXPECT_EQ(outcome.code, 3);
+  EXPECT_NE(outcome.text.find("concealed"), std::string::npos) << outcome.text;
+  EXPECT_EQ(moxtest::readWav(scratch / "out.wav").info.frames, 44 * 1152);
+  EXPECT_EQ(readFile(scratch / "damaged.mp3"), bytes);
+  EXPECT_EQ(run("info --check " + scratch / "damaged.mp3").code, 3);
+}
+
+TEST(CommandLine, InfoTellsWhatAStreamIs) {
+  const Outcome outcome = run("info " + streamPath("mp3_48000_vbr_v3.mp3"));
+  EXPECT_EQ(outcome.code, 0);
+  for (const char* fact : {"MPEG-1 Layer III", "48000 Hz", "joint stereo, mid/side",
+                           "128 to 320 kbit/s variable", "54144 samples", "47 of 1152"})
+    EXPECT_NE(outcome.text.find(fact), std::string::npos) << fact << " in\n" << outcome.text;
+}
+
+}  // namespace

@@ -1,0 +1,176 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <random>
+
+#include "apps/decode_bytes.h"
+#include "apps/streams.h"
+#include "mox/mp3_scanner.h"
+
+namespace {
+
+using moxtest::decodeBytes;
+using moxtest::Decoded;
+using moxtest::readFile;
+using moxtest::streamPath;
+
+TEST(Mp3Decoder, EveryBundledStreamEqualsItsReferenceWithinOneBit) {
+  for (const std::string& path : moxtest::bundledStreams(".mp3")) {
+    const std::vector<uint8_t> bytes = readFile(path + ".mp3");
+    const moxtest::Wav reference = moxtest::readWav(path + ".ref.wav");
+    const auto fixed = decodeBytes(bytes, {false, true});
+    const auto floating = decodeBytes(bytes, {true, true});
+    ASSERT_TRUE(fixed && floating) << path;
+    EXPECT_TRUE(fixed->stats.faults.empty()) << path << ": " << fixed->stats.faults[0];
+    ASSERT_EQ(fixed->s16.size(), reference.samples.size()) << path;
+    ASSERT_EQ(floating->f32.size(), reference.samples.size()) << path;
+
+    int worst = 0;
+    double square = 0, worstFloat = 0;
+    for (size_t i = 0; i < reference.samples.size(); ++i) {
+      const int difference = fixed->s16[i] - reference.samples[i];
+      worst = std::max(worst, std::abs(difference));
+      square += difference * difference;
+      // The reference is a float decode rounded and clipped to 16 bits: half a unit, and what both left out.
+      const double clipped = std::clamp(double{floating->f32[i]} * 32768, -32768.0, 32767.0);
+      worstFloat = std::max(worstFloat, std::abs(clipped - reference.samples[i]));
+    }
+    const double rms = std::sqrt(square / static_cast<double>(reference.samples.size()));
+    std::printf("  %-34s 16-bit: max %d LSB, rms %.4f LSB; float: max %.4f LSB\n",
+                std::filesystem::path(path).filename().c_str(), worst, rms, worstFloat);
+    EXPECT_LE(worst, 1) << path;
+    EXPECT_LE(worstFloat, 0.52) << path;
+  }
+}
+
+// An Info frame in front of a bundled stream, telling its frame count, delay and padding.
+std::vector<uint8_t> withInfoFrame(const std::vector<uint8_t>& stream, uint32_t frames, uint32_t delay,
+                                   uint32_t padding) {
+  constexpr ptrdiff_t kInfoBytes = 417;
+  std::vector<uint8_t> info(kInfoBytes + stream.size());
+  std::copy(stream.begin(), stream.end(), info.begin() + kInfoBytes);
+  info[0] = 0xFF, info[1] = 0xFB, info[2] = 0x90;
+  const auto put = [&](size_t at, const std::string& text) {
+    std::copy(text.begin(), text.end(), info.begin() + static_cast<ptrdiff_t>(at));
+  };
+  put(36, "Info");
+  info[43] = 1;
+  info[46] = static_cast<uint8_t>(frames >> 8), info[47] = static_cast<uint8_t>(frames);
+  put(48, "LAME3.100");
+  info[69] = static_cast<uint8_t>(delay >> 4);
+  info[70] = static_cast<uint8_t>((delay << 4) | (padding >> 8));
+  info[71] = static_cast<uint8_t>(padding);
+  return info;
+}
+
+TEST(Mp3Decoder, TrimsWhatTheEncoderAddedUnlessToldNotTo) {
+  const std::vector<uint8_t> stream = readFile(streamPath("mp3_44100_joint128_short.mp3"));
+  const auto whole = decodeBytes(stream);
+  const auto cut = decodeBytes(withInfoFrame(stream, 44, 576, 1000));
+  ASSERT_TRUE(whole && cut);
+  const int64_t front = 576 + 529, back = 1000 - 529;
+  ASSERT_EQ(cut->samples, 44 * 1152 - front - back);
+  EXPECT_TRUE(std::equal(cut->s16.begin(), cut->s16.end(), whole->s16.begin() + 2 * front));
+
+  EXPECT_EQ(decodeBytes(withInfoFrame(stream, 44, 576, 1000), {false, true})->s16, whole->s16);
+  // A count that does not fit: the end was cut off or added to, so only the front is known.
+  EXPECT_EQ(decodeBytes(withInfoFrame(stream, 50, 576, 1000))->samples, 44 * 1152 - front);
+  // More than there is: not believed.
+  const std::vector<uint8_t> brief(stream.begin(), stream.begin() + 2 * 418);
+  EXPECT_GT(decodeBytes(withInfoFrame(brief, 2, 4095, 4095))->samples, 0);
+}
+
+TEST(Mp3Decoder, DamageIsCountedConcealedAndLocal) {
+  const std::vector<uint8_t> stream = readFile(streamPath("mp3_32000_mono64_crc.mp3"));
+  const auto whole = decodeBytes(stream);
+  mox::Mp3Scanner scanner{stream};
+  mox::Mp3Frame frame;
+  for (int i = 0; i <= 10; ++i) scanner.next(frame);
+
+  std::vector<uint8_t> damaged = stream;  // a bit of the side information: the CRC tells
+  damaged[frame.position + 6 + 5] ^= 0x10;
+  const auto decoded = decodeBytes(damaged);
+  ASSERT_EQ(decoded->samples, whole->samples);
+  EXPECT_EQ(decoded->stats.concealed, 1);
+  EXPECT_FALSE(decoded->stats.faults.empty());
+  // Frame 10 itself differs; frame 11 starts from its overlap; from frame 12 on nothing is left of it.
+  const auto same = [&](int first, int last) {
+    return std::equal(decoded->s16.begin() + first * 1152, decoded->s16.begin() + last * 1152,
+                      whole->s16.begin() + first * 1152);
+  };
+  EXPECT_TRUE(same(0, 10));
+  EXPECT_FALSE(same(10, 11));
+  EXPECT_TRUE(same(13, 32));
+
+  // An encoder that writes no real CRC words: nothing is concealed for it.
+  damaged = stream;
+  mox::Mp3Scanner all{stream};
+  while (all.next(frame)) damaged[frame.position + 4] ^= 0xFF;
+  EXPECT_EQ(decodeBytes(damaged)->s16, whole->s16);
+
+  // Without its beginning a stream lacks the reservoir at first, and nothing else.
+  const std::vector<uint8_t> late(stream.begin() + 1000, stream.end());
+  const auto rest = decodeBytes(late);
+  EXPECT_GT(rest->stats.concealed, 0);
+  EXPECT_LT(rest->stats.concealed, 4);
+  EXPECT_TRUE(std::equal(rest->s16.end() - 10 * 1152, rest->s16.end(), whole->s16.end() - 10 * 1152));
+}
+
+// One damaged copy of a stream; the seed makes it again.
+std::vector<uint8_t> damagedCopy(const std::vector<uint8_t>& stream, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::vector<uint8_t> bytes = stream;
+  const auto kind = random() % 6;
+  const auto times = 1 + random() % (kind == 0 ? 200 : 8);
+  for (auto i = times; i > 0 && !bytes.empty(); --i) {
+    const size_t at = random() % bytes.size(),
+                 count = std::min(bytes.size() - at, size_t{1 + random() % 1500});
+    const auto begin = bytes.begin() + static_cast<ptrdiff_t>(at),
+               end = begin + static_cast<ptrdiff_t>(count);
+    switch (kind) {
+      case 0:
+        bytes[at] ^= static_cast<uint8_t>(1u << (random() % 8));
+        break;
+      case 1:
+        bytes.resize(at);
+        break;
+      case 2:
+        bytes.erase(begin, end);
+        break;
+      case 3:
+        std::generate(begin, end, [&] { return static_cast<uint8_t>(random()); });
+        break;
+      case 4:
+        std::fill(begin, end, random() % 2 == 0 ? uint8_t{0} : uint8_t{0xFF});
+        break;
+      default: {  // a piece of the stream where it does not belong
+        const std::vector<uint8_t> piece(begin, end);
+        bytes.insert(bytes.begin() + static_cast<ptrdiff_t>(random() % bytes.size()), piece.begin(),
+                     piece.end());
+      }
+    }
+  }
+  return bytes;
+}
+
+TEST(Mp3Decoder, DamagedStreamsAreDecodedOrRefused) {
+  const std::vector<std::string> paths = moxtest::bundledStreams(".mp3");
+  const char* const chosen = std::getenv("MOX_DAMAGE_SEED");
+  const uint32_t first = chosen != nullptr ? static_cast<uint32_t>(std::strtoul(chosen, nullptr, 10)) : 1;
+  int refused = 0, decoded = 0;
+  for (uint32_t seed = first; seed < first + 300; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const std::vector<uint8_t> bytes = damagedCopy(readFile(paths[seed % paths.size()] + ".mp3"), seed);
+    const auto result = decodeBytes(bytes, {seed % 2 == 0, false});
+    (result ? decoded : refused)++;
+    // No more audio than the bytes can hold frames, but for those made up in gaps.
+    if (result) {
+      EXPECT_LE(result->samples, static_cast<int64_t>(bytes.size()) * 1152 / 24);
+    }
+  }
+  std::printf("  %d decoded, %d refused\n", decoded, refused);
+  EXPECT_GT(decoded, 250);
+}
+
+}  // namespace
