@@ -107,7 +107,9 @@ struct AacEscapePair {
 
  private:
   static int32_t clip(int32_t v) { return std::clamp(v, -kAacEscape, kAacEscape); }
-  static int32_t ones(int32_t v) { return std::bit_width(static_cast<uint32_t>(std::abs(v))) - 5; }
+  static int32_t ones(int32_t v) {
+    return static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(std::abs(v)))) - 5;
+  }
   static int32_t escapeBits(int32_t v) { return std::abs(v) < kAacEscape ? 0 : 2 * ones(v) + 5; }
   static void putEscape(WordWriter& writer, int32_t v) {
     if (std::abs(v) < kAacEscape) return;
