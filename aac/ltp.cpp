@@ -9,6 +9,7 @@ using namespace moxac;
 namespace {
 
 constexpr int32_t kMaxLag = 2047;
+constexpr int32_t kMaxGain = 32767;  // Q14: just below 2
 
 bool validLags(const MoxAacLtpInfo& ltp, bool isShort) {
   if (!isShort) return inRange(ltp.ltpLag, 0, kMaxLag);
@@ -26,7 +27,9 @@ moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstP
   MOX_REQUIRE(notNull(pSrcHistory, pDstPrediction, pLtpInfo, pBuffer), moxStatusNullPointer);
   if (const moxStatus status = checkWindow(window); status != moxStatusOk) return status;
   const bool present = pLtpInfo->ltpDataPresent != 0;
-  MOX_REQUIRE(!present || validLags(*pLtpInfo, windowSequence == kEightShort), moxStatusOutOfRange);
+  MOX_REQUIRE(!present || (inRange(pLtpInfo->ltpCoef, 0, kMaxGain) &&
+                           validLags(*pLtpInfo, windowSequence == kEightShort)),
+              moxStatusOutOfRange);
 
   if (!present) {
     std::fill_n(pDstPrediction, 1024, 0);

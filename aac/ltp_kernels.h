@@ -13,20 +13,33 @@ namespace moxac {
 inline constexpr int32_t kLtpMaxSfbLong = 40;
 inline constexpr int32_t kLtpMaxSfbShort = 8;
 
-// history[2048 + n] is sample n of the frame; there is none from 1024 on. Q14 gain.
-inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t lag, int32_t gain, int32_t* x,
+// The standard's eight gains have six decimals, and a record's Q14 is up to 5e-5 off: enough, in the loop of
+// prediction, for errors of 2 in 16 bits. A Q14 that stands for one of them is taken as it; any other as Q14.
+inline constexpr double kLtpGains[8] = {0.570829, 0.696616, 0.813004, 0.911304,
+                                        0.984900, 1.067894, 1.194601, 1.369533};
+
+inline int64_t ltpGainQ30(int32_t q14) {
+  for (const double gain : kLtpGains)
+    if (static_cast<int32_t>(gain * (1 << 14) + 0.5) == q14)
+      return static_cast<int64_t>(gain * (1 << 30) + 0.5);
+  return int64_t{q14} << 16;
+}
+
+// history[2048 + n] is sample n of the frame; there is none from 1024 on. gain is below 2^31.
+inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t lag, int64_t gain, int32_t* x,
                            int32_t n) {
   const int32_t known = std::clamp(1024 - (firstSample - lag), 0, n);
   const int32_t* const src = history + 2048 + firstSample - lag;
-  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((int64_t{src[i]} * gain + (1 << 13)) >> 14);
+  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((src[i] * gain + (1 << 29)) >> 30);
   std::fill(x + known, x + n, 0);
 }
 
 // samples has room for 2048 values, scratch for kMdctScratchFloats; the lines are left at its front.
 inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const FrameWindow& window,
                          int32_t* samples, float* scratch) {
+  const int64_t gain = ltpGainQ30(ltp.ltpCoef);
   if (window.sequence != kEightShort) {
-    predictSamples(history, 0, ltp.ltpLag, ltp.ltpCoef, samples, 2048);
+    predictSamples(history, 0, ltp.ltpLag, gain, samples, 2048);
     forwardFrame<DctLanes8>(samples, window, scratch);
     return;
   }
@@ -36,7 +49,7 @@ inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const
       std::fill_n(lines, 128, 0.0f);
       continue;
     }
-    predictSamples(history, kShortStart + 128 * w, ltp.shortLag[w], ltp.ltpCoef, samples, 256);
+    predictSamples(history, kShortStart + 128 * w, ltp.shortLag[w], gain, samples, 256);
     forwardShort<DctLanes8>(samples, window, w, lines, scratch + 1024);
   }
 }

@@ -681,17 +681,19 @@ enum {
 
 /* Predicts a frame's spectrum from the history:
  *
- *   x[n] = ltpCoef/2^14 history[2048 + n - lag]      n = 0..2047 of the frame's window
+ *   x[n] = gain history[2048 + n - lag]      n = 0..2047 of the frame's window
  *   pDstPrediction = moxsMDCTFwd_AAC_32s(x)
  *
  * lag is ltpLag; in eight short windows shortLag[w] for window w, which starts at n = 448 + 128 w. The lines
- * of windows whose shortUsed is 0, and all when ltpDataPresent is 0, are zeros.
+ * of windows whose shortUsed is 0, and all when ltpDataPresent is 0, are zeros. gain is ltpCoef/2^14; the eight
+ * values that the parsers store stand for the standard's gains, 0.570829 to 1.369533, at its six decimals.
  *
  * pSrcHistory     MOX_AAC_LTP_HISTORY samples
  * pDstPrediction  1024 lines in the spectral format
  *
- * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusOutOfRange (a lag
- * that is to be used outside 0..2047; stored lags of short windows can be): nothing written. */
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusOutOfRange (ltpCoef
+ * outside 0..32767, or a lag that is to be used outside 0..2047, as stored lags of short windows can be):
+ * nothing written. */
 MOXAC_API moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstPrediction,
                                                 int32_t windowSequence, int32_t windowShape,
                                                 int32_t prevWindowShape, const MoxAacLtpInfo* pLtpInfo,

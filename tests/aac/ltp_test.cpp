@@ -25,7 +25,9 @@ TEST(Ltp, PredictsTheTransformOfDelayedSamples) {
       Block<int32_t> history(MOX_AAC_LTP_HISTORY), buffer(MOX_AAC_MDCT_BUFFER_WORDS, 4), X(1024, 8);
       for (int32_t& v : history) v >>= 8;
       MoxAacLtpInfo ltp{};
-      ltp.ltpDataPresent = 1, ltp.ltpCoef = 19572, ltp.ltpLag = sequence == 2 ? -1 : lag;
+      // A gain of the standard, which Q14 only names, and one that is not.
+      const double gain = lag % 2 ? 1.194601 : 0.75;
+      ltp.ltpDataPresent = 1, ltp.ltpCoef = lag % 2 ? 19572 : 12288, ltp.ltpLag = sequence == 2 ? -1 : lag;
       for (int w = 0; w < 8; ++w) {
         ltp.shortUsed[w] = w != 3;
         ltp.shortLag[w] = w == 3 || sequence != 2 ? 5000 : std::max(lag - 20 * w, 0);
@@ -35,7 +37,7 @@ TEST(Ltp, PredictsTheTransformOfDelayedSamples) {
         std::vector<double> x(2048);
         for (int32_t n = 0; n < 2048; ++n)
           if (n - windowLag < 1024 && 2048 + n - windowLag >= 0)
-            x[static_cast<size_t>(n)] = history[2048 + n - windowLag] / kTimeUnit * ltp.ltpCoef / 16384;
+            x[static_cast<size_t>(n)] = history[2048 + n - windowLag] / kTimeUnit * gain;
         return FrameReference{sequence, 1, 0}.forward(x);
       };
       ASSERT_EQ(moxsLongTermPredict_AAC_32s(history, X, sequence, 1, 0, &ltp, buffer), moxStatusOk);
@@ -48,7 +50,7 @@ TEST(Ltp, PredictsTheTransformOfDelayedSamples) {
         }
       }
     }
-  EXPECT_LT(worst, 1) << "lines reach 2^22 here";
+  EXPECT_LT(worst, 1) << "lines reach 2^22 here, of which Q14 gains would miss 100";
 }
 
 TEST(Ltp, AddsWhereTheFlagsSay) {
@@ -131,6 +133,10 @@ TEST(Ltp, RefusesInTheDocumentedOrder) {
     EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 2, 0, 0, &ltp, buffer), moxStatusOutOfRange);
   }
   ltp.ltpLag = 0;
+  for (int32_t gain : {-1, 32768}) {
+    ltp.ltpCoef = gain;
+    EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 0, 0, 0, &ltp, buffer), moxStatusOutOfRange);
+  }
   EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 0, 2, 0, &ltp, buffer), moxStatusOutOfRange);
   EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, &ltp, buffer), moxStatusAacWinSeqError);
   EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, nullptr, buffer), moxStatusNullPointer);
