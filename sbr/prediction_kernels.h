@@ -11,7 +11,7 @@
 
 #include <cstdint>
 
-#include "sbr/lane_complex.h"
+#include "transform/lane_complex.h"
 
 namespace moxac {
 

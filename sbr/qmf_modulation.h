@@ -5,7 +5,7 @@
 // and 1/32 in the real synthesis) sit in the rotations behind the transforms.
 #pragma once
 
-#include "sbr/lane_dct.h"
+#include "transform/lane_dct.h"
 
 namespace moxac {
 

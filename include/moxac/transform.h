@@ -116,6 +116,72 @@ MOXAC_API moxStatus moxsMDCTInv_32f_I(float* pSrcDst, const MoxMdctSpec* pSpec, 
 MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const MoxMdctSpec* pSpec,
                                         int32_t scaleFactor, uint8_t* pBuffer);
 
+/* ---- DTS core synthesis bank --------------------------------------------------------------------------- */
+
+/* The 32-band, 512-tap bank of the DTS core (ETSI TS 102 114, annex C).
+ *
+ *   y[32*t + r] = sum over k < 32, i < 512, i mod 32 = r of
+ *       64 * s_k * h[i] * cos(pi/32 * (k + 1/2) * (i + 33/2)) * x[32*(t - floor(i/32)) + k]
+ *
+ * with s_k = +1, -1, -1, +1 for k mod 4 and h the prototype low-pass of sum 1 that `filter` names. The filters
+ * reversed in time, as the encoder's analysis has them, followed by this bank give the input back with gain 32 (to 0.001 dB),
+ * 480 samples late.
+ *
+ * The state keeps the last 16 slots. It serves one stream; a call with n + m slots gives the bits of a call
+ * with n followed by one with m.
+ */
+typedef struct MoxDtsSynthesisState MoxDtsSynthesisState;
+
+enum {
+  moxDtsNonPerfect = 0, /* the prototype for non-perfect reconstruction */
+  moxDtsPerfect = 1     /* the one for perfect reconstruction */
+};
+
+/* Bytes of the state at any alignment.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer
+ */
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_DTS_32f(int32_t* pStateSize);
+
+/* Builds a state with silent history in the caller's memory.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer
+ */
+MOXAC_API moxStatus moxsSynthesisFilterInit_DTS_32f(MoxDtsSynthesisState* pState);
+
+/* The same in one allocation.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer
+ * moxStatusOutOfMemory  *ppState is null
+ */
+MOXAC_API moxStatus moxsSynthesisFilterInitAlloc_DTS_32f(MoxDtsSynthesisState** ppState);
+
+/* Frees a state of InitAlloc; leaves one in caller memory alone.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer
+ * moxStatusContextMismatch
+ */
+MOXAC_API moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState);
+
+/* numSlots time slots of 32 sub-band samples to as many samples each.
+ *
+ * pSrc    [slot][band], 32 * numSlots values, any alignment
+ * pDst    32 * numSlots samples, any alignment; may be pSrc
+ * filter  moxDtsNonPerfect or moxDtsPerfect, free to change from call to call
+ *
+ * moxStatusOk
+ * moxStatusNullPointer
+ * moxStatusContextMismatch
+ * moxStatusOutOfRange       filter
+ * moxStatusBadSize          numSlots below 1
+ */
+MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots, int32_t filter,
+                                                MoxDtsSynthesisState* pState);
+
 MOXAC_EXTERN_C_END
 
 #endif

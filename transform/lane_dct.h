@@ -2,7 +2,7 @@
 // of half its length and a rotation.
 #pragma once
 
-#include "sbr/lane_fft.h"
+#include "transform/lane_fft.h"
 
 namespace moxac {
 

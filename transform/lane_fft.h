@@ -11,7 +11,7 @@
 #pragma once
 
 #include "frame/trig.h"
-#include "sbr/lane_complex.h"
+#include "transform/lane_complex.h"
 
 namespace moxac {
 
