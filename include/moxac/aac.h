@@ -518,6 +518,8 @@ MOXAC_API moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pD
  * band; it depends on nothing but *pRandomState and the arguments. Noise that is zero throughout stays zero;
  * energies beyond the range saturate.
  *
+ * pScaleFactor   the standard's noise energies in the noise bands. What the noiseless decoder stores there is
+ *                counted together with the scale factors; docs/fixed_point.md shows how to take both apart
  * pLtpUsedFlags  longUsedAll of a MoxAacLtpInfo, its longUsed[] behind it. With one window group the flag of
  *                every noise band, pLtpUsedFlags[band + 1], is cleared: prediction skips noise. May be null
  *                with more than one group
@@ -577,7 +579,8 @@ MOXAC_API moxStatus moxsDeinterleaveSpectrum_AAC_32s(const int32_t* pSrc, int32_
  *
  * pSrcDst      8 x 128 or 1024 values; any alignment
  * pNumFilt     filters of each window
- * pLength, pOrder   bands and order of each filter, all windows' filters one after another
+ * pLength, pOrder   bands and order of each filter, all windows' filters one after another. A coded length
+ *                   may exceed the bands left above line 0: cut it before the call
  * pCoefRes     3 or 4, per window
  * pCoef        order values for each filter, one after another
  * pDirection   0 upward, 1 downward, one for each filter of non-zero order
