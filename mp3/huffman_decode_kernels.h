@@ -4,6 +4,7 @@
 // at once how many bits its symbol takes, signs included; values and signs are worked out beside the chain.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -62,10 +63,9 @@ inline void decodePair(Window& window, const PairLookup& lookup, int32_t* dst) {
   }
   const int32_t total = static_cast<int32_t>(entry & 63);
   window.drop(total);
-  // The last bit taken is y's sign, or x's when y is 0; the one before it is x's when y is not.
-  const uint64_t taken = bits >> (64 - total);
-  dst[0] = applySign(static_cast<int32_t>(entry >> 12), static_cast<uint32_t>(taken >> (entry >> 6 & 1)));
-  dst[1] = applySign(static_cast<int32_t>(entry >> 8 & 15), static_cast<uint32_t>(taken));
+  const SignedPair pair = kSignedPairs[entry >> 8][std::rotl(bits, total) & 3];
+  dst[0] = pair.x;
+  dst[1] = pair.y;
 }
 
 // Pairs from `line` until `end` is reached or passed by one (an odd end); returns the line after the last.
@@ -77,6 +77,7 @@ int32_t decodePairs(Window& stream, const PairLookup& lookup, int32_t* dst, int3
   Window window = stream;  // a copy that lives in registers
   for (; line + 2 * kBatch <= end; line += 2 * kBatch) {
     window.refill();
+#pragma GCC unroll 4
     for (int32_t i = 0; i < kBatch; ++i) decodePair<kLinks, kEscapes>(window, lookup, dst + line + 2 * i);
   }
   for (; line < end; line += 2) {

@@ -110,6 +110,17 @@ constexpr auto kPairEntries = pairEntries<pairEntryCount(codes)>(codes, width, e
 template <auto& codes, int32_t width>
 constexpr auto kSmallEntries = smallEntries(codes, width);
 
+constexpr SignedPairs signedPairs() {
+  SignedPairs pairs{};
+  for (uint32_t magnitudes = 0; magnitudes < 256; ++magnitudes)
+    for (uint32_t bits = 0; bits < 4; ++bits) {
+      const auto x = static_cast<int32_t>(magnitudes / 16), y = static_cast<int32_t>(magnitudes % 16);
+      const uint32_t xSign = y != 0 ? bits >> 1 : bits & 1;
+      pairs[magnitudes][bits] = {signedValue(x, xSign), signedValue(y, bits & 1)};
+    }
+  return pairs;
+}
+
 constexpr QuadLookup quadEntries(const HuffmanCode (&codes)[16]) {
   QuadLookup entries{};
   for (uint32_t i = 0; i < 16; ++i) {
@@ -193,6 +204,7 @@ constinit const PairLookup kPairLookups[32] = {
     linBits24(kPairTables[31].linBits),
 };
 
+constinit const SignedPairs kSignedPairs = signedPairs();
 constinit const QuadLookup kQuadLookups[2] = {quadEntries(kQuadCodesA), quadEntries(kQuadCodesB)};
 constinit const SignedQuads kSignedQuads = signedQuads();
 

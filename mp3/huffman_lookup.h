@@ -19,18 +19,17 @@ struct alignas(8) SmallEntry {
 };
 
 // The other tables: one pair per look-up of 10 bits, without its sign bits, in 16 bits each.
-//   leaf    x:4 y:4 0:1 yIsNonZero:1 total:6   total = bits of the code and its signs
-//   escape  x:4 y:4 1:1 0:1 length:6           x or y is 15 and linbits follow; length = bits of the code
+//   leaf    x:4 y:4 0:1 -:1 total:6        total = bits of the code and its signs
+//   escape  x:4 y:4 1:1 0:1 length:6       x or y is 15 and linbits follow; length = bits of the code
 //   link    offset:8 1:1 1:1 offset:2 width:4  a longer code: `width` more bits index the entries that start
 //   at
-//                                              `offset` behind the first look-up
+//                                          `offset` behind the first look-up
 constexpr int32_t kPairIndexBits = 10;
 constexpr uint32_t kEntryIsNoLeaf = 0x80;
 constexpr uint32_t kEntryIsLink = 0x40;
 
 constexpr uint16_t pairLeaf(uint32_t x, uint32_t y, uint32_t length) {
-  const uint32_t total = length + (x != 0) + (y != 0);
-  return static_cast<uint16_t>((x << 12) | (y << 8) | (uint32_t{y != 0} << 6) | total);
+  return static_cast<uint16_t>((x << 12) | (y << 8) | (length + (x != 0) + (y != 0)));
 }
 constexpr uint16_t pairEscape(uint32_t x, uint32_t y, uint32_t length) {
   return static_cast<uint16_t>((x << 12) | (y << 8) | kEntryIsNoLeaf | length);
@@ -41,6 +40,14 @@ constexpr uint16_t pairLink(uint32_t offset, uint32_t width) {
 }
 constexpr uint32_t linkOffset(uint32_t entry) { return ((entry >> 8) << 2) | ((entry >> 4) & 3); }
 constexpr uint32_t linkWidth(uint32_t entry) { return entry & 15; }
+
+// The values of a pair, by its magnitudes (16x + y) and the last two bits that it took: with two signs they
+// are x's and y's, with one the lower is that one and the upper belongs to the code.
+struct alignas(8) SignedPair {
+  int32_t x, y;
+};
+using SignedPairs = std::array<std::array<SignedPair, 4>, 256>;
+extern const SignedPairs kSignedPairs;
 
 // How a table's entries are to be walked: see decodeRegion.
 enum class PairKind : int32_t { none, small, medium, wide13, wide15, linBits16, linBits24 };

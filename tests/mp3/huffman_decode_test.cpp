@@ -190,7 +190,7 @@ void expectReference(Call call, const std::vector<uint8_t>& data, const Result& 
   const int64_t last = want.status == moxStatusOk ? call.bitOffset + call.hufSize : want.position;
   const auto readable = static_cast<size_t>((last + 7) / 8 + (want.status == moxStatusOk ? 0 : 3));
   moxtest::GuardPage page(readable);
-  std::memcpy(page.data(), data.data(), readable);
+  std::copy_n(data.begin(), readable, page.data());
   call.record.part23Len = call.hufSize + draw(0, 1);
   const Result got = decode(call, page.data());
   ASSERT_EQ(got.status, want.status);

@@ -305,7 +305,7 @@ void expectScaleFactors(ScaleFactorCall call) {
                                           call.channel),
             moxStatusOk);
   ASSERT_EQ(8 * (w - out.data()) + k, offset + bits.size());
-  ASSERT_EQ(std::memcmp(out, data.data(), data.size()), 0);
+  ASSERT_TRUE(std::equal(data.begin(), data.end(), out.begin()));
   ASSERT_TRUE(data.empty() || out[out.size() - 1] == behind);
   ASSERT_EQ(record.preFlag, mpeg1 ? 77 : preFlag);
 }
