@@ -53,8 +53,8 @@ inline void decodeSpectrum(FuzzInput& in, const MoxMp3SideInfo& record, const Mo
     for (size_t i = 0; i < kMostBytes; ++i) all[i] = static_cast<uint8_t>(some[i % 600] + i / 600);
     return all;
   }();
-  std::vector<int16_t> longBands(kSfbLong[0], kSfbLong[0] + 6 * 23),
-      shortBands(kSfbShort[0], kSfbShort[0] + 6 * 14);
+  const int16_t *const ownLong = kSfbLong[0], *const ownShort = kSfbShort[0];
+  std::vector<int16_t> longBands(ownLong, ownLong + 6 * 23), shortBands(ownShort, ownShort + 6 * 14);
   std::vector<int16_t> mixedPoints(12);
   if (in.below(2) == 1) {  // tables of no sense at all
     for (int16_t& v : longBands) v = in.record<int16_t>();

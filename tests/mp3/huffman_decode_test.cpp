@@ -140,8 +140,9 @@ Call randomCall() {
   if (r.winSwitch == 1) r.tableSelect[2] = r.reg0Cnt = r.reg1Cnt = 99;  // never looked at
   r.cnt1TabSel = draw(0, 1);
   call.bitOffset = draw(0, 7);
-  call.longBands.assign(moxac::kSfbLong[0], moxac::kSfbLong[0] + 6 * 23);
-  call.shortBands.assign(moxac::kSfbShort[0], moxac::kSfbShort[0] + 6 * 14);
+  const int16_t *const ownLong = moxac::kSfbLong[0], *const ownShort = moxac::kSfbShort[0];
+  call.longBands.assign(ownLong, ownLong + 6 * 23);
+  call.shortBands.assign(ownShort, ownShort + 6 * 14);
   for (int row = 0; row < 6; ++row) {
     call.mixedPoints.push_back(static_cast<int16_t>(draw(0, 10)));
     call.mixedPoints.push_back(static_cast<int16_t>(draw(0, 45)));
