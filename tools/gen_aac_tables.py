@@ -88,7 +88,29 @@ def huffman_codes():
     return "\n".join(out) + "\n"
 
 
-FILES = {"aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes}
+def program_tables():
+    """The program's own: it knows the library by its public header only."""
+    long_rows = rows("aac_swb_long_1024.csv")
+    rates = [row["rate_hz"] for row in rows("aac_sampling_rates.csv")][:12]
+    out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
+           '#include "mox/aac_tables.h"', "", "namespace mox {", "",
+           "const int32_t kAacRates[12] = {"] + wrapped(rates) + ["};", "",
+           "const int32_t kPredSfbMax[12] = {"]
+    out += wrapped([row["pred_sfb_max"] for row in rows("aac_pred_sfb_max.csv")]) + ["};", ""]
+    out.append("const int32_t kLongBands[12][52] = {")
+    for row in long_rows:
+        body = wrapped(offsets(row, 1024, 52), indent="     ")
+        body[0] = "    {" + body[0].lstrip()
+        body[-1] = body[-1].rstrip(",") + "},"
+        out += [f"    // {row['rate_hz']} Hz"] + body
+    out += ["};", "", "const int32_t kScaleFactorRows[121][3] = {"]
+    out += wrapped([f"{{{row['index']}, {row['code']}, {row['length']}}}"
+                    for row in rows("aac_huffman_scalefactor.csv")])
+    return "\n".join(out + ["};", "", "}  // namespace mox"]) + "\n"
+
+
+FILES = {"aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes,
+         "apps/mox/aac_tables.cpp": program_tables}
 
 
 def main():

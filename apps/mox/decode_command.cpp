@@ -57,8 +57,8 @@ int decode(const DecodeArguments& arguments) {
   file.commit();
 
   const DecodeStats stats = decoder->stats();
-  for (const std::string& fault : stats.faults)
-    std::fprintf(stderr, "mox: %s: %s\n", name.c_str(), fault.c_str());
+  for (const auto* lines : {&stats.faults, &stats.notices})
+    for (const std::string& line : *lines) std::fprintf(stderr, "mox: %s: %s\n", name.c_str(), line.c_str());
   if (!arguments.quiet)
     std::fprintf(stderr, "%s: %d Hz, %d channel%s, %.3f s%s\n",
                  output == "-" ? "standard output" : output.c_str(), format.rate, format.channels,
@@ -79,7 +79,7 @@ void addDecodeCommand(CLI::App& program, int& exitCode) {
                     "Write 32-bit float samples instead of 16-bit integers");
   command->add_flag("--raw", arguments->raw, "Keep the encoder's delay and padding");
   command->add_flag("-q,--quiet", arguments->quiet,
-                    "No progress bar and no summary; only faults are reported");
+                    "No progress bar and no summary; only what went wrong is reported");
   command->callback([arguments, &exitCode] { exitCode = decode(*arguments); });
 }
 

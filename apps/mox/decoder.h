@@ -32,10 +32,11 @@ struct PcmView {
 };
 
 struct DecodeStats {
-  int64_t frames = 0;               // delivered, concealed ones included
-  int64_t concealed = 0;            // frames replaced wholly or in part
-  int64_t skippedBytes = 0;         // bytes between frames that belong to no frame
-  std::vector<std::string> faults;  // what was found, one line each; empty exactly when nothing was damaged
+  int64_t frames = 0;                // delivered, concealed ones included
+  int64_t concealed = 0;             // frames replaced wholly or in part
+  int64_t skippedBytes = 0;          // bytes between frames that belong to no frame
+  std::vector<std::string> faults;   // what was found, one line each; empty exactly when nothing was damaged
+  std::vector<std::string> notices;  // what is sound but left out of the output, one line each
 };
 
 class AudioDecoder {

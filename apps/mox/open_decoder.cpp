@@ -1,4 +1,5 @@
 // What the bytes are, and which decoder takes them.
+#include "mox/aac_decoder.h"
 #include "mox/decoder.h"
 #include "mox/failure.h"
 #include "mox/mp3_decoder.h"
@@ -31,9 +32,10 @@ std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& opti
   // so all bytes are offered in a second round.
   for (const Bytes audio : {tagged.audio, bytes}) {
     tagged.audio = audio;
+    if (std::unique_ptr<AudioDecoder> decoder = openAac(tagged, options)) return decoder;
     if (std::unique_ptr<AudioDecoder> decoder = openMp3(tagged, options)) return decoder;
   }
-  throw Failure(name + ": holds no MPEG audio Layer III stream");
+  throw Failure(name + ": holds no MPEG audio Layer III or AAC stream");
 }
 
 }  // namespace mox

@@ -1,0 +1,199 @@
+#include "mox/aac_decoder.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "mox/aac_stream.h"
+#include "mox/aac_survey.h"
+#include "mox/aac_tools.h"
+
+namespace mox {
+namespace {
+
+// A damaged block repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
+constexpr int32_t kMaxRepeats = 6;
+constexpr int32_t kAotLtp = 4;
+
+class AacDecoder final : public AudioDecoder {
+ public:
+  AacDecoder(const TaggedAudio& tagged, const DecodeOptions& options, std::unique_ptr<AacStream> stream)
+      : tagged_(tagged),
+        options_(options),
+        stream_(std::move(stream)),
+        layout_(stream_->layout()),
+        tools_(stream_->config(), layout_.channels),
+        synthesis_(layout_.channels, options.floatSamples, stream_->config().objectType == kAotLtp) {
+    const auto channels = static_cast<size_t>(layout_.channels);
+    for (auto& spectra : spectra_) spectra.resize(channels);
+    if (options.floatSamples)
+      floats_.resize(kAacSamples * channels);
+    else
+      shorts_.resize(kAacSamples * channels);
+  }
+
+  AudioFormat format() const override {
+    return {kAacRates[stream_->config().rateIndex], layout_.channels,
+            layout_.channels > 2 ? layout_.mask : 0};
+  }
+  int64_t expectedSamples() const override { return stream_->expectedBlocks() * kAacSamples; }
+  double progress() const override { return stream_->progress(); }
+
+  bool decodeBlock(PcmView& block) override;
+  DecodeStats stats() const override;
+  std::vector<std::pair<std::string, std::string>> describe() const override;
+
+ private:
+  std::vector<AacSpectrum>& current() { return spectra_[1 - good_]; }
+  bool decodeElements();
+  void conceal();
+  void synthesise(const std::vector<AacSpectrum>& spectra);
+
+  TaggedAudio tagged_;
+  DecodeOptions options_;
+  std::unique_ptr<AacStream> stream_;
+  AacLayout layout_;
+  AacBlock block_;
+  AacTools tools_;
+  AacSynthesis synthesis_;
+
+  // The block being decoded and the last good one take turns.
+  std::array<std::vector<AacSpectrum>, 2> spectra_;
+  size_t good_ = 0;
+  int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
+
+  std::vector<int16_t> shorts_;
+  std::vector<float> floats_;
+  int64_t blocks_ = 0, concealed_ = 0, damaged_ = 0, coupling_ = 0, sbr_ = 0;
+};
+
+bool AacDecoder::decodeBlock(PcmView& block) {
+  const AacEvent event = stream_->next(block_);
+  if (event == AacEvent::end) return false;
+  ++blocks_;
+  if (event == AacEvent::block && decodeElements()) {
+    good_ = 1 - good_;
+    repeats_ = 0;
+    synthesise(spectra_[good_]);
+  } else {
+    damaged_ += event != AacEvent::lost;
+    conceal();
+  }
+  block = {};
+  if (options_.floatSamples)
+    block.f32 = floats_;
+  else
+    block.s16 = shorts_;
+  return true;
+}
+
+// The block must hold exactly the elements of the layout, in its order where no tags tell them apart.
+bool AacDecoder::decodeElements() {
+  coupling_ += block_.hasCoupling;
+  sbr_ += block_.hasSbr;
+  if (block_.elements != layout_.elements.size()) return false;
+  uint32_t done = 0;
+  for (size_t i = 0; i < block_.elements; ++i) {
+    AacElement& element = *block_.storage[i];
+    size_t place = 0;
+    while (place < layout_.elements.size() &&
+           ((done >> place & 1u) != 0 || layout_.elements[place].id != element.id ||
+            (layout_.elements[place].tag >= 0 && layout_.elements[place].tag != element.tag)))
+      ++place;
+    if (place == layout_.elements.size()) return false;
+    done |= 1u << place;
+    if (!tools_.run(element, layout_.elements[place].output, synthesis_, current())) return false;
+  }
+  return true;
+}
+
+// The filter banks go on over the joint, so that repetition and silence fade into their neighbours.
+void AacDecoder::conceal() {
+  ++concealed_;
+  repeats_ = std::min(repeats_ + 1, kMaxRepeats);
+  std::vector<AacSpectrum>& spectra = current();
+  for (size_t ch = 0; ch < spectra.size(); ++ch) {
+    const AacSpectrum& good = spectra_[good_][ch];
+    AacSpectrum& made = spectra[ch];
+    // Long windows follow long and stop windows; a start window is answered by a stop window first; short windows
+    // go on as they are.
+    made.windowShape = good.windowShape;
+    made.windowSequence = good.windowSequence == 2 ? 2 : good.windowSequence == 1 && repeats_ == 1 ? 3 : 0;
+    for (size_t k = 0; k < made.lines.size(); ++k)
+      made.lines[k] = repeats_ < kMaxRepeats ? good.lines[k] / (1 << repeats_) : 0;
+  }
+  synthesise(spectra);
+}
+
+void AacDecoder::synthesise(const std::vector<AacSpectrum>& spectra) {
+  for (size_t ch = 0; ch < spectra.size(); ++ch)
+    if (options_.floatSamples)
+      synthesis_.run(ch, spectra[ch], floats_.data() + ch, layout_.channels);
+    else
+      synthesis_.run(ch, spectra[ch], shorts_.data() + ch, layout_.channels);
+}
+
+DecodeStats AacDecoder::stats() const {
+  DecodeStats stats;
+  stats.frames = blocks_;
+  stats.concealed = concealed_;
+  stats.skippedBytes = stream_->skippedBytes();
+  stats.faults = stream_->faults();
+  const auto counted = [](int64_t count) {
+    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+  };
+  if (damaged_ > 0) stats.faults.push_back(counted(damaged_) + " with damaged audio data");
+  if (concealed_ > 0)
+    stats.faults.push_back(std::to_string(concealed_) + " of " + counted(blocks_) + " concealed");
+  if (sbr_ > 0) stats.notices.emplace_back("HE-AAC: the core is decoded, without spectral band replication");
+  if (coupling_ > 0) stats.notices.push_back("coupling channels in " + counted(coupling_) + " are left out");
+  return stats;
+}
+
+std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
+  const std::unique_ptr<AacStream> stream = AacStream::open(tagged_.audio);
+  const AacSurvey survey = surveyAac(*stream);
+  const AacConfig& config = stream->config();
+  const int32_t rate = kAacRates[config.rateIndex];
+  const int64_t samples = survey.blocks * kAacSamples;
+  const double seconds = static_cast<double>(samples) / rate;
+  const auto minutes = static_cast<long long>(seconds / 60);
+  static constexpr const char* kObjectTypes[] = {"", "Main", "LC", "SSR", "LTP"};
+  char duration[96], bitRate[64];
+  std::snprintf(duration, sizeof duration, "%lld:%06.3f (%lld samples)", minutes,
+                seconds - 60.0 * static_cast<double>(minutes), static_cast<long long>(samples));
+  std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
+                seconds > 0 ? static_cast<double>(stream->audioBytes()) * 8 / 1000 / seconds : 0.0);
+
+  std::vector<std::pair<std::string, std::string>> lines = {
+      {"format", std::string("AAC ") + kObjectTypes[config.objectType] + " in " + stream->container()},
+      {"sample rate", std::to_string(rate) + " Hz"},
+      {"channels", std::to_string(layout_.channels) +
+                       (layout_.channels == 1 ? " (mono)" : " (" + layout_.speakers() + ")")},
+      {"bit rate", bitRate},
+      {"duration", duration},
+      {"frames", std::to_string(survey.blocks) + " of " + std::to_string(kAacSamples) + " samples"},
+  };
+  if (const std::string tools = survey.tools(); !tools.empty()) lines.emplace_back("tools", tools);
+  if (survey.sbrBlocks > 0)
+    lines.emplace_back(
+        "SBR", "in " + std::to_string(survey.sbrBlocks) + " frames (HE-AAC); the core below it is decoded");
+  if (survey.couplingBlocks > 0)
+    lines.emplace_back(
+        "note", "coupling channels in " + std::to_string(survey.couplingBlocks) + " frames are left out");
+  if (survey.damaged > 0)
+    lines.emplace_back("note", std::to_string(survey.damaged) + " frames cannot be parsed");
+  for (const std::string& note : stream->notes()) lines.emplace_back("note", note);
+  for (const std::string& kind : tagged_.kinds) lines.emplace_back("tag", kind);
+  for (const auto& [field, value] : tagged_.fields) lines.emplace_back(field, value);
+  return lines;
+}
+
+}  // namespace
+
+std::unique_ptr<AudioDecoder> openAac(const TaggedAudio& tagged, const DecodeOptions& options) {
+  std::unique_ptr<AacStream> stream = AacStream::open(tagged.audio);
+  if (stream == nullptr) return nullptr;
+  return std::make_unique<AacDecoder>(tagged, options, std::move(stream));
+}
+
+}  // namespace mox

@@ -1,0 +1,15 @@
+// Tables of the AAC standard that a decoder needs beside the library. Rates by sampling-rate index.
+#pragma once
+
+#include <cstdint>
+
+namespace mox {
+
+extern const int32_t kAacRates[12];    // Hz
+extern const int32_t kPredSfbMax[12];  // bands that Main-profile prediction may use
+// First lines of the bands of long windows, filled up with 1024.
+extern const int32_t kLongBands[12][52];
+// The scale-factor code as the rows of a VLC code book: index, code word, length.
+extern const int32_t kScaleFactorRows[121][3];
+
+}  // namespace mox
