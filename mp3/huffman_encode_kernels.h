@@ -80,11 +80,11 @@ inline uint32_t largestCodable(const PairTable& table) {
   return static_cast<uint32_t>(table.width - 1 + (1 << table.linBits) - 1);
 }
 
-// `bits` with the sign of a non-zero value appended; n counts them.
+// `bits` with the sign of a non-zero value appended; n counts them. No branch: signs and zeros are unpredictable.
 inline uint32_t appendSign(uint32_t bits, int32_t value, int32_t& n) {
-  if (value == 0) return bits;
-  ++n;
-  return (bits << 1) | static_cast<uint32_t>(value < 0);
+  const int32_t signs = value != 0 ? 1 : 0;
+  n += signs;
+  return (bits << signs) | (static_cast<uint32_t>(value) >> 31);
 }
 
 // len even; magnitudes that the table can code, which has no linbits.
