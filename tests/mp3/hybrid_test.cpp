@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <numeric>
+#include <vector>
 
 #include "moxac/mp3.h"
 #include "mp3/band_tables.h"
 #include "mp3/hybrid_kernels.h"
 #include "mp3/hybrid_reference.h"
+#include "mp3/polyphase_kernels.h"
+#include "mp3/polyphase_reference.h"
+#include "mp3/requantize_reference.h"
+#include "mp3/spectrum_bands.h"
 #include "support/block.h"
 
 namespace {
@@ -25,14 +29,17 @@ struct Granule {
   bool mixed;
 };
 
-// Every block type after every other that the standard allows, plain and mixed.
-std::vector<Granule> allSequences() {
-  const int next[4][2] = {{0, 1}, {2, 2}, {2, 3}, {0, 1}};
-  std::vector<Granule> sequence;
-  int type = 0;
-  for (int i = 0; i < 120; ++i) {
-    sequence.push_back({type, moxtest::noise()() % 3 == 0});
-    type = next[type][moxtest::noise()() % 2];
+// Every block type after every other that the standard allows, plain and mixed. With `matching`, also the windows
+// of the two sub-bands that mixed blocks set apart follow one another so: only then do they cancel aliases.
+std::vector<Granule> allSequences(bool matching = false) {
+  const auto follows = [](int type, int before) { return before == 0 || before == 3 ? type < 2 : type >= 2; };
+  const auto lowest = [](const Granule& g) { return g.mixed ? 0 : g.blockType; };
+  std::vector<Granule> sequence = {{0, false}};
+  while (sequence.size() < 150) {
+    const Granule before = sequence.back();
+    const Granule g = {static_cast<int>(moxtest::noise()() % 4), moxtest::noise()() % 3 == 0};
+    if (follows(g.blockType, before.blockType) && (!matching || follows(lowest(g), lowest(before))))
+      sequence.push_back(g);
   }
   return sequence;
 }
@@ -61,6 +68,177 @@ TEST(HybridInverse, EqualsTheFormulaForEveryBlockSequenceAndBound) {
   }
   EXPECT_LT(worst, 1.2e-5) << "of full scale; the sums of 18 lines reach about 10";
   RecordProperty("worst", std::to_string(worst));
+}
+
+TEST(HybridInverse, TakesTheCallersWindows) {
+  Block<float> windows(4 * 36, 4);
+  for (const Granule& g : allSequences()) {
+    Block<int32_t> x(576), own(576), caller(576), ownOverlap(576), callerOverlap(576);
+    fillLines(x, 576, 1);
+    ownOverlap.fill(0), callerOverlap.fill(0);
+    int32_t ownPrevious = 0, callerPrevious = 0;
+    std::copy_n(moxac::kHybridWindows.of[0], 4 * 36, windows.begin());
+    for (float& w : windows) w *= 0.5f;  // half of every window is half of everything
+    ASSERT_EQ(moxsMDCTInv_MP3_32s(x, own, ownOverlap, 576, &ownPrevious, g.blockType, g.mixed), moxStatusOk);
+    ASSERT_EQ(moxsMDCTInvWindow_MP3_32s(x, caller, callerOverlap, 576, &callerPrevious, g.blockType, g.mixed,
+                                        windows),
+              moxStatusOk);
+    for (int i = 0; i < 576; ++i) {
+      ASSERT_NEAR(caller[i], own[i] / 2.0, 1);
+      ASSERT_NEAR(callerOverlap[i], ownOverlap[i] / 2.0, 1);
+    }
+  }
+}
+
+TEST(HybridInverse, TransformsEightBandsAsItDoesOne) {
+  for (int type : {0, 2}) {
+    Block<float> lines(8 * 18);
+    moxac::f32x8 v[18], eight[36];
+    moxac::bandsToLanes(lines, v);
+    const float* const window = moxac::kHybridWindows.of[type];
+    const auto all = [&](int i, moxac::f32x8 value) { eight[i] = value; };
+    type == 2 ? moxac::inverseShort<moxac::Lanes8>(v, window, all)
+              : moxac::inverseLong<moxac::Lanes8>(v, window, all);
+    for (int band = 0; band < 8; ++band) {
+      float x[18];
+      std::copy_n(lines + 18 * band, 18, x);
+      const auto one = [&](int i, float value) {
+        EXPECT_EQ(value, eight[i][band]) << type << ' ' << band << ' ' << i;
+      };
+      type == 2 ? moxac::inverseShort<moxac::Lanes1>(x, window, one)
+                : moxac::inverseLong<moxac::Lanes1>(x, window, one);
+    }
+  }
+}
+
+TEST(HybridInverse, SaturatesAndFallsSilent) {
+  Block<int32_t> x(576), xs(576), overlap(576);
+  for (int32_t& v : x) v = moxtest::noise()() % 2 == 0 ? INT_MAX : INT_MIN;
+  overlap.fill(0);
+  int32_t previous = 0;
+  HybridReference reference;
+  Lines lines{};
+  std::transform(x.begin(), x.end(), lines.begin(), [](int32_t v) { return v / kUnit; });
+  for (int granule = 0; granule < 3; ++granule) {
+    const int32_t bound = granule == 0 ? 576 : 0;
+    ASSERT_EQ(moxsMDCTInv_MP3_32s(x, xs, overlap, bound, &previous, 0, 0), moxStatusOk);
+    EXPECT_EQ(previous, granule == 0 ? 32 : 0);
+    const Slots want = reference.inverse(granule == 0 ? lines : Lines{}, 0, false);
+    for (int i = 0; i < 576; ++i) {
+      const double units = std::clamp(want[i / 32][i % 32] * kUnit, -2147483648.0, 2147483647.0);
+      ASSERT_NEAR(xs[i], units, 1e-5 * 2147483648.0) << granule << ' ' << i;
+      ASSERT_TRUE(granule < 2 || xs[i] == 0);
+    }
+  }
+}
+
+TEST(HybridForward, EqualsTheFormulaInCodedOrder) {
+  HybridReference reference;
+  Block<int32_t> overlap(576, 4);
+  overlap.fill(0);
+  for (const Granule& g : allSequences()) {
+    const bool mixed = g.mixed && g.blockType != 0;
+    MoxMp3FrameHeader header{};
+    header.id = static_cast<int32_t>(moxtest::noise()() % 2);
+    header.samplingFreq = static_cast<int32_t>(moxtest::noise()() % 3);
+    Block<int32_t> xs(576, 4), xr(576, 8);
+    fillLines(xs, 576, 1);
+    Slots slots;
+    for (int i = 0; i < 576; ++i) slots[i / 32][i % 32] = xs[i] / kUnit;
+    ASSERT_EQ(moxsMDCTFwd_MP3_32s(xs, xr, overlap, g.blockType, g.mixed, &header), moxStatusOk);
+    EXPECT_SAME_BITS(overlap, xs);
+    const Lines want = reference.forward(slots, g.blockType, mixed);
+    MoxMp3SideInfo side{};
+    side.winSwitch = 1, side.blockType = g.blockType, side.mixedBlock = mixed;
+    const int32_t row = moxac::sfbRow(header);
+    const auto places = moxtest::linePlaces(side, header.id, moxac::kSfbLong[row], moxac::kSfbShort[row]);
+    for (size_t i = 0; i < 576; ++i)
+      ASSERT_NEAR(xr[static_cast<int64_t>(i)] / kUnit, want[static_cast<size_t>(places[i].target)], 4e-6);
+  }
+}
+
+// PCM through analysis, forward and inverse hybrid and synthesis, against the polyphase pair alone in exact
+// arithmetic: the hybrid, and all rounding, change nothing above -90 dB.
+TEST(Hybrid, WholeChainIsTransparentForEveryBlockSequence) {
+  Block<int32_t> x(512), v(512), forward(576), inverse(576);
+  for (Block<int32_t>* history : {&x, &v, &forward, &inverse}) history->fill(0);
+  int32_t xPosition = 0, vPosition = 0, previous = 0;
+  moxtest::AnalysisReference analysis;
+  moxtest::SynthesisReference synthesis;
+  std::vector<double> want(576), got;
+  double input = 0;
+  for (const Granule& g : allSequences(true)) {
+    const bool mixed = g.mixed && g.blockType != 0;
+    Block<int32_t> xs(576), coded(576), lines(576);
+    for (int slot = 0; slot < 18; ++slot) {
+      Block<int16_t> pcm(32);
+      moxtest::Slot s{};
+      std::transform(pcm.begin(), pcm.end(), s.begin(), [](int16_t p) { return p / 32768.0; });
+      for (const double p : s) input += p * p;
+      const moxtest::Slot exact = synthesis.slot(analysis.slot(s));
+      want.insert(want.end(), exact.begin(), exact.end());
+      moxsAnalysisPQMF_MP3_16s32s(pcm, xs + 32 * slot, x, &xPosition, 1);
+    }
+    const MoxMp3FrameHeader header = {1, 1, 1, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    ASSERT_EQ(moxsMDCTFwd_MP3_32s(xs, coded, forward, g.blockType, g.mixed, &header), moxStatusOk);
+    moxac::windowsTogether(
+        coded, moxac::spectrumBands(g.blockType == 2, mixed, 1, moxac::kSfbLong[3], moxac::kSfbShort[3]),
+        lines);
+    ASSERT_EQ(moxsMDCTInv_MP3_32s(lines, xs, inverse, 576, &previous, g.blockType, g.mixed), moxStatusOk);
+    // Float output, so that the rounding to 16 bits does not cover what is looked for.
+    for (int slot = 0; slot < 18; ++slot) {
+      const auto band = [&](int k) { return moxac::toFloat8(moxac::loadInt8(xs + 32 * slot + k)); };
+      float out[32];
+      moxac::storeOutputs(out, moxac::synthesizeSlot(band(0), band(8), band(16), band(24),
+                                                     reinterpret_cast<float*>(v.data()), vPosition));
+      vPosition = (vPosition + 15) % 16;
+      for (const float f : out) got.push_back(f / kUnit);
+    }
+  }
+  double error = 0;
+  for (size_t i = 0; i < got.size(); ++i) error += std::pow(got[i] - want[i], 2);
+  EXPECT_GT(10 * std::log10(input / error), 110);
+}
+
+TEST(Hybrid, RefusesInOrderAndWritesNothing) {
+  Block<int32_t> in(576), out(576), overlap(576);
+  const Block<int32_t> outBefore = out, overlapBefore = overlap;
+  MoxMp3FrameHeader header{};
+  int32_t bound = 577, previous = 33, blockType = 4, mixed = 2;
+  const auto inverse = [&](int without) {
+    const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
+    return moxsMDCTInvWindow_MP3_32s(p(0, in.data()), p(1, out.data()), p(2, overlap.data()), bound,
+                                     p(3, &previous), blockType, mixed, p(4, moxac::kHybridWindows.of[0]));
+  };
+  const auto forward = [&](int without) {
+    const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
+    return moxsMDCTFwd_MP3_32s(p(0, in.data()), p(1, out.data()), p(2, overlap.data()), blockType, mixed,
+                               p(3, &header));
+  };
+  header.id = 2;
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(inverse(i), moxStatusNullPointer);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(forward(i), moxStatusNullPointer);
+  EXPECT_EQ(forward(-1), moxStatusOutOfRange) << "before the header";
+  const auto bothSides = [&](int32_t& value, int32_t first, int32_t last, moxStatus status, auto&& call) {
+    for (const int32_t bad : {INT_MIN, first - 1, last + 1, INT_MAX}) {
+      value = bad;
+      EXPECT_EQ(call(-1), status) << bad;
+    }
+    value = last;
+  };
+  bound = 576, previous = 32, blockType = 3, mixed = 1;
+  bothSides(bound, 0, 576, moxStatusOutOfRange, inverse);
+  bothSides(previous, 0, 32, moxStatusOutOfRange, inverse);
+  bothSides(blockType, 0, 3, moxStatusOutOfRange, inverse);
+  bothSides(mixed, 0, 1, moxStatusOutOfRange, inverse);
+  bothSides(blockType, 0, 3, moxStatusOutOfRange, forward);
+  bothSides(mixed, 0, 1, moxStatusOutOfRange, forward);
+  bothSides(header.id, 0, 1, moxStatusMp3FrameHeaderErr, forward);
+  bothSides(header.samplingFreq, 0, 2, moxStatusMp3FrameHeaderErr, forward);
+  EXPECT_SAME_BITS(out, outBefore);
+  EXPECT_SAME_BITS(overlap, overlapBefore);
+  EXPECT_EQ(inverse(-1), moxStatusOk);
+  EXPECT_EQ(forward(-1), moxStatusOk);
 }
 
 }  // namespace
