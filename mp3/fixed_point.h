@@ -3,11 +3,11 @@
 // full scale, and the rounding of all stages together stays near 2^-23 of full scale at the output.
 #pragma once
 
-#include "frame/simd.h"
+#include "moxac/mp3.h"
 
 namespace moxac {
 
-constexpr int kMp3FractionBits = 26;
+constexpr int kMp3FractionBits = MOX_MP3_FRAC_BITS;
 constexpr float kMp3One = 1 << kMp3FractionBits;
 
 }  // namespace moxac

@@ -327,12 +327,16 @@ MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
 /* ---- From quantised spectra to samples, and from samples to spectra --------------------------------------
  *
  * The stages are joined by one fixed-point format: spectral lines after requantisation, overlap and sub-band
- * samples are Q26 integers, 2^26 standing for full scale (a 16-bit sample of 32768). 32 times full scale fits;
- * what is larger saturates, nothing wraps. docs/fixed_point.md has the reasons and the error budget.
+ * samples are Q26 integers, 2^26 standing for full scale (a 16-bit sample of 32768). 32 times full scale
+ * fits; what is larger saturates (to -2^31 or 2^31 - 128), nothing wraps. docs/fixed_point.md has the reasons
+ * and the error budget.
  *
  * Arithmetic inside is single-precision float with the default rounding (to nearest), in a fixed order: the
  * same integers in give the same integers out at every alignment. None of these operations reads or writes
  * past the arrays given, and any number of threads may call them on data of their own. */
+enum {
+  MOX_MP3_FRAC_BITS = 26 /* fraction bits of lines, overlap and sub-band samples */
+};
 
 /* Requantises one granule of all channels, undoes M/S and intensity stereo, and brings the lines of short
  * blocks into the order in which they are transformed.
@@ -343,22 +347,22 @@ MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
  * with m = 1/2 (sfScale 0) or 1, subBlockGain for short windows only, pretab for long bands only.
  *
  * pSrcDstIsXr    576 values per channel, channel 0 first: quantised lines as the Huffman decoder leaves them;
- *                replaced by lines in Q26. A short block's lines, coded band by band and window by window, are
- *                replaced in the order of 2.4.3.4.8: line k of window w of the band that starts at s (in
+ *                replaced by lines in Q26. A short block's lines, coded band by band and window by window,
+ *                are replaced in the order of 2.4.3.4.8: line k of window w of the band that starts at s (in
  *                lines of one window) stands at 3 (s + k) + w. Lines at and above the bound count as zero,
  *                whatever they hold, and are written as zero.
  * pNonZeroBound  one per channel, 0..576: index of the last non-zero line plus one; updated for the result
  * pScaleFactor   39 values per channel as moxsUnpackScaleFactors_MP3_1u8s stores them. A negative value is an
  *                illegal intensity position; as a scale factor it counts by its magnitude.
- * pSideInfo      one record per channel, those of this granule; globGain, sfCompress (MPEG-2 intensity: its low
- *                bit, of the right channel), winSwitch, blockType, mixedBlock, subBlockGain, preFlag and
+ * pSideInfo      one record per channel, those of this granule; globGain, sfCompress (MPEG-2 intensity: its
+ *                low bit, of the right channel), winSwitch, blockType, mixedBlock, subBlockGain, preFlag and
  *                sfScale are looked at. Without winSwitch the block is long.
  * pFrameHeader   mode 3 means one channel, else two. modeExt counts in mode 1 only: bit 1 (value 2) M/S,
  *                bit 0 (value 1) intensity.
  * pSfbTableLong  the Sfb form's band starts, 6 rows of 23 (row id*3 + samplingFreq: MPEG-2 at 22.05, 24,
  *                16 kHz, MPEG-1 at 44.1, 48, 32 kHz), each ascending from 0 to 576
- * pSfbTableShort the same for short blocks, in lines of one window: 6 rows of 14, from 0 to 192. The row in use
- *                must be as described, and for mixed blocks long start 8 (MPEG-2: 6) three times short
+ * pSfbTableShort the same for short blocks, in lines of one window: 6 rows of 14, from 0 to 192. The row in
+ *                use must be as described, and for mixed blocks long start 8 (MPEG-2: 6) three times short
  *                start 3; it is not checked. The first form uses the standards' tables.
  * pBuffer        576 values of scratch; contents afterwards undefined
  *
@@ -373,8 +377,8 @@ MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
  * moxStatusNullPointer        some pointer is null
  * moxStatusMp3FrameHeaderErr  id not 0 or 1, layer not 1, samplingFreq not 0..2, mode or modeExt not 0..3
  * moxStatusOutOfRange         a bound not 0..576
- * moxStatusMp3SideInfoErr     globGain not 0..255, winSwitch, preFlag or sfScale not 0 or 1; with winSwitch 1:
- *                             blockType not 0..3, mixedBlock not 0 or 1, a subBlockGain not 0..7
+ * moxStatusMp3SideInfoErr     globGain not 0..255, winSwitch, preFlag or sfScale not 0 or 1; with winSwitch
+ *                             1: blockType not 0..3, mixedBlock not 0 or 1, a subBlockGain not 0..7
  * moxStatusBadData            a magnitude below the bound is above 8206
  * Nothing is written when a check fails. */
 MOXAC_API moxStatus moxsReQuantize_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound,
@@ -403,28 +407,28 @@ MOXAC_API moxStatus moxsReQuantizeSfb_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* p
  * blockType        0 normal, 1 start, 2 short (three transforms of n = 12, no alias reduction), 3 stop
  * mixedBlock       1: the lowest two sub-bands are transformed with the normal window, and in a short block
  *                  alias reduction takes place between these two
- * pWindow          the Window form's windows, four of 36 values by block type: normal, start, short (12 values,
- *                  24 unused), stop. The first form uses those of 2.4.3.4.10.3.
+ * pWindow          the Window form's windows, four of 36 values by block type: normal, start, short (12
+ *                  values, 24 unused), stop. The first form uses those of 2.4.3.4.10.3.
  *
  * moxStatusOk
  * moxStatusNullPointer  some pointer is null
- * moxStatusOutOfRange   nonZeroBound not 0..576, *pPrevNumOfImdct not 0..32, blockType not 0..3, mixedBlock not
- *                       0 or 1
+ * moxStatusOutOfRange   nonZeroBound not 0..576, *pPrevNumOfImdct not 0..32, blockType not 0..3, mixedBlock
+ *                       not 0 or 1
  * Nothing is written when a check fails. */
 MOXAC_API moxStatus moxsMDCTInv_MP3_32s(const int32_t* pSrcXr, int32_t* pDstXs, int32_t* pSrcDstOverlap,
                                         int32_t nonZeroBound, int32_t* pPrevNumOfImdct, int32_t blockType,
                                         int32_t mixedBlock);
 MOXAC_API moxStatus moxsMDCTInvWindow_MP3_32s(const int32_t* pSrcXr, int32_t* pDstXs, int32_t* pSrcDstOverlap,
-                                              int32_t nonZeroBound, int32_t* pPrevNumOfImdct, int32_t blockType,
-                                              int32_t mixedBlock, const float* pWindow);
+                                              int32_t nonZeroBound, int32_t* pPrevNumOfImdct,
+                                              int32_t blockType, int32_t mixedBlock, const float* pWindow);
 
 /* Polyphase synthesis of one time slot: 32 sub-band samples become 32 samples. ISO/IEC 11172-3, 2.4.3.2.2.
  *
  * pSrcXs        32 sub-band samples, Q26, lowest band first
- * pDstAudioOut  32 samples, rounded to nearest and saturated, at 0, stride, ... 31*stride; what lies between is
- *               not touched
- * pVBuffer      512 words of history, zero before the first slot: the bit patterns of floats, in an order of the
- *               library's own. A copy of buffer and position continues where the original stood.
+ * pDstAudioOut  32 samples, rounded to nearest and saturated, at 0, stride, ... 31*stride; what lies between
+ *               is not touched
+ * pVBuffer      512 words of history, zero before the first slot: the bit patterns of floats, in an order of
+ *               the library's own. A copy of buffer and position continues where the original stood.
  * pVPosition    the next slot's place in the history, 0..15; 0 before the first slot, updated
  * stride        distance of samples: the number of channels for interleaved output, at least 1
  *
@@ -436,8 +440,8 @@ MOXAC_API moxStatus moxsMDCTInvWindow_MP3_32s(const int32_t* pSrcXr, int32_t* pD
 MOXAC_API moxStatus moxsSynthPQMF_MP3_32s16s(const int32_t* pSrcXs, int16_t* pDstAudioOut, int32_t* pVBuffer,
                                              int32_t* pVPosition, int32_t stride);
 
-/* The float polyphase banks; ISO/IEC 11172-3, 2.4.3.2.2 (synthesis) and Annex C (analysis). Each keeps the 512
- * values that its window spans in a state of its own type. */
+/* The float polyphase banks; ISO/IEC 11172-3, 2.4.3.2.2 (synthesis) and Annex C (analysis). Each keeps the
+ * 512 values that its window spans in a state of its own type. */
 typedef struct MoxMp3SynthesisState MoxMp3SynthesisState;
 typedef struct MoxMp3AnalysisState MoxMp3AnalysisState;
 
@@ -449,8 +453,8 @@ MOXAC_API moxStatus moxsAnalysisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
 MOXAC_API moxStatus moxsSynthesisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
 
 /* Init makes a state with silent history in the caller's memory: 2107 bytes at any alignment, passed to the
- * other operations as the same pointer and not to be moved. InitAlloc makes one in memory from moxMalloc. Free
- * releases what InitAlloc made and leaves the caller's memory alone; the state keeps its identifier.
+ * other operations as the same pointer and not to be moved. InitAlloc makes one in memory from moxMalloc.
+ * Free releases what InitAlloc made and leaves the caller's memory alone; the state keeps its identifier.
  *
  * moxStatusOk
  * moxStatusNullPointer      the pointer is null
@@ -474,15 +478,17 @@ MOXAC_API moxStatus moxsAnalysisFilterFree_PQMF_MP3_32f(MoxMp3AnalysisState* pSt
  * moxStatusNullPointer      some pointer is null
  * moxStatusContextMismatch  not a state of this bank
  * Nothing is written when a check fails. */
-MOXAC_API moxStatus moxsSynthesisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp3SynthesisState* pState);
-MOXAC_API moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp3AnalysisState* pState);
+MOXAC_API moxStatus moxsSynthesisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst,
+                                                     MoxMp3SynthesisState* pState);
+MOXAC_API moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst,
+                                                    MoxMp3AnalysisState* pState);
 
 /* Polyphase analysis of one time slot, the partner of moxsSynthPQMF_MP3_32s16s. ISO/IEC 11172-3, Annex C.
  *
  * pSrcAudioIn  32 samples, earliest first, at 0, stride, ... 31*stride
  * pDstXs       32 sub-band samples, Q26, lowest band first
- * pXBuffer     512 words of history, zero before the first slot: the bit patterns of floats, in an order of the
- *              library's own
+ * pXBuffer     512 words of history, zero before the first slot: the bit patterns of floats, in an order of
+ *              the library's own
  * pXPosition   the next slot's place in the history, 0..15; 0 before the first slot, updated
  * stride       distance of samples, at least 1
  *
@@ -491,17 +497,19 @@ MOXAC_API moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pD
  * moxStatusOutOfRange   *pXPosition not 0..15
  * moxStatusBadSize      stride below 1
  * Nothing is written when a check fails. */
-MOXAC_API moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstXs, int32_t* pXBuffer,
-                                                int32_t* pXPosition, int32_t stride);
+MOXAC_API moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstXs,
+                                                int32_t* pXBuffer, int32_t* pXPosition, int32_t stride);
 
 /* The forward hybrid of one granule of one channel: frequency inversion, windows, MDCT and alias butterflies.
  * Inverse after forward gives the sub-band samples back one granule later. ISO/IEC 11172-3, Annex C.
  *
- *   X_k = c sum over i < n of w_i z_i cos(pi (2i + 1 + n/2)(2k + 1) / (2n)),  n = 36, c = 1/9 or n = 12, c = 1/3
+ *   X_k = c sum over i < n of w_i z_i cos(pi (2i + 1 + n/2)(2k + 1) / (2n))
+ *
+ * with n = 36 and c = 1/9, or in short blocks n = 12 and c = 1/3.
  *
  * pSrcXs          18 time slots of 32 sub-band samples, [slot][sub-band], Q26
- * pDstXr          576 lines, Q26. Long blocks and the long bands of mixed ones ascend in frequency; short bands
- *                 are in coded order, as Huffman coding takes them: band by band, window by window.
+ * pDstXr          576 lines, Q26. Long blocks and the long bands of mixed ones ascend in frequency; short
+ *                 bands are in coded order, as Huffman coding takes them: band by band, window by window.
  * pSrcDstOverlap  576 values, zero before the first granule: the granule before, as it was given; updated
  * blockType, mixedBlock  as for moxsMDCTInv_MP3_32s
  * pFrameHeader    id and samplingFreq tell the bands of short blocks

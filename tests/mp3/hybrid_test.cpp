@@ -29,8 +29,8 @@ struct Granule {
   bool mixed;
 };
 
-// Every block type after every other that the standard allows, plain and mixed. With `matching`, also the windows
-// of the two sub-bands that mixed blocks set apart follow one another so: only then do they cancel aliases.
+// Every block type after every other that the standard allows, plain and mixed. With `matching`, the windows
+// of the two sub-bands that mixed blocks set apart follow one another so, too: only then do aliases cancel.
 std::vector<Granule> allSequences(bool matching = false) {
   const auto follows = [](int type, int before) { return before == 0 || before == 3 ? type < 2 : type >= 2; };
   const auto lowest = [](const Granule& g) { return g.mixed ? 0 : g.blockType; };

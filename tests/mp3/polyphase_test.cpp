@@ -112,8 +112,8 @@ TEST(PolyphaseAnalysis, EqualsTheFormulaAtEveryPositionAndStride) {
   }
 }
 
-// The window is not quite perfect: in exact arithmetic, too, its gain wavers by 1e-4 over frequency (84 dB for
-// white noise), with aliases 96 dB down.
+// The window is not quite perfect: in exact arithmetic, too, its gain wavers by 1e-4 over frequency (84 dB
+// for white noise), with aliases 96 dB down.
 TEST(Polyphase, SynthesisAfterAnalysisGivesTonesBack481SamplesLater) {
   for (double frequency = 0.0007; frequency < 0.5; frequency += 0.0031) {
     SynthesisBank synthesis;
