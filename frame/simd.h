@@ -47,12 +47,21 @@ struct Lanes1 {
   using V = float;
   static constexpr int kCount = 1;
   static V splat(T v) { return v; }
+  static V load(const T* p) { return *p; }
 };
 struct Lanes8 {
   using T = float;
   using V = f32x8;
   static constexpr int kCount = 8;
   static V splat(T v) { return splat8(v); }
+  static V load(const T* p) { return load8(p); }
+};
+struct Lanes4 {
+  using T = float;
+  using V = f32x4;
+  static constexpr int kCount = 4;
+  static V splat(T v) { return splat4(v); }
+  static V load(const T* p) { return load4(p); }
 };
 
 // a[i] becomes column i of the matrix whose rows were a[0..7].

@@ -8,6 +8,7 @@
 #include "frame/checks.h"
 #include "frame/memory.h"
 #include "transform/fft_kernels.h"
+#include "transform/fft_tables.h"
 
 namespace moxac {
 namespace {

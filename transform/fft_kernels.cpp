@@ -1,76 +1,128 @@
 #include "transform/fft_kernels.h"
 
-#include <cmath>
 #include <cstring>
-#include <utility>
 
 #include "frame/align.h"
+#include "transform/fft_small.h"
+#include "transform/fft_tables.h"
 
 namespace moxac {
 namespace {
 
-// Turn number k of n: exp(-2*pi*i*k/n), k = 0..n/2-1, from a quarter wave of sines.
-Mox32fc turn(const float* quarter, int64_t k, int64_t n) {
-  const int64_t q = n / 4;
-  if (k <= q) return {quarter[q - k], -quarter[k]};
-  return {-quarter[k - q], -quarter[n / 2 - k]};
-}
+// A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
+constexpr int kCacheLog = 8;
 
-void transform(const Mox32fc* src, Mox32fc* dst, const float* quarter, int32_t order, bool inverse) {
-  const int64_t n = int64_t{1} << order;
-  if (dst != src) std::memcpy(dst, src, static_cast<size_t>(n) * sizeof(Mox32fc));
-  for (int64_t i = 0, r = 0; i < n; ++i) {
-    if (i < r) std::swap(dst[i], dst[r]);
-    int64_t bit = n >> 1;
-    while (bit != 0 && (r & bit) != 0) {
-      r ^= bit;
-      bit >>= 1;
-    }
-    r |= bit;
-  }
-  for (int64_t half = 1; half < n; half *= 2)
-    for (int64_t k = 0; k < half; ++k) {
-      Mox32fc w = half == 1 ? Mox32fc{1, 0} : turn(quarter, k * (n / (2 * half)), n);
-      if (inverse) w.im = -w.im;
-      for (int64_t i = k; i < n; i += 2 * half) {
-        const Mox32fc a = dst[i], b = dst[i + half];
-        const Mox32fc t = {b.re * w.re - b.im * w.im, b.re * w.im + b.im * w.re};
-        dst[i] = {a.re + t.re, a.im + t.im};
-        dst[i + half] = {a.re - t.re, a.im - t.im};
-      }
+// The next pass over `parts` neighbouring columns of 2^logLength blocks each.
+void onePass(float* blocks, int64_t parts, int logLength, const float* twiddles) {
+  const int64_t length = int64_t{1} << logLength;
+  for (int64_t part = 0; part < parts; ++part, blocks += length * kBlockFloats)
+    switch (radixBits(logLength)) {
+      case 1:
+        columnPass<1>(blocks, length, twiddles);
+        break;
+      case 2:
+        columnPass<2>(blocks, length, twiddles);
+        break;
+      default:
+        columnPass<3>(blocks, length, twiddles);
     }
 }
 
-void run(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, bool inverse) {
-  float small[17];
-  const float* quarter = spec.twiddles;
-  if (spec.order <= kFftLastStraightOrder) {
-    const int32_t count = (1 << spec.order) / 4;
-    for (int32_t k = 0; k <= count; ++k)
-      small[k] = static_cast<float>(std::sin(2 * 3.14159265358979323846 * k / (4 * (count > 0 ? count : 1))));
-    quarter = small;
+// The transform down a column of blocks, part by part, so that a part's last pass finds it in the cache.
+template <class Store>
+void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
+                     const ColumnTables& tables, const Store& store) {
+  if (logLength <= kCacheLog) {
+    columnPasses(blocks, logLength, twiddles);
+    lastPass(blocks, first, int64_t{1} << (logLength - 3), tables, store);
+    return;
   }
-  transform(src, dst, quarter, spec.order, inverse);
-  const int32_t scaled = inverse ? spec.scaleInverse : spec.scaleForward;
-  if (scaled == 1)
-    for (int64_t i = 0; i < (int64_t{1} << spec.order); ++i) {
-      dst[i].re *= spec.scale;
-      dst[i].im *= spec.scale;
-    }
+  onePass(blocks, 1, logLength, twiddles);
+  const int bits = radixBits(logLength), rest = logLength - bits;
+  for (int64_t part = 0; part < 1 << bits; ++part)
+    transformColumn(blocks + ((part << rest) * kBlockFloats), rest, twiddles + columnPassFloats(logLength),
+                    first + (part << (rest - 3)), tables, store);
+}
+
+template <bool kInverse>
+void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
+  const Source<kInverse> from = {src};
+  const Destination<kInverse> to = {dst};
+  const ColumnTables tables = columnTables(spec);
+  firstPass(int64_t{1} << tables.logLength, rowTwiddles(spec), work,
+            [&](int64_t i) { return from.load8(i); });
+  transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
+                  [&](int64_t k, Complex8 block) { to.store8(8 * k, block); });
+}
+
+template <bool kInverse>
+void transform(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
+  const Source<kInverse> from = {src};
+  const Destination<kInverse> to = {dst};
+  switch (spec.order) {
+    case 0:
+      *dst = *src;
+      return;
+    case 1:
+      return transform2(from, to);
+    case 2:
+      return transform4(from, to);
+    case 3:
+      return transform8(from, to);
+    case 4:
+      return transform16(from, to);
+    case 5:
+      return transform32(from, to);
+    case 6:
+      return transform64(from, to);
+    default:
+      return transformTable<kInverse>(src, dst, spec, work);
+  }
+}
+
+void scale(Mox32fc* dst, const FftSpec& spec) {
+  float* const p = &dst->re;
+  const int64_t count = int64_t{2} << spec.order;
+  for (int64_t i = 0; i < count; ++i) p[i] *= spec.scale;
 }
 
 }  // namespace
 
-void buildTables(FftSpec& spec, float* /*scratch*/) {
-  const int64_t n = int64_t{1} << spec.order;
-  float* const quarter = reinterpret_cast<float*>(&spec + 1);
-  for (int64_t k = 0; k <= n / 4; ++k)
-    quarter[k] = static_cast<float>(
-        std::sin(2 * 3.14159265358979323846 * static_cast<double>(k) / static_cast<double>(n)));
-  spec.twiddles = quarter;
+void columnPasses(float* blocks, int logLength, const float* twiddles) {
+  for (int64_t parts = 1; logLength > 3;) {
+    onePass(blocks, parts, logLength, twiddles);
+    twiddles += columnPassFloats(logLength);
+    const int bits = radixBits(logLength);
+    parts <<= bits;
+    logLength -= bits;
+  }
 }
 
-void fftForward(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float*) { run(src, dst, spec, false); }
-void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float*) { run(src, dst, spec, true); }
+void buildTables(FftSpec& spec, float* scratch) {
+  const int64_t points = int64_t{1} << spec.order;
+  const float* wave = kStaticQuarter.data();
+  if (spec.order > kStaticQuarterOrder) {
+    fillQuarterWave(scratch, points);
+    wave = scratch;
+  }
+  const Twiddles twiddles(wave, spec.order > kStaticQuarterOrder ? points : 1 << kStaticQuarterOrder);
+
+  auto* const reversal = reinterpret_cast<int32_t*>(&spec + 1);
+  auto* const table = alignUp<float>(reversal + points / 4 + 1, 64);
+  fillBitReversal(reversal, spec.order - 2);
+  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points, 8), twiddles, spec.order - 3);
+  spec.bitReversal = reversal;
+  spec.twiddles = table;
+}
+
+void fftForward(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
+  transform<false>(src, dst, spec, work);
+  if (spec.scaleForward == 1) scale(dst, spec);
+}
+
+void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
+  transform<true>(src, dst, spec, work);
+  if (spec.scaleInverse == 1) scale(dst, spec);
+}
 
 }  // namespace moxac

@@ -1,0 +1,196 @@
+// Straight-line transforms of 1 to 64 points. Source and Destination give and take complex values: eight at a
+// time as a block in lane order (load8, store8), four at a time in natural order (load4, store4), or one.
+// All of the input is read before any output is written.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "transform/fft_butterflies.h"
+
+namespace moxac {
+
+// The array of a transform; the inverse is the forward one with the two parts exchanged on both sides.
+template <bool kInverse>
+struct Source {
+  const Mox32fc* p;
+  Complex1 load1(int64_t i) const { return order(Complex1{p[i].re, p[i].im}); }
+  MOX_INLINE Complex4 load4(int64_t i) const {
+    const float* const f = &p[i].re;
+    const f32x4 low = moxac::load4(f), high = moxac::load4(f + 4);
+    return order(Complex4{_mm_shuffle_ps(low, high, 0x88), _mm_shuffle_ps(low, high, 0xDD)});
+  }
+  MOX_INLINE Complex8 load8(int64_t i) const { return order(loadInterleaved(p + i)); }
+
+ private:
+  template <class L>
+  MOX_INLINE static Complex<L> order(Complex<L> z) {
+    return kInverse ? Complex<L>{z.im, z.re} : z;
+  }
+};
+
+template <bool kInverse>
+struct Destination {
+  Mox32fc* p;
+  void store1(int64_t i, Complex1 z) const {
+    z = order(z);
+    p[i] = {z.re, z.im};
+  }
+  MOX_INLINE void store4(int64_t i, Complex4 z) const {
+    z = order(z);
+    float* const f = &p[i].re;
+    moxac::store4(f, _mm_unpacklo_ps(z.re, z.im));
+    moxac::store4(f + 4, _mm_unpackhi_ps(z.re, z.im));
+  }
+  MOX_INLINE void store8(int64_t i, Complex8 z) const { storeInterleaved(p + i, order(z)); }
+
+ private:
+  template <class L>
+  MOX_INLINE static Complex<L> order(Complex<L> z) {
+    return kInverse ? Complex<L>{z.im, z.re} : z;
+  }
+};
+
+// Factors exp(-2*pi*i*column*row/points) of rows 1 and up, kLanes columns side by side in lane order.
+template <int kPoints, int kRows, int kLanes>
+constexpr auto staticRowTwiddles() {
+  std::array<float, size_t{kRows - 1}* 2 * kLanes> table = {};
+  const Twiddles twiddles(kStaticQuarter.data(), 1 << kStaticQuarterOrder);
+  size_t at = 0;
+  for (int row = 1; row < kRows; ++row, at += kLanes)
+    for (int lane = 0; lane < kLanes; ++lane, ++at) {
+      const Mox32fc w = twiddles((kLanes == 8 ? kLaneOrder[lane] : lane) * row, kPoints);
+      table[at] = w.re;
+      table[at + kLanes] = w.im;
+    }
+  return table;
+}
+inline constexpr auto kTwiddles8 = staticRowTwiddles<8, 2, 4>();
+inline constexpr auto kTwiddles16 = staticRowTwiddles<16, 4, 4>();
+inline constexpr auto kTwiddles32 = staticRowTwiddles<32, 4, 8>();
+inline constexpr auto kTwiddles64 = staticRowTwiddles<64, 8, 8>();
+
+template <class L>
+MOX_INLINE Complex<L> loadTwiddle(const float* w) {
+  return {L::load(w), L::load(w + L::kCount)};
+}
+
+template <class Src, class Dst>
+MOX_INLINE void transform2(Src src, Dst dst) {
+  Complex1 a[2] = {src.load1(0), src.load1(1)};
+  dft2(a);
+  dst.store1(0, a[0]);
+  dst.store1(1, a[1]);
+}
+
+template <class Src, class Dst>
+MOX_INLINE void transform4(Src src, Dst dst) {
+  Complex1 a[4] = {src.load1(0), src.load1(1), src.load1(2), src.load1(3)};
+  dft4(a);
+  for (int k = 0; k < 4; ++k) dst.store1(k, a[k]);
+}
+
+// Two rows of four; then the sums in one half of a register and the twiddled differences in the other go
+// through four points along the lanes.
+template <class Src, class Dst>
+MOX_INLINE void transform8(Src src, Dst dst) {
+  const Complex4 row0 = src.load4(0), row1 = src.load4(4);
+  const Complex4 sum = row0 + row1;
+  const Complex4 difference = (row0 - row1) * loadTwiddle<Lanes4>(kTwiddles8.data());
+  const f32x8 re = _mm256_set_m128(difference.re, sum.re);
+  const f32x8 im = _mm256_set_m128(difference.im, sum.im);
+
+  const f32x8 upperPair = _mm256_setr_ps(0, 0, -0.0f, -0.0f, 0, 0, -0.0f, -0.0f);
+  const f32x8 oddLanes = _mm256_setr_ps(0, -0.0f, 0, -0.0f, 0, -0.0f, 0, -0.0f);
+  // (v0+v2, v1+v3, v0-v2, v1-v3), the last turned by -i.
+  const f32x8 re2 = _mm256_shuffle_ps(re, re, 0x4E) + _mm256_xor_ps(re, upperPair);
+  const f32x8 im2 = _mm256_shuffle_ps(im, im, 0x4E) + _mm256_xor_ps(im, upperPair);
+  const f32x8 re3 = _mm256_blend_ps(re2, im2, 0x88);
+  const f32x8 im3 = _mm256_blend_ps(im2, -re2, 0x88);
+  // Outputs 0, 2, 1, 3 of either half: 0 4 2 6 and 1 5 3 7 of the whole.
+  const f32x8 re4 = _mm256_shuffle_ps(re3, re3, 0xB1) + _mm256_xor_ps(re3, oddLanes);
+  const f32x8 im4 = _mm256_shuffle_ps(im3, im3, 0xB1) + _mm256_xor_ps(im3, oddLanes);
+  const f32x8 evenRe = _mm256_permute2f128_ps(re4, re4, 0x00), oddRe = _mm256_permute2f128_ps(re4, re4, 0x11);
+  const f32x8 evenIm = _mm256_permute2f128_ps(im4, im4, 0x00), oddIm = _mm256_permute2f128_ps(im4, im4, 0x11);
+  // In lane order: 0 1 4 5 2 3 6 7.
+  const f32x8 lowRe = _mm256_unpacklo_ps(evenRe, oddRe), highRe = _mm256_unpackhi_ps(evenRe, oddRe);
+  const f32x8 lowIm = _mm256_unpacklo_ps(evenIm, oddIm), highIm = _mm256_unpackhi_ps(evenIm, oddIm);
+  dst.store8(0, {_mm256_blend_ps(lowRe, highRe, 0xF0), _mm256_blend_ps(lowIm, highIm, 0xF0)});
+}
+
+// Four rows of four columns, transposed in between.
+template <class Src, class Dst>
+MOX_INLINE void transform16(Src src, Dst dst) {
+  Complex4 a[4];
+  for (int row = 0; row < 4; ++row) a[row] = src.load4(4 * row);
+  dft4(a);
+  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes4>(kTwiddles16.data() + 8 * (row - 1));
+  _MM_TRANSPOSE4_PS(a[0].re, a[1].re, a[2].re, a[3].re);
+  _MM_TRANSPOSE4_PS(a[0].im, a[1].im, a[2].im, a[3].im);
+  dft4(a);
+  for (int k = 0; k < 4; ++k) dst.store4(4 * k, a[k]);
+}
+
+// Transposes 4x4 in either half of the registers.
+MOX_INLINE void transposeHalves(f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
+  const f32x8 ab = _mm256_unpacklo_ps(a, b), abHigh = _mm256_unpackhi_ps(a, b);
+  const f32x8 cd = _mm256_unpacklo_ps(c, d), cdHigh = _mm256_unpackhi_ps(c, d);
+  a = _mm256_shuffle_ps(ab, cd, 0x44);
+  b = _mm256_shuffle_ps(ab, cd, 0xEE);
+  c = _mm256_shuffle_ps(abHigh, cdHigh, 0x44);
+  d = _mm256_shuffle_ps(abHigh, cdHigh, 0xEE);
+}
+
+// Four rows of eight columns. After the transpose register i holds four outputs of column i of lane order
+// in its lower half, and of the column four lanes on in its upper: 0|2, 1|3, 4|6, 5|7.
+template <class Src, class Dst>
+MOX_INLINE void transform32(Src src, Dst dst) {
+  Complex8 a[4];
+  for (int row = 0; row < 4; ++row) a[row] = src.load8(8 * row);
+  dft4(a);
+  for (int row = 1; row < 4; ++row)
+    a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles32.data() + kBlockFloats * (row - 1));
+  transposeHalves(a[0].re, a[1].re, a[2].re, a[3].re);
+  transposeHalves(a[0].im, a[1].im, a[2].im, a[3].im);
+
+  // Eight points down the columns: sums and differences four columns apart, the differences turned.
+  constexpr float h = std::numbers::sqrt2_v<float> / 2;
+  const Complex8 turn02 = {_mm256_setr_ps(1, 1, 1, 1, 0, 0, 0, 0),
+                           _mm256_setr_ps(0, 0, 0, 0, -1, -1, -1, -1)};
+  const Complex8 turn13 = {_mm256_setr_ps(h, h, h, h, -h, -h, -h, -h), splat8(-h)};
+  const Complex8 sum02 = a[0] + a[2], sum13 = a[1] + a[3];
+  const Complex8 difference02 = (a[0] - a[2]) * turn02, difference13 = (a[1] - a[3]) * turn13;
+  const auto halves = [](Complex8 sum, Complex8 difference, auto which) -> Complex8 {
+    constexpr int kSelect = decltype(which)::value == 0 ? 0x20 : 0x31;
+    return {_mm256_permute2f128_ps(sum.re, difference.re, kSelect),
+            _mm256_permute2f128_ps(sum.im, difference.im, kSelect)};
+  };
+  const std::integral_constant<int, 0> lower;
+  const std::integral_constant<int, 1> upper;
+  Complex8 b[4] = {halves(sum02, difference02, lower), halves(sum13, difference13, lower),
+                   halves(sum02, difference02, upper), halves(sum13, difference13, upper)};
+  dft4(b);
+  // Output k of the lower half is X[8k..8k+3], of the upper X[8k+4..8k+7]: natural order, not lane order.
+  for (int k = 0; k < 4; ++k) {
+    const auto laneOrder = [](f32x8 v) {
+      const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
+      return _mm256_blend_ps(_mm256_shuffle_ps(v, swapped, 0x44), _mm256_shuffle_ps(swapped, v, 0xEE), 0xF0);
+    };
+    dst.store8(8 * k, {laneOrder(b[k].re), laneOrder(b[k].im)});
+  }
+}
+
+// Eight rows of eight columns.
+template <class Src, class Dst>
+MOX_INLINE void transform64(Src src, Dst dst) {
+  Complex8 a[8];
+  for (int row = 0; row < 8; ++row) a[row] = src.load8(8 * row);
+  dft8(a);
+  for (int row = 1; row < 8; ++row)
+    a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.data() + kBlockFloats * (row - 1));
+  transposeBlocks(a);
+  dft8(a);
+  for (int k = 0; k < 8; ++k) dst.store8(8 * k, a[k]);
+}
+
+}  // namespace moxac

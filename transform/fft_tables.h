@@ -1,0 +1,125 @@
+// Twiddle factors: where they come from and how the passes want them laid out.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <numbers>
+
+#include "moxac/types.h"
+
+namespace moxac {
+
+// sin and cos of 2*pi*k/n for 0 <= k/n <= 1/8 by their series, for tables built at compile time. The terms
+// are exact to double precision long before the last one.
+constexpr double sineSeries(double x) {
+  double term = x, sum = x;
+  for (int i = 1; i < 12; ++i) sum += term *= -x * x / ((2 * i) * (2 * i + 1));
+  return sum;
+}
+constexpr double cosineSeries(double x) {
+  double term = 1, sum = 1;
+  for (int i = 1; i < 12; ++i) sum += term *= -x * x / ((2 * i - 1) * (2 * i));
+  return sum;
+}
+
+// The quarter wave sin(2*pi*k/n), k = 0..n/4, rounded once to float: every twiddle of a transform of n points
+// is one of these, perhaps negated.
+template <int kPoints>
+constexpr std::array<float, kPoints / 4 + 1> staticQuarterWave() {
+  std::array<float, kPoints / 4 + 1> wave = {};
+  for (int k = 0; k <= kPoints / 8; ++k) {
+    const double angle = 2 * std::numbers::pi * k / kPoints;
+    wave[static_cast<size_t>(k)] = static_cast<float>(sineSeries(angle));
+    wave[static_cast<size_t>(kPoints / 4 - k)] = static_cast<float>(cosineSeries(angle));
+  }
+  return wave;
+}
+
+// Up to this order the twiddles come from the quarter wave built at compile time.
+constexpr int32_t kStaticQuarterOrder = 10;
+inline constexpr auto kStaticQuarter = staticQuarterWave<1 << kStaticQuarterOrder>();
+
+void fillQuarterWave(float* wave, int64_t points);
+
+// exp(-2*pi*i*k/n) for any k, from the quarter wave of a transform of `points` = n * stride points.
+class Twiddles {
+ public:
+  constexpr Twiddles(const float* wave, int64_t points) : wave_(wave), points_(points) {}
+
+  constexpr Mox32fc operator()(int64_t k, int64_t n) const {
+    const int64_t quarter = points_ / 4;
+    const int64_t at = k * (points_ / n) & (points_ - 1);
+    const int64_t in = at & (quarter - 1);
+    const float c = wave_[quarter - in], s = wave_[in];
+    switch (at / quarter) {
+      case 0:
+        return {c, -s};
+      case 1:
+        return {-s, -c};
+      case 2:
+        return {-c, s};
+      default:
+        return {s, c};
+    }
+  }
+
+ private:
+  const float* wave_;
+  int64_t points_;
+};
+
+// Complex values of a transform stand in blocks between the passes: the real parts of eight, then their
+// imaginary parts. Within a block the values are in this order, which two shuffles without lane crossing
+// turn into interleaved complex numbers, and back.
+constexpr int kLaneOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
+constexpr int64_t kBlockFloats = 16;
+
+// First pass of a transform of `points` points, eight rows of points/8 columns: the factors
+// exp(-2*pi*i*column*row/points) of rows 1..7, a block of eight columns after another.
+constexpr int64_t rowTwiddleFloats(int64_t points, int64_t rows) { return points / rows * (rows - 1) * 2; }
+constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int64_t points, int64_t rows) {
+  for (int64_t column = 0; column < points / rows; column += 8)
+    for (int64_t row = 1; row < rows; ++row, table += kBlockFloats)
+      for (int lane = 0; lane < 8; ++lane) {
+        const Mox32fc w = twiddles((column + kLaneOrder[lane]) * row, points);
+        table[lane] = w.re;
+        table[lane + 8] = w.im;
+      }
+  return table;
+}
+
+// A pass over a column of 2^logLength blocks splits it into this many parts (as a power of two); the last
+// eight blocks are left to the final butterfly.
+constexpr int radixBits(int logLength) {
+  if (logLength == 4) return 1;
+  return logLength % 3 == 0 ? 3 : 2;
+}
+constexpr int64_t columnPassFloats(int logLength) {
+  const int bits = radixBits(logLength);
+  return (int64_t{1} << (logLength - bits)) * ((1 << bits) - 1) * 2;
+}
+
+// The factors of all those passes, the longest first. A pass in radix R over length n takes, for every place
+// p = 0..n/R-1, those of output rows 1..R-1 in bit-reversed order: exp(-2*pi*i*p*reversed(row)/n).
+constexpr float* fillColumnTwiddles(float* table, const Twiddles& twiddles, int logLength) {
+  for (; logLength > 3; logLength -= radixBits(logLength)) {
+    const int bits = radixBits(logLength);
+    const int64_t n = int64_t{1} << logLength;
+    for (int64_t p = 0; p < n >> bits; ++p)
+      for (int row = 1; row < 1 << bits; ++row) {
+        int reversed = 0;
+        for (int b = 0; b < bits; ++b) reversed |= (row >> b & 1) << (bits - 1 - b);
+        const Mox32fc w = twiddles(p * reversed, n);
+        *table++ = w.re;
+        *table++ = w.im;
+      }
+  }
+  return table;
+}
+
+// Entry i, 1 <= i < 2^bits, is twice the value of i with its `bits` low bits reversed; the first entry and
+// the one behind the last are 0.
+void fillBitReversal(int32_t* table, int bits);
+
+}  // namespace moxac
