@@ -9,7 +9,9 @@
 #include "moxac/types.h"
 #include "transform/fft_tables.h"
 
+// Kernels are put together from small pieces that must vanish into their loops.
 #define MOX_INLINE [[gnu::always_inline]] inline
+#define MOX_ALWAYS __attribute__((always_inline))  // behind a lambda's parameters
 
 namespace moxac {
 
@@ -37,12 +39,6 @@ MOX_INLINE Complex<L> operator*(Complex<L> a, Complex<L> w) {
 template <class L>
 MOX_INLINE Complex<L> quarterTurn(Complex<L> a) {
   return {a.im, -a.re};
-}
-
-// One value for all lanes, from a pair (re, im).
-template <class L>
-MOX_INLINE Complex<L> splatPair(const float* w) {
-  return {L::splat(w[0]), L::splat(w[1])};
 }
 
 // Discrete Fourier transforms, X[k] = sum over n of a[n] * exp(-2*pi*i*n*k/R), in place, natural order.
@@ -114,28 +110,79 @@ MOX_INLINE void storeBlock(float* p, Complex8 z) {
   store8(p + 8, z.im);
 }
 
-// Eight interleaved complex values as a block in lane order, and back.
+// Eight interleaved complex values as a block in lane order.
 MOX_INLINE Complex8 loadInterleaved(const Mox32fc* p) {
   const float* const f = &p->re;
   const f32x8 low = load8(f), high = load8(f + 8);
   return {_mm256_shuffle_ps(low, high, 0x88), _mm256_shuffle_ps(low, high, 0xDD)};
 }
-MOX_INLINE void storeInterleaved(Mox32fc* p, Complex8 z) {
-  float* const f = &p->re;
-  store8(f, _mm256_unpacklo_ps(z.re, z.im));
-  store8(f + 8, _mm256_unpackhi_ps(z.re, z.im));
+// Transposes 4x4 in either half of the registers.
+MOX_INLINE void transposeHalves(f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
+  const f32x8 ab = _mm256_unpacklo_ps(a, b), abHigh = _mm256_unpackhi_ps(a, b);
+  const f32x8 cd = _mm256_unpacklo_ps(c, d), cdHigh = _mm256_unpackhi_ps(c, d);
+  a = _mm256_shuffle_ps(ab, cd, 0x44);
+  b = _mm256_shuffle_ps(ab, cd, 0xEE);
+  c = _mm256_shuffle_ps(abHigh, cdHigh, 0x44);
+  d = _mm256_shuffle_ps(abHigh, cdHigh, 0xEE);
+}
+MOX_INLINE void transposeHalves(Complex8& a, Complex8& b, Complex8& c, Complex8& d) {
+  transposeHalves(a.re, b.re, c.re, d.re);
+  transposeHalves(a.im, b.im, c.im, d.im);
 }
 
-// Eight rows in, eight columns out: both the rows that become lanes and the columns that were lanes in lane
-// order, so that a[c] is column c with its rows in lane order.
-MOX_INLINE void transposeBlocks(Complex8 (&a)[8]) {
-  f32x8 re[8], im[8];
-  for (int lane = 0; lane < 8; ++lane) re[lane] = a[kLaneOrder[lane]].re;
-  transpose8(re);
-  for (int lane = 0; lane < 8; ++lane) a[kLaneOrder[lane]].re = re[lane];
-  for (int lane = 0; lane < 8; ++lane) im[lane] = a[kLaneOrder[lane]].im;
-  transpose8(im);
-  for (int lane = 0; lane < 8; ++lane) a[kLaneOrder[lane]].im = im[lane];
+MOX_INLINE Complex8 lowerHalves(Complex8 a, Complex8 b) {
+  return {_mm256_permute2f128_ps(a.re, b.re, 0x20), _mm256_permute2f128_ps(a.im, b.im, 0x20)};
+}
+MOX_INLINE Complex8 upperHalves(Complex8 a, Complex8 b) {
+  return {_mm256_permute2f128_ps(a.re, b.re, 0x31), _mm256_permute2f128_ps(a.im, b.im, 0x31)};
+}
+
+// A block in natural order as eight interleaved complex values.
+MOX_INLINE void storeInterleaved(Mox32fc* p, Complex8 z) {
+  float* const f = &p->re;
+  const f32x8 low = _mm256_unpacklo_ps(z.re, z.im), high = _mm256_unpackhi_ps(z.re, z.im);
+  store8(f, _mm256_permute2f128_ps(low, high, 0x20));
+  store8(f + 8, _mm256_permute2f128_ps(low, high, 0x31));
+}
+
+// One factor for all lanes, from a pair (re, im).
+template <class L>
+MOX_INLINE Complex<L> splatPair(const float* w) {
+  return {L::splat(w[0]), L::splat(w[1])};
+}
+
+// One factor for the lower half and one for the upper, from (re, re, im, im).
+MOX_INLINE Complex8 splatHalves(const float* w) {
+  const f32x8 both = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(w));
+  return {_mm256_permutevar_ps(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1)),
+          _mm256_permutevar_ps(both, _mm256_setr_epi32(2, 2, 2, 2, 3, 3, 3, 3))};
+}
+
+// The first four bits of a transform, four rows of `points`/4 columns at a time: eight columns of each of
+// four rows in, their transforms twiddled and transposed out. Block i of `scratch` then has the four outputs
+// of column kLaneOrder[i] in its lower half, and of the column two further on in its upper half.
+template <class Load>
+MOX_INLINE void firstButterfly(const float* twiddles, float* scratch, Load&& load) {
+  Complex8 a[4] = {load(0), load(1), load(2), load(3)};
+  dft4(a);
+  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadBlock(twiddles + (row - 1) * kBlockFloats);
+  transposeHalves(a[0], a[1], a[2], a[3]);
+  for (int i = 0; i < 4; ++i) storeBlock(scratch + i * kBlockFloats, a[i]);
+}
+
+// Four blocks of four quarters of the columns in; out, for either of the two columns in their halves, sixteen
+// outputs in natural order: store(0, 0, block) and store(0, 1, block) take the lower column's outputs 0..7
+// and 8..15, store(1, ...) the upper one's.
+template <class Store>
+MOX_INLINE void secondButterfly(const float* twiddles, const float* scratch, int64_t apart, Store&& store) {
+  Complex8 a[4];
+  for (int j = 0; j < 4; ++j) a[j] = loadBlock(scratch + j * apart * kBlockFloats);
+  dft4(a);
+  for (int row = 1; row < 4; ++row) a[row] = a[row] * splatHalves(twiddles + (row - 1) * 4);
+  store(0, 0, lowerHalves(a[0], a[1]));
+  store(0, 1, lowerHalves(a[2], a[3]));
+  store(1, 0, upperHalves(a[0], a[1]));
+  store(1, 1, upperHalves(a[2], a[3]));
 }
 
 }  // namespace moxac

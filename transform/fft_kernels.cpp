@@ -34,14 +34,17 @@ void transformColumn(float* blocks, int logLength, const float* twiddles, int64_
                      const ColumnTables& tables, const Store& store) {
   if (logLength <= kCacheLog) {
     columnPasses(blocks, logLength, twiddles);
-    lastPass(blocks, first, int64_t{1} << (logLength - 3), tables, store);
+    if (lastBits(logLength) == 2)
+      lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
+    else
+      lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
     return;
   }
   onePass(blocks, 1, logLength, twiddles);
   const int bits = radixBits(logLength), rest = logLength - bits;
   for (int64_t part = 0; part < 1 << bits; ++part)
     transformColumn(blocks + ((part << rest) * kBlockFloats), rest, twiddles + columnPassFloats(logLength),
-                    first + (part << (rest - 3)), tables, store);
+                    first + (part << (rest - lastBits(rest))), tables, store);
 }
 
 template <bool kInverse>
@@ -49,10 +52,11 @@ void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float
   const Source<kInverse> from = {src};
   const Destination<kInverse> to = {dst};
   const ColumnTables tables = columnTables(spec);
-  firstPass(int64_t{1} << tables.logLength, rowTwiddles(spec), work,
-            [&](int64_t i) { return from.load8(i); });
-  transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
-                  [&](int64_t k, Complex8 block) { to.store8(8 * k, block); });
+  const int64_t columns = int64_t{1} << tables.logLength;
+  firstPass(columns, rowTwiddles(spec), work, [&](int64_t i) MOX_ALWAYS { return from.load8(i); });
+  for (int64_t group = 0; group < 2; ++group)
+    transformColumn(work + group * columns * kBlockFloats, tables.logLength, tables.twiddles, 0, tables,
+                    [&](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(16 * k + 8 * group, block); });
 }
 
 template <bool kInverse>
@@ -110,7 +114,7 @@ void buildTables(FftSpec& spec, float* scratch) {
   auto* const reversal = reinterpret_cast<int32_t*>(&spec + 1);
   auto* const table = alignUp<float>(reversal + points / 4 + 1, 64);
   fillBitReversal(reversal, spec.order - 2);
-  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points, 8), twiddles, spec.order - 3);
+  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points), twiddles, spec.order - 4);
   spec.bitReversal = reversal;
   spec.twiddles = table;
 }

@@ -1,10 +1,11 @@
 // The arithmetic of the FFT engine, from straight-line transforms to those larger than the caches.
 //
-// A transform of N = 8*M points (order 7 to 18) reads its input as eight rows of M columns. The first pass
-// takes eight points down every column, twiddles them, and transposes: what is left are eight independent
-// transforms of M points, one in every lane of M blocks. Passes over the blocks split them in place, without
-// a shuffle and with the same twiddle for all lanes, until eight-block butterflies remain; the last pass does
-// those, reading blocks in order and writing them where the bit-reversed index says, which is natural order.
+// A transform of N = 16*M points (order 7 to 18) reads its input as sixteen rows of M columns. The first pass
+// takes sixteen points down every column in two steps of four, twiddles them, and transposes on the way: what
+// is left are sixteen independent transforms of M points, one in every lane of twice M blocks. Passes over
+// the blocks split them in place, without a shuffle and with the same twiddle for all lanes, until
+// butterflies of four or eight blocks remain; the last pass does those, reading blocks in order and writing
+// them where the bit-reversed index says, which is natural order.
 #pragma once
 
 #include "transform/fft.h"
@@ -14,9 +15,9 @@ namespace moxac {
 
 // The tables of a transform of M points down a column of blocks.
 struct ColumnTables {
-  int logLength;  // log2(M), 3 and up
+  int logLength;  // log2(M), 2 and up
   const float* twiddles;
-  const int32_t* bitReversal;  // entry i >> reversalShift is i reversed in logLength - 3 bits
+  const int32_t* bitReversal;  // entry i >> reversalShift is i reversed in logLength - lastBits bits
   int reversalShift;
 };
 
@@ -35,20 +36,25 @@ void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* wo
 
 inline const float* rowTwiddles(const FftSpec& spec) { return spec.twiddles; }
 inline ColumnTables columnTables(const FftSpec& spec) {
-  const int64_t points = int64_t{1} << spec.order;
-  return {spec.order - 3, spec.twiddles + rowTwiddleFloats(points, 8), spec.bitReversal, 5};
+  const int logLength = spec.order - 4;
+  return {logLength, spec.twiddles + (kRowTwiddleFloats << (logLength - 3)), spec.bitReversal,
+          3 + lastBits(logLength)};
 }
 
-// load(i): points i..i+7 as a block in lane order.
+// load(i): points i..i+7 as a block in lane order. Leaves the transforms of outputs 0..7 and of
+// outputs 8..15, `columns` blocks each.
 template <class Load>
 MOX_INLINE void firstPass(int64_t columns, const float* twiddles, float* blocks, Load&& load) {
+  alignas(32) float scratch[16 * kBlockFloats];
   for (int64_t column = 0; column < columns; column += 8) {
-    Complex8 a[8];
-    for (int row = 0; row < 8; ++row) a[row] = load(row * columns + column);
-    dft8(a);
-    for (int row = 1; row < 8; ++row, twiddles += kBlockFloats) a[row] = a[row] * loadBlock(twiddles);
-    transposeBlocks(a);
-    for (int i = 0; i < 8; ++i) storeBlock(blocks + (column + i) * kBlockFloats, a[i]);
+    for (int j = 0; j < 4; ++j, twiddles += kFirstTwiddleFloats)
+      firstButterfly(twiddles, scratch + j * 4 * kBlockFloats,
+                     [&](int row) MOX_ALWAYS { return load((4 * row + j) * columns + column); });
+    for (int i = 0; i < 4; ++i, twiddles += kSecondTwiddleFloats)
+      secondButterfly(
+          twiddles, scratch + i * kBlockFloats, 4, [&](int upper, int group, Complex8 block) MOX_ALWAYS {
+            storeBlock(blocks + (group * columns + column + kLaneOrder[i] + 2 * upper) * kBlockFloats, block);
+          });
   }
 }
 
@@ -72,23 +78,18 @@ inline void columnPass(float* blocks, int64_t length, const float* twiddles) {
 // All passes but the last, over 2^logLength blocks.
 void columnPasses(float* blocks, int logLength, const float* twiddles);
 
-// One butterfly of the last pass: eight blocks from `blocks` on; output k is that of the column's index
-// bitReversal[i] + k * M/8.
-MOX_INLINE void loadLastButterfly(const float* blocks, Complex8 (&a)[8]) {
-  for (int i = 0; i < 8; ++i) a[i] = loadBlock(blocks + i * kBlockFloats);
-  dft8(a);
-}
-
 // Butterflies first..first+count-1 of the last pass; store(k, block) takes output k of the column.
-template <class Store>
+template <int kBits, class Store>
 MOX_INLINE void lastPass(const float* blocks, int64_t first, int64_t count, const ColumnTables& tables,
                          Store&& store) {
-  const int64_t apart = int64_t{1} << (tables.logLength - 3);
+  constexpr int kRadix = 1 << kBits;
+  const int64_t apart = int64_t{1} << (tables.logLength - kBits);
   for (int64_t i = 0; i < count; ++i) {
-    Complex8 a[8];
-    loadLastButterfly(blocks + i * 8 * kBlockFloats, a);
+    Complex8 a[kRadix];
+    for (int j = 0; j < kRadix; ++j) a[j] = loadBlock(blocks + (i * kRadix + j) * kBlockFloats);
+    dft(a);
     const int64_t k = tables.bitReversal[first + i] >> tables.reversalShift;
-    for (int j = 0; j < 8; ++j) store(k + j * apart, a[j]);
+    for (int j = 0; j < kRadix; ++j) store(k + j * apart, a[j]);
   }
 }
 

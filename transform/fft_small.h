@@ -1,5 +1,5 @@
 // Straight-line transforms of 1 to 64 points. Source and Destination give and take complex values: eight at a
-// time as a block in lane order (load8, store8), four at a time in natural order (load4, store4), or one.
+// time as a block (load8 in lane order, store8 in natural order), four at a time, or one.
 // All of the input is read before any output is written.
 #pragma once
 
@@ -68,7 +68,17 @@ constexpr auto staticRowTwiddles() {
 inline constexpr auto kTwiddles8 = staticRowTwiddles<8, 2, 4>();
 inline constexpr auto kTwiddles16 = staticRowTwiddles<16, 4, 4>();
 inline constexpr auto kTwiddles32 = staticRowTwiddles<32, 4, 8>();
-inline constexpr auto kTwiddles64 = staticRowTwiddles<64, 8, 8>();
+
+struct Twiddles64 {
+  alignas(32) float first[2 * kFirstTwiddleFloats], second[2 * kSecondTwiddleFloats];
+};
+inline constexpr Twiddles64 kTwiddles64 = [] {
+  Twiddles64 tables = {};
+  const Twiddles twiddles(kStaticQuarter.data(), 1 << kStaticQuarterOrder);
+  fillFirstTwiddles(fillFirstTwiddles(tables.first, twiddles, 64, 0), twiddles, 64, 8);
+  fillSecondTwiddles(fillSecondTwiddles(tables.second, twiddles, 64, 0), twiddles, 64, 1);
+  return tables;
+}();
 
 template <class L>
 MOX_INLINE Complex<L> loadTwiddle(const float* w) {
@@ -110,12 +120,14 @@ MOX_INLINE void transform8(Src src, Dst dst) {
   // Outputs 0, 2, 1, 3 of either half: 0 4 2 6 and 1 5 3 7 of the whole.
   const f32x8 re4 = _mm256_shuffle_ps(re3, re3, 0xB1) + _mm256_xor_ps(re3, oddLanes);
   const f32x8 im4 = _mm256_shuffle_ps(im3, im3, 0xB1) + _mm256_xor_ps(im3, oddLanes);
-  const f32x8 evenRe = _mm256_permute2f128_ps(re4, re4, 0x00), oddRe = _mm256_permute2f128_ps(re4, re4, 0x11);
-  const f32x8 evenIm = _mm256_permute2f128_ps(im4, im4, 0x00), oddIm = _mm256_permute2f128_ps(im4, im4, 0x11);
-  // In lane order: 0 1 4 5 2 3 6 7.
-  const f32x8 lowRe = _mm256_unpacklo_ps(evenRe, oddRe), highRe = _mm256_unpackhi_ps(evenRe, oddRe);
-  const f32x8 lowIm = _mm256_unpacklo_ps(evenIm, oddIm), highIm = _mm256_unpackhi_ps(evenIm, oddIm);
-  dst.store8(0, {_mm256_blend_ps(lowRe, highRe, 0xF0), _mm256_blend_ps(lowIm, highIm, 0xF0)});
+  const auto zip = [](f32x8 v) {  // outputs 0..3 and 4..7
+    const f32x4 even = _mm256_castps256_ps128(v), odd = _mm256_extractf128_ps(v, 1);
+    const f32x4 low = _mm_unpacklo_ps(even, odd), high = _mm_unpackhi_ps(even, odd);
+    return Complex4{_mm_movelh_ps(low, high), _mm_movehl_ps(high, low)};
+  };
+  const Complex4 outRe = zip(re4), outIm = zip(im4);
+  dst.store4(0, {outRe.re, outIm.re});
+  dst.store4(4, {outRe.im, outIm.im});
 }
 
 // Four rows of four columns, transposed in between.
@@ -129,16 +141,6 @@ MOX_INLINE void transform16(Src src, Dst dst) {
   _MM_TRANSPOSE4_PS(a[0].im, a[1].im, a[2].im, a[3].im);
   dft4(a);
   for (int k = 0; k < 4; ++k) dst.store4(4 * k, a[k]);
-}
-
-// Transposes 4x4 in either half of the registers.
-MOX_INLINE void transposeHalves(f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
-  const f32x8 ab = _mm256_unpacklo_ps(a, b), abHigh = _mm256_unpackhi_ps(a, b);
-  const f32x8 cd = _mm256_unpacklo_ps(c, d), cdHigh = _mm256_unpackhi_ps(c, d);
-  a = _mm256_shuffle_ps(ab, cd, 0x44);
-  b = _mm256_shuffle_ps(ab, cd, 0xEE);
-  c = _mm256_shuffle_ps(abHigh, cdHigh, 0x44);
-  d = _mm256_shuffle_ps(abHigh, cdHigh, 0xEE);
 }
 
 // Four rows of eight columns. After the transpose register i holds four outputs of column i of lane order
@@ -170,27 +172,28 @@ MOX_INLINE void transform32(Src src, Dst dst) {
   Complex8 b[4] = {halves(sum02, difference02, lower), halves(sum13, difference13, lower),
                    halves(sum02, difference02, upper), halves(sum13, difference13, upper)};
   dft4(b);
-  // Output k of the lower half is X[8k..8k+3], of the upper X[8k+4..8k+7]: natural order, not lane order.
-  for (int k = 0; k < 4; ++k) {
-    const auto laneOrder = [](f32x8 v) {
-      const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
-      return _mm256_blend_ps(_mm256_shuffle_ps(v, swapped, 0x44), _mm256_shuffle_ps(swapped, v, 0xEE), 0xF0);
-    };
-    dst.store8(8 * k, {laneOrder(b[k].re), laneOrder(b[k].im)});
-  }
+  // Output k of the lower half is X[8k..8k+3], of the upper X[8k+4..8k+7].
+  for (int k = 0; k < 4; ++k) dst.store8(8 * k, b[k]);
 }
 
-// Eight rows of eight columns.
+// Four rows of sixteen columns, four rows of four columns, and four points, with a transpose spread over the
+// first two.
 template <class Src, class Dst>
 MOX_INLINE void transform64(Src src, Dst dst) {
-  Complex8 a[8];
-  for (int row = 0; row < 8; ++row) a[row] = src.load8(8 * row);
-  dft8(a);
-  for (int row = 1; row < 8; ++row)
-    a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.data() + kBlockFloats * (row - 1));
-  transposeBlocks(a);
-  dft8(a);
-  for (int k = 0; k < 8; ++k) dst.store8(8 * k, a[k]);
+  alignas(32) float scratch[8 * kBlockFloats], rows[2][4 * kBlockFloats];
+  for (int half = 0; half < 2; ++half)
+    firstButterfly(kTwiddles64.first + half * kFirstTwiddleFloats, scratch + half * 4 * kBlockFloats,
+                   [&](int row) MOX_ALWAYS { return src.load8(16 * row + 8 * half); });
+  for (int i = 0; i < 2; ++i)
+    secondButterfly(kTwiddles64.second + i * kSecondTwiddleFloats, scratch + i * kBlockFloats, 2,
+                    [&](int upper, int group, Complex8 block)
+                        MOX_ALWAYS { storeBlock(rows[group] + (i + 2 * upper) * kBlockFloats, block); });
+  for (int group = 0; group < 2; ++group) {
+    Complex8 a[4];
+    for (int p = 0; p < 4; ++p) a[p] = loadBlock(rows[group] + p * kBlockFloats);
+    dft4(a);
+    for (int k = 0; k < 4; ++k) dst.store8(16 * k + 8 * group, a[k]);
+  }
 }
 
 }  // namespace moxac
