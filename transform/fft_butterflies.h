@@ -110,12 +110,25 @@ MOX_INLINE void storeBlock(float* p, Complex8 z) {
   store8(p + 8, z.im);
 }
 
-// Eight interleaved complex values as a block in lane order.
+// Eight interleaved complex values as a block in lane order, and back.
 MOX_INLINE Complex8 loadInterleaved(const Mox32fc* p) {
   const float* const f = &p->re;
   const f32x8 low = load8(f), high = load8(f + 8);
   return {_mm256_shuffle_ps(low, high, 0x88), _mm256_shuffle_ps(low, high, 0xDD)};
 }
+MOX_INLINE void storeInterleaved(Mox32fc* p, Complex8 z) {
+  float* const f = &p->re;
+  store8(f, _mm256_unpacklo_ps(z.re, z.im));
+  store8(f + 8, _mm256_unpackhi_ps(z.re, z.im));
+}
+// A block in natural order as eight interleaved complex values.
+MOX_INLINE void storeNatural(Mox32fc* p, Complex8 z) {
+  float* const f = &p->re;
+  const f32x8 low = _mm256_unpacklo_ps(z.re, z.im), high = _mm256_unpackhi_ps(z.re, z.im);
+  store8(f, _mm256_permute2f128_ps(low, high, 0x20));
+  store8(f + 8, _mm256_permute2f128_ps(low, high, 0x31));
+}
+
 // Transposes 4x4 in either half of the registers.
 MOX_INLINE void transposeHalves(f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
   const f32x8 ab = _mm256_unpacklo_ps(a, b), abHigh = _mm256_unpackhi_ps(a, b);
@@ -137,52 +150,39 @@ MOX_INLINE Complex8 upperHalves(Complex8 a, Complex8 b) {
   return {_mm256_permute2f128_ps(a.re, b.re, 0x31), _mm256_permute2f128_ps(a.im, b.im, 0x31)};
 }
 
-// A block in natural order as eight interleaved complex values.
-MOX_INLINE void storeInterleaved(Mox32fc* p, Complex8 z) {
-  float* const f = &p->re;
-  const f32x8 low = _mm256_unpacklo_ps(z.re, z.im), high = _mm256_unpackhi_ps(z.re, z.im);
-  store8(f, _mm256_permute2f128_ps(low, high, 0x20));
-  store8(f + 8, _mm256_permute2f128_ps(low, high, 0x31));
-}
-
 // One factor for all lanes, from a pair (re, im).
 template <class L>
 MOX_INLINE Complex<L> splatPair(const float* w) {
   return {L::splat(w[0]), L::splat(w[1])};
 }
 
-// One factor for the lower half and one for the upper, from (re, re, im, im).
-MOX_INLINE Complex8 splatHalves(const float* w) {
-  const f32x8 both = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(w));
-  return {_mm256_permutevar_ps(both, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1)),
-          _mm256_permutevar_ps(both, _mm256_setr_epi32(2, 2, 2, 2, 3, 3, 3, 3))};
-}
+// Eight rows of eight columns: the transform down the columns, outputs twiddled (seven blocks from `twiddles`
+// on, for rows 1 to 7) and transposed. load(r) gives row r in lane order; store(c, block) takes column c, its
+// outputs in lane order. Written in two halves, outputs 0 1 4 5 and then 2 3 6 7, so that additions, products
+// and shuffles alternate often enough to run side by side.
+template <class Load, class Store>
+MOX_INLINE void transposingDft8(const float* twiddles, Load&& load, Store&& store) {
+  Complex8 even[4] = {load(0), load(2), load(4), load(6)};
+  dft4(even);
+  Complex8 odd[4] = {load(1), load(3), load(5), load(7)};
+  dft4(odd);
+  const f32x8 half = splat8(std::numbers::sqrt2_v<float> / 2);
+  const auto twiddle = [&](int row) MOX_ALWAYS { return loadBlock(twiddles + (row - 1) * kBlockFloats); };
 
-// The first four bits of a transform, four rows of `points`/4 columns at a time: eight columns of each of
-// four rows in, their transforms twiddled and transposed out. Block i of `scratch` then has the four outputs
-// of column kLaneOrder[i] in its lower half, and of the column two further on in its upper half.
-template <class Load>
-MOX_INLINE void firstButterfly(const float* twiddles, float* scratch, Load&& load) {
-  Complex8 a[4] = {load(0), load(1), load(2), load(3)};
-  dft4(a);
-  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadBlock(twiddles + (row - 1) * kBlockFloats);
+  const Complex8 odd1 = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
+  Complex8 a[4] = {even[0] + odd[0], (even[1] + odd1) * twiddle(1), (even[0] - odd[0]) * twiddle(4),
+                   (even[1] - odd1) * twiddle(5)};
   transposeHalves(a[0], a[1], a[2], a[3]);
-  for (int i = 0; i < 4; ++i) storeBlock(scratch + i * kBlockFloats, a[i]);
-}
 
-// Four blocks of four quarters of the columns in; out, for either of the two columns in their halves, sixteen
-// outputs in natural order: store(0, 0, block) and store(0, 1, block) take the lower column's outputs 0..7
-// and 8..15, store(1, ...) the upper one's.
-template <class Store>
-MOX_INLINE void secondButterfly(const float* twiddles, const float* scratch, int64_t apart, Store&& store) {
-  Complex8 a[4];
-  for (int j = 0; j < 4; ++j) a[j] = loadBlock(scratch + j * apart * kBlockFloats);
-  dft4(a);
-  for (int row = 1; row < 4; ++row) a[row] = a[row] * splatHalves(twiddles + (row - 1) * 4);
-  store(0, 0, lowerHalves(a[0], a[1]));
-  store(0, 1, lowerHalves(a[2], a[3]));
-  store(1, 0, upperHalves(a[0], a[1]));
-  store(1, 1, upperHalves(a[2], a[3]));
+  const Complex8 odd2 = quarterTurn(odd[2]);
+  const Complex8 odd3 = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
+  Complex8 b[4] = {(even[2] + odd2) * twiddle(2), (even[3] + odd3) * twiddle(3),
+                   (even[2] - odd2) * twiddle(6), (even[3] - odd3) * twiddle(7)};
+  transposeHalves(b[0], b[1], b[2], b[3]);
+  for (int i = 0; i < 4; ++i) {
+    store(kLaneOrder[i], lowerHalves(a[i], b[i]));
+    store(kLaneOrder[i + 4], upperHalves(a[i], b[i]));
+  }
 }
 
 }  // namespace moxac

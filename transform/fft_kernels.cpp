@@ -12,39 +12,23 @@ namespace {
 // A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
 constexpr int kCacheLog = 8;
 
-// The next pass over `parts` neighbouring columns of 2^logLength blocks each.
-void onePass(float* blocks, int64_t parts, int logLength, const float* twiddles) {
-  const int64_t length = int64_t{1} << logLength;
-  for (int64_t part = 0; part < parts; ++part, blocks += length * kBlockFloats)
-    switch (radixBits(logLength)) {
-      case 1:
-        columnPass<1>(blocks, length, twiddles);
-        break;
-      case 2:
-        columnPass<2>(blocks, length, twiddles);
-        break;
-      default:
-        columnPass<3>(blocks, length, twiddles);
-    }
-}
-
 // The transform down a column of blocks, part by part, so that a part's last pass finds it in the cache.
 template <class Store>
 void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
                      const ColumnTables& tables, const Store& store) {
-  if (logLength <= kCacheLog) {
-    columnPasses(blocks, logLength, twiddles);
-    if (lastBits(logLength) == 2)
-      lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
-    else
-      lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
+  if (logLength > kCacheLog) {
+    columnPass(blocks, 1, int64_t{1} << logLength, twiddles);
+    const int rest = logLength - 2;
+    for (int64_t part = 0; part < 4; ++part)
+      transformColumn(blocks + (part << rest) * kBlockFloats, rest, twiddles + columnPassFloats(logLength),
+                      first + (part << (rest - lastBits(rest))), tables, store);
     return;
   }
-  onePass(blocks, 1, logLength, twiddles);
-  const int bits = radixBits(logLength), rest = logLength - bits;
-  for (int64_t part = 0; part < 1 << bits; ++part)
-    transformColumn(blocks + ((part << rest) * kBlockFloats), rest, twiddles + columnPassFloats(logLength),
-                    first + (part << (rest - lastBits(rest))), tables, store);
+  columnPasses(blocks, logLength, twiddles);
+  if (lastBits(logLength) == 2)
+    lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
+  else
+    lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
 }
 
 template <bool kInverse>
@@ -52,11 +36,10 @@ void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float
   const Source<kInverse> from = {src};
   const Destination<kInverse> to = {dst};
   const ColumnTables tables = columnTables(spec);
-  const int64_t columns = int64_t{1} << tables.logLength;
-  firstPass(columns, rowTwiddles(spec), work, [&](int64_t i) MOX_ALWAYS { return from.load8(i); });
-  for (int64_t group = 0; group < 2; ++group)
-    transformColumn(work + group * columns * kBlockFloats, tables.logLength, tables.twiddles, 0, tables,
-                    [&](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(16 * k + 8 * group, block); });
+  firstPass(int64_t{1} << tables.logLength, rowTwiddles(spec), work,
+            [&](int64_t i) MOX_ALWAYS { return from.load8(i); });
+  transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
+                  [&](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(8 * k, block); });
 }
 
 template <bool kInverse>
@@ -93,13 +76,14 @@ void scale(Mox32fc* dst, const FftSpec& spec) {
 }  // namespace
 
 void columnPasses(float* blocks, int logLength, const float* twiddles) {
-  for (int64_t parts = 1; logLength > 3;) {
-    onePass(blocks, parts, logLength, twiddles);
+  int64_t parts = 1;
+  for (; logLength > 5; logLength -= 2, parts *= 4) {
+    columnPass(blocks, parts, int64_t{1} << logLength, twiddles);
     twiddles += columnPassFloats(logLength);
-    const int bits = radixBits(logLength);
-    parts <<= bits;
-    logLength -= bits;
   }
+  // The short ones with their lengths known to the compiler.
+  if (logLength == 5) columnPass(blocks, parts, 32, twiddles);
+  if (logLength == 4) columnPass(blocks, parts, 16, twiddles);
 }
 
 void buildTables(FftSpec& spec, float* scratch) {
@@ -114,7 +98,7 @@ void buildTables(FftSpec& spec, float* scratch) {
   auto* const reversal = reinterpret_cast<int32_t*>(&spec + 1);
   auto* const table = alignUp<float>(reversal + points / 4 + 1, 64);
   fillBitReversal(reversal, spec.order - 2);
-  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points), twiddles, spec.order - 4);
+  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points), twiddles, spec.order - 3);
   spec.bitReversal = reversal;
   spec.twiddles = table;
 }

@@ -1,11 +1,11 @@
 // The arithmetic of the FFT engine, from straight-line transforms to those larger than the caches.
 //
-// A transform of N = 16*M points (order 7 to 18) reads its input as sixteen rows of M columns. The first pass
-// takes sixteen points down every column in two steps of four, twiddles them, and transposes on the way: what
-// is left are sixteen independent transforms of M points, one in every lane of twice M blocks. Passes over
-// the blocks split them in place, without a shuffle and with the same twiddle for all lanes, until
-// butterflies of four or eight blocks remain; the last pass does those, reading blocks in order and writing
-// them where the bit-reversed index says, which is natural order.
+// A transform of N = 8*M points (order 7 to 18) reads its input as eight rows of M columns. The first pass
+// takes eight points down every column, twiddles them, and transposes: what is left are eight independent
+// transforms of M points, one in every lane of M blocks. Passes over the blocks split them in place, without
+// a shuffle and with the same twiddle for all lanes, until butterflies of four or eight blocks remain; the
+// last pass does those, reading blocks in order and writing them where the bit-reversed index says, which is
+// natural order.
 #pragma once
 
 #include "transform/fft.h"
@@ -36,42 +36,35 @@ void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* wo
 
 inline const float* rowTwiddles(const FftSpec& spec) { return spec.twiddles; }
 inline ColumnTables columnTables(const FftSpec& spec) {
-  const int logLength = spec.order - 4;
-  return {logLength, spec.twiddles + (kRowTwiddleFloats << (logLength - 3)), spec.bitReversal,
-          3 + lastBits(logLength)};
+  const int logLength = spec.order - 3;
+  return {logLength, spec.twiddles + rowTwiddleFloats(int64_t{1} << spec.order), spec.bitReversal,
+          2 + lastBits(logLength)};
 }
 
-// load(i): points i..i+7 as a block in lane order. Leaves the transforms of outputs 0..7 and of
-// outputs 8..15, `columns` blocks each.
+// load(i): points i..i+7 as a block in lane order.
 template <class Load>
 MOX_INLINE void firstPass(int64_t columns, const float* twiddles, float* blocks, Load&& load) {
-  alignas(32) float scratch[16 * kBlockFloats];
-  for (int64_t column = 0; column < columns; column += 8) {
-    for (int j = 0; j < 4; ++j, twiddles += kFirstTwiddleFloats)
-      firstButterfly(twiddles, scratch + j * 4 * kBlockFloats,
-                     [&](int row) MOX_ALWAYS { return load((4 * row + j) * columns + column); });
-    for (int i = 0; i < 4; ++i, twiddles += kSecondTwiddleFloats)
-      secondButterfly(
-          twiddles, scratch + i * kBlockFloats, 4, [&](int upper, int group, Complex8 block) MOX_ALWAYS {
-            storeBlock(blocks + (group * columns + column + kLaneOrder[i] + 2 * upper) * kBlockFloats, block);
-          });
-  }
+  for (int64_t column = 0; column < columns; column += 8, twiddles += 7 * kBlockFloats)
+    transposingDft8(
+        twiddles, [&](int row) MOX_ALWAYS { return load(row * columns + column); },
+        [&](int i, Complex8 block) MOX_ALWAYS { storeBlock(blocks + (column + i) * kBlockFloats, block); });
 }
 
-// One pass over `length` blocks, in place: butterflies of blocks length/R apart, outputs twiddled and left in
-// bit-reversed order.
-template <int kBits>
-inline void columnPass(float* blocks, int64_t length, const float* twiddles) {
-  constexpr int kRadix = 1 << kBits;
-  constexpr int kReversed[8] = {0, kRadix / 2, kRadix / 4, kRadix * 3 / 4, 1, 5, 3, 7};
-  const int64_t apart = (length >> kBits) * kBlockFloats;
-  for (float* p = blocks; p < blocks + apart; p += kBlockFloats, twiddles += 2 * (kRadix - 1)) {
-    Complex8 a[kRadix];
-    for (int row = 0; row < kRadix; ++row) a[row] = loadBlock(p + row * apart);
-    dft(a);
-    storeBlock(p, a[0]);
-    for (int row = 1; row < kRadix; ++row)
-      storeBlock(p + row * apart, a[kReversed[row]] * splatPair<Lanes8>(twiddles + 2 * (row - 1)));
+// One pass over `parts` neighbouring columns of `length` blocks, in place: butterflies of blocks length/4
+// apart, outputs twiddled and left in bit-reversed order.
+MOX_INLINE void columnPass(float* blocks, int64_t parts, int64_t length, const float* twiddles) {
+  const int64_t apart = length / 4 * kBlockFloats;
+  for (; parts > 0; --parts, blocks += 4 * apart) {
+    const float* w = twiddles;
+    for (float* p = blocks; p < blocks + apart; p += kBlockFloats, w += 6) {
+      Complex8 a[4];
+      for (int row = 0; row < 4; ++row) a[row] = loadBlock(p + row * apart);
+      dft4(a);
+      storeBlock(p, a[0]);
+      storeBlock(p + apart, a[2] * splatPair<Lanes8>(w));
+      storeBlock(p + 2 * apart, a[1] * splatPair<Lanes8>(w + 2));
+      storeBlock(p + 3 * apart, a[3] * splatPair<Lanes8>(w + 4));
+    }
   }
 }
 

@@ -1,5 +1,5 @@
 // Straight-line transforms of 1 to 64 points. Source and Destination give and take complex values: eight at a
-// time as a block (load8 in lane order, store8 in natural order), four at a time, or one.
+// time as a block in lane order (load8, store8; storeNatural8 takes natural order), four at a time, or one.
 // All of the input is read before any output is written.
 #pragma once
 
@@ -43,6 +43,7 @@ struct Destination {
     moxac::store4(f + 4, _mm_unpackhi_ps(z.re, z.im));
   }
   MOX_INLINE void store8(int64_t i, Complex8 z) const { storeInterleaved(p + i, order(z)); }
+  MOX_INLINE void storeNatural8(int64_t i, Complex8 z) const { storeNatural(p + i, order(z)); }
 
  private:
   template <class L>
@@ -69,14 +70,23 @@ inline constexpr auto kTwiddles8 = staticRowTwiddles<8, 2, 4>();
 inline constexpr auto kTwiddles16 = staticRowTwiddles<16, 4, 4>();
 inline constexpr auto kTwiddles32 = staticRowTwiddles<32, 4, 8>();
 
+// Of the two twiddled steps of 64 points, for rows 1..3: real parts, imaginary parts.
 struct Twiddles64 {
-  alignas(32) float first[2 * kFirstTwiddleFloats], second[2 * kSecondTwiddleFloats];
+  alignas(32) float first[2][3][16], second[2][3][16];
 };
 inline constexpr Twiddles64 kTwiddles64 = [] {
   Twiddles64 tables = {};
   const Twiddles twiddles(kStaticQuarter.data(), 1 << kStaticQuarterOrder);
-  fillFirstTwiddles(fillFirstTwiddles(tables.first, twiddles, 64, 0), twiddles, 64, 8);
-  fillSecondTwiddles(fillSecondTwiddles(tables.second, twiddles, 64, 0), twiddles, 64, 1);
+  for (int part = 0; part < 2; ++part)
+    for (int row = 1; row < 4; ++row)
+      for (int lane = 0; lane < 8; ++lane) {
+        const Mox32fc w = twiddles((8 * part + kLaneOrder[lane]) * row, 64);
+        tables.first[part][row - 1][lane] = w.re;
+        tables.first[part][row - 1][lane + 8] = w.im;
+        const Mox32fc v = twiddles((part + lane / 4 * 2) * row, 16);
+        tables.second[part][row - 1][lane] = v.re;
+        tables.second[part][row - 1][lane + 8] = v.im;
+      }
   return tables;
 }();
 
@@ -173,26 +183,40 @@ MOX_INLINE void transform32(Src src, Dst dst) {
                    halves(sum02, difference02, upper), halves(sum13, difference13, upper)};
   dft4(b);
   // Output k of the lower half is X[8k..8k+3], of the upper X[8k+4..8k+7].
-  for (int k = 0; k < 4; ++k) dst.store8(8 * k, b[k]);
+  for (int k = 0; k < 4; ++k) dst.storeNatural8(8 * k, b[k]);
 }
 
-// Four rows of sixteen columns, four rows of four columns, and four points, with a transpose spread over the
-// first two.
+// Four rows of sixteen columns, then four rows of four columns, then four points. The transposes are spread
+// over the first two steps, so that no step needs more registers than there are.
 template <class Src, class Dst>
 MOX_INLINE void transform64(Src src, Dst dst) {
-  alignas(32) float scratch[8 * kBlockFloats], rows[2][4 * kBlockFloats];
-  for (int half = 0; half < 2; ++half)
-    firstButterfly(kTwiddles64.first + half * kFirstTwiddleFloats, scratch + half * 4 * kBlockFloats,
-                   [&](int row) MOX_ALWAYS { return src.load8(16 * row + 8 * half); });
-  for (int i = 0; i < 2; ++i)
-    secondButterfly(kTwiddles64.second + i * kSecondTwiddleFloats, scratch + i * kBlockFloats, 2,
-                    [&](int upper, int group, Complex8 block)
-                        MOX_ALWAYS { storeBlock(rows[group] + (i + 2 * upper) * kBlockFloats, block); });
+  // Register i of a half has the first four outputs of columns 0|2, 1|3, 4|6, 5|7 of that half.
+  alignas(32) float first[8 * kBlockFloats];
+  for (int half = 0; half < 2; ++half) {
+    Complex8 a[4];
+    for (int row = 0; row < 4; ++row) a[row] = src.load8(16 * row + 8 * half);
+    dft4(a);
+    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.first[half][row - 1]);
+    transposeHalves(a[0], a[1], a[2], a[3]);
+    for (int i = 0; i < 4; ++i) storeBlock(first + (4 * half + i) * kBlockFloats, a[i]);
+  }
+  // Columns 0|2 and 1|3 with those 4, 8 and 12 further on; outputs 0..7 and 8..15 of each column.
+  alignas(32) float second[2][4 * kBlockFloats];
+  for (int i = 0; i < 2; ++i) {
+    Complex8 a[4];
+    for (int j = 0; j < 4; ++j) a[j] = loadBlock(first + (2 * j + i) * kBlockFloats);
+    dft4(a);
+    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.second[i][row - 1]);
+    storeBlock(second[0] + i * kBlockFloats, lowerHalves(a[0], a[1]));
+    storeBlock(second[1] + i * kBlockFloats, lowerHalves(a[2], a[3]));
+    storeBlock(second[0] + (i + 2) * kBlockFloats, upperHalves(a[0], a[1]));
+    storeBlock(second[1] + (i + 2) * kBlockFloats, upperHalves(a[2], a[3]));
+  }
   for (int group = 0; group < 2; ++group) {
     Complex8 a[4];
-    for (int p = 0; p < 4; ++p) a[p] = loadBlock(rows[group] + p * kBlockFloats);
+    for (int column = 0; column < 4; ++column) a[column] = loadBlock(second[group] + column * kBlockFloats);
     dft4(a);
-    for (int k = 0; k < 4; ++k) dst.store8(16 * k + 8 * group, a[k]);
+    for (int k = 0; k < 4; ++k) dst.storeNatural8(16 * k + 8 * group, a[k]);
   }
 }
 

@@ -70,69 +70,37 @@ class Twiddles {
 };
 
 // Complex values of a transform stand in blocks between the passes: the real parts of eight, then their
-// imaginary parts. A block taken from interleaved complex values with two shuffles that cross no lane has
-// them in this order.
+// imaginary parts. Within a block they are in this order, which two shuffles that cross no lane turn into
+// interleaved complex numbers, and back.
 constexpr int kLaneOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
 constexpr int64_t kBlockFloats = 16;
 
-// The first sixteen rows of a transform are done as four by four. The factors of the first four, for eight
-// columns from `column` on, rows 1..3, exp(-2*pi*i*column*row/points), in lane order:
-constexpr int64_t kFirstTwiddleFloats = 3 * kBlockFloats;
-constexpr float* fillFirstTwiddles(float* table, const Twiddles& twiddles, int64_t points, int64_t column) {
-  for (int row = 1; row < 4; ++row, table += kBlockFloats)
-    for (int lane = 0; lane < 8; ++lane) {
-      const Mox32fc w = twiddles((column + kLaneOrder[lane]) * row, points);
-      table[lane] = w.re;
-      table[lane + 8] = w.im;
-    }
-  return table;
-}
-// and of the second four, for `column` and the column two further on, rows 1..3 of points/4: (re, re, im,
-// im).
-constexpr int64_t kSecondTwiddleFloats = 3 * 4;
-constexpr float* fillSecondTwiddles(float* table, const Twiddles& twiddles, int64_t points, int64_t column) {
-  for (int row = 1; row < 4; ++row)
-    for (int part = 0; part < 2; ++part)
-      for (int64_t c : {column, column + 2}) {
-        const Mox32fc w = twiddles(c * row, points / 4);
-        *table++ = part == 0 ? w.re : w.im;
+// First pass of a transform of `points` points, eight rows of points/8 columns: for every eight columns the
+// factors exp(-2*pi*i*column*row/points) of rows 1..7.
+constexpr int64_t rowTwiddleFloats(int64_t points) { return points / 8 * 7 * 2; }
+constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int64_t points) {
+  for (int64_t column = 0; column < points / 8; column += 8)
+    for (int64_t row = 1; row < 8; ++row, table += kBlockFloats)
+      for (int lane = 0; lane < 8; ++lane) {
+        const Mox32fc w = twiddles((column + kLaneOrder[lane]) * row, points);
+        table[lane] = w.re;
+        table[lane + 8] = w.im;
       }
   return table;
 }
 
-// Both for a whole transform: for every eight of its points/16 columns, four times the first and then four
-// times the second.
-constexpr int64_t kRowTwiddleFloats = 4 * kFirstTwiddleFloats + 4 * kSecondTwiddleFloats;
-constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int64_t points) {
-  for (int64_t column = 0; column < points / 16; column += 8) {
-    for (int j = 0; j < 4; ++j)
-      table = fillFirstTwiddles(table, twiddles, points, column + j * (points / 16));
-    for (int i = 0; i < 4; ++i) table = fillSecondTwiddles(table, twiddles, points, column + kLaneOrder[i]);
-  }
-  return table;
-}
-
-// The passes down a column of 2^logLength blocks: each splits it into this many parts (as a power of two),
-// until 4 or 8 blocks are left to the last one.
-constexpr int radixBits(int logLength) { return logLength <= 3 ? logLength : 2; }
+// The passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are left to the last.
 constexpr int lastBits(int logLength) { return logLength % 2 == 0 ? 2 : 3; }
-constexpr int64_t columnPassFloats(int logLength) {
-  const int bits = radixBits(logLength);
-  return (int64_t{1} << (logLength - bits)) * ((1 << bits) - 1) * 2;
-}
+constexpr int64_t columnPassFloats(int logLength) { return (int64_t{1} << (logLength - 2)) * 6; }
 
-// The factors of all those passes but the last, the longest first. A pass in radix R over length n takes, for
-// every place p = 0..n/R-1, those of output rows 1..R-1 in bit-reversed order:
-// exp(-2*pi*i*p*reversed(row)/n).
+// The factors of all those passes but the last, the longest first. A pass over length n takes, for every
+// place p = 0..n/4-1, those of its outputs in bit-reversed order, 2 1 3: exp(-2*pi*i*p*output/n).
 constexpr float* fillColumnTwiddles(float* table, const Twiddles& twiddles, int logLength) {
-  for (; logLength > 3; logLength -= radixBits(logLength)) {
-    const int bits = radixBits(logLength);
+  for (; logLength > 3; logLength -= 2) {
     const int64_t n = int64_t{1} << logLength;
-    for (int64_t p = 0; p < n >> bits; ++p)
-      for (int row = 1; row < 1 << bits; ++row) {
-        int reversed = 0;
-        for (int b = 0; b < bits; ++b) reversed |= (row >> b & 1) << (bits - 1 - b);
-        const Mox32fc w = twiddles(p * reversed, n);
+    for (int64_t p = 0; p < n / 4; ++p)
+      for (int output : {2, 1, 3}) {
+        const Mox32fc w = twiddles(p * output, n);
         *table++ = w.re;
         *table++ = w.im;
       }
