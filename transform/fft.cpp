@@ -29,13 +29,14 @@ constexpr int32_t quarterTableBytes(int32_t order) { return roundDown64(((1 << o
 // The work buffer holds the 2^order points between the passes.
 constexpr int32_t tableOrderWork(int32_t order) { return roundDown64((8 << order) + 63); }
 
-constexpr FftSizes fftSizes(int32_t order) {
+FftSizes fftSizes(int32_t order) {
   if (order <= kFftLastStraightOrder) return {208, 0, 0};
   const int32_t quarter = quarterTableBytes(order);
   if (order <= kFftLastTableOrder)
     return {roundDown64((8 << order) + 71) + quarter + 256, order <= kStaticQuarterOrder ? 0 : quarter + 64,
             tableOrderWork(order) + 64};
-  return {quarter + 256, quarter + 64, 0};
+  return {static_cast<int32_t>(largeTableBytes(order)) + 256, quarter + 64,
+          static_cast<int32_t>(largeWorkBytes(order)) + 64};
 }
 
 moxStatus checkSizing(int32_t order, int32_t flag, const int32_t* pSpecSize, const int32_t* pInitBufSize,
@@ -127,7 +128,8 @@ moxStatus FftInit_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t 
   if (order <= kFftLastStraightOrder) return moxStatusOk;
 
   buildTables(*spec, pInitBuf == nullptr ? nullptr : alignUp<float>(pInitBuf, 64));
-  if (order <= kFftLastTableOrder) spec->workSize = tableOrderWork(order);
+  spec->workSize =
+      order <= kFftLastTableOrder ? tableOrderWork(order) : static_cast<int32_t>(largeWorkBytes(order));
   return moxStatusOk;
 }
 

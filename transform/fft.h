@@ -42,12 +42,16 @@ struct FftSpec {
   const int32_t* bitReversal;
   const float* twiddles;
   void* block;  // what FftInitAlloc_C_32fc obtained, else null
-  uint8_t largeOrder[88];
+  // Orders 19 to 28 only.
+  const float* shortTwiddles;    // of the shorter side
+  const double* coarseTwiddles;  // exp(-2*pi*i*k*2^(order/2)/L)
+  const double* fineTwiddles;    // exp(-2*pi*i*k/L), k below 2^(order/2)
+  uint8_t unused[64];
 };
 static_assert(sizeof(FftSpec) == 144);
 
 // A straight-line context (order 0..6) uses the fields in front of this offset and no byte behind it.
-constexpr size_t kFftStraightHeaderBytes = offsetof(FftSpec, largeOrder);
+constexpr size_t kFftStraightHeaderBytes = offsetof(FftSpec, shortTwiddles);
 
 // Byte counts of the context (any alignment), of Init's scratch, and of the work buffer.
 //   moxStatusBadFftOrder   order above 30

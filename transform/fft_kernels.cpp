@@ -9,28 +9,6 @@
 namespace moxac {
 namespace {
 
-// A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
-constexpr int kCacheLog = 8;
-
-// The transform down a column of blocks, part by part, so that a part's last pass finds it in the cache.
-template <class Store>
-void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
-                     const ColumnTables& tables, const Store& store) {
-  if (logLength > kCacheLog) {
-    columnPass(blocks, 1, int64_t{1} << logLength, twiddles);
-    const int rest = logLength - 2;
-    for (int64_t part = 0; part < 4; ++part)
-      transformColumn(blocks + (part << rest) * kBlockFloats, rest, twiddles + columnPassFloats(logLength),
-                      first + (part << (rest - lastBits(rest))), tables, store);
-    return;
-  }
-  columnPasses(blocks, logLength, twiddles);
-  if (lastBits(logLength) == 2)
-    lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
-  else
-    lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
-}
-
 template <bool kInverse>
 void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
   const Source<kInverse> from = {src};
@@ -63,8 +41,10 @@ void transform(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* wor
     case 6:
       return transform64(from, to);
     default:
-      return transformTable<kInverse>(src, dst, spec, work);
+      break;
   }
+  if (spec.order <= kFftLastTableOrder) return transformTable<kInverse>(src, dst, spec, work);
+  transformLarge<kInverse>(src, dst, spec, work);
 }
 
 void scale(Mox32fc* dst, const FftSpec& spec) {
@@ -87,6 +67,7 @@ void columnPasses(float* blocks, int logLength, const float* twiddles) {
 }
 
 void buildTables(FftSpec& spec, float* scratch) {
+  if (spec.order > kFftLastTableOrder) return buildLargeTables(spec, scratch);
   const int64_t points = int64_t{1} << spec.order;
   const float* wave = kStaticQuarter.data();
   if (spec.order > kStaticQuarterOrder) {

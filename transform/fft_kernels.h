@@ -25,9 +25,12 @@ struct ColumnTables {
 // wave of the order, where the static one does not do.
 void buildTables(FftSpec& spec, float* scratch);
 
-// Bytes behind the header that the tables of an order above 18 take, and of its work buffer.
+// The same for orders 19 to 28 (fft_large.cpp), the bytes of those tables, and of the work buffer.
+void buildLargeTables(FftSpec& spec, float* scratch);
 int64_t largeTableBytes(int32_t order);
 int64_t largeWorkBytes(int32_t order);
+template <bool kInverse>
+void transformLarge(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work);
 
 void fftForward(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work);
 void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work);
@@ -84,6 +87,28 @@ MOX_INLINE void lastPass(const float* blocks, int64_t first, int64_t count, cons
     const int64_t k = tables.bitReversal[first + i] >> tables.reversalShift;
     for (int j = 0; j < kRadix; ++j) store(k + j * apart, a[j]);
   }
+}
+
+// A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
+constexpr int kCacheLog = 8;
+
+// The transform down a column of blocks, part by part, so that a part's last pass finds it in the cache.
+template <class Store>
+void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
+                     const ColumnTables& tables, const Store& store) {
+  if (logLength > kCacheLog) {
+    columnPass(blocks, 1, int64_t{1} << logLength, twiddles);
+    const int rest = logLength - 2;
+    for (int64_t part = 0; part < 4; ++part)
+      transformColumn(blocks + (part << rest) * kBlockFloats, rest, twiddles + columnPassFloats(logLength),
+                      first + (part << (rest - lastBits(rest))), tables, store);
+    return;
+  }
+  columnPasses(blocks, logLength, twiddles);
+  if (lastBits(logLength) == 2)
+    lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
+  else
+    lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
 }
 
 }  // namespace moxac

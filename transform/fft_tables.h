@@ -92,6 +92,9 @@ constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int64_t
 // The passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are left to the last.
 constexpr int lastBits(int logLength) { return logLength % 2 == 0 ? 2 : 3; }
 constexpr int64_t columnPassFloats(int logLength) { return (int64_t{1} << (logLength - 2)) * 6; }
+constexpr int64_t columnTwiddleFloats(int logLength) {
+  return logLength <= 3 ? 0 : columnPassFloats(logLength) + columnTwiddleFloats(logLength - 2);
+}
 
 // The factors of all those passes but the last, the longest first. A pass over length n takes, for every
 // place p = 0..n/4-1, those of its outputs in bit-reversed order, 2 1 3: exp(-2*pi*i*p*output/n).
