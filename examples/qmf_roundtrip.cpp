@@ -59,7 +59,7 @@ int main() {
   // 3. One row of sub-band samples for each time slot. Synthesis reads 64 of them; the upper 32 stay 0.
   std::vector<Mox32fc> samples(kFrameSlots * 64);
   Mox32fc* rows[kFrameSlots];
-  for (int l = 0; l < kFrameSlots; ++l) rows[l] = &samples[static_cast<size_t>(64 * l)];
+  for (int l = 0; l < kFrameSlots; ++l) rows[l] = samples.data() + 64 * l;
 
   // 4. Frame after frame; the banks remember what overlaps.
   double signal = 0, error = 0;

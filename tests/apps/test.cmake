@@ -1,4 +1,4 @@
-target_link_libraries(test_apps PRIVATE mox_parts PkgConfig::SNDFILE)
+target_link_libraries(test_apps PRIVATE mox_parts PkgConfig::SNDFILE PkgConfig::PNG)
 target_compile_definitions(test_apps PRIVATE MOX_PROGRAM="$<TARGET_FILE:mox>")
 add_dependencies(test_apps mox)
 add_test(NAME mp3_peers COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/apps/compare_peers.py

@@ -1,0 +1,73 @@
+#include "mox/sound.h"
+
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "mox/failure.h"
+
+namespace mox {
+namespace {
+
+// libsndfile reads from memory through these.
+struct Memory {
+  Bytes bytes;
+  sf_count_t position = 0;
+
+  sf_count_t size() const { return static_cast<sf_count_t>(bytes.size()); }
+};
+
+Memory& memoryOf(void* user) { return *static_cast<Memory*>(user); }
+
+sf_count_t seek(sf_count_t offset, int whence, void* user) {
+  Memory& m = memoryOf(user);
+  const sf_count_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? m.position : m.size();
+  m.position = std::clamp<sf_count_t>(from + offset, 0, m.size());
+  return m.position;
+}
+
+sf_count_t read(void* to, sf_count_t count, void* user) {
+  Memory& m = memoryOf(user);
+  const sf_count_t got = std::min(count, m.size() - m.position);
+  std::copy_n(m.bytes.begin() + m.position, got, static_cast<uint8_t*>(to));
+  m.position += got;
+  return got;
+}
+
+SF_VIRTUAL_IO reader() {
+  return {[](void* user) { return memoryOf(user).size(); }, seek, read,
+          [](const void*, sf_count_t, void*) { return sf_count_t{0}; },
+          [](void* user) { return memoryOf(user).position; }};
+}
+
+// Appends the mean of each group of `channels` interleaved samples.
+void mixDown(const float* samples, int64_t frames, int channels, std::vector<float>& mono) {
+  for (int64_t t = 0; t < frames; ++t) {
+    float sum = 0;
+    for (int c = 0; c < channels; ++c) sum += samples[t * channels + c];
+    mono.push_back(sum / static_cast<float>(channels));
+  }
+}
+
+}  // namespace
+
+MonoSound readSound(Bytes bytes, const std::string& name) {
+  Memory memory{bytes};
+  SF_VIRTUAL_IO io = reader();
+  SF_INFO info{};
+  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open_virtual(&io, SFM_READ, &info, &memory),
+                                                         sf_close);
+  if (file == nullptr) throw Failure(name + ": not a sound file (" + sf_strerror(nullptr) + ")");
+
+  MonoSound sound;
+  sound.rate = info.samplerate;
+  std::vector<float> block(static_cast<size_t>(4096) * static_cast<size_t>(info.channels));
+  while (const sf_count_t frames = sf_readf_float(file.get(), block.data(), 4096))
+    mixDown(block.data(), frames, info.channels, sound.samples);
+  if (sound.samples.empty()) throw Failure(name + ": holds no samples");
+  return sound;
+}
+
+}  // namespace mox
