@@ -8,5 +8,6 @@ namespace mox {
 
 void addDecodeCommand(CLI::App& program, int& exitCode);
 void addInfoCommand(CLI::App& program, int& exitCode);
+void addSpectrumCommand(CLI::App& program, int& exitCode);
 
 }  // namespace mox

@@ -7,7 +7,7 @@
 #include "moxac.h"
 
 int main(int argc, char** argv) {
-  CLI::App program("Decodes audio files and tells what is in them.", "mox");
+  CLI::App program("Decodes audio files, tells what is in them and draws their spectrograms.", "mox");
   program.set_version_flag("--version", std::string("mox, with ") + moxacGetLibVersion()->libraryName + " " +
                                             moxacGetLibVersion()->versionText);
   program.require_subcommand(1);
@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
   int exitCode = mox::exitComplete;
   mox::addDecodeCommand(program, exitCode);
   mox::addInfoCommand(program, exitCode);
+  mox::addSpectrumCommand(program, exitCode);
 
   try {
     program.parse(argc, argv);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "mox/decoder.h"
 #include "mox/failure.h"
 
 namespace mox {
@@ -51,21 +52,40 @@ void mixDown(const float* samples, int64_t frames, int channels, std::vector<flo
   }
 }
 
-}  // namespace
-
-MonoSound readSound(Bytes bytes, const std::string& name) {
+// False when libsndfile does not know the bytes, or takes them for an MPEG stream, which is ours to decode.
+bool readFile(Bytes bytes, MonoSound& sound) {
   Memory memory{bytes};
   SF_VIRTUAL_IO io = reader();
   SF_INFO info{};
   const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open_virtual(&io, SFM_READ, &info, &memory),
                                                          sf_close);
-  if (file == nullptr) throw Failure(name + ": not a sound file (" + sf_strerror(nullptr) + ")");
+  if (file == nullptr || (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return false;
 
-  MonoSound sound;
+  constexpr sf_count_t kBlock = 4096;
+  std::vector<float> block(static_cast<size_t>(kBlock * info.channels));
   sound.rate = info.samplerate;
-  std::vector<float> block(static_cast<size_t>(4096) * static_cast<size_t>(info.channels));
-  while (const sf_count_t frames = sf_readf_float(file.get(), block.data(), 4096))
+  while (const sf_count_t frames = sf_readf_float(file.get(), block.data(), kBlock))
     mixDown(block.data(), frames, info.channels, sound.samples);
+  return true;
+}
+
+void readStream(Bytes bytes, const std::string& name, MonoSound& sound) {
+  DecodeOptions options;
+  options.floatSamples = true;
+  const std::unique_ptr<AudioDecoder> decoder = openDecoder(bytes, options, name);
+  const AudioFormat format = decoder->format();
+  sound.rate = format.rate;
+  for (PcmView block; decoder->decodeBlock(block);)
+    mixDown(block.f32.data(), static_cast<int64_t>(block.f32.size()) / format.channels, format.channels,
+            sound.samples);
+  sound.faults = decoder->stats().faults;
+}
+
+}  // namespace
+
+MonoSound readSound(Bytes bytes, const std::string& name) {
+  MonoSound sound;
+  if (!readFile(bytes, sound)) readStream(bytes, name, sound);
   if (sound.samples.empty()) throw Failure(name + ": holds no samples");
   return sound;
 }

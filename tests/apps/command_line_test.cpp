@@ -108,4 +108,22 @@ TEST(CommandLine, InfoTellsWhatAStreamIs) {
     EXPECT_NE(outcome.text.find(fact), std::string::npos) << fact << " in\n" << outcome.text;
 }
 
+TEST(CommandLine, SpectrumDrawsFilesAndStreamsAlike) {
+  const ScratchDirectory scratch;
+  const std::string wav = streamPath("mp3_44100_joint128_short.ref.wav");
+  EXPECT_EQ(run("spectrum --width 100 --height 64 " + wav + " " + scratch / "a.png").text, "");
+  EXPECT_EQ(run("spectrum --width 100 --height 64 " + kStream + " - > " + scratch / "b.png").code, 0);
+  for (const char* name : {"a.png", "b.png"}) EXPECT_EQ(readFile(scratch / name)[1], 'P') << name;
+
+  writeFile(scratch / "text", std::vector<uint8_t>(5000, 'x'));
+  const Outcome bad = run("spectrum " + scratch / "text" + " " + scratch / "out.png");
+  EXPECT_EQ(bad.code, 1);
+  EXPECT_NE(bad.text.find("text: holds no"), std::string::npos) << bad.text;
+  EXPECT_EQ(run("spectrum " + wav + " " + wav).code, 1) << "input and output are the same file";
+  EXPECT_EQ(run("spectrum -  - < " + wav + " > /dev/full").code, 1);
+  EXPECT_EQ(run("spectrum --width 0 " + wav + " " + scratch / "out.png").code, 2);
+  EXPECT_EQ(run("spectrum " + wav).code, 2);
+  EXPECT_EQ(scratch.entries(), 3u);
+}
+
 }  // namespace
