@@ -97,6 +97,8 @@ def program_tables():
            "const int32_t kAacRates[12] = {"] + wrapped(rates) + ["};", "",
            "const int32_t kPredSfbMax[12] = {"]
     out += wrapped([row["pred_sfb_max"] for row in rows("aac_pred_sfb_max.csv")]) + ["};", ""]
+    out += ["const int32_t kTnsMaxBands[12] = {"]
+    out += wrapped([row["long"] for row in rows("aac_tns_max_bands.csv")]) + ["};", ""]
     out.append("const int32_t kLongBands[12][52] = {")
     for row in long_rows:
         body = wrapped(offsets(row, 1024, 52), indent="     ")

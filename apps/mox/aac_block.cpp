@@ -13,6 +13,8 @@ constexpr size_t kMaxBlockBytes = 16384;
 // code words of two lines take at most 12 + 2 + 2 * 21 bits each, and by what comes before its spectrum.
 constexpr size_t kPad = 512 * 56 / 8 + 1024;
 
+constexpr int32_t kAotMain = 1;
+constexpr int32_t kEightShort = 2;
 constexpr int32_t kNoiseBook = 13;
 constexpr int32_t kExtSbrData = 13, kExtSbrDataCrc = 14;  // extension_type
 
@@ -41,6 +43,11 @@ int32_t AacBlockReader::bits(int32_t count) {
 
 size_t AacBlockReader::position() const {
   return static_cast<size_t>(stream_ - buffer_.data()) * 8 + static_cast<size_t>(offset_);
+}
+
+void AacBlockReader::moveTo(size_t position) {
+  stream_ = buffer_.data() + position / 8;
+  offset_ = static_cast<int32_t>(position % 8);
 }
 
 bool AacBlockReader::read(Bytes bytes, AacBlock& block) {
@@ -143,10 +150,16 @@ bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
   channel.stream.samplingRateIndex = config_.rateIndex;
   channel.stream.predSfbMax = kPredSfbMax[config_.rateIndex];
   channel.stream.pIcsInfo = &channel.ics;
-  const moxStatus status =
+  channel.longTns.numFilters = 0;
+  const size_t start = position();
+  moxStatus status =
       moxsNoiselessDecode_AAC(&stream_, &offset_, &ltpHolder_, channel.scaleFactor.data(),
                               channel.spectrum.data(), channel.sfbCb.data(), channel.tnsCoef.data(),
                               &channel.stream, 0, 0, commonWindow, 0, config_.objectType);
+  if (status == moxStatusAacTnsOrderError && config_.objectType == kAotMain) {
+    moveTo(start);
+    if (readAroundLongTns(commonWindow, channel)) status = moxStatusOk;
+  }
   if (status != moxStatusOk || channel.ics.maxSfb > channel.stream.numSwb || !within()) return false;
   if (!commonWindow) channel.ltp = ltpHolder_.ltp[0];
   // LC has neither kind of prediction, and a predictor can be reset by groups 1 to 30 only.
@@ -156,6 +169,92 @@ bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
     return false;
   separateNoiseEnergies(channel);
   return true;
+}
+
+// The Main profile's filters have up to 20 coefficients, the library's 12. Its noiseless decoder stops at such a
+// filter; but it also decodes the channels of layered streams, which have no pulse, TNS and gain-control data between
+// scale factors and spectrum. So these data are read here, and the channel is decoded from a copy without them.
+bool AacBlockReader::readAroundLongTns(bool commonWindow, AacChannel& channel) {
+  const MoxAacIcsInfo& ics = channel.ics;
+  const MoxAacChanStream& stream = channel.stream;
+  if (ics.windowSequence == kEightShort) return false;
+
+  const size_t gainAt = position();
+  const size_t sectionsAt = gainAt + 8 + (commonWindow ? 0 : icsInfoBits(ics));
+  size_t factorsAt = sectionsAt;
+  for (int32_t s = 0, start = 0; s < stream.numSec[0]; start = stream.sectEnd[s++])
+    factorsAt += 4 + 5 * static_cast<size_t>((stream.sectEnd[s] - start) / 31 + 1);
+  moveTo(factorsAt);
+  bool noiseSeen = false;
+  for (int32_t band = 0; band < ics.maxSfb; ++band) {
+    const int32_t book = channel.sfbCb[static_cast<size_t>(band)];
+    int16_t difference;
+    if (book == kNoiseBook && !noiseSeen) {
+      bits(9);
+      noiseSeen = true;
+    } else if (book != 0 && moxsVLCDecodeOne_1u16s(&stream_, &offset_, &difference, scaleFactorCode_.get()) !=
+                                moxStatusOk) {
+      return false;
+    }
+  }
+
+  const size_t toolsAt = position();
+  struct Pulse {
+    int32_t offset, amplitude;
+  };
+  std::vector<Pulse> pulses;
+  int32_t line = 0;
+  if (bits(1) != 0) {
+    pulses.resize(static_cast<size_t>(bits(2)) + 1);
+    const int32_t firstBand = bits(6);
+    if (firstBand >= stream.numSwb) return false;
+    line = kLongBands[config_.rateIndex][firstBand];
+    for (Pulse& pulse : pulses) {
+      pulse.offset = bits(5);
+      pulse.amplitude = bits(4);
+    }
+  }
+  bits(1);  // tns_data_present
+  if (!channel.longTns.read([this](int32_t count) { return bits(count); })) return false;
+  if (bits(1) != 0 || !within()) return false;  // gain control
+  const size_t spectrumAt = position();
+
+  std::vector<uint8_t> joined(buffer_.size());
+  size_t written = 0;
+  const auto copy = [&](size_t from, size_t to) {
+    for (; from < to; ++from, ++written)
+      joined[written / 8] |=
+          static_cast<uint8_t>(((buffer_[from / 8] >> (7 - from % 8)) & 1) << (7 - written % 8));
+  };
+  copy(gainAt, gainAt + 8);
+  copy(sectionsAt, toolsAt);
+  const size_t headBits = written;
+  copy(spectrumAt, end_);
+
+  ltpHolder_.numWindowGroups = ltpHolder_.windowGroupLen[0] = 1;
+  const uint8_t* at = joined.data();
+  int32_t bit = 0;
+  if (moxsNoiselessDecode_AAC(&at, &bit, &ltpHolder_, channel.scaleFactor.data(), channel.spectrum.data(),
+                              channel.sfbCb.data(), channel.tnsCoef.data(), &channel.stream,
+                              ics.windowSequence, ics.maxSfb, commonWindow, 1,
+                              config_.objectType) != moxStatusOk)
+    return false;
+  moveTo(spectrumAt + static_cast<size_t>(at - joined.data()) * 8 + static_cast<size_t>(bit) - headBits);
+
+  for (const Pulse& pulse : pulses) {
+    line += pulse.offset;
+    if (line >= 1024) return false;
+    int32_t& value = channel.spectrum[static_cast<size_t>(line)];
+    value += value > 0 ? pulse.amplitude : -pulse.amplitude;
+  }
+  return true;
+}
+
+// Length of a long window's ics_info(), as it was read.
+size_t AacBlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
+  if (ics.predictorDataPresent == 0) return 11;
+  const int32_t flags = std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]);
+  return static_cast<size_t>(11 + (ics.predictorReset != 0 ? 6 : 1) + flags);
 }
 
 // coupling_channel_element(): a channel that is to be added to others, with gain lists for each of them. Only the

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mox/aac_layout.h"
+#include "mox/aac_long_tns.h"
 #include "mox/bytes.h"
 #include "moxac/vlc.h"
 
@@ -27,6 +28,7 @@ struct AacChannel {
   std::array<int16_t, 120> scaleFactor;
   std::array<uint8_t, 120> sfbCb;
   std::array<int8_t, 60> tnsCoef;
+  AacLongTns longTns;  // instead of the stream's TNS data, if its numFilters is not 0
   alignas(32) std::array<int32_t, 1024> spectrum;
 };
 
@@ -69,12 +71,15 @@ class AacBlockReader {
   bool readSingle(AacElement& element);
   bool readPair(AacElement& element);
   bool readChannel(bool commonWindow, AacChannel& channel);
+  bool readAroundLongTns(bool commonWindow, AacChannel& channel);
+  size_t icsInfoBits(const MoxAacIcsInfo& ics) const;
   bool readCoupling();
   bool readFill(AacBlock& block);
   AacElement& nextElement(AacBlock& block, AacElementId id);
 
-  int32_t bits(int32_t count);  // up to 16
-  size_t position() const;      // bits from the start of the block
+  int32_t bits(int32_t count);   // up to 16
+  size_t position() const;       // bits from the start of the block
+  void moveTo(size_t position);  // to such a position
   bool within() const { return position() <= end_; }
 
   AacConfig config_;

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "mox/aac_tables.h"
+#include "moxac/util.h"
 
 namespace mox {
 namespace {
@@ -58,6 +59,7 @@ bool AacTools::run(AacElement& element, const std::array<int32_t, 2>& places, Aa
                    std::vector<AacSpectrum>& spectra) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     AacChannel& channel = element.channel[ch];
+    if (config_.objectType == kAotMain) dequantiseExactly(channel, exactLines_[ch]);
     if (moxsQuantInv_AAC_32s_I(channel.spectrum.data(), channel.scaleFactor.data(),
                                channel.ics.numWindowGroups, channel.ics.windowGroupLen, channel.ics.maxSfb,
                                channel.sfbCb.data(), config_.rateIndex,
@@ -67,7 +69,7 @@ bool AacTools::run(AacElement& element, const std::array<int32_t, 2>& places, Aa
   if (!stereo(element) || !noise(element)) return false;
   if (config_.objectType == kAotMain)
     for (size_t ch = 0; ch < element.channels(); ++ch)
-      predict(element.channel[ch], predictors_[static_cast<size_t>(places[ch])].get());
+      predict(element.channel[ch], exactLines_[ch], predictors_[static_cast<size_t>(places[ch])].get());
   if (!intensity(element)) return false;
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     const auto place = static_cast<size_t>(places[ch]);
@@ -76,10 +78,36 @@ bool AacTools::run(AacElement& element, const std::array<int32_t, 2>& places, Aa
   return true;
 }
 
+// Predictors feed their own rounding back, so that what they learn from must not be rounded to the spectral format
+// first. Long windows only: nothing is predicted in short ones.
+void AacTools::dequantiseExactly(const AacChannel& channel, std::array<float, 1024>& lines) const {
+  if (channel.ics.windowSequence == kEightShort) return;
+  std::array<int16_t, 1024> quantised;
+  std::array<float, 51> gain;
+  for (size_t k = 0; k < quantised.size(); ++k) quantised[k] = static_cast<int16_t>(channel.spectrum[k]);
+  for (size_t b = 0; b < static_cast<size_t>(channel.ics.maxSfb); ++b)
+    gain[b] = static_cast<float>(std::exp2(0.25 * (channel.scaleFactor[b] - 100)));
+  moxsPow43_16s32f(quantised.data(), lines.data(), 1024);
+  if (channel.ics.maxSfb > 0)
+    moxsScale_32f_I(lines.data(), gain.data(), kLongBands[config_.rateIndex], channel.ics.maxSfb);
+}
+
 // Mid/side. In intensity bands this only turns the sign that the intensity step will apply.
 bool AacTools::stereo(AacElement& element) {
   if (element.channels() == 1 || element.pair.msMaskPresent == 0) return true;
   AacChannel &left = element.channel[0], &right = element.channel[1];
+  if (config_.objectType == kAotMain && left.ics.windowSequence != kEightShort) {
+    const int32_t* const bands = kLongBands[config_.rateIndex];
+    for (int32_t b = 0; b < left.ics.maxSfb; ++b) {
+      const uint8_t book = right.sfbCb[static_cast<size_t>(b)];
+      if (book >= kNoiseBook || (element.pair.msMaskPresent == 1 && element.pair.msUsed[0][b] == 0)) continue;
+      for (auto k = static_cast<size_t>(bands[b]); k < static_cast<size_t>(bands[b + 1]); ++k) {
+        const float mid = exactLines_[0][k], side = exactLines_[1][k];
+        exactLines_[0][k] = mid + side;
+        exactLines_[1][k] = mid - side;
+      }
+    }
+  }
   return moxsDecodeMsStereo_AAC_32s_I(left.spectrum.data(), right.spectrum.data(), element.pair.msMaskPresent,
                                       element.pair.msUsed[0], right.sfbCb.data(), left.ics.numWindowGroups,
                                       left.ics.windowGroupLen, left.ics.maxSfb, config_.rateIndex,
@@ -112,7 +140,7 @@ bool AacTools::noise(AacElement& element) {
 
 // Main-profile prediction works on floats on the 16-bit scale. Every predictor learns from every long window,
 // whether its prediction is used or not; short windows and noise leave nothing to learn from.
-void AacTools::predict(AacChannel& channel, MoxAacFdpState* predictor) const {
+void AacTools::predict(AacChannel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const {
   constexpr float kUnit = 1 << MOX_AAC_SPECTRUM_FRAC_BITS;
   if (channel.ics.windowSequence == kEightShort) {
     moxsFDPReset_32f(predictor);
@@ -121,21 +149,14 @@ void AacTools::predict(AacChannel& channel, MoxAacFdpState* predictor) const {
   const int32_t* const bands = kLongBands[config_.rateIndex];
   const int32_t numBands = kPredSfbMax[config_.rateIndex];
   std::array<uint8_t, 41> used{}, isNoise{};
-  for (int32_t band = 0; band < std::min(numBands, channel.ics.maxSfb); ++band) {
-    const auto b = static_cast<size_t>(band);
+  for (size_t b = 0; b < static_cast<size_t>(std::min(numBands, channel.ics.maxSfb)); ++b) {
     isNoise[b] = channel.sfbCb[b] == kNoiseBook;
     used[b] = channel.ics.predictorDataPresent != 0 && channel.ics.predictionUsed[b] != 0 && !isNoise[b];
   }
-  alignas(32) std::array<float, 1024> lines;
-  const auto count = static_cast<size_t>(bands[numBands]);
-  for (size_t k = 0; k < count; ++k) lines[k] = static_cast<float>(channel.spectrum[k]) * (1 / kUnit);
   moxsFDPInv_32f_I(lines.data(), bands, numBands, used.data(), predictor);
-  for (int32_t band = 0; band < numBands; ++band)
-    for (int32_t k = bands[band]; used[static_cast<size_t>(band)] != 0 && k < bands[band + 1]; ++k) {
-      const auto line = static_cast<size_t>(k);
-      channel.spectrum[line] =
-          static_cast<int32_t>(std::lrint(std::clamp(lines[line] * kUnit, -0x1p30f, 0x1p30f)));
-    }
+  for (size_t b = 0; b < static_cast<size_t>(numBands); ++b)
+    for (auto k = static_cast<size_t>(bands[b]); used[b] != 0 && k < static_cast<size_t>(bands[b + 1]); ++k)
+      channel.spectrum[k] = static_cast<int32_t>(std::lrint(std::clamp(lines[k] * kUnit, -0x1p30f, 0x1p30f)));
 
   if (channel.ics.predictorReset != 0)
     moxsFDPResetGroup_32f(channel.ics.predictorResetGroupNum - 1, 30, predictor);
@@ -169,6 +190,10 @@ bool AacTools::finish(const AacChannel& channel, size_t place, AacSynthesis& syn
   moxsDeinterleaveSpectrum_AAC_32s(channel.spectrum.data(), spectrum.lines.data(),
                                    channel.ics.numWindowGroups, channel.ics.windowGroupLen, config_.rateIndex,
                                    stream.windowLen);
+  if (channel.longTns.numFilters > 0) {
+    channel.longTns.run(channel.ics.maxSfb, stream.numSwb, config_.rateIndex, spectrum.lines.data());
+    return true;
+  }
   const MoxAacTnsInfo tns = shapingOf(channel);
   if (config_.objectType == kAotLtp && channel.ltp.ltpDataPresent != 0 &&
       !predictLongTerm(channel, tns, place, synthesis, spectrum))

@@ -24,9 +24,10 @@ class AacTools {
   };
   using Predictor = std::unique_ptr<MoxAacFdpState, PredictorFree>;
 
+  void dequantiseExactly(const AacChannel& channel, std::array<float, 1024>& lines) const;
   bool stereo(AacElement& element);
   bool noise(AacElement& element);
-  void predict(AacChannel& channel, MoxAacFdpState* predictor) const;
+  void predict(AacChannel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const;
   bool intensity(AacElement& element) const;
   bool predictLongTerm(const AacChannel& channel, const MoxAacTnsInfo& tns, size_t place,
                        AacSynthesis& synthesis, AacSpectrum& spectrum);
@@ -34,7 +35,9 @@ class AacTools {
 
   AacConfig config_;
   std::vector<Predictor> predictors_;  // of the Main profile, one for each channel
-  uint32_t randomState_ = 0;           // of noise substitution
+  // What they learn from, for the element at hand.
+  alignas(32) std::array<std::array<float, 1024>, 2> exactLines_;
+  uint32_t randomState_ = 0;  // of noise substitution
 };
 
 }  // namespace mox
