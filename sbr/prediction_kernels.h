@@ -51,8 +51,15 @@ inline Prediction<typename L::V> predictReal(int32_t slots, const Sample& x) {
   return {reset(alpha0), reset(alpha1)};
 }
 
+// The sums phi(i,j) that a prediction from two samples back needs.
+template <class L>
+struct ComplexCovariance {
+  typename L::V phi11, phi22;
+  Complex<L> phi01, phi12, phi02;
+};
+
 template <class L, class Sample>
-inline Prediction<Complex<L>> predictComplex(int32_t slots, const Sample& x) {
+inline ComplexCovariance<L> complexCovariance(int32_t slots, const Sample& x) {
   using V = typename L::V;
   using C = Complex<L>;
   V phi11 = L::splat(0), phi22 = phi11;
@@ -68,15 +75,45 @@ inline Prediction<Complex<L>> predictComplex(int32_t slots, const Sample& x) {
     x0 = x1;
     x1 = x2;
   }
-  const V det = phi22 * phi11 - L::splat(kRelaxation) * square(phi12);
-  C alpha1 = (phi01 * phi12 - phi02 * phi11) / det;
+  return {phi11, phi22, phi01, phi12, phi02};
+}
+
+// The coefficients before the reset.
+template <class L>
+inline Prediction<Complex<L>> solvePrediction(const ComplexCovariance<L>& c) {
+  const typename L::V det = c.phi22 * c.phi11 - L::splat(kRelaxation) * square(c.phi12);
+  Complex<L> alpha1 = (c.phi01 * c.phi12 - c.phi02 * c.phi11) / det;
   alpha1 = {whereNonZero(det, alpha1.re), whereNonZero(det, alpha1.im)};
-  C alpha0 = (phi01 + alpha1 * conj(phi12)) / -phi11;
-  alpha0 = {whereNonZero(phi11, alpha0.re), whereNonZero(phi11, alpha0.im)};
+  Complex<L> alpha0 = (c.phi01 + alpha1 * conj(c.phi12)) / -c.phi11;
+  alpha0 = {whereNonZero(c.phi11, alpha0.re), whereNonZero(c.phi11, alpha0.im)};
+  return {alpha0, alpha1};
+}
+
+template <class L, class Sample>
+inline Prediction<Complex<L>> predictComplex(int32_t slots, const Sample& x) {
+  using V = typename L::V;
+  const auto [alpha0, alpha1] = solvePrediction<L>(complexCovariance<L>(slots, x));
   const V square0 = square(alpha0), square1 = square(alpha1);
   const V limit = L::splat(kResetSquare);
   const auto reset = [&](V a) { return zeroFrom(limit, square0, zeroFrom(limit, square1, a)); };
   return {{reset(alpha0.re), reset(alpha0.im)}, {reset(alpha1.re), reset(alpha1.im)}};
+}
+
+// The largest tone-to-noise ratio that is told apart from a pure tone.
+inline constexpr double kLargestToneToNoise = 1 << 20;
+
+// How much of a sub-band's energy its two last samples predict, over what they leave: the residue of the
+// unreset prediction is phi(0,0) + alpha0*conj(phi(0,1)) + alpha1*conj(phi(0,2)). Silence has ratio 0.
+template <class Sample>
+inline double toneToNoise(int32_t slots, const Sample& x) {
+  const ComplexCovariance<Lanes1d> c = complexCovariance<Lanes1d>(slots, x);
+  const auto [alpha0, alpha1] = solvePrediction<Lanes1d>(c);
+  double energy = 0;
+  for (int32_t j = 0; j < slots; ++j) energy += square(x(j + 2));
+  const double predicted = -(alpha0 * conj(c.phi01) + alpha1 * conj(c.phi02)).re;
+  if (!(predicted > 0)) return 0;
+  const double residue = energy - predicted;
+  return residue * kLargestToneToNoise > predicted ? predicted / residue : kLargestToneToNoise;
 }
 
 }  // namespace moxac

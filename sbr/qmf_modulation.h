@@ -39,6 +39,27 @@ struct RealAnalysis32 {
   }
 };
 
+// X[k] = sum over n < 128 of u[n] * exp(i*pi/128*(k+1/2)*(2n-1)), k < 64: the encoder's bank (in room for 129
+// values). The cosine turns its sign about n = 64.5, the sine keeps it, so that the real part is a type-IV
+// transform of the differences of mirrored values, and the imaginary part that of their sums read backwards, every
+// other sign changed.
+struct ComplexAnalysis64 {
+  template <class L>
+  static void modulate(typename L::V* u, typename L::V* x) {
+    u[128] = -u[0];  // its mirror image follows the rule of its neighbours
+    dct4Pairs<64, 0, L>([&](int n) { return u[n + 1] - u[128 - n]; },
+                        [&](int m, Complex<L> g) {
+                          x[2 * (2 * m)] = g.re;
+                          x[2 * (63 - 2 * m)] = -g.im;
+                        });
+    dct4Pairs<64, 0, L>([&](int n) { return u[64 - n] + u[65 + n]; },
+                        [&](int m, Complex<L> g) {
+                          x[2 * (2 * m) + 1] = g.re;
+                          x[2 * (63 - 2 * m) + 1] = g.im;
+                        });
+  }
+};
+
 // v[n] = 1/64 * Re sum over k < 64 of X[k] * exp(i*pi/128*(k+1/2)*(2n-255)), n < 128.
 //
 // With C the type-IV transform of Re X and S that of Im X reversed (every other sign changed), v[n] = S[n] -

@@ -6,9 +6,11 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/simd.h"
+#include "moxac/types.h"
 
 namespace moxac {
 
@@ -32,6 +34,17 @@ struct InterleavedRows {
   static constexpr int index(int b, int i) { return 8 * b + i; }
   Float* at(int32_t slot, int b) const { return reinterpret_cast<Float*>(rows[slot]) + 8 * b; }
   void clearFrom(int32_t slot, int32_t k) const { std::fill(rows[slot] + k, rows[slot] + kBands, Pair{}); }
+};
+
+// Complex samples of all slots one behind another.
+template <int kBands>
+struct ContiguousRows {
+  static constexpr int kValues = 2 * kBands;
+  Mox32fc* first;
+
+  static constexpr int index(int b, int i) { return 8 * b + i; }
+  float* at(int32_t slot, int b) const { return &first[ptrdiff_t{slot} * kBands].re + 8 * b; }
+  void clearFrom(int32_t, int32_t) const {}
 };
 
 // Complex samples, the parts in rows of their own: the blocks of the real row come first.

@@ -4,6 +4,7 @@
 usage: gen_sbr_tables.py [--check]     (--check: compare with the committed files and write nothing)
 
 examples/qmf_prototype.h    the QMF prototype, for programs that need to pass a window
+sbr/hybrid_tables.h         the prototypes of the hybrid analysis
 """
 import csv
 import struct
@@ -45,7 +46,23 @@ static const float kQmfPrototype[640] = {{
 """
 
 
-OUTPUTS = {"examples/qmf_prototype.h": prototype_header}
+def hybrid_prototypes():
+    """The 13 taps are symmetric: the first seven say all."""
+    taps = {}
+    with open(TABLES / "ps_hybrid_filters.csv", newline="") as file:
+        for row in csv.DictReader(file):
+            name = f"kHybrid{row['config']}Band{row['qmf_bands'].split()[0]}"
+            taps.setdefault(name, []).append(float(row["g"]))
+    out = ["// Made by tools/gen_sbr_tables.py from tools/tables/sbr/ps_hybrid_filters.csv; not edited by hand.",
+           "// The 13-tap prototypes of the hybrid analysis, g[0..6]; g[12 - n] = g[n]. ISO/IEC 14496-3, 8.6.4.3.",
+           "#pragma once", "", "namespace moxac {", "", "// clang-format off"]
+    for name, g in taps.items():
+        assert len(g) == 13 and g == g[::-1]
+        out.append(f"inline constexpr float {name}[7] = {{{', '.join(as_float(v) + 'f' for v in g[:7])}}};")
+    return "\n".join(out + ["// clang-format on", "", "}  // namespace moxac", ""])
+
+
+OUTPUTS = {"examples/qmf_prototype.h": prototype_header, "sbr/hybrid_tables.h": hybrid_prototypes}
 
 
 def main():

@@ -1,0 +1,343 @@
+// The encoder's analysis bank, transient detection, tone-to-noise estimate, and the hybrid analysis.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "frame/context_ids.h"
+#include "moxac/sbr.h"
+#include "sbr/qmf_reference.h"
+#include "support/alloc_spy.h"
+#include "support/block.h"
+
+namespace {
+
+using moxtest::AllocSpy;
+using moxtest::Block;
+using Samples = std::vector<std::complex<double>>;
+
+struct Bank {
+  explicit Bank(int64_t shift = 0) : memory(bytes(), shift) {
+    EXPECT_EQ(moxsAnalysisFilterEncInit_SBR_32f(state()), moxStatusOk);
+  }
+  static int32_t bytes() {
+    int32_t size = 0;
+    EXPECT_EQ(moxsAnalysisFilterEncGetSize_SBR_32f(&size), moxStatusOk);
+    return size;
+  }
+  MoxQmfEncoderState* state() { return reinterpret_cast<MoxQmfEncoderState*>(memory.data()); }
+  std::vector<Mox32fc> run(const float* x, int slots) {
+    std::vector<Mox32fc> out(static_cast<size_t>(64 * slots));
+    EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, out.data(), window.data(), slots, state()), moxStatusOk);
+    return out;
+  }
+  std::vector<float> window = moxtest::qmfWindow(1);
+  Block<uint8_t> memory;
+};
+
+TEST(QmfEncoder, EqualsTheDirectSumInAnySplitAtAnyAlignment) {
+  constexpr int kSlots = 70;
+  Block<float> x(64 * kSlots, 4);
+  Bank whole;
+  const auto got = whole.run(x, kSlots);
+  double error = 0;
+  for (int t = 0; t < kSlots; ++t) {
+    double u[128] = {};
+    for (int n = 0; n < 128; ++n)
+      for (int j = 0; j < 5; ++j) {
+        const int at = 64 * t + 63 - (128 * j + n);
+        if (at >= 0) u[n] += static_cast<double>(x[at]) * whole.window[static_cast<size_t>(128 * j + n)];
+      }
+    for (int k = 0; k < 64; ++k) {
+      std::complex<double> want;
+      for (int n = 0; n < 128; ++n) want += u[n] * std::polar(1.0, M_PI / 128 * (k + 0.5) * (2 * n - 1));
+      const Mox32fc v = got[static_cast<size_t>(64 * t + k)];
+      error += std::norm(std::complex<double>(v.re, v.im) - want);
+    }
+  }
+  const double rms = std::sqrt(error / (2 * 64 * kSlots)) / 64;  // a full-scale tone reaches 64
+  EXPECT_LT(rms, std::ldexp(1.0, -21)) << "2^" << std::log2(rms);
+
+  for (int64_t shift = 0; shift < 64; shift += 7) {
+    Bank pieces(shift);
+    for (int at = 0, len = 1; at < kSlots; at += len, len = std::min(1 + len * 5 % 19, kSlots - at)) {
+      const auto part = pieces.run(x + 64 * at, len);
+      ASSERT_EQ(std::memcmp(part.data(), &got[static_cast<size_t>(64 * at)], part.size() * sizeof(Mox32fc)),
+                0);
+    }
+  }
+}
+
+TEST(QmfEncoder, SynthesisGivesTheInputBack) {
+  constexpr int kSlots = 64;
+  Block<float> x(64 * kSlots);
+  Bank bank;
+  const auto bands = bank.run(x, kSlots);
+  std::vector<const Mox32fc*> rows;
+  for (int t = 0; t < kSlots; ++t) rows.push_back(&bands[static_cast<size_t>(64 * t)]);
+  int32_t specSize, initSize, workSize;
+  moxsSynthesisFilterGetSize_SBR_CToR_32fc32f(&specSize, &initSize, &workSize);
+  std::vector<uint8_t> memory(static_cast<size_t>(specSize)),
+      scratch(static_cast<size_t>(initSize + workSize));
+  MoxQmfSynthesisSpec* spec = nullptr;
+  ASSERT_EQ(moxsSynthesisFilterInit_SBR_CToR_32fc32f(&spec, memory.data(), scratch.data()), moxStatusOk);
+  std::vector<float> y(static_cast<size_t>(64 * kSlots));
+  ASSERT_EQ(moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows.data(), y.data(), bank.window.data(), kSlots, spec,
+                                                     scratch.data()),
+            moxStatusOk);
+  double signal = 0, error = 0;
+  for (int n = 700; n + 577 < 64 * kSlots; ++n) {
+    signal += std::pow(x[n], 2);
+    error += std::pow(y[static_cast<size_t>(n + 577)] - x[n], 2);
+  }
+  EXPECT_GT(10 * std::log10(signal / error), 58.5);
+}
+
+TEST(QmfEncoder, LifecycleAndRefusalsInOrder) {
+  {
+    AllocSpy spy;
+    MoxQmfEncoderState* state = nullptr;
+    ASSERT_EQ(moxsAnalysisFilterEncInitAlloc_SBR_32f(&state), moxStatusOk);
+    EXPECT_EQ(spy.sizes(), std::vector<int32_t>{Bank::bytes()});
+    EXPECT_EQ(moxsAnalysisFilterEncFree_SBR_32f(state), moxStatusOk);
+    EXPECT_EQ(spy.live(), 0);
+  }
+  AllocSpy spy(0);
+  MoxQmfEncoderState* none = nullptr;
+  EXPECT_EQ(moxsAnalysisFilterEncInitAlloc_SBR_32f(&none), moxStatusOutOfMemory);
+  EXPECT_EQ(moxsAnalysisFilterEncInitAlloc_SBR_32f(nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsAnalysisFilterEncGetSize_SBR_32f(nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsAnalysisFilterEncInit_SBR_32f(nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsAnalysisFilterEncFree_SBR_32f(nullptr), moxStatusNullPointer);
+  Bank bank;
+  float x[64] = {};
+  Mox32fc y[64];
+  EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, nullptr, 0, bank.state()), moxStatusNullPointer);
+  EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, x, 0, bank.state()), moxStatusBadSize);
+  *reinterpret_cast<moxac::ContextId*>(bank.memory.data()) = moxac::ContextId::mp3Analysis;
+  EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, x, 0, bank.state()), moxStatusContextMismatch);
+  EXPECT_EQ(moxsAnalysisFilterEncFree_SBR_32f(bank.state()), moxStatusContextMismatch);
+}
+
+constexpr int kFrameSlots = 32;
+
+// Energies of `frames` frames of a signal through the bank, fed to the detector frame by frame.
+struct Detection {
+  int32_t position;
+  float strength;
+};
+std::vector<Detection> detect(const std::vector<float>& signal) {
+  Bank bank;
+  const int slots = static_cast<int>(signal.size()) / 64;
+  const auto bands = bank.run(signal.data(), slots);
+  std::vector<float> energy, mean(64);
+  for (const Mox32fc& v : bands) energy.push_back(v.re * v.re + v.im * v.im);
+  std::vector<Detection> found;
+  for (int t = 0; t + kFrameSlots <= slots; t += kFrameSlots) {
+    Detection d{};
+    EXPECT_EQ(moxsDetectTransient_SBR_32f(&energy[static_cast<size_t>(64 * t)], mean.data(), &d.position,
+                                          &d.strength, kFrameSlots, 64, 2.0f),
+              moxStatusOk);
+    found.push_back(d);
+  }
+  return found;
+}
+
+float gaussian() {
+  static std::normal_distribution<float> normal;
+  return normal(moxtest::noise());
+}
+
+TEST(Transient, SteadyNoiseTonesAndSilenceHaveNone) {
+  std::vector<float> noise(64 * kFrameSlots * 200), tones(64 * kFrameSlots * 20),
+      silence(64 * kFrameSlots * 3);
+  for (float& v : noise) v = 0.1f * gaussian();
+  for (size_t i = 0; i < tones.size(); ++i)
+    tones[i] = static_cast<float>(std::sin(0.05 * static_cast<double>(i)) +
+                                  0.3 * std::sin(1.234 * static_cast<double>(i)));
+  float largest = 0;
+  for (const auto& signal : {noise, tones}) {
+    const auto found = detect(signal);
+    EXPECT_GE(found[0].position, 0) << "the onset counts";
+    for (size_t f = 1; f < found.size(); ++f) {
+      EXPECT_EQ(found[f].position, -1) << "frame " << f;
+      largest = std::max(largest, found[f].strength);
+    }
+  }
+  RecordProperty("largest_novelty_of_steady_signals", std::to_string(largest));
+  EXPECT_LT(largest, 1.2f);
+  for (const Detection& d : detect(silence)) EXPECT_EQ(d.position, -1);
+}
+
+TEST(Transient, AttacksAreFoundInTheirSlot) {
+  for (int slot = 0; slot < kFrameSlots; ++slot) {
+    std::vector<float> signal(64 * kFrameSlots * 4);
+    const size_t attack = static_cast<size_t>(64 * (2 * kFrameSlots + slot));
+    for (size_t i = 0; i < signal.size(); ++i) signal[i] = (i < attack ? 0.01f : 0.1f) * gaussian();
+    const auto found = detect(signal);
+    // The bank's window is ten slots long and peaks behind its fourth.
+    const int at = 2 * kFrameSlots + slot + 4;
+    const Detection& d = found[static_cast<size_t>(at / kFrameSlots)];
+    EXPECT_GE(d.strength, 3.0f) << "slot " << slot;
+    EXPECT_LE(std::abs(at / kFrameSlots * kFrameSlots + d.position - at), 2) << "slot " << slot;
+  }
+  // On energies themselves the slot is exact, wherever it lies.
+  for (int slot = 0; slot < kFrameSlots; ++slot) {
+    std::vector<float> energy(5 * kFrameSlots, 1.0f), mean(5, 1.0f);
+    for (int i = 5 * slot; i < 5 * kFrameSlots; ++i) energy[static_cast<size_t>(i)] = 100.0f;
+    Detection d{};
+    moxsDetectTransient_SBR_32f(energy.data(), mean.data(), &d.position, &d.strength, kFrameSlots, 5, 2.0f);
+    EXPECT_EQ(d.position, slot);
+    EXPECT_NEAR(d.strength, std::log2(100.0), 1e-4);
+  }
+}
+
+TEST(Transient, RefusalsInOrder) {
+  float e = 1, mean = 1, strength = 7;
+  int32_t position = 7;
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, nullptr, &position, &strength, 0, 0, 0), moxStatusNullPointer);
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 65, 1), moxStatusOutOfRange);
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, NAN), moxStatusOutOfRange);
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, 1), moxStatusBadSize);
+  EXPECT_TRUE(position == 7 && strength == 7 && mean == 1);
+}
+
+TEST(ToneToNoise, FallsFromPureToneToWhiteNoise) {
+  constexpr int kSlots = 30;
+  std::vector<double> averages;
+  for (const double noiseLevel : {0.0, 0.001, 0.01, 0.03, 0.1, 0.3, 1.0, 3.0, 100.0}) {
+    double sum = 0;
+    for (int round = 0; round < 200; ++round) {
+      std::vector<std::vector<float>> re(kSlots + 2, std::vector<float>(64)), im = re;
+      std::vector<const float*> rowsRe, rowsIm;
+      for (size_t m = 0; m < re.size(); ++m) {
+        for (size_t k = 0; k < 64; ++k) {
+          const auto tone = std::polar(1.0, (0.1 + 0.04 * static_cast<double>(k)) * static_cast<double>(m));
+          re[m][k] = static_cast<float>(tone.real() + noiseLevel * gaussian());
+          im[m][k] = static_cast<float>(tone.imag() + noiseLevel * gaussian());
+        }
+        rowsRe.push_back(re[m].data());
+        rowsIm.push_back(im[m].data());
+      }
+      Block<float> tnr(64, 4 * (round % 8));
+      ASSERT_EQ(moxsEstimateTNR_SBR_32f(rowsRe.data(), rowsIm.data(), tnr, 64, kSlots), moxStatusOk);
+      for (const float v : tnr) sum += std::log2(1 + v);
+    }
+    averages.push_back(sum / 200 / 64);
+  }
+  for (size_t i = 1; i < averages.size(); ++i) EXPECT_LT(averages[i], averages[i - 1]) << "level " << i;
+  EXPECT_GT(averages.front(), 15.0) << "a pure tone, in octaves";
+  EXPECT_LT(averages.back(), 0.3) << "white noise";
+
+  std::vector<float> silence(3);
+  const float* rows[] = {silence.data(), silence.data(), silence.data()};
+  float tnr = 5;
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 0, 0), moxStatusOutOfRange);
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 0), moxStatusBadSize);
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, nullptr, &tnr, 1, 0), moxStatusNullPointer);
+  EXPECT_EQ(tnr, 5);
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 1), moxStatusOk);
+  EXPECT_EQ(tnr, 0);
+}
+
+// The standard's tables as printed: filters by configuration and band, sub-bands by configuration.
+struct HybridTables {
+  struct Filter {
+    int Q;
+    bool real;
+    std::vector<double> g;
+  };
+  struct SubBand {
+    int band;
+    std::vector<int> q;
+  };
+  std::map<std::pair<int, int>, Filter> filters;
+  std::map<int, std::vector<SubBand>> subBands;
+
+  static std::vector<std::vector<std::string>> rows(const std::string& name) {
+    std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/" + name);
+    std::vector<std::vector<std::string>> all;
+    std::string line;
+    std::getline(file, line);
+    while (std::getline(file, line)) {
+      std::istringstream fields(line);
+      std::string field;
+      all.emplace_back();
+      while (std::getline(fields, field, ',')) all.back().push_back(field);
+    }
+    return all;
+  }
+  HybridTables() {
+    for (const auto& row : rows("ps_hybrid_filters.csv")) {
+      std::istringstream bands(row[1]);
+      for (int band; bands >> band;) {
+        Filter& f = filters[{std::stoi(row[0]), band}];
+        f.Q = std::stoi(row[2]);
+        f.real = row[3] == "real";
+        f.g.push_back(std::stod(row[5]));
+      }
+    }
+    for (const auto& row : rows("ps_hybrid_bands.csv")) {
+      if (row[3].empty()) continue;
+      SubBand s{std::stoi(row[2]), {}};
+      std::istringstream list(row[3]);
+      for (std::string q; std::getline(list, q, '+');) s.q.push_back(std::stoi(q));
+      subBands[std::stoi(row[0])].push_back(s);
+    }
+  }
+};
+
+TEST(Hybrid, EqualsTheStandardsSumsAndAddsUpToTheDelayedBand) {
+  const HybridTables tables;
+  constexpr int kSlots = 40;
+  std::vector<const Mox32fc*> rows;
+  std::vector<std::vector<Mox32fc>> source(kSlots + moxPsHistorySlots, std::vector<Mox32fc>(64));
+  for (auto& row : source) {
+    for (Mox32fc& v : row) v = {moxtest::noiseValue<float>(), moxtest::noiseValue<float>()};
+    rows.push_back(row.data());
+  }
+  for (const int configuration : {20, 34}) {
+    const auto& subBands = tables.subBands.at(configuration);
+    ASSERT_EQ(static_cast<int>(subBands.size()), configuration == 20 ? moxPsSubBands20 : moxPsSubBands34);
+    std::vector<std::vector<Mox32fc>> out(kSlots, std::vector<Mox32fc>(subBands.size() + 1, Mox32fc{9, 9}));
+    std::vector<Mox32fc*> outRows;
+    for (auto& row : out) outRows.push_back(row.data());
+    ASSERT_EQ(moxsAnalysisFilter_PS_32fc_D2(rows.data(), outRows.data(), kSlots, configuration), moxStatusOk);
+    for (int l = 0; l < kSlots; ++l) {
+      Samples sums(5);
+      for (size_t k = 0; k < subBands.size(); ++k) {
+        const auto& [band, qs] = subBands[k];
+        const auto& f = tables.filters.at({configuration, band});
+        std::complex<double> want;
+        for (const int q : qs)
+          for (int n = 0; n <= 12; ++n) {
+            const Mox32fc x = source[static_cast<size_t>(l + 12 - n)][static_cast<size_t>(band)];
+            const double angle = 2 * M_PI / f.Q * (f.real ? q : q + 0.5) * (n - 6);
+            const auto turn = f.real ? std::cos(angle) : std::polar(1.0, angle);
+            want += f.g[static_cast<size_t>(n)] * turn * std::complex<double>(x.re, x.im);
+          }
+        const Mox32fc got = out[static_cast<size_t>(l)][k];
+        ASSERT_LT(std::abs(std::complex<double>(got.re, got.im) - want), 1e-6)
+            << configuration << " sub-band " << k;
+        sums[static_cast<size_t>(band)] += want;
+      }
+      for (int band = 0; band < (configuration == 20 ? 3 : 5); ++band) {
+        const Mox32fc delayed = source[static_cast<size_t>(l + 6)][static_cast<size_t>(band)];
+        ASSERT_LT(std::abs(sums[static_cast<size_t>(band)] - std::complex<double>(delayed.re, delayed.im)),
+                  1e-6);
+      }
+      ASSERT_EQ(out[static_cast<size_t>(l)].back().re, 9) << "written past the row";
+    }
+  }
+  Mox32fc* none = nullptr;
+  EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(nullptr, &none, 0, 0), moxStatusNullPointer);
+  EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(rows.data(), &none, 0, 10), moxStatusOutOfRange);
+  EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(rows.data(), &none, 0, 20), moxStatusBadSize);
+}
+
+}  // namespace
