@@ -26,7 +26,7 @@ struct DecodeArguments {
 // user and stays.
 std::string defaultOutput(const std::string& input) {
   if (input == "-") return "-";
-  const std::string output = std::filesystem::path(input).replace_extension(".wav").string();
+  std::string output = std::filesystem::path(input).replace_extension(".wav").string();
   if (std::filesystem::exists(output))
     throw Failure(output + " is there already; name the output to replace it");
   return output;
@@ -63,7 +63,7 @@ int decode(const DecodeArguments& arguments) {
     std::fprintf(stderr, "%s: %d Hz, %d channel%s, %.3f s%s\n",
                  output == "-" ? "standard output" : output.c_str(), format.rate, format.channels,
                  format.channels == 1 ? "" : "s", static_cast<double>(wav.samples()) / format.rate,
-                 stats.faults.empty() ? "" : ", damage concealed");
+                 stats.faults.empty() ? "" : ", from a damaged stream");
   return stats.faults.empty() ? exitComplete : exitDamaged;
 }
 

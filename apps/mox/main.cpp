@@ -1,12 +1,16 @@
 // mox: the command line. Exit codes are in failure.h.
 #include <cstdio>
+#include <exception>
 #include <new>
+#include <string>
 
 #include "mox/commands.h"
 #include "mox/failure.h"
 #include "moxac.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int runProgram(int argc, char** argv) {
   CLI::App program("Decodes audio files, tells what is in them and draws their spectrograms.", "mox");
   program.set_version_flag("--version", std::string("mox, with ") + moxacGetLibVersion()->libraryName + " " +
                                             moxacGetLibVersion()->versionText);
@@ -20,16 +24,23 @@ int main(int argc, char** argv) {
   mox::addDecodeCommand(program, exitCode);
   mox::addInfoCommand(program, exitCode);
   mox::addSpectrumCommand(program, exitCode);
-
   try {
     program.parse(argc, argv);
-    return exitCode;
   } catch (const CLI::ParseError& error) {
     return program.exit(error) == 0 ? mox::exitComplete : mox::exitUsage;
-  } catch (const mox::Failure& failure) {
-    std::fprintf(stderr, "mox: %s\n", failure.what());
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return runProgram(argc, argv);
   } catch (const std::bad_alloc&) {
-    std::fprintf(stderr, "mox: out of memory\n");
+    std::fputs("mox: out of memory\n", stderr);
+  } catch (const std::exception& failure) {  // mox::Failure, and what the standard library throws
+    std::fprintf(stderr, "mox: %s\n", failure.what());
   }
   return mox::exitUnusable;
 }

@@ -27,11 +27,11 @@ class Mp3Decoder : public AudioDecoder {
         synthesis_(survey_.first.channels) {
     chooseTrim();
     if (survey_.vbrHeader) scanner_.next(frame_);  // holds no audio
-    const auto values = static_cast<size_t>(survey_.first.samples() * survey_.first.channels);
+    const int32_t values = survey_.first.samples() * survey_.first.channels;
     if (options_.floatSamples)
-      floats_.resize(values);
+      floats_.resize(static_cast<size_t>(values));
     else
-      shorts_.resize(values);
+      shorts_.resize(static_cast<size_t>(values));
   }
 
   AudioFormat format() const override { return {survey_.first.rate, survey_.first.channels, 0}; }
@@ -85,7 +85,8 @@ void Mp3Decoder::chooseTrim() {
   if (options_.raw || !survey_.vbrHeader || !survey_.vbrHeader->hasDelay) return;
   const VbrHeader& header = *survey_.vbrHeader;
   const int64_t front = header.delay + kDecoderDelay;
-  const bool complete = !header.frames || *header.frames == survey_.frames;
+  const bool tooLong = header.frames && *header.frames < survey_.frames;
+  const bool complete = !tooLong && survey_.missingFrames() == 0;
   const int64_t back = complete ? std::max<int64_t>(0, header.padding - kDecoderDelay) : 0;
   if (front + back > lastSample_) return;
   firstSample_ = front;
@@ -142,7 +143,7 @@ void Mp3Decoder::decodeGranule(int32_t granule, Mp3Fault fault) {
     repeats_ = std::min(repeats_ + 1, kMaxRepeats);
     conceal(spectrum);
   }
-  const auto at = static_cast<size_t>(granule * kLines * survey_.first.channels);
+  const int32_t at = granule * kLines * survey_.first.channels;
   if (options_.floatSamples)
     synthesis_.run(spectrum, floats_.data() + at);
   else
@@ -248,7 +249,7 @@ std::vector<std::pair<std::string, std::string>> Mp3Decoder::describe() const {
     if (header.hasDelay)
       add("delay, padding",
           std::to_string(header.delay) + ", " + std::to_string(header.padding) + " samples");
-    if (header.frames && *header.frames != survey_.frames)
+    if (header.frames && *header.frames < survey_.frames)
       add("note", "the encoder counted " + std::to_string(*header.frames) + " frames");
   }
   if (survey_.bytesBefore > 0)

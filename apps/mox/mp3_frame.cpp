@@ -60,8 +60,8 @@ std::optional<Mp3Header> parseMp3Header(Bytes bytes) {
   if (fields.mode != 1) fields.modeExt = 0;
 
   if (header.bitRate != 0) {
-    const int32_t slots = header.samples() / 8 * header.bitRate * 1000 / header.rate;
-    header.frameBytes = static_cast<size_t>(slots + fields.paddingBit);
+    const int32_t length = header.samples() / 8 * header.bitRate * 1000 / header.rate + fields.paddingBit;
+    header.frameBytes = static_cast<size_t>(length);
     if (header.frameBytes < header.mainDataAt()) return std::nullopt;
   }
   return header;

@@ -38,7 +38,7 @@ Mp3Fault Mp3SpectrumReader::open(const Mp3Frame& frame) {
 
 Mp3Fault Mp3SpectrumReader::read(int32_t granule, Mp3Spectrum& spectrum) {
   Mp3Fault fault = readCodes(granule, spectrum);
-  const MoxMp3SideInfo* const side = &sideInfo_[static_cast<size_t>(granule * header_.channels)];
+  const MoxMp3SideInfo* const side = sideInfo_.data() + granule * header_.channels;
   if (fault == Mp3Fault::none && requantise(side, spectrum) < moxStatusOk) fault = Mp3Fault::mainData;
   if (granule == 0) firstGranuleFailed_ = fault != Mp3Fault::none;
   return fault;
@@ -47,12 +47,12 @@ Mp3Fault Mp3SpectrumReader::read(int32_t granule, Mp3Spectrum& spectrum) {
 Mp3Fault Mp3SpectrumReader::readCodes(int32_t granule, Mp3Spectrum& spectrum) {
   const int32_t channels = header_.channels;
   // Each granule and channel has its own run of bits, all of them back to back.
-  const int32_t first = granule * channels;
+  MoxMp3SideInfo* const first = sideInfo_.data() + granule * channels;
   int64_t begin = 0;
-  for (int32_t i = 0; i < first; ++i) begin += sideInfo_[static_cast<size_t>(i)].part23Len;
+  for (const MoxMp3SideInfo* side = sideInfo_.data(); side != first; ++side) begin += side->part23Len;
 
   for (int32_t ch = 0; ch < channels; ++ch) {
-    MoxMp3SideInfo& side = sideInfo_[static_cast<size_t>(first + ch)];
+    MoxMp3SideInfo& side = first[ch];
     const int32_t* const scfsi = scfsi_.data() + 4 * ch;
     const bool repeats = granule == 1 && std::any_of(scfsi, scfsi + 4, [](int32_t bit) { return bit != 0; });
     // Some encoders count regions past the last band, which is where they end.

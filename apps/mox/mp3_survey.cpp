@@ -20,6 +20,12 @@ double Mp3Survey::averageRate() const {
   return seconds > 0 ? static_cast<double>(audioBytes) * 8 / 1000 / seconds : 0;
 }
 
+int64_t Mp3Survey::missingFrames() const {
+  if (!vbrHeader || !vbrHeader->frames) return 0;
+  const int64_t fewer = int64_t{*vbrHeader->frames} - frames;
+  return fewer == 1 && truncatedBytes == 0 ? 0 : std::max<int64_t>(fewer, 0);
+}
+
 std::vector<std::string> Mp3Survey::faults() const {
   std::vector<std::string> lines;
   if (skippedBytes > 0) lines.push_back(counted(skippedBytes, "byte") + " between frames skipped");
@@ -27,6 +33,8 @@ std::vector<std::string> Mp3Survey::faults() const {
   if (lostFrames > 0) lines.push_back(counted(lostFrames, "frame") + " missing where bytes were skipped");
   if (doubtfulFrames > 0) lines.push_back(counted(doubtfulFrames, "frame") + " with a damaged header");
   if (crcFaults > 0 && crcBelievable()) lines.push_back(counted(crcFaults, "frame") + " with a wrong CRC");
+  if (missingFrames() > 0)
+    lines.push_back(counted(missingFrames(), "frame") + " fewer than the encoder counted");
   if (truncatedBytes > 0)
     lines.push_back("the last frame is incomplete: " + counted(static_cast<int64_t>(truncatedBytes), "byte"));
   return lines;

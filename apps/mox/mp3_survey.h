@@ -23,6 +23,8 @@ struct Mp3Survey {
   std::string otherStream;  // what the skipped end of the data holds instead, if it is another stream
 
   double averageRate() const;  // kbit/s
+  // Frames that the encoder counted and that are not there. Some encoders count the header frame too.
+  int64_t missingFrames() const;
   // Some encoders write CRC words that mean nothing. When most are wrong none is believed.
   bool crcBelievable() const { return crcFaults * 2 <= crcFrames; }
   // Faults that show without decoding, one line each.

@@ -77,7 +77,7 @@ std::string id3Text(Bytes frame) {
 void keep(TaggedAudio& result, const std::string& field, std::string value) {
   for (char& c : value)
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-  for (size_t at = value.find("\xC2"); at != std::string::npos; at = value.find("\xC2", at + 1))
+  for (size_t at = value.find('\xC2'); at != std::string::npos; at = value.find('\xC2', at + 1))
     if (at + 1 < value.size() && static_cast<unsigned char>(value[at + 1]) < 0xA0) value.replace(at, 2, "  ");
   value.erase(value.find_last_not_of(' ') + 1);
   if (!value.empty()) result.fields.emplace(field, value);
