@@ -1,0 +1,16 @@
+// The program's AAC decoder: the bytes as they are, or as the blocks of ADTS frames made around them, which spares
+// the fuzzer to find headers. tests/data/streams is a good corpus for the first form.
+#include "apps/adts_writer.h"
+#include "apps/decode_bytes.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  const mox::DecodeOptions options{(data[size - 1] & 1) != 0, false};
+  if ((data[size - 1] & 2) != 0)
+    (void)moxtest::decodeBytes({data, size}, options);
+  else
+    (void)moxtest::decodeBytes(moxtest::wrapInAdts({data, size}), options);
+  return 0;
+}

@@ -1,0 +1,88 @@
+// Makes ADTS streams for the tests from the blocks of others, and from any bytes at all.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "mox/adts_frame.h"
+
+namespace moxtest {
+
+// Bits, most significant first.
+class Bits {
+ public:
+  Bits& put(uint32_t value, int32_t count) {
+    while (count-- > 0) bits_.push_back(((value >> count) & 1u) != 0);
+    return *this;
+  }
+  Bits& copy(mox::Bytes bytes, size_t first, size_t count) {
+    for (size_t i = first; i < first + count; ++i) bits_.push_back(((bytes[i / 8] >> (7 - i % 8)) & 1) != 0);
+    return *this;
+  }
+  Bits& align() {
+    while (bits_.size() % 8 != 0) bits_.push_back(false);
+    return *this;
+  }
+  std::vector<uint8_t> bytes() const {
+    std::vector<uint8_t> bytes((bits_.size() + 7) / 8);
+    for (size_t i = 0; i < bits_.size(); ++i)
+      if (bits_[i]) bytes[i / 8] = static_cast<uint8_t>(bytes[i / 8] | (0x80 >> (i % 8)));
+    return bytes;
+  }
+
+ private:
+  std::vector<bool> bits_;
+};
+
+// A header of 7 bytes for a frame of `bytes` in all; what `like` says but for length, protection and blocks.
+inline std::vector<uint8_t> adtsHeader(const MoxAacADTSFrameHeader& like, size_t bytes, int32_t blocks,
+                                       bool crc) {
+  const auto field = [](int32_t value) { return static_cast<uint32_t>(value); };
+  return Bits()
+      .put(0xFFF, 12)
+      .put(field(like.id), 1)
+      .put(0, 2)
+      .put(crc ? 0 : 1, 1)
+      .put(field(like.profile), 2)
+      .put(field(like.samplingRateIndex), 4)
+      .put(0, 1)
+      .put(field(like.channelConfig), 3)
+      .put(0, 4)
+      .put(static_cast<uint32_t>(bytes), 13)
+      .put(0x7FF, 11)
+      .put(field(blocks - 1), 2)
+      .bytes();
+}
+
+inline void append(std::vector<uint8_t>& out, mox::Bytes bytes) {
+  out.insert(out.end(), bytes.begin(), bytes.end());
+}
+
+inline void appendFrame(std::vector<uint8_t>& out, const MoxAacADTSFrameHeader& like, mox::Bytes block) {
+  append(out, adtsHeader(like, 7 + block.size(), 1, false));
+  append(out, block);
+}
+
+// Any bytes as the blocks of a stream: the first three choose profile, rate and layout, every later frame takes its
+// length from a byte of its own.
+inline std::vector<uint8_t> wrapInAdts(mox::Bytes bytes) {
+  MoxAacADTSFrameHeader like{};
+  const auto take = [&bytes] {
+    const uint8_t value = bytes.empty() ? uint8_t{0} : bytes[0];
+    bytes = mox::slice(bytes, 1);
+    return value;
+  };
+  like.profile = take() % 4;
+  like.samplingRateIndex = take() % 12;
+  like.channelConfig = take() % 8;
+  std::vector<uint8_t> out;
+  while (!bytes.empty()) {
+    const size_t length = size_t{take()} * 4;
+    appendFrame(out, like, mox::slice(bytes, 0, length));
+    bytes = mox::slice(bytes, length);
+  }
+  return out;
+}
+
+}  // namespace moxtest
