@@ -92,8 +92,8 @@ std::optional<AacLayout> AacLayout::ofConfiguration(int32_t configuration) {
 // Elements are listed from the centre outwards, front, then side, then back.
 std::optional<AacLayout> AacLayout::ofProgram(const MoxAacPrgCfgElt& pce) {
   std::vector<Placed> placed;
-  const auto add = [&](bool isPair, int32_t tag, std::array<uint32_t, 2> speakers) {
-    placed.push_back({isPair ? AacElementId::cpe : AacElementId::sce, tag, speakers});
+  const auto add = [&](bool isPair, int32_t tag, std::array<uint32_t, 2> where) {
+    placed.push_back({isPair ? AacElementId::cpe : AacElementId::sce, tag, where});
   };
   const auto count = [](const int32_t* isCpe, int32_t elements) {
     return static_cast<int32_t>(std::count(isCpe, isCpe + elements, 1));

@@ -179,8 +179,8 @@ MOXAC_API moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState
  * moxStatusOutOfRange       filter
  * moxStatusBadSize          numSlots below 1
  */
-MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots, int32_t filter,
-                                                MoxDtsSynthesisState* pState);
+MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots,
+                                                int32_t filter, MoxDtsSynthesisState* pState);
 
 MOXAC_EXTERN_C_END
 
