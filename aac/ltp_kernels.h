@@ -20,8 +20,7 @@ inline constexpr double kLtpGains[8] = {0.570829, 0.696616, 0.813004, 0.911304,
 
 inline int64_t ltpGainQ30(int32_t q14) {
   for (const double gain : kLtpGains)
-    if (static_cast<int32_t>(gain * (1 << 14) + 0.5) == q14)
-      return static_cast<int64_t>(gain * (1 << 30) + 0.5);
+    if (roundedHalfUp(gain * (1 << 14)) == q14) return roundedHalfUp(gain * (1 << 30));
   return int64_t{q14} << 16;
 }
 

@@ -20,7 +20,7 @@ struct NoiseLevelTable {
     for (int32_t width = 1; width <= kMaxBandWidth; ++width) {
       double root = width;
       for (int i = 0; i < 40; ++i) root = (root + width / root) / 2;  // Newton
-      level[width] = static_cast<uint32_t>(1073741824.0 / root + 0.5);
+      level[width] = static_cast<uint32_t>(roundedHalfUp(1073741824.0 / root));
     }
   }
 };
@@ -28,7 +28,7 @@ inline constexpr NoiseLevelTable kNoiseLevel;
 
 // 2^(k/4) in Q(27 + fraction bits): the gain of energy 0 has 7 + fraction bits, see noiseGain.
 inline constexpr int64_t noiseQuarterStep(int32_t k) {
-  return static_cast<int64_t>(kQuarterPower[k] * exp2Of(27 + kSpectrumFracBits) + 0.5);
+  return roundedHalfUp(kQuarterPower[k] * exp2Of(27 + kSpectrumFracBits));
 }
 inline constexpr int64_t kNoiseQuarterStep[4] = {noiseQuarterStep(0), noiseQuarterStep(1),
                                                  noiseQuarterStep(2), noiseQuarterStep(3)};

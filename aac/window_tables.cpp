@@ -17,8 +17,11 @@ constexpr double besselI0(double x) {
 
 // 0 < v <= 1 but for rounding.
 constexpr double squareRoot(double v) {
-  double root = 1;
-  for (double next = (1 + v) / 2; next < root; next = (root + v / root) / 2) root = next;
+  double root = 1, next = (1 + v) / 2;
+  while (next < root) {  // Newton from above
+    root = next;
+    next = (root + v / root) / 2;
+  }
   return root;
 }
 

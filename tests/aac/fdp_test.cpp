@@ -94,7 +94,7 @@ TEST(Fdp, EqualsTheModelToTheBitAtEveryAlignmentAndFlag) {
   for (int64_t shift : {0, 1, 17}) {
     State inverse(kLen, shift), forward(kLen, 64 - shift - 1);
     EXPECT_EQ(static_cast<void*>(inverse.state), inverse.memory.data());
-    std::vector<ModelLine> modelInverse(kLen), modelForward(kLen);
+    ModelLine modelInverse[kLen], modelForward[kLen];
     for (int frame = 0; frame < 60; ++frame) {
       Block<float> x(kLen, frame % 2 * 4), y(kLen, frame % 3 * 8);
       uint8_t used[9];
@@ -116,8 +116,7 @@ TEST(Fdp, EqualsTheModelToTheBitAtEveryAlignmentAndFlag) {
         EXPECT_EQ(moxsFDPResetSfb_32f(offset, 9, used, forward.state), moxStatusOk);
         for (int i = start; i < kLen; i += 30) modelInverse[i] = {};
         for (int b = 0; b < 9; ++b)
-          if (used[b])
-            std::fill(modelForward.begin() + offset[b], modelForward.begin() + offset[b + 1], ModelLine{});
+          if (used[b]) std::fill(modelForward + offset[b], modelForward + offset[b + 1], ModelLine{});
       }
     }
     EXPECT_EQ(moxsFDPReset_32f(forward.state), moxStatusOk);

@@ -43,9 +43,9 @@ std::vector<double> toDouble(const int32_t* v, size_t n, double unit) {
 TEST(AacWindows, AreTheFormulasAndReconstruct) {
   for (int shape = 0; shape < 2; ++shape) {
     const auto check = [&](const float* w, int n) {
-      const std::vector<double> want = moxtest::slopeReference(shape, n);
+      const std::vector<double> slope = moxtest::slopeReference(shape, n);
       for (int i = 0; i < n; ++i) {
-        ASSERT_EQ(w[i], static_cast<float>(want[i])) << shape << " " << i;
+        ASSERT_EQ(w[i], static_cast<float>(slope.data()[i])) << shape << " " << i;
         ASSERT_NEAR(double{w[i]} * w[i] + double{w[n - 1 - i]} * w[n - 1 - i], 1, 2e-7);
       }
     };
@@ -69,9 +69,9 @@ TEST(AacMdct, InverseIsWithinOneOfDoublePrecisionAndEqualsItsTwin) {
     ASSERT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, overlap, sequence, shape, prevShape, 1, buffer), moxStatusOk);
     EXPECT_SAME_BITS(X, source);
     for (int n = 0; n < 1024; ++n) {
-      const double sample = before[n] / kTimeUnit + x[n];
-      worst = std::max(
-          {worst, std::abs(buffer[n] / kTimeUnit - sample), std::abs(overlap[n] / kTimeUnit - x[1024 + n])});
+      const double sample = before[n] / kTimeUnit + x.data()[n];
+      worst = std::max({worst, std::abs(buffer[n] / kTimeUnit - sample),
+                        std::abs(overlap[n] / kTimeUnit - x.data()[1024 + n])});
       const double want = std::clamp(std::nearbyint(sample), -32768.0, 32767.0);
       ASSERT_LE(std::abs(pcm[n] - want), 1);
       differing += pcm[n] != want;
@@ -108,11 +108,11 @@ TEST(AacMdct, ForwardIsWithinFloatPrecisionAndEqualsItsTwin) {
     double peak = 0;
     for (double v : want) peak = std::max(peak, std::abs(v));
     for (int k = 0; k < 1024; ++k)
-      worst = std::max(worst, (std::abs(X[k] / kSpectrumUnit - want[k]) - 0.5 / kSpectrumUnit) / peak);
+      worst = std::max(worst, (std::abs(X[k] / kSpectrumUnit - want.data()[k]) - 0.5 / kSpectrumUnit) / peak);
 
     std::vector<float> scratch(kMdctScratchFloats);
     forwardFrame<DctLanes1>(x, {sequence, shape, prevShape}, scratch.data());
-    for (int k = 0; k < 1024; ++k) ASSERT_EQ(X[k], static_cast<int32_t>(std::lrint(scratch[k])));
+    for (int k = 0; k < 1024; ++k) ASSERT_EQ(X[k], static_cast<int32_t>(std::lrint(scratch.data()[k])));
     const Block<int32_t> behind(x);
     ASSERT_EQ(moxsMDCTFwd_AAC_32s_I(x, sequence, shape, prevShape, buffer), moxStatusOk);
     ASSERT_TRUE(std::equal(X.begin(), X.end(), x.begin()));
@@ -153,7 +153,7 @@ TEST(AacMdct, SaturatesWithoutOverflow) {
       for (int32_t v : overlap) ASSERT_LE(std::abs(v), 1 << 30);
     }
     for (int n = 0; n < 2048; ++n)
-      x[n] = FrameReference{0, 0, 0}.longWindow(n) > 0 && n % 2 ? level : -level / 2;
+      x[n] = FrameReference{0, 0, 0}.longWindow(n) > 0 && n % 2 ? level : -(level / 2);
     ASSERT_EQ(moxsMDCTFwd_AAC_32s(x, X, 0, 0, 0, buffer), moxStatusOk);
     for (int32_t v : X) ASSERT_NE(v, INT32_MIN);
   }

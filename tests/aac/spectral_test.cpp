@@ -60,7 +60,7 @@ struct Frame {
 };
 
 TEST(QuantInv, IsThePowerLawForEveryMagnitudeAndScaleFactor) {
-  std::vector<long double> power(8192);
+  static long double power[8192];
   for (int m = 0; m < 8192; ++m) power[m] = std::pow(static_cast<long double>(m), 4.0L / 3);
   Frame f = Frame::longWindow();
   const int16_t* offset = kSwbOffsetLong[kRate];
@@ -77,7 +77,7 @@ TEST(QuantInv, IsThePowerLawForEveryMagnitudeAndScaleFactor) {
                  : first == 3 ? 15
                               : 8191);) {
         Block<int32_t> x(1024, sf & 12);
-        std::vector<int32_t> in(1024);
+        Block<int32_t> in(1024);
         for (int b = 0; b < 49; ++b)
           for (int i = offset[b]; i < offset[b + 1]; ++i) {
             const int32_t v = std::min(m++, first == 0 ? 3 : first == 3 ? 15 : 8191);

@@ -32,17 +32,16 @@ struct Tns {
 };
 
 // The two filters on a copy of the lines, without a history: the past is looked up.
-void filterReference(std::vector<int32_t>& x, const int8_t* coef, int32_t order, int32_t res,
-                     bool synthesis) {
-  std::vector<int64_t> a;  // a[i - 1] in Q31
+void filterReference(int32_t* x, int64_t n, const int8_t* coef, int32_t order, int32_t res, bool synthesis) {
+  int64_t a[13] = {};  // a[i] in Q31
   for (int32_t m = 1; m <= order; ++m) {
     const int32_t c = coef[m - 1];
     const double steps = (std::exp2(res - 1) + (c < 0 ? 0.5 : -0.5)) / (std::numbers::pi / 2);
     const int64_t k = std::llround(std::sin(c / steps) * 2147483648.0);
-    std::vector<int64_t> next = a;
-    for (int32_t i = 1; i < m; ++i) next[i - 1] += (((a[m - i - 1] + 512) >> 10) * k) >> 21;
-    next.push_back(k);
-    a = next;
+    int64_t old[13];
+    std::copy(a, a + 13, old);
+    for (int32_t i = 1; i < m; ++i) a[i] += (((old[m - i] + 512) >> 10) * k) >> 21;
+    a[m] = k;
   }
   int64_t largest = 0;
   for (int64_t v : a) largest = std::max(largest, v < 0 ? -v : v);
@@ -50,13 +49,14 @@ void filterReference(std::vector<int32_t>& x, const int8_t* coef, int32_t order,
   while (largest > 67108864) largest /= 2, --shift;
   for (int64_t& v : a) v >>= 31 - shift;
 
-  const std::vector<int32_t> in = x;
-  for (int64_t n = 0; n < static_cast<int64_t>(x.size()); ++n) {
-    __int128 acc = static_cast<__int128>(in[n]) << shift;
-    for (int32_t i = 1; i <= order && i <= n; ++i)
-      synthesis ? acc -= static_cast<__int128>(a[i - 1]) * x[n - i]
-                : acc += static_cast<__int128>(a[i - 1]) * in[n - i];
-    x[n] = static_cast<int32_t>(static_cast<uint32_t>(acc >> shift));
+  const std::vector<int32_t> copy(x, x + n);
+  const int32_t* const in = copy.data();
+  for (int64_t j = 0; j < n; ++j) {
+    __int128 acc = static_cast<__int128>(in[j]) << shift;
+    for (int32_t i = 1; i <= order && i <= j; ++i)
+      synthesis ? acc -= static_cast<__int128>(a[i]) * x[j - i]
+                : acc += static_cast<__int128>(a[i]) * in[j - i];
+    x[j] = static_cast<int32_t>(static_cast<uint32_t>(acc >> shift));
   }
 }
 
@@ -64,7 +64,7 @@ void filterRange(Block<int32_t>& x, int64_t start, int64_t end, int32_t directio
                  int32_t order, int32_t res, bool synthesis) {
   std::vector<int32_t> lines(x.begin() + start, x.begin() + std::max(start, end));
   if (direction == 1) std::reverse(lines.begin(), lines.end());
-  filterReference(lines, coef, order, res, synthesis);
+  filterReference(lines.data(), std::ssize(lines), coef, order, res, synthesis);
   if (direction == 1) std::reverse(lines.begin(), lines.end());
   std::copy(lines.begin(), lines.end(), x.begin() + start);
 }
