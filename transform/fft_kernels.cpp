@@ -15,7 +15,7 @@ void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float
   const Destination<kInverse> to = {dst};
   const ColumnTables tables = columnTables(spec);
   firstPass(int64_t{1} << tables.logLength, rowTwiddles(spec), work,
-            [&](int64_t i) MOX_ALWAYS { return from.load8(i); });
+            [&](int64_t i, int /*row*/) MOX_ALWAYS { return from.load8(i); });
   transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
                   [&](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(8 * k, block); });
 }

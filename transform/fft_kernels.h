@@ -44,12 +44,12 @@ inline ColumnTables columnTables(const FftSpec& spec) {
           2 + lastBits(logLength)};
 }
 
-// load(i): points i..i+7 as a block in lane order.
+// load(i, row): points i..i+7, which lie in that row, as a block in lane order.
 template <class Load>
 MOX_INLINE void firstPass(int64_t columns, const float* twiddles, float* blocks, Load&& load) {
   for (int64_t column = 0; column < columns; column += 8, twiddles += 7 * kBlockFloats)
     transposingDft8(
-        twiddles, [&](int row) MOX_ALWAYS { return load(row * columns + column); },
+        twiddles, [&](int row) MOX_ALWAYS { return load(row * columns + column, row); },
         [&](int i, Complex8 block) MOX_ALWAYS { storeBlock(blocks + (column + i) * kBlockFloats, block); });
 }
 

@@ -66,15 +66,15 @@ constexpr auto staticRowTwiddles() {
     }
   return table;
 }
-inline constexpr auto kTwiddles8 = staticRowTwiddles<8, 2, 4>();
-inline constexpr auto kTwiddles16 = staticRowTwiddles<16, 4, 4>();
-inline constexpr auto kTwiddles32 = staticRowTwiddles<32, 4, 8>();
+inline constexpr auto kFftTwiddles8 = staticRowTwiddles<8, 2, 4>();
+inline constexpr auto kFftTwiddles16 = staticRowTwiddles<16, 4, 4>();
+inline constexpr auto kFftTwiddles32 = staticRowTwiddles<32, 4, 8>();
 
 // Of the two twiddled steps of 64 points, for rows 1..3: real parts, imaginary parts.
 struct Twiddles64 {
   alignas(32) float first[2][3][16], second[2][3][16];
 };
-inline constexpr Twiddles64 kTwiddles64 = [] {
+inline constexpr Twiddles64 kFftTwiddles64 = [] {
   Twiddles64 tables = {};
   const Twiddles twiddles(kStaticQuarter.data(), 1 << kStaticQuarterOrder);
   for (int part = 0; part < 2; ++part)
@@ -116,7 +116,7 @@ template <class Src, class Dst>
 MOX_INLINE void transform8(Src src, Dst dst) {
   const Complex4 row0 = src.load4(0), row1 = src.load4(4);
   const Complex4 sum = row0 + row1;
-  const Complex4 difference = (row0 - row1) * loadTwiddle<Lanes4>(kTwiddles8.data());
+  const Complex4 difference = (row0 - row1) * loadTwiddle<Lanes4>(kFftTwiddles8.data());
   const f32x8 re = _mm256_set_m128(difference.re, sum.re);
   const f32x8 im = _mm256_set_m128(difference.im, sum.im);
 
@@ -146,7 +146,7 @@ MOX_INLINE void transform16(Src src, Dst dst) {
   Complex4 a[4];
   for (int row = 0; row < 4; ++row) a[row] = src.load4(4 * row);
   dft4(a);
-  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes4>(kTwiddles16.data() + 8 * (row - 1));
+  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes4>(kFftTwiddles16.data() + 8 * (row - 1));
   _MM_TRANSPOSE4_PS(a[0].re, a[1].re, a[2].re, a[3].re);
   _MM_TRANSPOSE4_PS(a[0].im, a[1].im, a[2].im, a[3].im);
   dft4(a);
@@ -161,7 +161,7 @@ MOX_INLINE void transform32(Src src, Dst dst) {
   for (int row = 0; row < 4; ++row) a[row] = src.load8(8 * row);
   dft4(a);
   for (int row = 1; row < 4; ++row)
-    a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles32.data() + kBlockFloats * (row - 1));
+    a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles32.data() + kBlockFloats * (row - 1));
   transposeHalves(a[0].re, a[1].re, a[2].re, a[3].re);
   transposeHalves(a[0].im, a[1].im, a[2].im, a[3].im);
 
@@ -196,7 +196,7 @@ MOX_INLINE void transform64(Src src, Dst dst) {
     Complex8 a[4];
     for (int row = 0; row < 4; ++row) a[row] = src.load8(16 * row + 8 * half);
     dft4(a);
-    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.first[half][row - 1]);
+    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.first[half][row - 1]);
     transposeHalves(a[0], a[1], a[2], a[3]);
     for (int i = 0; i < 4; ++i) storeBlock(first + (4 * half + i) * kBlockFloats, a[i]);
   }
@@ -206,7 +206,7 @@ MOX_INLINE void transform64(Src src, Dst dst) {
     Complex8 a[4];
     for (int j = 0; j < 4; ++j) a[j] = loadBlock(first + (2 * j + i) * kBlockFloats);
     dft4(a);
-    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kTwiddles64.second[i][row - 1]);
+    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.second[i][row - 1]);
     storeBlock(second[0] + i * kBlockFloats, lowerHalves(a[0], a[1]));
     storeBlock(second[1] + i * kBlockFloats, lowerHalves(a[2], a[3]));
     storeBlock(second[0] + (i + 2) * kBlockFloats, upperHalves(a[0], a[1]));

@@ -5,28 +5,28 @@
 #include <cmath>
 #include <numbers>
 
+#include "transform/fft_kernels.h"
+#include "transform/fft_small.h"
+#include "transform/mdct_vectors.h"
+
 namespace moxac {
 namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
 
-struct Rotation {
-  float c, s;
-};
+constexpr bool isInterleaved(int64_t N) { return N == 12 || N == 36; }
 
-// The factors of point m, from the layout of the table.
-Rotation rotationAt(const float* table, int64_t N, int64_t m) {
-  if (N < 32 || N == 36) return {table[2 * m], table[2 * m + 1]};
-  const int64_t L = N / 4;
-  const bool mirrored = m >= L / 2;
-  const int64_t from = mirrored ? L - 4 - (m & ~int64_t{3}) : m & ~int64_t{3};
-  const float* const p = table + from * 4 + (mirrored ? 8 : 0) + (m & 3);
-  return {p[0], p[4]};
+// Where point m of the table has its cosine; its sine is four floats on, one in the interleaved layout.
+constexpr int64_t tableIndex(int64_t N, int64_t m) {
+  if (isInterleaved(N)) return 2 * m;
+  const int64_t L = N / 4, four = m & ~int64_t{3};
+  return (m < L / 2 ? four * 4 : (L - 4 - four) * 4 + 8) + (m & 3);
 }
+constexpr int64_t sineOffset(int64_t N) { return isInterleaved(N) ? 1 : 4; }
 
 // (re + i*im) * (c - i*s)
 template <class T>
-void rotate(T& re, T& im, T c, T s) {
+MOX_INLINE void rotate(T& re, T& im, T c, T s) {
   const T turned = re * c + im * s;
   im = im * c - re * s;
   re = turned;
@@ -34,8 +34,7 @@ void rotate(T& re, T& im, T c, T s) {
 
 // The folded values u[2n] and u[M-1-2n].
 template <class T, class Sample>
-void fold(const Sample* x, int64_t N, int64_t n, T& a, T& b) {
-  const int64_t L = N / 4;
+MOX_INLINE void fold(const Sample* x, int64_t L, int64_t n, T& a, T& b) {
   const auto at = [&](int64_t i) { return static_cast<T>(x[i]); };
   if (2 * n < L) {
     a = -at(3 * L - 1 - 2 * n) - at(3 * L + 2 * n);
@@ -46,25 +45,137 @@ void fold(const Sample* x, int64_t N, int64_t n, T& a, T& b) {
   }
 }
 
-// Discrete Fourier transform of 3 and 9 points by its definition.
-void oddTransform(Mox32fc* z, int64_t points) {
-  Mox32fc sum[9] = {};
-  for (int64_t k = 0; k < points; ++k)
-    for (int64_t n = 0; n < points; ++n) {
-      const double angle = kTurn * static_cast<double>(n * k) / static_cast<double>(points);
-      const auto c = static_cast<float>(std::cos(angle)), s = static_cast<float>(std::sin(angle));
-      sum[k].re += z[n].re * c + z[n].im * s;
-      sum[k].im += z[n].im * c - z[n].re * s;
-    }
-  std::copy(sum, sum + points, z);
+// Discrete Fourier transforms of three and of nine points (three by three), in place.
+MOX_INLINE void dft3(Complex1& a0, Complex1& a1, Complex1& a2) {
+  constexpr float kHalfRootThree = 0.866025403784438647f;
+  const Complex1 sum = a1 + a2, difference = a1 - a2;
+  const Complex1 base = {a0.re - 0.5f * sum.re, a0.im - 0.5f * sum.im};
+  const Complex1 turned = {kHalfRootThree * difference.im, -kHalfRootThree * difference.re};
+  a0 = a0 + sum;
+  a1 = base + turned;
+  a2 = base - turned;
 }
 
-void pointTransform(Mox32fc* z, const MoxMdctSpec& spec) {
-  const int64_t L = spec.length / 4;
-  if (spec.fft == nullptr)
-    oddTransform(z, L);
+MOX_INLINE void dft9(Complex1 (&a)[9]) {
+  // exp(-2*pi*i*k/9) for k = 1, 2, 4.
+  constexpr Complex1 w1 = {0.766044443118978035f, -0.642787609686539326f};
+  constexpr Complex1 w2 = {0.173648177666930349f, -0.984807753012208059f};
+  constexpr Complex1 w4 = {-0.939692620785908384f, -0.342020143325668733f};
+  for (int n = 0; n < 3; ++n) dft3(a[n], a[n + 3], a[n + 6]);
+  a[4] = a[4] * w1;
+  a[5] = a[5] * w2;
+  a[7] = a[7] * w2;
+  a[8] = a[8] * w4;
+  for (int k = 0; k < 9; k += 3) dft3(a[k], a[k + 1], a[k + 2]);
+  // Output k of row r is X[3*k + r].
+  std::swap(a[1], a[3]);
+  std::swap(a[2], a[6]);
+  std::swap(a[5], a[7]);
+}
+
+// The transform of L = 3, 8 or 9 points between the rotations.
+template <int kPoints>
+MOX_INLINE void shortTransform(Complex1 (&z)[kPoints]) {
+  if constexpr (kPoints == 3)
+    dft3(z[0], z[1], z[2]);
+  else if constexpr (kPoints == 9)
+    dft9(z);
   else
-    FftFwd_CToC_32fc(z, z, spec.fft, reinterpret_cast<uint8_t*>(z + L));
+    dft8(z);
+}
+
+template <int kPoints>
+MOX_INLINE void rotateAll(Complex1 (&z)[kPoints], const float* table) {
+  constexpr int64_t N = 4 * kPoints;
+  for (int64_t m = 0; m < kPoints; ++m) {
+    const float* const w = table + tableIndex(N, m);
+    rotate(z[m].re, z[m].im, w[0], w[sineOffset(N)]);
+  }
+}
+
+// N = 12, 32 and 36, straight through.
+template <int kPoints>
+void shortForward(const float* src, float* dst, const float* table) {
+  Complex1 z[kPoints];
+  for (int64_t n = 0; n < kPoints; ++n) fold(src, kPoints, n, z[n].re, z[n].im);
+  rotateAll(z, table);
+  shortTransform(z);
+  rotateAll(z, table);
+  for (int64_t k = 0; k < kPoints; ++k) {
+    dst[2 * k] = z[k].re;
+    dst[2 * kPoints - 1 - 2 * k] = -z[k].im;
+  }
+}
+
+template <int kPoints>
+void shortInverse(const float* src, float* dst, const float* table) {
+  constexpr int64_t L = kPoints;
+  Complex1 z[kPoints];
+  for (int64_t n = 0; n < L; ++n) z[n] = {src[2 * n], src[2 * L - 1 - 2 * n]};
+  rotateAll(z, table);
+  shortTransform(z);
+  rotateAll(z, table);
+  for (int64_t k = 0; k < L; ++k) {
+    dst[L + 2 * k] = z[k].im;
+    dst[3 * L - 1 - 2 * k] = -z[k].re;
+  }
+  for (int64_t n = 0; n < L; ++n) {
+    dst[n] = -dst[2 * L - 1 - n];
+    dst[3 * L + n] = dst[3 * L - 1 - n];
+  }
+}
+
+// What the transform between the rotations reads and writes: blocks that come from a function, blocks that
+// stay blocks. Straight-line transforms of 16 points read and write fours.
+template <class Load>
+struct BlockSource {
+  Load load;
+  MOX_INLINE Complex8 load8(int64_t i) const { return load(i); }
+};
+struct BlockDestination {
+  float* z;
+  MOX_INLINE void store8(int64_t i, Complex8 block) const { storeBlock(z + 2 * i, block); }
+  MOX_INLINE void storeNatural8(int64_t i, Complex8 block) const {
+    storeBlock(z + 2 * i, toLaneOrder(block));
+  }
+};
+
+// load(n): points n..n+7 as a block; the L results go to z as blocks. `work` holds L complex values more.
+template <class Load>
+MOX_INLINE void pointTransform(const FftSpec& fft, float* z, float* work, Load&& load) {
+  if (fft.order == 4) {
+    // Blocks to interleaved values, and back.
+    auto* const points = reinterpret_cast<Mox32fc*>(work);
+    for (int64_t n = 0; n < 16; n += 8) storeInterleaved(points + n, load(n));
+    transform16(Source<false>{points}, Destination<false>{points});
+    for (int64_t n = 0; n < 16; n += 8) storeBlock(z + 2 * n, loadInterleaved(points + n));
+  } else if (fft.order == 5) {
+    transform32(BlockSource<Load>{load}, BlockDestination{z});
+  } else if (fft.order == 6) {
+    transform64(BlockSource<Load>{load}, BlockDestination{z});
+  } else if (fft.order <= kFftLastTableOrder) {
+    const ColumnTables tables = columnTables(fft);
+    firstPass(int64_t{1} << tables.logLength, rowTwiddles(fft), work, load);
+    transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
+                    [&](int64_t k, Complex8 block) MOX_ALWAYS { storeBlock(z + k * kBlockFloats, block); });
+  } else {
+    const int64_t L = int64_t{1} << fft.order;
+    auto* const points = reinterpret_cast<Mox32fc*>(z);
+    for (int64_t n = 0; n < L; n += 8) storeInterleaved(points + n, load(n));
+    fftForward(points, points, fft, work);
+    for (int64_t n = 0; n < L; n += 8) storeBlock(z + 2 * n, loadInterleaved(points + n));
+  }
+}
+
+// Both ends of the L points at once: use(n, block, m, mirrored) for n = 0, 8, ... L/2-8 and m = L-8-n, each
+// block with its factors applied.
+template <class Factors, class Use>
+MOX_INLINE void rotatePairs(const float* z, int64_t L, const Factors& factors, Use&& use) {
+  for (int64_t n = 0; n < L / 2; n += 8) {
+    const int64_t m = L - 8 - n;
+    use(n, rotated(loadBlock(z + 2 * n), factors.lower(n)), m,
+        rotated(loadBlock(z + 2 * m), factors.upper(m)));
+  }
 }
 
 // In-place transform in double, for 16-bit input whose results leave the range of single precision.
@@ -84,34 +195,62 @@ void doubleTransform(double* z, int64_t points) {
         b[1] = im;
       }
     }
-  for (int64_t i = 0, r = 0; i < points; ++i) {
-    if (i < r) {
-      std::swap(z[2 * i], z[2 * r]);
-      std::swap(z[2 * i + 1], z[2 * r + 1]);
+  for (int64_t i = 0, reversed = 0; i < points; ++i) {
+    if (i < reversed) {
+      std::swap(z[2 * i], z[2 * reversed]);
+      std::swap(z[2 * i + 1], z[2 * reversed + 1]);
     }
     int64_t bit = points >> 1;
-    for (; (r & bit) != 0; bit >>= 1) r ^= bit;
-    r |= bit;
+    for (; (reversed & bit) != 0; bit >>= 1) reversed ^= bit;
+    reversed |= bit;
   }
 }
 
 int16_t saturate(double v) { return static_cast<int16_t>(std::nearbyint(std::clamp(v, -32768.0, 32767.0))); }
 
+void doubleForward16s(const int16_t* src, int16_t* dst, int64_t N, int32_t scaleFactor, double* z) {
+  const int64_t L = N / 4;
+  const double scale = std::ldexp(2.0, -std::max(scaleFactor, -64));
+  const auto angle = [&](int64_t m) {
+    return kTurn * (static_cast<double>(m) + 0.125) / static_cast<double>(N);
+  };
+  for (int64_t n = 0; n < L; ++n) {
+    fold(src, L, n, z[2 * n], z[2 * n + 1]);
+    rotate(z[2 * n], z[2 * n + 1], std::cos(angle(n)), std::sin(angle(n)));
+  }
+  doubleTransform(z, L);
+  for (int64_t k = 0; k < L; ++k) {
+    rotate(z[2 * k], z[2 * k + 1], std::cos(angle(k)), std::sin(angle(k)));
+    dst[2 * k] = saturate(scale * z[2 * k]);
+    dst[2 * L - 1 - 2 * k] = saturate(-scale * z[2 * k + 1]);
+  }
+}
+
+void floatForward16s(const int16_t* src, int16_t* dst, const MoxMdctSpec& spec, int32_t scaleFactor,
+                     float* work) {
+  const int64_t N = spec.length, L = N / 4;
+  const QuarterFactors factors = {spec.twiddles, L};
+  const FoldedInput<int16_t, QuarterFactors> input = {src, L, factors};
+  pointTransform(*spec.fft, work, work + 2 * L, input);
+  // What the two rotations leave out, twice an eighth of a step, and the scale.
+  const double tilt = kTurn * 0.25 / static_cast<double>(N), scale = std::ldexp(2.0, -scaleFactor);
+  const Complex8 rest = {splat8(static_cast<float>(scale * std::cos(tilt))),
+                         splat8(static_cast<float>(scale * std::sin(tilt)))};
+  rotatePairs(work, L, factors, [&](int64_t n, Complex8 z, int64_t m, Complex8 mirrored) MOX_ALWAYS {
+    const Complex8 lower = rotated(z, rest), upper = rotated(mirrored, rest);
+    storeRounded(dst + 2 * n, {lower.re, reverse8(-upper.im)});
+    storeRounded(dst + 2 * m, {upper.re, reverse8(-lower.im)});
+  });
+}
+
 }  // namespace
 
 void fillMdctTwiddles(float* table, int32_t N, double factor) {
-  const int64_t L = N / 4;
-  for (int64_t m = 0; m < L; ++m) {
+  for (int64_t m = 0; m < N / 4; ++m) {
     const double t = kTurn * (static_cast<double>(m) + 0.125) / N;
-    int64_t at = 2 * m, apart = 1;
-    if (N >= 32 && N != 36) {
-      const bool mirrored = m >= L / 2;
-      const int64_t from = mirrored ? L - 4 - (m & ~int64_t{3}) : m & ~int64_t{3};
-      at = from * 4 + (mirrored ? 8 : 0) + (m & 3);
-      apart = 4;
-    }
-    table[at] = static_cast<float>(factor * std::cos(t));
-    table[at + apart] = static_cast<float>(factor * std::sin(t));
+    float* const place = table + tableIndex(N, m);
+    place[0] = static_cast<float>(factor * std::cos(t));
+    place[sineOffset(N)] = static_cast<float>(factor * std::sin(t));
   }
 }
 
@@ -121,70 +260,62 @@ void fillMdctQuarter(float* table, int32_t N) {
 }
 
 void mdctForward(const float* src, float* dst, const MoxMdctSpec& spec, float* work) {
-  const int64_t N = spec.length, L = N / 4;
-  auto* const z = reinterpret_cast<Mox32fc*>(work);
-  for (int64_t n = 0; n < L; ++n) {
-    const Rotation w = rotationAt(spec.twiddles, N, n);
-    fold(src, N, n, z[n].re, z[n].im);
-    rotate(z[n].re, z[n].im, w.c, w.s);
+  switch (spec.length) {
+    case 12:
+      return shortForward<3>(src, dst, spec.twiddles);
+    case 32:
+      return shortForward<8>(src, dst, spec.twiddles);
+    case 36:
+      return shortForward<9>(src, dst, spec.twiddles);
+    default:
+      break;
   }
-  pointTransform(z, spec);
-  for (int64_t k = 0; k < L; ++k) {
-    const Rotation w = rotationAt(spec.twiddles, N, k);
-    rotate(z[k].re, z[k].im, w.c, w.s);
-    dst[2 * k] = z[k].re;
-    dst[2 * L - 1 - 2 * k] = -z[k].im;
-  }
+  const int64_t L = spec.length / 4;
+  const TableFactors factors = {spec.twiddles, L};
+  pointTransform(*spec.fft, work, work + 2 * L, FoldedInput<float, TableFactors>{src, L, factors});
+  rotatePairs(work, L, factors, [&](int64_t n, Complex8 lower, int64_t m, Complex8 upper) MOX_ALWAYS {
+    storeAlternating(dst + 2 * n, lower.re, reverse8(-upper.im));
+    storeAlternating(dst + 2 * m, upper.re, reverse8(-lower.im));
+  });
 }
 
 void mdctInverse(const float* src, float* dst, const MoxMdctSpec& spec, float* work) {
-  const int64_t N = spec.length, L = N / 4;
-  auto* const z = reinterpret_cast<Mox32fc*>(work);
-  for (int64_t n = 0; n < L; ++n) {
-    const Rotation w = rotationAt(spec.twiddles, N, n);
-    z[n] = {src[2 * n], src[2 * L - 1 - 2 * n]};
-    rotate(z[n].re, z[n].im, w.c, w.s);
+  switch (spec.length) {
+    case 12:
+      return shortInverse<3>(src, dst, spec.twiddles);
+    case 32:
+      return shortInverse<8>(src, dst, spec.twiddles);
+    case 36:
+      return shortInverse<9>(src, dst, spec.twiddles);
+    default:
+      break;
   }
-  pointTransform(z, spec);
-  for (int64_t k = 0; k < L; ++k) {
-    const Rotation w = rotationAt(spec.twiddles, N, k);
-    rotate(z[k].re, z[k].im, w.c, w.s);
-    dst[L + 2 * k] = z[k].im;
-    dst[3 * L - 1 - 2 * k] = -z[k].re;
-  }
-  for (int64_t n = 0; n < L; ++n) {
-    dst[n] = -dst[2 * L - 1 - n];
-    dst[3 * L + n] = dst[3 * L - 1 - n];
-  }
+  const int64_t L = spec.length / 4;
+  const TableFactors factors = {spec.twiddles, L};
+  pointTransform(*spec.fft, work, work + 2 * L, SpectrumInput<TableFactors>{src, L, factors});
+  // The middle half y[L+2k] = im C[k], y[L+2k+1] = -re C[L-1-k]; the outer quarters mirror its halves, the
+  // first one negated.
+  rotatePairs(work, L, factors, [&](int64_t n, Complex8 lower, int64_t m, Complex8 upper) MOX_ALWAYS {
+    const f32x8 lowerReversed = reverse8(lower.im), upperReversed = reverse8(upper.im);
+    storeAlternating(dst + L + 2 * n, lower.im, reverse8(-upper.re));
+    storeAlternating(dst + L - 16 - 2 * n, upper.re, -lowerReversed);
+    storeAlternating(dst + L + 2 * m, upper.im, reverse8(-lower.re));
+    storeAlternating(dst + 5 * L - 16 - 2 * m, -lower.re, upperReversed);
+  });
 }
 
 void mdctForward16s(const int16_t* src, int16_t* dst, const MoxMdctSpec& spec, int32_t scaleFactor,
                     float* work) {
-  const int64_t N = spec.length, L = N / 4;
-  int32_t peak = 0;
-  for (int64_t n = 0; n < N; ++n) peak = std::max(peak, std::abs(int32_t{src[n]}));
-  // Results are below 2^bits, by the block exponent, the number of samples and the factor 2.
-  const int32_t exponent = 32 - std::countl_zero(static_cast<uint32_t>(peak));
-  const int64_t bits = exponent + std::countr_zero(static_cast<uint64_t>(N)) + 1;
-  if (peak == 0 || scaleFactor > bits + 1) {
-    std::fill(dst, dst + 2 * L, int16_t{0});
-    return;
-  }
-  const double scale = std::ldexp(2.0, -std::max(scaleFactor, -64));
-  const double tilt = kTurn * 0.125 / static_cast<double>(N);
-  double* const z = reinterpret_cast<double*>(work);
-  for (int64_t n = 0; n < L; ++n) {
-    const double t = kTurn * static_cast<double>(n) / static_cast<double>(N) + tilt;
-    fold(src, N, n, z[2 * n], z[2 * n + 1]);
-    rotate(z[2 * n], z[2 * n + 1], std::cos(t), std::sin(t));
-  }
-  doubleTransform(z, L);
-  for (int64_t k = 0; k < L; ++k) {
-    const double t = kTurn * static_cast<double>(k) / static_cast<double>(N) + tilt;
-    rotate(z[2 * k], z[2 * k + 1], std::cos(t), std::sin(t));
-    dst[2 * k] = saturate(scale * z[2 * k]);
-    dst[2 * L - 1 - 2 * k] = saturate(-scale * z[2 * k + 1]);
-  }
+  const int64_t N = spec.length;
+  // The block exponent: every sample is below 2^exponent, so every result below 2^bits before scaling.
+  const int32_t exponent = std::bit_width(peakMagnitude(src, N));
+  const int32_t bits = exponent + std::countr_zero(spec.length) + 1;
+  if (exponent == 0 || scaleFactor > bits + 1)
+    std::fill(dst, dst + N / 2, int16_t{0});  // all results round to 0
+  else if (bits - int64_t{scaleFactor} <= kSinglePrecisionBits && N > 32)
+    floatForward16s(src, dst, spec, scaleFactor, work);
+  else
+    doubleForward16s(src, dst, N, scaleFactor, reinterpret_cast<double*>(work));
 }
 
 }  // namespace moxac

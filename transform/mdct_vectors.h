@@ -1,0 +1,151 @@
+// The vector pieces of the MDCT: eight points at a time, as blocks in lane order.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+
+#include "transform/fft_butterflies.h"
+
+namespace moxac {
+
+// Results of the 16-bit transform below 2^18, eight times the range of its output, come out right in single
+// precision: its error stays below 2^-20 of the largest possible result, a quarter of an output unit.
+constexpr int32_t kSinglePrecisionBits = 18;
+
+// Samples as floats.
+MOX_INLINE f32x8 loadSamples(const float* p) { return load8(p); }
+MOX_INLINE f32x8 loadSamples(const int16_t* p) {
+  const i32x4 words = _mm_loadu_si128(reinterpret_cast<const i32x4*>(p));
+  return _mm256_cvtepi32_ps(
+      _mm256_set_m128i(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(words, words)), _mm_cvtepi16_epi32(words)));
+}
+
+// p[0], p[2], ... p[14] in lane order.
+template <class Sample>
+MOX_INLINE f32x8 evens(const Sample* p) {
+  return _mm256_shuffle_ps(loadSamples(p), loadSamples(p + 8), 0x88);
+}
+// p[-1], p[-3], ... p[-15] in lane order.
+template <class Sample>
+MOX_INLINE f32x8 oddsBefore(const Sample* p) {
+  const f32x8 far = loadSamples(p - 16), near = loadSamples(p - 8);
+  return _mm256_shuffle_ps(_mm256_permute2f128_ps(near, near, 0x01), _mm256_permute2f128_ps(far, far, 0x01),
+                           0x77);
+}
+
+// Eight values in natural order, given as two times four, in lane order.
+MOX_INLINE f32x8 laneOrder(const float* low, const float* high) {
+  const f32x8 a = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(low));
+  const f32x8 b = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(high));
+  return _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b1100));
+}
+// p[0], p[-1], ... p[-7] in lane order.
+MOX_INLINE f32x8 laneOrderDown(const float* p) {
+  const f32x8 a = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(p - 3));
+  const f32x8 b = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(p - 7));
+  const f32x8 swapped = _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b0011));
+  return _mm256_permute_ps(swapped, 0xB1);
+}
+// A block in natural order to lane order.
+MOX_INLINE f32x8 toLaneOrder(f32x8 v) {
+  const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
+  return _mm256_blend_ps(_mm256_shuffle_ps(v, swapped, 0x44), _mm256_shuffle_ps(swapped, v, 0xEE), 0xF0);
+}
+MOX_INLINE Complex8 toLaneOrder(Complex8 z) { return {toLaneOrder(z.re), toLaneOrder(z.im)}; }
+
+// z * (c - i*s), the factors given as (c, s).
+MOX_INLINE Complex8 rotated(Complex8 z, Complex8 w) {
+  return {z.re * w.re + z.im * w.im, z.im * w.re - z.re * w.im};
+}
+
+// The factors (c, s) of points m..m+7, m in the lower half or in the upper half of the L points: from the
+// blocks of a float context's table,
+struct TableFactors {
+  const float* table;
+  int64_t L;
+  MOX_INLINE Complex8 lower(int64_t m) const {
+    const float* const p = table + 4 * m;
+    return {laneOrder(p, p + 16), laneOrder(p + 4, p + 20)};
+  }
+  MOX_INLINE Complex8 upper(int64_t m) const {
+    const float* const p = table + 4 * (L - 8 - m);
+    return {laneOrder(p + 24, p + 8), laneOrder(p + 28, p + 12)};
+  }
+};
+// or from a quarter wave of sines, without the eighth of a step.
+struct QuarterFactors {
+  const float* wave;
+  int64_t L;
+  MOX_INLINE Complex8 lower(int64_t m) const {
+    return {laneOrderDown(wave + L - m), laneOrder(wave + m, wave + m + 4)};
+  }
+  MOX_INLINE Complex8 upper(int64_t m) const { return lower(m); }
+};
+
+// Points n..n+7 of the transform between the rotations: the forward one folds its samples, both apply the
+// first factors. In the first pass `row` tells the half.
+template <class Sample, class Factors>
+struct FoldedInput {
+  const Sample* x;
+  int64_t L;
+  Factors factors;
+
+  MOX_INLINE Complex8 lower(int64_t n) const {
+    const f32x8 a = oddsBefore(x + 3 * L - 2 * n) + evens(x + 3 * L + 2 * n);  // negated
+    const f32x8 b = oddsBefore(x + L - 2 * n) - evens(x + L + 2 * n);
+    const Complex8 w = factors.lower(n);
+    return {b * w.im - a * w.re, b * w.re + a * w.im};
+  }
+  MOX_INLINE Complex8 upper(int64_t n) const {
+    const f32x8 a = evens(x + 2 * n - L) - oddsBefore(x + 3 * L - 2 * n);
+    const f32x8 b = evens(x + L + 2 * n) + oddsBefore(x + 5 * L - 2 * n);  // negated
+    const Complex8 w = factors.upper(n);
+    return {a * w.re - b * w.im, -(b * w.re + a * w.im)};
+  }
+  MOX_INLINE Complex8 operator()(int64_t n) const { return n < L / 2 ? lower(n) : upper(n); }
+  MOX_INLINE Complex8 operator()(int64_t n, int row) const { return row < 4 ? lower(n) : upper(n); }
+};
+
+template <class Factors>
+struct SpectrumInput {
+  const float* X;
+  int64_t L;
+  Factors factors;
+
+  MOX_INLINE Complex8 values(int64_t n) const { return {evens(X + 2 * n), oddsBefore(X + 2 * L - 2 * n)}; }
+  MOX_INLINE Complex8 operator()(int64_t n) const {
+    return rotated(values(n), n < L / 2 ? factors.lower(n) : factors.upper(n));
+  }
+  MOX_INLINE Complex8 operator()(int64_t n, int row) const {
+    return rotated(values(n), row < 4 ? factors.lower(n) : factors.upper(n));
+  }
+};
+
+// p[2j] = even[j], p[2j+1] = odd[j], both in lane order.
+MOX_INLINE void storeAlternating(float* p, f32x8 even, f32x8 odd) {
+  store8(p, _mm256_unpacklo_ps(even, odd));
+  store8(p + 8, _mm256_unpackhi_ps(even, odd));
+}
+// The same rounded to nearest (ties to even) and saturated.
+MOX_INLINE void storeRounded(int16_t* p, Complex8 evenOdd) {
+  for (const f32x8 v :
+       {_mm256_unpacklo_ps(evenOdd.re, evenOdd.im), _mm256_unpackhi_ps(evenOdd.re, evenOdd.im)}) {
+    const __m256i rounded = _mm256_cvtps_epi32(v);
+    _mm_storeu_si128(reinterpret_cast<i32x4*>(p),
+                     _mm_packs_epi32(_mm256_castsi256_si128(rounded), _mm256_extractf128_si256(rounded, 1)));
+    p += 8;
+  }
+}
+
+// The largest magnitude among n samples, n a multiple of 8; 32768 for the lowest sample.
+inline uint32_t peakMagnitude(const int16_t* x, int64_t n) {
+  i32x4 largest = _mm_setzero_si128();
+  for (int64_t i = 0; i < n; i += 8)
+    largest = _mm_max_epu16(largest, _mm_abs_epi16(_mm_loadu_si128(reinterpret_cast<const i32x4*>(x + i))));
+  alignas(16) uint16_t lanes[8];
+  _mm_store_si128(reinterpret_cast<i32x4*>(lanes), largest);
+  return *std::max_element(lanes, lanes + 8);
+}
+
+}  // namespace moxac
