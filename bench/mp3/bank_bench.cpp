@@ -92,7 +92,7 @@ void inverseHybrid(benchmark::State& state, const char* name) {
 void inverseHybridPlain(benchmark::State& state) {
   moxtest::HybridReference reference;
   moxtest::Lines lines{};
-  lines.fill(0.5);
+  for (double& x : lines.value) x = 0.5;
   for (auto _ : state) benchmark::DoNotOptimize(reference.inverse(lines, 0, false));
   perGranule(state, 1);
 }

@@ -83,7 +83,7 @@ Decoded decode(const std::vector<CodedGranule>& granules) {
         for (int k = 0; k < 32; ++k)
           bands[k] = static_cast<float>(xs[32 * slot + static_cast<size_t>(k)]) / (1 << 26);
         moxsSynthesisFilter_PQMF_MP3_32f(bands, bands, c.state());
-        const Slot exact = c.synthesis.slot(slots[slot]);
+        const Slot exact = c.synthesis.slot(std::to_array(slots[slot].value));
         for (size_t i = 0; i < 32; ++i) {
           out.floats[at + i * static_cast<size_t>(stride)] = bands[i];
           out.exact[at + i * static_cast<size_t>(stride)] = exact[i];

@@ -1,7 +1,6 @@
 // The hybrid bank as the standard writes it, in double precision. ISO/IEC 11172-3, 2.4.3.4.10.
 #pragma once
 
-#include <array>
 #include <cmath>
 #include <cstdint>
 
@@ -9,8 +8,22 @@ namespace moxtest {
 
 inline constexpr double kPi = 3.14159265358979323846;
 
-using Lines = std::array<double, 576>;                 // by frequency
-using Slots = std::array<std::array<double, 32>, 18>;  // [time slot][sub-band]
+// std::array indexed by any integer type.
+template <class T, int N>
+struct Values {
+  T value[N]{};
+  template <class I>
+  T& operator[](I i) {
+    return value[i];
+  }
+  template <class I>
+  const T& operator[](I i) const {
+    return value[i];
+  }
+  T* begin() { return value; }
+};
+using Lines = Values<double, 576>;             // by frequency
+using Slots = Values<Values<double, 32>, 18>;  // [time slot][sub-band]
 
 inline double hybridWindow(int blockType, int i) {
   const auto sine = [](int k, int n) { return std::sin(kPi / n * (k + 0.5)); };
