@@ -133,7 +133,8 @@ void middlePass(Split x, Split y) {
       loadStrided<L>(x + (8 * p + q), 64, re, im);
       radix8<L>(re, im);
       for (int32_t r = 0; r < 8; ++r) {
-        if (r > 0) turn(re[r], im[r], L::splat(kTwiddles64.c[r - 1][p]), L::splat(kTwiddles64.s[r - 1][p]));
+        if (r > 0)
+          turn(re[r], im[r], L::splat(kDct4Twiddles64.c[r - 1][p]), L::splat(kDct4Twiddles64.s[r - 1][p]));
         L::store(y.re + 64 * p + 8 * r + q, re[r]);
         L::store(y.im + 64 * p + 8 * r + q, im[r]);
       }
@@ -158,13 +159,13 @@ void lastPass(Split x, Split y) {
 template <class L, int32_t M>
 Split complexTransform(Split x, Split y) {
   if constexpr (M == 1024) {
-    firstPass<L>(x, y, kTwiddles512);
+    firstPass<L>(x, y, kDct4Twiddles512);
     middlePass<L>(y, x);
     lastPass<L, 512>(x, y);
     return y;
   } else {
     static_assert(M == 128);
-    firstPass<L>(x, y, kTwiddles64);
+    firstPass<L>(x, y, kDct4Twiddles64);
     lastPass<L, 64>(y, x);
     return x;
   }

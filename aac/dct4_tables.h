@@ -35,7 +35,7 @@ struct Radix8Twiddles {
 
 extern const Dct4Rotation<1024> kDct4RotationLong;
 extern const Dct4Rotation<128> kDct4RotationShort;
-extern const Radix8Twiddles<512> kTwiddles512;
-extern const Radix8Twiddles<64> kTwiddles64;
+extern const Radix8Twiddles<512> kDct4Twiddles512;
+extern const Radix8Twiddles<64> kDct4Twiddles64;
 
 }  // namespace moxac
