@@ -163,7 +163,9 @@ TEST(Intensity, FollowsTheDefinitionAtEveryPosition) {
   Block<int32_t> l(1024);
   l[0] = INT32_MIN, l[1] = 0x7FFFFFFF, l[2] = -1, l[3] = 1, l[4] = 0;
   for (int i = 5; i < 1024; ++i) l[i] >>= i % 32;
-  for (int32_t pos = -32768; pos <= 32767; pos += (std::abs(pos) < 300 ? 1 : 997))
+  std::vector<int32_t> positions = {-32768, -1000, 1000, 32767};
+  for (int32_t pos = -300; pos <= 300; ++pos) positions.push_back(pos);
+  for (const int32_t pos : positions)
     for (const uint8_t book : std::initializer_list<uint8_t>{14, 15, 11}) {
       Frame f = Frame::longWindow();
       std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(pos));
