@@ -61,7 +61,7 @@ std::string AacLayout::speakers() const {
   static constexpr const char* kNames[] = {"L", "R", "C", "LFE", "Lb", "Rb", "Lc", "Rc", "Cb", "Ls", "Rs"};
   std::string text;
   for (size_t bit = 0; bit < std::size(kNames); ++bit)
-    if ((mask >> bit & 1u) != 0) text += (text.empty() ? "" : " ") + std::string(kNames[bit]);
+    if ((mask >> bit & 1u) != 0) text.append(text.empty() ? "" : " ").append(kNames[bit]);
   return text.empty() ? std::to_string(channels) + " in stream order" : text;
 }
 
