@@ -146,7 +146,8 @@ MOX_INLINE void transform16(Src src, Dst dst) {
   Complex4 a[4];
   for (int row = 0; row < 4; ++row) a[row] = src.load4(4 * row);
   dft4(a);
-  for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes4>(kFftTwiddles16.data() + 8 * (row - 1));
+  for (int row = 1; row < 4; ++row)
+    a[row] = a[row] * loadTwiddle<Lanes4>(kFftTwiddles16.data() + 8 * (row - 1));
   _MM_TRANSPOSE4_PS(a[0].re, a[1].re, a[2].re, a[3].re);
   _MM_TRANSPOSE4_PS(a[0].im, a[1].im, a[2].im, a[3].im);
   dft4(a);
@@ -196,7 +197,8 @@ MOX_INLINE void transform64(Src src, Dst dst) {
     Complex8 a[4];
     for (int row = 0; row < 4; ++row) a[row] = src.load8(16 * row + 8 * half);
     dft4(a);
-    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.first[half][row - 1]);
+    for (int row = 1; row < 4; ++row)
+      a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.first[half][row - 1]);
     transposeHalves(a[0], a[1], a[2], a[3]);
     for (int i = 0; i < 4; ++i) storeBlock(first + (4 * half + i) * kBlockFloats, a[i]);
   }
@@ -206,7 +208,8 @@ MOX_INLINE void transform64(Src src, Dst dst) {
     Complex8 a[4];
     for (int j = 0; j < 4; ++j) a[j] = loadBlock(first + (2 * j + i) * kBlockFloats);
     dft4(a);
-    for (int row = 1; row < 4; ++row) a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.second[i][row - 1]);
+    for (int row = 1; row < 4; ++row)
+      a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles64.second[i][row - 1]);
     storeBlock(second[0] + i * kBlockFloats, lowerHalves(a[0], a[1]));
     storeBlock(second[1] + i * kBlockFloats, lowerHalves(a[2], a[3]));
     storeBlock(second[0] + (i + 2) * kBlockFloats, upperHalves(a[0], a[1]));

@@ -7,123 +7,13 @@
 
 #include "transform/fft_kernels.h"
 #include "transform/fft_small.h"
+#include "transform/mdct_short.h"
 #include "transform/mdct_vectors.h"
 
 namespace moxac {
 namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
-
-constexpr bool isInterleaved(int64_t N) { return N == 12 || N == 36; }
-
-// Where point m of the table has its cosine; its sine is four floats on, one in the interleaved layout.
-constexpr int64_t tableIndex(int64_t N, int64_t m) {
-  if (isInterleaved(N)) return 2 * m;
-  const int64_t L = N / 4, four = m & ~int64_t{3};
-  return (m < L / 2 ? four * 4 : (L - 4 - four) * 4 + 8) + (m & 3);
-}
-constexpr int64_t sineOffset(int64_t N) { return isInterleaved(N) ? 1 : 4; }
-
-// (re + i*im) * (c - i*s)
-template <class T>
-MOX_INLINE void rotate(T& re, T& im, T c, T s) {
-  const T turned = re * c + im * s;
-  im = im * c - re * s;
-  re = turned;
-}
-
-// The folded values u[2n] and u[M-1-2n].
-template <class T, class Sample>
-MOX_INLINE void fold(const Sample* x, int64_t L, int64_t n, T& a, T& b) {
-  const auto at = [&](int64_t i) { return static_cast<T>(x[i]); };
-  if (2 * n < L) {
-    a = -at(3 * L - 1 - 2 * n) - at(3 * L + 2 * n);
-    b = at(L - 1 - 2 * n) - at(L + 2 * n);
-  } else {
-    a = at(2 * n - L) - at(3 * L - 1 - 2 * n);
-    b = -at(L + 2 * n) - at(5 * L - 1 - 2 * n);
-  }
-}
-
-// Discrete Fourier transforms of three and of nine points (three by three), in place.
-MOX_INLINE void dft3(Complex1& a0, Complex1& a1, Complex1& a2) {
-  constexpr float kHalfRootThree = 0.866025403784438647f;
-  const Complex1 sum = a1 + a2, difference = a1 - a2;
-  const Complex1 base = {a0.re - 0.5f * sum.re, a0.im - 0.5f * sum.im};
-  const Complex1 turned = {kHalfRootThree * difference.im, -kHalfRootThree * difference.re};
-  a0 = a0 + sum;
-  a1 = base + turned;
-  a2 = base - turned;
-}
-
-MOX_INLINE void dft9(Complex1 (&a)[9]) {
-  // exp(-2*pi*i*k/9) for k = 1, 2, 4.
-  constexpr Complex1 w1 = {0.766044443118978035f, -0.642787609686539326f};
-  constexpr Complex1 w2 = {0.173648177666930349f, -0.984807753012208059f};
-  constexpr Complex1 w4 = {-0.939692620785908384f, -0.342020143325668733f};
-  for (int n = 0; n < 3; ++n) dft3(a[n], a[n + 3], a[n + 6]);
-  a[4] = a[4] * w1;
-  a[5] = a[5] * w2;
-  a[7] = a[7] * w2;
-  a[8] = a[8] * w4;
-  for (int k = 0; k < 9; k += 3) dft3(a[k], a[k + 1], a[k + 2]);
-  // Output k of row r is X[3*k + r].
-  std::swap(a[1], a[3]);
-  std::swap(a[2], a[6]);
-  std::swap(a[5], a[7]);
-}
-
-// The transform of L = 3, 8 or 9 points between the rotations.
-template <int kPoints>
-MOX_INLINE void shortTransform(Complex1 (&z)[kPoints]) {
-  if constexpr (kPoints == 3)
-    dft3(z[0], z[1], z[2]);
-  else if constexpr (kPoints == 9)
-    dft9(z);
-  else
-    dft8(z);
-}
-
-template <int kPoints>
-MOX_INLINE void rotateAll(Complex1 (&z)[kPoints], const float* table) {
-  constexpr int64_t N = 4 * kPoints;
-  for (int64_t m = 0; m < kPoints; ++m) {
-    const float* const w = table + tableIndex(N, m);
-    rotate(z[m].re, z[m].im, w[0], w[sineOffset(N)]);
-  }
-}
-
-// N = 12, 32 and 36, straight through.
-template <int kPoints>
-void shortForward(const float* src, float* dst, const float* table) {
-  Complex1 z[kPoints];
-  for (int64_t n = 0; n < kPoints; ++n) fold(src, kPoints, n, z[n].re, z[n].im);
-  rotateAll(z, table);
-  shortTransform(z);
-  rotateAll(z, table);
-  for (int64_t k = 0; k < kPoints; ++k) {
-    dst[2 * k] = z[k].re;
-    dst[2 * kPoints - 1 - 2 * k] = -z[k].im;
-  }
-}
-
-template <int kPoints>
-void shortInverse(const float* src, float* dst, const float* table) {
-  constexpr int64_t L = kPoints;
-  Complex1 z[kPoints];
-  for (int64_t n = 0; n < L; ++n) z[n] = {src[2 * n], src[2 * L - 1 - 2 * n]};
-  rotateAll(z, table);
-  shortTransform(z);
-  rotateAll(z, table);
-  for (int64_t k = 0; k < L; ++k) {
-    dst[L + 2 * k] = z[k].im;
-    dst[3 * L - 1 - 2 * k] = -z[k].re;
-  }
-  for (int64_t n = 0; n < L; ++n) {
-    dst[n] = -dst[2 * L - 1 - n];
-    dst[3 * L + n] = dst[3 * L - 1 - n];
-  }
-}
 
 // What the transform between the rotations reads and writes: blocks that come from a function, blocks that
 // stay blocks. Straight-line transforms of 16 points read and write fours.
@@ -262,11 +152,11 @@ void fillMdctQuarter(float* table, int32_t N) {
 void mdctForward(const float* src, float* dst, const MoxMdctSpec& spec, float* work) {
   switch (spec.length) {
     case 12:
-      return shortForward<3>(src, dst, spec.twiddles);
+      return mdctForward12(src, dst, spec.twiddles);
     case 32:
-      return shortForward<8>(src, dst, spec.twiddles);
+      return mdctForward32(src, dst, spec.twiddles);
     case 36:
-      return shortForward<9>(src, dst, spec.twiddles);
+      return mdctForward36(src, dst, spec.twiddles);
     default:
       break;
   }
@@ -282,11 +172,11 @@ void mdctForward(const float* src, float* dst, const MoxMdctSpec& spec, float* w
 void mdctInverse(const float* src, float* dst, const MoxMdctSpec& spec, float* work) {
   switch (spec.length) {
     case 12:
-      return shortInverse<3>(src, dst, spec.twiddles);
+      return mdctInverse12(src, dst, spec.twiddles);
     case 32:
-      return shortInverse<8>(src, dst, spec.twiddles);
+      return mdctInverse32(src, dst, spec.twiddles);
     case 36:
-      return shortInverse<9>(src, dst, spec.twiddles);
+      return mdctInverse36(src, dst, spec.twiddles);
     default:
       break;
   }
