@@ -48,6 +48,10 @@ class BitWindow {
     next_ = p + 4;
   }
 
+  void ensure(int32_t bits) {  // up to 25
+    if (count_ < bits) refill();
+  }
+
   // At least `bits` bits will be consumed from here on.
   void expect(int64_t bits) { ahead_ = next_ + ((bits - count_ - 1) >> 3) + 4; }
   bool hasAhead() const { return ahead_ - next_ >= 8; }

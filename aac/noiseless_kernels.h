@@ -23,6 +23,7 @@ inline constexpr int32_t kReservedBook = 12;
 inline constexpr int32_t kNoiseBook = 13;
 inline constexpr int32_t kIntensityBook2 = 14;  // and 15: intensity stereo
 
+inline constexpr int32_t kMaxScaleFactorBits = 19;
 inline constexpr int32_t kMaxSections = 120;  // the room of sectCb and sectEnd
 
 // The windows of the channel whose stream is decoded.
@@ -102,7 +103,7 @@ inline moxStatus readScaleFactor(BitWindow& window, int32_t codebook, bool allow
     return moxStatusOk;
   }
   MOX_REQUIRE(codebook != kReservedBook && (codebook != kNoiseBook || allowNoise), moxStatusAacCodebookError);
-  window.refill();
+  window.ensure(kMaxScaleFactorBits);
   if (codebook >= kIntensityBook2) {
     state.position += scaleFactorDifference(window);
     scaleFactor = static_cast<int16_t>(state.position);
@@ -200,8 +201,9 @@ inline void decodeLines(BitWindow& shared, int32_t* dst, int32_t lines) {
     window.refillAhead();
     for (int32_t i = 0; i < kPerRefill; ++i, dst += kTuple) decodeTuple<kBook>(window, dst);
   }
+  if (dst < end && window.hasAhead()) window.refillAhead();
   for (; dst < end; dst += kTuple) {
-    window.refill();
+    window.ensure(maxBits<kBook>());
     decodeTuple<kBook>(window, dst);
   }
   shared = window;
@@ -225,7 +227,7 @@ inline bool decodeEscapeLines(BitWindow& shared, int32_t* dst, int32_t lines) {
   BitWindow window = shared;
   bool good = true;
   for (const int32_t* const end = dst + lines; dst < end && good; dst += 2) {
-    window.refill();
+    window.ensure(maxBits<kEscapeBook>());
     decodeTuple<kEscapeBook>(window, dst);
     for (int32_t i = 0; i < 2 && good; ++i)
       if (dst[i] == 16 || dst[i] == -16) good = decodeEscape(window, dst[i]);

@@ -16,6 +16,7 @@ class AdtsCrc {
 
  private:
   void addBit(bool bit);
+  void addByte(uint32_t byte);
   uint32_t crc_ = 0xFFFF;
 };
 

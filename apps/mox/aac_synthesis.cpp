@@ -10,17 +10,32 @@ namespace {
 
 constexpr int32_t kEightShort = 2, kLongStart = 1, kLongStop = 3;
 constexpr size_t kLong = 1024, kShort = 128;
+constexpr float kScale = 1.0f / (32768 << MOX_AAC_SPECTRUM_FRAC_BITS);  // to a full scale of 1
 constexpr size_t kFlat =
     (kLong - kShort) / 2;  // what a start or stop window keeps level on each side of its slope
 
-// The rising halves of both window shapes; the falling ones are their mirror images. ISO/IEC 14496-3, 4.6.11.3.2.
-struct Windows {
-  std::array<std::array<float, kLong>, 2> longRise;
-  std::array<std::array<float, kShort>, 2> shortRise;
+// The slopes of both window shapes (sine, Kaiser-Bessel derived), rising and falling: of long windows, of short ones,
+// and of short ones between the level parts that start and stop windows have. ISO/IEC 14496-3, 4.6.11.3.
+struct Slopes {
+  template <size_t N>
+  struct Slope {
+    alignas(32) std::array<float, N> rise, fall;
+  };
+  using Long = std::array<Slope<kLong>, 2>;
+  using Short = std::array<Slope<kShort>, 2>;
+  Long longSlope, levelledSlope;
+  Short shortSlope;
 
-  Windows() {
-    fill(longRise, 4);
-    fill(shortRise, 6);
+  Slopes() {
+    fill(longSlope, 4);
+    fill(shortSlope, 6);
+    for (size_t shape = 0; shape < 2; ++shape) {
+      Slope<kLong>& slope = levelledSlope[shape];
+      slope.rise.fill(0);
+      std::copy_n(shortSlope[shape].rise.begin(), kShort, slope.rise.begin() + kFlat);
+      std::fill_n(slope.rise.begin() + kFlat + kShort, kFlat, 1.0f);
+      std::reverse_copy(slope.rise.begin(), slope.rise.end(), slope.fall.begin());
+    }
   }
 
   // Modified Bessel function of the first kind, order 0.
@@ -31,7 +46,7 @@ struct Windows {
   }
 
   template <size_t N>
-  static void fill(std::array<std::array<float, N>, 2>& rise, double alpha) {
+  static void fill(std::array<Slope<N>, 2>& slopes, double alpha) {
     const auto kernel = [alpha](size_t n) {
       const double u = 2 * static_cast<double>(n) / N - 1;
       return bessel(std::numbers::pi * alpha * std::sqrt(1 - u * u));
@@ -40,23 +55,15 @@ struct Windows {
     for (size_t n = 0; n <= N; ++n) total += kernel(n);
     for (size_t n = 0; n < N; ++n) {
       sum += kernel(n);
-      rise[0][n] = static_cast<float>(std::sin(std::numbers::pi / (2 * N) * (static_cast<double>(n) + 0.5)));
-      rise[1][n] = static_cast<float>(std::sqrt(sum / total));
+      const double angle = std::numbers::pi / (2 * N) * (static_cast<double>(n) + 0.5);
+      slopes[0].rise[n] = slopes[0].fall[N - 1 - n] = static_cast<float>(std::sin(angle));
+      slopes[1].rise[n] = slopes[1].fall[N - 1 - n] = static_cast<float>(std::sqrt(sum / total));
     }
   }
 };
-const Windows& windows() {
-  static const Windows made;
+const Slopes& slopes() {
+  static const Slopes made;
   return made;
-}
-
-template <size_t N>
-void rise(const std::array<float, N>& window, float* samples) {
-  for (size_t n = 0; n < N; ++n) samples[n] *= window[n];
-}
-template <size_t N>
-void fall(const std::array<float, N>& window, float* samples) {
-  for (size_t n = 0; n < N; ++n) samples[n] *= window[N - 1 - n];
 }
 
 }  // namespace
@@ -110,53 +117,49 @@ void AacSynthesis::run(size_t ch, const AacSpectrum& spectrum, float* samples, i
     runFixed(channel, spectrum, unused.data(), 1);
   }
   if (spectrum.windowSequence == kEightShort)
-    windowShort(spectrum, channel.previousShape);
+    runShort(channel, spectrum, samples, static_cast<size_t>(stride));
   else
-    windowLong(spectrum, channel.previousShape);
-  float* const overlap = channel.floatOverlap.data();
-  for (size_t n = 0; n < kLong; ++n) samples[n * static_cast<size_t>(stride)] = overlap[n] + frame_[n];
-  std::copy_n(frame_.data() + kLong, kLong, overlap);
+    runLong(channel, spectrum, samples, static_cast<size_t>(stride));
   channel.previousShape = spectrum.windowShape;
 }
 
 // One transform over the whole frame. Start and stop windows have a short slope on one side.
-void AacSynthesis::windowLong(const AacSpectrum& spectrum, int32_t previousShape) {
-  constexpr float kScale = 1.0f / (32768 << MOX_AAC_SPECTRUM_FRAC_BITS);
+void AacSynthesis::runLong(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride) {
   for (size_t k = 0; k < kLong; ++k) frame_[k] = static_cast<float>(spectrum.lines[k]) * kScale;
   moxsMDCTInv_32f_I(frame_.data(), long_->spec.get(), long_->buffer.data());
 
-  const auto previous = static_cast<size_t>(previousShape), shape = static_cast<size_t>(spectrum.windowShape);
-  if (spectrum.windowSequence == kLongStop) {
-    std::fill_n(frame_.data(), kFlat, 0.0f);
-    rise(windows().shortRise[previous], frame_.data() + kFlat);
-  } else {
-    rise(windows().longRise[previous], frame_.data());
-  }
-  float* const second = frame_.data() + kLong;
-  if (spectrum.windowSequence == kLongStart) {
-    fall(windows().shortRise[shape], second + kFlat);
-    std::fill_n(second + kFlat + kShort, kFlat, 0.0f);
-  } else {
-    fall(windows().longRise[shape], second);
-  }
+  const auto previous = static_cast<size_t>(channel.previousShape),
+             shape = static_cast<size_t>(spectrum.windowShape);
+  const Slopes& all = slopes();
+  const float* const rise =
+      (spectrum.windowSequence == kLongStop ? all.levelledSlope : all.longSlope)[previous].rise.data();
+  const float* const fall =
+      (spectrum.windowSequence == kLongStart ? all.levelledSlope : all.longSlope)[shape].fall.data();
+  float* const overlap = channel.floatOverlap.data();
+  const float* const frame = frame_.data();
+  for (size_t n = 0; n < kLong; ++n) samples[n * stride] = overlap[n] + frame[n] * rise[n];
+  for (size_t n = 0; n < kLong; ++n) overlap[n] = frame[kLong + n] * fall[n];
 }
 
 // Eight transforms, each beginning 128 samples after the one before. The first rises with the shape that the frame
 // before fell with.
-void AacSynthesis::windowShort(const AacSpectrum& spectrum, int32_t previousShape) {
-  constexpr float kScale = 1.0f / (32768 << MOX_AAC_SPECTRUM_FRAC_BITS);
+void AacSynthesis::runShort(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride) {
+  const auto shape = static_cast<size_t>(spectrum.windowShape);
   frame_.fill(0);
   alignas(32) std::array<float, 2 * kShort> window;
   for (size_t w = 0; w < 8; ++w) {
     for (size_t k = 0; k < kShort; ++k)
       window[k] = static_cast<float>(spectrum.lines[w * kShort + k]) * kScale;
     moxsMDCTInv_32f_I(window.data(), short_->spec.get(), short_->buffer.data());
-    rise(windows().shortRise[static_cast<size_t>(w == 0 ? previousShape : spectrum.windowShape)],
-         window.data());
-    fall(windows().shortRise[static_cast<size_t>(spectrum.windowShape)], window.data() + kShort);
+    const auto& rise = slopes().shortSlope[w == 0 ? static_cast<size_t>(channel.previousShape) : shape].rise;
+    const auto& fall = slopes().shortSlope[shape].fall;
     float* const at = frame_.data() + kFlat + w * kShort;
-    for (size_t n = 0; n < 2 * kShort; ++n) at[n] += window[n];
+    for (size_t n = 0; n < kShort; ++n) at[n] += window[n] * rise[n];
+    for (size_t n = 0; n < kShort; ++n) at[kShort + n] += window[kShort + n] * fall[n];
   }
+  float* const overlap = channel.floatOverlap.data();
+  for (size_t n = 0; n < kLong; ++n) samples[n * stride] = overlap[n] + frame_[n];
+  std::copy_n(frame_.data() + kLong, kLong, overlap);
 }
 
 }  // namespace mox

@@ -47,14 +47,14 @@ class AacSynthesis {
   };
 
   void runFixed(Channel& channel, const AacSpectrum& spectrum, int16_t* samples, int32_t stride);
-  void windowLong(const AacSpectrum& spectrum, int32_t previousShape);
-  void windowShort(const AacSpectrum& spectrum, int32_t previousShape);
+  void runLong(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride);
+  void runShort(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride);
 
   std::vector<Channel> channels_;
   bool keepHistory_;
   std::vector<int32_t> work_;  // of the fixed-point filter bank
   std::unique_ptr<Transform> long_, short_;
-  alignas(32) std::array<float, 2048> frame_{};  // windowed, not yet overlapped
+  alignas(32) std::array<float, 2048> frame_{};  // inversely transformed
 };
 
 }  // namespace mox
