@@ -10,9 +10,23 @@ import sys
 from pathlib import Path
 
 
+# Two names, one implementation each.
+SHARED = """
+moxsAnalysisFilterGetSize_PQMF_MP3_32f moxsSynthesisFilterGetSize_PQMF_MP3_32f
+moxsAnalysisFilterGetSize_SBRHQ_32s32sc moxsAnalysisFilterGetSize_SBRLP_32s
+moxsAnalysisFilterGetSize_SBR_RToC_32f moxsAnalysisFilterGetSize_SBR_RToC_32f32fc
+moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s moxsSynthesisDownFilterGetSize_SBRLP_32s
+moxsSynthesisDownFilterGetSize_SBR_CToR_32f moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f
+moxsSynthesisFilterGetSize_SBRHQ_32sc32s moxsSynthesisFilterGetSize_SBRLP_32s
+moxsSynthesisFilterGetSize_SBR_CToR_32f moxsSynthesisFilterGetSize_SBR_CToR_32fc32f
+moxsVLCDecodeFree_32s moxsVLCDecodeUTupleFree_32s
+"""
+
+
 def dynamic_symbols(library):
+    """Name to address."""
     out = subprocess.run(["nm", "-D", "--defined-only", library], check=True, capture_output=True, text=True).stdout
-    return {line.split()[-1] for line in out.splitlines()}
+    return {line.split()[-1]: line.split()[0] for line in out.splitlines()}
 
 
 def declared_functions(source):
@@ -25,10 +39,13 @@ def declared_functions(source):
 
 def main():
     library, source = sys.argv[1], Path(sys.argv[2])
-    exported, declared = dynamic_symbols(library), declared_functions(source)
+    addresses, declared = dynamic_symbols(library), declared_functions(source)
+    exported = set(addresses)
     listed = {line for line in (source / "exports.txt").read_text().splitlines() if line.startswith("mox")}
     faults = [("exported but not declared", exported - declared), ("declared but not exported", declared - exported),
               ("exported but not listed", exported - listed)]
+    pairs = [line.split() for line in SHARED.splitlines() if line]
+    faults.append(("not one implementation", {f"{a} {b}" for a, b in pairs if addresses.get(a) != addresses.get(b)}))
     if "--complete" in sys.argv:
         faults.append(("listed but not exported", listed - exported))
     for what, names in faults:

@@ -95,8 +95,8 @@ std::optional<AacLayout> AacLayout::ofProgram(const MoxAacPrgCfgElt& pce) {
   const auto add = [&](bool isPair, int32_t tag, std::array<uint32_t, 2> where) {
     placed.push_back({isPair ? AacElementId::cpe : AacElementId::sce, tag, where});
   };
-  const auto count = [](const int32_t* isCpe, int32_t elements) {
-    return static_cast<int32_t>(std::count(isCpe, isCpe + elements, 1));
+  const auto count = [](const int32_t* isCpe, int32_t listed) {
+    return static_cast<int32_t>(std::count(isCpe, isCpe + listed, 1));
   };
 
   const int32_t frontPairs = count(pce.frontEltIsCpe, pce.numFrontChanElt);

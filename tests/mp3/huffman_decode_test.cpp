@@ -287,7 +287,7 @@ TEST(Mp3HuffmanDecode, ATableNumberIsCheckedWhenItsRegionComes) {
         EXPECT_EQ(got.lines[static_cast<size_t>(line)], xy[0]);
         EXPECT_EQ(got.lines[static_cast<size_t>(line + 1)], xy[1]);
       }
-      EXPECT_EQ(got.lines[static_cast<size_t>(end)], -99999);
+      EXPECT_EQ(got.lines[static_cast<size_t>(end + end % 2)], -99999) << "a pair at an odd end is finished";
       EXPECT_EQ(got.position, in.position());
 
       call.hufSize = 1;  // the bits run out first, the number is still what is reported
