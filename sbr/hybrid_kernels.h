@@ -1,6 +1,6 @@
-// The hybrid analysis of parametric stereo: each of the lowest QMF bands through Q 13-tap filters at once, one a
-// lane. A filter's tap n and tap 12 - n are conjugates, so six sums and six differences of a band's samples
-// serve all of its filters.
+// The hybrid analysis of parametric stereo: each of the lowest QMF bands through Q 13-tap filters at once,
+// one a lane. A filter's tap n and tap 12 - n are conjugates, so six sums and six differences of a band's
+// samples serve all of its filters.
 #pragma once
 
 #include <cstdint>

@@ -4,9 +4,10 @@
 //
 //   64 * s_k * h[i] * cos(pi/32 * (k + 1/2) * (i + 33/2)),  i = 0..511.
 //
-// The cosine changes its sign every 64 taps, which D absorbs, so a slot needs its 64 values for i = 0..63 only, and they are
-// the type-IV cosine transform C of s_k * X[k], mirrored: C[16..31], -C[31..0], -C[0..15]. Of a slot, outputs
-// that it meets at an even age (in slots) use the upper half of C, those at an odd age the lower half:
+// The cosine changes its sign every 64 taps, which D absorbs, so a slot needs its 64 values for i = 0..63
+// only, and they are the type-IV cosine transform C of s_k * X[k], mirrored: C[16..31], -C[31..0],
+// -C[0..15]. Of a slot, outputs that it meets at an even age (in slots) use the upper half of C, those at
+// an odd age the lower half:
 //
 //   y[q]    = sum over even ages of C[16+q] * D[32a+q]     - sum over odd ages of C[15-q] * D[32a+q]
 //   y[31-q] = - sum over even ages of C[16+q] * D[32a+31-q] - sum over odd ages of C[15-q] * D[32a+31-q]
@@ -26,8 +27,8 @@ constexpr int kDtsBands = 32;
 constexpr int kDtsSlots = 16;  // that the prototype spans
 constexpr int kDtsHistory = kDtsBands * kDtsSlots;
 
-// The prototype with its factor 64 and the signs above, in the order in which the history is read: for each age 16
-// weights towards y[q], then 16 towards y[31-q].
+// The prototype with its factor 64 and the signs above, in the order in which the history is read: for
+// each age 16 weights towards y[q], then 16 towards y[31-q].
 struct DtsWindow {
   alignas(32) float weight[kDtsSlots][2][16];
 
@@ -41,8 +42,8 @@ struct DtsWindow {
 };
 inline constexpr DtsWindow kDtsWindows[2] = {DtsWindow(kDtsNonPerfect), DtsWindow(kDtsPerfect)};
 
-// The cosine transforms of as many slots as L has lanes; x[k] holds band k of each. slot[i] takes the history's
-// order.
+// The cosine transforms of as many slots as L has lanes; x[k] holds band k of each. slot[i] takes the
+// history's order.
 template <class L>
 void dtsModulate(const typename L::V* x, typename L::V* slot) {
   typename L::V c[kDtsBands];

@@ -259,9 +259,9 @@ MOXAC_API moxStatus moxsPredictOneCoef_SBRLP_32s_D2L(const int32_t* const* ppSrc
  *   u[n] = sum over j < 5 of x[128j + n] * pWindow[128j + n]                        n = 0..127
  *   X[k] = sum over n < 128 of u[n] * exp(i*pi/128*(k + 1/2)*(2n - 1))              k = 0..63
  *
- * pWindow is the standard's prototype c[0..639]; the 64-band synthesis then gives the input back 577 samples late
- * with gain 1. The state keeps the last ten slots and serves one stream; any split of a signal into calls
- * gives the same bits.
+ * pWindow is the standard's prototype c[0..639]; the 64-band synthesis then gives the input back 577
+ * samples late with gain 1. The state keeps the last ten slots and serves one stream; any split of a
+ * signal into calls gives the same bits.
  */
 typedef struct MoxQmfEncoderState MoxQmfEncoderState;
 
@@ -308,17 +308,17 @@ MOXAC_API moxStatus moxsAnalysisFilterEncFree_SBR_32f(MoxQmfEncoderState* pState
 MOXAC_API moxStatus moxsAnalysisFilterEnc_SBR_32f32fc(const float* pSrc, Mox32fc* pDst, const float* pWindow,
                                                       int32_t numTimeSlots, MoxQmfEncoderState* pState);
 
-/* Finds the strongest rise of energy in a frame. Each band carries a mean m of its past energies; slot t's novelty is
- * the mean rise over the bands, in octaves of energy,
+/* Finds the strongest rise of energy in a frame. Each band carries a mean m of its past energies; slot t's
+ * novelty is the mean rise over the bands, in octaves of energy,
  *
  *   d(t) = 1/numBands * sum over k of min(15, log2(max(1, (e[t][k] + f) / (m[k] + f))))
  *
- * and then m[k] = 3/4 * m[k] + 1/4 * e[t][k]. The floor f = 2^-40 * (sum of all the frame's and the means' values)
- * + 2^-100 keeps silence and rounding noise from counting. The frame's strength is the largest d(t), of equal ones the
- * first; its position is that slot, or -1 when the strength is below the threshold.
+ * and then m[k] = 3/4 * m[k] + 1/4 * e[t][k]. The floor f = 2^-40 * (sum of all the frame's and the means'
+ * values) + 2^-100 keeps silence and rounding noise from counting. The frame's strength is the largest
+ * d(t), of equal ones the first; its position is that slot, or -1 when the strength is below the threshold.
  *
- * White noise in the banks of this family stays near 0.6 and hardly ever passes 1.2; an attack 20 dB above what
- * precedes it gives 3 and more. 2 is a good threshold.
+ * White noise in the 64-band bank stays below 0.8; an attack 20 dB above what precedes it gives 3 and more.
+ * 2 is a good threshold.
  *
  * pSrc           energies |X|^2, [slot][band], not negative
  * pSrcDstMean    numBands means, zeros at the start of a stream (the onset of sound then counts as an attack)
@@ -335,14 +335,15 @@ MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDs
                                                 float* pDstStrength, int32_t numTimeSlots, int32_t numBands,
                                                 float threshold);
 
-/* Estimates the tone-to-noise ratio of each band: the energy that second-order linear prediction (the unreset coefficients
- * of moxsPredictCoef_SBR_C_32f_D2L, in double precision) explains, over the energy that it leaves.
+/* Estimates the tone-to-noise ratio of each band: the energy that second-order linear prediction (the
+ * unreset coefficients of moxsPredictCoef_SBR_C_32f_D2L, in double precision) explains, over the energy
+ * that it leaves.
  *
  *   pDst[k] = min(P / (E - P), 2^20),   E = sum over t of |x(t)|^2,  t = 2 .. numTimeSlots + 1,
  *   P = -Re(alpha0*conj(phi(0,1)) + alpha1*conj(phi(0,2))) or 0 if that is negative
  *
- * A pure tone gives 2^20, silence 0, white noise through the complex banks about 1 (their bands overlap, so noise
- * has some memory); mixtures fall between in the order of their ratios.
+ * A pure tone gives 2^20, silence 0, white noise through the complex banks about 1 (their bands overlap,
+ * so noise has some memory); mixtures fall between in the order of their ratios.
  *
  * ppSrcRe, ppSrcIm  rows 0 .. numTimeSlots + 1 of at least numBands floats
  * pDst              numBands values
@@ -355,7 +356,7 @@ MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDs
 MOXAC_API moxStatus moxsEstimateTNR_SBR_32f(const float* const* ppSrcRe, const float* const* ppSrcIm,
                                             float* pDst, int32_t numBands, int32_t numTimeSlots);
 
-/* ---- Parametric stereo ------------------------------------------------------------------------------------ */
+/* ---- Parametric stereo ------------------------------------------------------------------------------ */
 
 enum {
   moxPsHistorySlots = 12, /* slots in front of the first one that the hybrid analysis reads */
@@ -367,10 +368,10 @@ enum {
  *
  *   s[l] = sum over n = 0..12 of g[n] * exp(2*pi*i/Q*(q + 1/2)*(n - 6)) * x[l + 12 - n]
  *
- * or, where the standard calls the filter real, with cos(2*pi/Q*q*(n - 6)) in place of the exponential; x[m] is the
- * sample of row m. The 20-band configuration splits band 0 with Q = 8, of which sub-filters 2 and 5, and 3
- * and 4, are added up, and bands 1 and 2 (real) with Q = 2; the 34-band one bands 0 (Q = 12), 1 (8), 2, 3
- * and 4 (4 each). A row holds the sub-bands in the standard's order (Tables 8.48, 8.49):
+ * or, where the standard calls the filter real, with cos(2*pi/Q*q*(n - 6)) in place of the exponential;
+ * x[m] is the sample of row m. The 20-band configuration splits band 0 with Q = 8, of which sub-filters 2
+ * and 5, and 3 and 4, are added up, and bands 1 and 2 (real) with Q = 2; the 34-band one bands 0 (Q = 12),
+ * 1 (8), 2, 3 and 4 (4 each). A row holds the sub-bands in the standard's order (Tables 8.48, 8.49):
  *
  *   20:  band 0: q = 6, 7, 0, 1, 2+5, 3+4;  band 1: q = 1, 0;  band 2: q = 0, 1
  *   34:  band 0: q = 0..11;  band 1: q = 0..7;  bands 2, 3, 4: q = 0..3
@@ -378,7 +379,8 @@ enum {
  * The sub-bands of a band add up to its sample six slots ago, x[l + 6]; bands above are for the caller to
  * delay by as much.
  *
- * ppSrc          rows 0 .. numTimeSlots + 11 of QMF samples (3 or 5 read): 12 slots of history, then the frame's
+ * ppSrc          rows 0 .. numTimeSlots + 11 of QMF samples (3 or 5 read): 12 slots of history, then the
+ * frame's
  * ppDst          numTimeSlots rows of 10 or 32 samples; must not overlap the source
  * configuration  20 or 34
  *

@@ -8,9 +8,8 @@ MOXAC_EXTERN_C_BEGIN
 
 /* Modified discrete cosine transform of N samples.
  *
- *   forward   X[k] = 2 * sum over n = 0..N-1 of x[n] * cos(2*pi/N * (n + 1/2 + N/4) * (k + 1/2)),  k =
- * 0..N/2-1 inverse   y[n] = 2/N * sum over k = 0..N/2-1 of X[k] * cos(the same),                          n =
- * 0..N-1
+ *   forward   X[k] = 2   * sum over n < N   of x[n] * cos(2*pi/N * (n + 1/2 + N/4) * (k + 1/2)),  k < N/2
+ *   inverse   y[n] = 2/N * sum over k < N/2 of X[k] * cos(the same),                              n < N
  *
  * Neither windows. A window w with w[n]^2 + w[n + N/2]^2 = 1 (sine, Kaiser-Bessel derived) applied before the
  * forward and again after the inverse transform, and an overlap-add by N/2, give the input back with gain 1.
@@ -123,9 +122,9 @@ MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, cons
  *   y[32*t + r] = sum over k < 32, i < 512, i mod 32 = r of
  *       64 * s_k * h[i] * cos(pi/32 * (k + 1/2) * (i + 33/2)) * x[32*(t - floor(i/32)) + k]
  *
- * with s_k = +1, -1, -1, +1 for k mod 4 and h the prototype low-pass of sum 1 that `filter` names. The filters
- * reversed in time, as the encoder's analysis has them, followed by this bank give the input back with gain 32 (to 0.001 dB),
- * 480 samples late.
+ * with s_k = +1, -1, -1, +1 for k mod 4 and h the prototype low-pass of sum 1 that `filter` names. The
+ * filters reversed in time, as the encoder's analysis has them, followed by this bank give the input back
+ * with gain 32 (to 0.001 dB), 480 samples late.
  *
  * The state keeps the last 16 slots. It serves one stream; a call with n + m slots gives the bits of a call
  * with n followed by one with m.
