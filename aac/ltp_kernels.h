@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "aac/band_tables.h"
+#include "aac/ltp_tables.h"
 #include "aac/mdct_kernels.h"
 
 namespace moxac {
@@ -15,9 +16,6 @@ inline constexpr int32_t kLtpMaxSfbShort = 8;
 
 // The standard's eight gains have six decimals, and a record's Q14 is up to 5e-5 off: enough, in the loop of
 // prediction, for errors of 2 in 16 bits. A Q14 that stands for one of them is taken as it; any other as Q14.
-inline constexpr double kLtpGains[8] = {0.570829, 0.696616, 0.813004, 0.911304,
-                                        0.984900, 1.067894, 1.194601, 1.369533};
-
 inline int64_t ltpGainQ30(int32_t q14) {
   for (const double gain : kLtpGains)
     if (roundedHalfUp(gain * (1 << 14)) == q14) return roundedHalfUp(gain * (1 << 30));

@@ -111,7 +111,23 @@ def program_tables():
     return "\n".join(out + ["};", "", "}  // namespace mox"]) + "\n"
 
 
-FILES = {"aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes,
+def ltp_gains():
+    gains = ", ".join(row["coef"] for row in rows("sbr/aac_ltp_coef.csv"))
+    return f"""// Made by tools/gen_aac_tables.py from tools/tables; do not edit.
+// The gains of long-term prediction by their 3-bit code. ISO/IEC 14496-3, 4.6.7.
+#pragma once
+
+namespace moxac {{
+
+// clang-format off
+inline constexpr double kLtpGains[8] = {{{gains}}};
+// clang-format on
+
+}}  // namespace moxac
+"""
+
+
+FILES = {"aac/ltp_tables.h": ltp_gains, "aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes,
          "apps/mox/aac_tables.cpp": program_tables}
 
 
