@@ -54,7 +54,9 @@ struct Lanes8 {
   using V = f32x8;
   static constexpr int kCount = 8;
   static V splat(T v) { return splat8(v); }
+  using One = Lanes1;  // the lane type of a single signal
   static V load(const T* p) { return load8(p); }
+  static void store(T* p, V v) { store8(p, v); }
 };
 struct Lanes4 {
   using T = float;
@@ -158,7 +160,8 @@ inline void interleave8(f32x8 even, f32x8 odd, f32x8& low, f32x8& high) {
   high = _mm256_permute2f128_ps(a, b, 0x31);
 }
 
-// Double-precision lanes, fed from floats and rounded back to them.
+// Double-precision lanes, fed from floats and rounded back to them, or from integers: those come back rounded to
+// nearest, ties to even, and saturated (a conversion turns everything too small into INT32_MIN by itself).
 struct Lanes1d {
   using T = double;
   using V = double;
@@ -170,6 +173,11 @@ struct Lanes4d {
   using V = f64x4;
   static constexpr int kCount = 4;
   static V splat(T v) { return splatDouble4(v); }
+  using One = Lanes1d;
+  static V load(const T* p) { return loadDouble4(p); }
+  static V load(const int32_t* p) { return toDouble4(loadInt4(p)); }
+  static void store(T* p, V v) { _mm256_storeu_pd(p, v); }
+  static void store(int32_t* p, V v) { storeInt4(p, roundToInt4(minOf(v, splatDouble4(2147483647.0)))); }
 };
 inline f64x4 widen4(f32x4 v) { return _mm256_cvtps_pd(v); }
 inline f32x4 narrow4(f64x4 v) { return _mm256_cvtpd_ps(v); }
@@ -198,6 +206,22 @@ inline f32x8 zeroFrom(f32x8 limit, f32x8 test, f32x8 value) {
 }
 inline f64x4 zeroFrom(f64x4 limit, f64x4 test, f64x4 value) {
   return _mm256_andnot_pd(_mm256_cmp_pd(test, limit, _CMP_GE_OQ), value);
+}
+
+// The transposes and reversals under one name for kernels that take the lane type as an argument.
+inline void transpose(f32x8 (&a)[8]) { transpose8(a); }
+inline void transpose(f64x4 (&a)[4]) {
+  const f64x4 even0 = _mm256_unpacklo_pd(a[0], a[1]), odd0 = _mm256_unpackhi_pd(a[0], a[1]);
+  const f64x4 even2 = _mm256_unpacklo_pd(a[2], a[3]), odd2 = _mm256_unpackhi_pd(a[2], a[3]);
+  a[0] = _mm256_permute2f128_pd(even0, even2, 0x20);
+  a[1] = _mm256_permute2f128_pd(odd0, odd2, 0x20);
+  a[2] = _mm256_permute2f128_pd(even0, even2, 0x31);
+  a[3] = _mm256_permute2f128_pd(odd0, odd2, 0x31);
+}
+inline f32x8 reverse(f32x8 v) { return reverse8(v); }
+inline f64x4 reverse(f64x4 v) {
+  const f64x4 swapped = _mm256_permute2f128_pd(v, v, 0x01);
+  return _mm256_permute_pd(swapped, 0x5);
 }
 
 }  // namespace moxac

@@ -5,6 +5,7 @@ usage: gen_sbr_tables.py [--check]     (--check: compare with the committed file
 
 examples/qmf_prototype.h    the QMF prototype, for programs that need to pass a window
 sbr/hybrid_tables.h         the prototypes of the hybrid analysis
+sbr/qmf_window_tables.h     the QMF prototype in double precision, for the banks that hold their own window
 """
 import csv
 import struct
@@ -62,7 +63,26 @@ def hybrid_prototypes():
     return "\n".join(out + ["// clang-format on", "", "}  // namespace moxac", ""])
 
 
-OUTPUTS = {"examples/qmf_prototype.h": prototype_header, "sbr/hybrid_tables.h": hybrid_prototypes}
+def qmf_window():
+    c = column("sbr_qmf_window.csv", "c")
+    text = ",\n    ".join(", ".join(repr(v) for v in c[i:i + 4]) for i in range(0, len(c), 4))
+    return f"""// Made by tools/gen_sbr_tables.py from tools/tables/sbr/sbr_qmf_window.csv; not edited by hand.
+// The prototype of the QMF banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3, Table 4.A.87.
+#pragma once
+
+namespace moxac {{
+
+// clang-format off
+inline constexpr double kQmfPrototype[640] = {{
+    {text}}};
+// clang-format on
+
+}}  // namespace moxac
+"""
+
+
+OUTPUTS = {"examples/qmf_prototype.h": prototype_header, "sbr/hybrid_tables.h": hybrid_prototypes,
+           "sbr/qmf_window_tables.h": qmf_window}
 
 
 def main():

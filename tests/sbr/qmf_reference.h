@@ -13,13 +13,14 @@ namespace moxtest {
 using Slot = std::vector<std::complex<double>>;  // sub-band samples; real banks leave the imaginary part 0
 
 // The 640 coefficients of the prototype in the standard's order and signs, or every `step`-th of them.
-inline std::vector<float> qmfWindow(int step) {
+template <class T = float>
+std::vector<T> qmfWindow(int step) {
   std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/sbr_qmf_window.csv");
-  std::vector<float> window;
+  std::vector<T> window;
   std::string line;
   std::getline(file, line);
   for (int i = 0; std::getline(file, line); ++i)
-    if (i % step == 0) window.push_back(static_cast<float>(std::stod(line.substr(line.find(',') + 1))));
+    if (i % step == 0) window.push_back(static_cast<T>(std::stod(line.substr(line.find(',') + 1))));
   return window;
 }
 
@@ -27,16 +28,19 @@ inline std::complex<double> turn(double angle) { return std::polar(1.0, angle); 
 
 class ReferenceAnalysis {
  public:
-  ReferenceAnalysis(bool real, const float* window) : real_(real), window_(window), x_(320) {}
+  template <class T>
+  ReferenceAnalysis(bool real, const T* window) : real_(real), window_(window, window + 320), x_(320) {}
 
-  Slot slot(const float* src) {
+  template <class T>
+  Slot slot(const T* src) {
     for (int i = 0; i < 32; ++i) x_.insert(x_.begin(), src[i]);
     x_.resize(320);
     Slot out(32);
     for (int k = 0; k < 32; ++k)
       for (int n = 0; n < 64; ++n) {
         double u = 0;
-        for (int j = 0; j < 5; ++j) u += x_[static_cast<size_t>(64 * j + n)] * window_[64 * j + n];
+        for (int j = 0; j < 5; ++j)
+          u += x_[static_cast<size_t>(64 * j + n)] * window_[static_cast<size_t>(64 * j + n)];
         const double band = M_PI / 64 * (k + 0.5);
         out[static_cast<size_t>(k)] +=
             2 * u * (real_ ? std::cos(band * (2 * n - 96)) : turn(band * (2 * n - 0.5)));
@@ -46,14 +50,18 @@ class ReferenceAnalysis {
 
  private:
   bool real_;
-  const float* window_;
+  std::vector<double> window_;
   std::vector<double> x_;
 };
 
 class ReferenceSynthesis {
  public:
-  ReferenceSynthesis(int bands, bool real, const float* window)
-      : bands_(bands), real_(real), window_(window), v_(static_cast<size_t>(20 * bands)) {}
+  template <class T>
+  ReferenceSynthesis(int bands, bool real, const T* window)
+      : bands_(bands),
+        real_(real),
+        window_(window, window + 10 * bands),
+        v_(static_cast<size_t>(20 * bands)) {}
 
   std::vector<double> slot(const Slot& in) {
     const int B = bands_;
@@ -72,15 +80,15 @@ class ReferenceSynthesis {
     for (int r = 0; r < B; ++r)
       for (int j = 0; j < 5; ++j)
         y[static_cast<size_t>(r)] +=
-            v_[static_cast<size_t>(4 * B * j + r)] * window_[2 * B * j + r] +
-            v_[static_cast<size_t>(4 * B * j + 3 * B + r)] * window_[2 * B * j + B + r];
+            v_[static_cast<size_t>(4 * B * j + r)] * window_[static_cast<size_t>(2 * B * j + r)] +
+            v_[static_cast<size_t>(4 * B * j + 3 * B + r)] * window_[static_cast<size_t>(2 * B * j + B + r)];
     return y;
   }
 
  private:
   int bands_;
   bool real_;
-  const float* window_;
+  std::vector<double> window_;
   std::vector<double> v_;
 };
 

@@ -1,0 +1,216 @@
+// The fixed-point QMF banks: analysis, synthesis and down-sampled synthesis, complex (high quality) and real
+// (low power). They are the float banks' kernels over doubles, with the words' scale folded into the window.
+#include <array>
+
+#include "frame/export_alias.h"
+#include "moxac/sbr.h"
+#include "sbr/qmf_analysis_kernels.h"
+#include "sbr/qmf_fixed_context.h"
+#include "sbr/qmf_fixed_rows.h"
+#include "sbr/qmf_synthesis_kernels.h"
+#include "sbr/qmf_window_tables.h"
+
+namespace moxac {
+namespace {
+
+using AnalysisHq = QmfFixedBank<ContextId::sbrFixedAnalysisHq, 32, 32>;
+using AnalysisLp = QmfFixedBank<ContextId::sbrFixedAnalysisLp, 32, 32>;
+using SynthesisHq = QmfFixedBank<ContextId::sbrFixedSynthesisHq, 64, 128>;
+using SynthesisLp = QmfFixedBank<ContextId::sbrFixedSynthesisLp, 64, 128>;
+using DownHq = QmfFixedBank<ContextId::sbrFixedSynthesisDownHq, 32, 64>;
+using DownLp = QmfFixedBank<ContextId::sbrFixedSynthesisDownLp, 32, 64>;
+
+// Every kStep-th coefficient of the prototype, times a power of two.
+template <int kStep>
+constexpr std::array<double, 640 / kStep> scaledPrototype(double scale) {
+  std::array<double, 640 / kStep> window{};
+  for (size_t m = 0; m < window.size(); ++m) window[m] = scale * kQmfPrototype[kStep * m];
+  return window;
+}
+
+// A sub-band word is worth 2^MOX_SBR_FIXED_SHIFT time words.
+constexpr double kWordsPerWord = 1 << MOX_SBR_FIXED_SHIFT;
+constexpr auto kAnalysisWindow = scaledPrototype<2>(1 / kWordsPerWord);
+template <int kBands>
+constexpr auto kSynthesisWindow = scaledPrototype<64 / kBands>(kWordsPerWord);
+
+// The largest |X| that a full-scale input can make is 72 in the standard's units; analysis cannot overflow.
+static_assert(kWordsPerWord > 73);
+
+template <class Bank, class Modulation, int kWords>
+moxStatus analyse(const int32_t* pSrc, int32_t* dst, int32_t numTimeSlots, int32_t kx, void* pState) {
+  QmfFixedRecord& record = *contextRecord<Bank>(pState);
+  const FixedRows<int32_t, Bank::kBands, kWords> rows{dst};
+  qmfAnalyse<Bank::kBands, Modulation, Lanes4d>(pSrc, kAnalysisWindow.data(), numTimeSlots, kx, rows,
+                                                record.delay(), record.position);
+  return moxStatusOk;
+}
+
+// Bank is the operation's own; the context may be the full bank's, whose line is longer. Its history means
+// nothing at the other rate, so a change of rate starts afresh.
+template <class Bank, class Modulation, int kWords>
+moxStatus synthesise(const int32_t* src, int32_t* pDst, int32_t numTimeSlots, void* pState) {
+  QmfFixedRecord& record = *contextRecord<Bank>(pState);
+  if (record.bands != Bank::kBands) clearHistory<Bank>(record);
+  const FixedRows<const int32_t, Bank::kBands, kWords> rows{src};
+  qmfSynthesise<Bank::kBands, Modulation, Lanes4d>(rows, pDst, kSynthesisWindow<Bank::kBands>.data(),
+                                                   numTimeSlots, record.delay(), record.position);
+  return moxStatusOk;
+}
+
+}  // namespace
+}  // namespace moxac
+
+using namespace moxac;
+
+// ---- Analysis ----
+
+moxStatus moxsAnalysisFilterGetSize_SBRHQ_32s32sc(int32_t* pSize) {
+  return qmfFixedGetSize<AnalysisHq>(pSize);
+}
+static_assert(AnalysisHq::kBytes == AnalysisLp::kBytes);
+MOX_EXPORT_ALIAS(moxsAnalysisFilterGetSize_SBRLP_32s, moxsAnalysisFilterGetSize_SBRHQ_32s32sc);
+
+moxStatus moxsAnalysisFilterInit_SBRHQ_32s32sc(MoxQmfFixedAnalysisState* pState) {
+  return qmfFixedInit<AnalysisHq>(pState);
+}
+
+moxStatus moxsAnalysisFilterInit_SBRLP_32s(MoxQmfFixedAnalysisState* pState) {
+  return qmfFixedInit<AnalysisLp>(pState);
+}
+
+moxStatus moxsAnalysisFilterInitAlloc_SBRHQ_32s32sc(MoxQmfFixedAnalysisState** ppState) {
+  return qmfFixedInitAlloc<AnalysisHq>(ppState);
+}
+
+moxStatus moxsAnalysisFilterInitAlloc_SBRLP_32s(MoxQmfFixedAnalysisState** ppState) {
+  return qmfFixedInitAlloc<AnalysisLp>(ppState);
+}
+
+moxStatus moxsAnalysisFilterFree_SBRHQ_32s32sc(MoxQmfFixedAnalysisState* pState) {
+  return contextFree<AnalysisHq>(pState);
+}
+
+moxStatus moxsAnalysisFilterFree_SBRLP_32s(MoxQmfFixedAnalysisState* pState) {
+  return contextFree<AnalysisLp>(pState);
+}
+
+moxStatus moxsAnalysisFilter_SBRHQ_32s32sc(const int32_t* pSrc, Mox32sc* pDst, int32_t numTimeSlots,
+                                           int32_t kx, MoxQmfFixedAnalysisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<AnalysisHq>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(inRange(kx, 0, AnalysisHq::kBands), moxStatusOutOfRange);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return analyse<AnalysisHq, ComplexAnalysis32, 2>(pSrc, &pDst->re, numTimeSlots, kx, pState);
+}
+
+moxStatus moxsAnalysisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots, int32_t kx,
+                                       MoxQmfFixedAnalysisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<AnalysisLp>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(inRange(kx, 0, AnalysisLp::kBands), moxStatusOutOfRange);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return analyse<AnalysisLp, RealAnalysis32, 1>(pSrc, pDst, numTimeSlots, kx, pState);
+}
+
+// ---- Synthesis ----
+
+moxStatus moxsSynthesisFilterGetSize_SBRHQ_32sc32s(int32_t* pSize) {
+  return qmfFixedGetSize<SynthesisHq>(pSize);
+}
+static_assert(SynthesisHq::kBytes == SynthesisLp::kBytes);
+MOX_EXPORT_ALIAS(moxsSynthesisFilterGetSize_SBRLP_32s, moxsSynthesisFilterGetSize_SBRHQ_32sc32s);
+
+moxStatus moxsSynthesisFilterInit_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
+  return qmfFixedInit<SynthesisHq>(pState);
+}
+
+moxStatus moxsSynthesisFilterInit_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
+  return qmfFixedInit<SynthesisLp>(pState);
+}
+
+moxStatus moxsSynthesisFilterInitAlloc_SBRHQ_32sc32s(MoxQmfFixedSynthesisState** ppState) {
+  return qmfFixedInitAlloc<SynthesisHq>(ppState);
+}
+
+moxStatus moxsSynthesisFilterInitAlloc_SBRLP_32s(MoxQmfFixedSynthesisState** ppState) {
+  return qmfFixedInitAlloc<SynthesisLp>(ppState);
+}
+
+moxStatus moxsSynthesisFilterFree_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
+  return contextFree<SynthesisHq>(pState);
+}
+
+moxStatus moxsSynthesisFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
+  return contextFree<SynthesisLp>(pState);
+}
+
+moxStatus moxsSynthesisFilter_SBRHQ_32sc32s(const Mox32sc* pSrc, int32_t* pDst, int32_t numTimeSlots,
+                                            MoxQmfFixedSynthesisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<SynthesisHq>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return synthesise<SynthesisHq, ComplexSynthesis64, 2>(&pSrc->re, pDst, numTimeSlots, pState);
+}
+
+moxStatus moxsSynthesisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots,
+                                        MoxQmfFixedSynthesisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<SynthesisLp>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return synthesise<SynthesisLp, RealSynthesis<64>, 1>(pSrc, pDst, numTimeSlots, pState);
+}
+
+// ---- Down-sampled synthesis ----
+
+moxStatus moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s(int32_t* pSize) {
+  return qmfFixedGetSize<DownHq>(pSize);
+}
+static_assert(DownHq::kBytes == DownLp::kBytes);
+MOX_EXPORT_ALIAS(moxsSynthesisDownFilterGetSize_SBRLP_32s, moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s);
+
+moxStatus moxsSynthesisDownFilterInit_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
+  return qmfFixedInit<DownHq>(pState);
+}
+
+moxStatus moxsSynthesisDownFilterInit_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
+  return qmfFixedInit<DownLp>(pState);
+}
+
+moxStatus moxsSynthesisDownFilterInitAlloc_SBRHQ_32sc32s(MoxQmfFixedSynthesisState** ppState) {
+  return qmfFixedInitAlloc<DownHq>(ppState);
+}
+
+moxStatus moxsSynthesisDownFilterInitAlloc_SBRLP_32s(MoxQmfFixedSynthesisState** ppState) {
+  return qmfFixedInitAlloc<DownLp>(ppState);
+}
+
+moxStatus moxsSynthesisDownFilterFree_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
+  return contextFree<DownHq>(pState);
+}
+
+moxStatus moxsSynthesisDownFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
+  return contextFree<DownLp>(pState);
+}
+
+moxStatus moxsSynthesisDownFilter_SBRHQ_32sc32s(const Mox32sc* pSrc, int32_t* pDst, int32_t numTimeSlots,
+                                                MoxQmfFixedSynthesisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<DownHq>(pState) || isContext<SynthesisHq>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return synthesise<DownHq, ComplexSynthesis32, 2>(&pSrc->re, pDst, numTimeSlots, pState);
+}
+
+moxStatus moxsSynthesisDownFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots,
+                                            MoxQmfFixedSynthesisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<DownLp>(pState) || isContext<SynthesisLp>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
+  return synthesise<DownLp, RealSynthesis<32>, 1>(pSrc, pDst, numTimeSlots, pState);
+}

@@ -1,0 +1,325 @@
+// The fixed-point QMF banks: against the direct sums, at the limits of the words, in pieces, at every
+// alignment; which state serves which operation, lifecycles, refusals, round trips.
+#include <algorithm>
+
+#include "moxac/sbr.h"
+#include "sbr/qmf_reference.h"
+#include "support/alloc_spy.h"
+#include "support/block.h"
+
+namespace {
+
+using namespace moxtest;
+
+using Words = std::vector<int32_t>;
+constexpr double kFullScale = 0x1p31;
+constexpr double kSubBandWord = 1 << MOX_SBR_FIXED_SHIFT;  // in time words
+
+// One bank behind a face without types. `real` banks have one word a sub-band sample, the others two.
+struct Bank {
+  const char* name;
+  bool analysis, real;
+  int bands;
+  uint32_t identifier;
+  moxStatus (*getSize)(int32_t*);
+  moxStatus (*init)(void*);
+  moxStatus (*initAlloc)(void**);
+  moxStatus (*free)(void*);
+  moxStatus (*filter)(const int32_t* src, int32_t* dst, int slots, int kx, void* state);
+
+  int subBandWords() const { return real ? bands : 2 * bands; }
+  int in() const { return analysis ? bands : subBandWords(); }
+  int out() const { return analysis ? subBandWords() : bands; }
+  int32_t bytes() const {
+    int32_t size = 0;
+    EXPECT_EQ(getSize(&size), moxStatusOk);
+    return size;
+  }
+  bool serves(const Bank& operation) const {
+    return this == &operation || (!analysis && !operation.analysis && real == operation.real && bands == 64);
+  }
+};
+
+// `call` are the filter's arguments out of src, dst (words), from, to (complex pairs), slots, kx and state.
+// clang-format off
+#define MOX_BANK(analysis, real, bands, id, Filter, Variant, State, call)                                   \
+  {#Filter "_" #Variant, analysis, real, bands, id, moxs##Filter##GetSize_##Variant,                        \
+   [](void* p) { return moxs##Filter##Init_##Variant(static_cast<State*>(p)); },                            \
+   [](void** p) { return moxs##Filter##InitAlloc_##Variant(reinterpret_cast<State**>(p)); },                \
+   [](void* p) { return moxs##Filter##Free_##Variant(static_cast<State*>(p)); },                            \
+   [](const int32_t* src, int32_t* dst, [[maybe_unused]] int slots, [[maybe_unused]] int kx, void* p) {     \
+     [[maybe_unused]] auto* const from = reinterpret_cast<const Mox32sc*>(src);                             \
+     [[maybe_unused]] auto* const to = reinterpret_cast<Mox32sc*>(dst);                                     \
+     auto* const state = static_cast<State*>(p);                                                            \
+     return moxs##Filter##_##Variant call;                                                                  \
+   }}
+// clang-format on
+using A = MoxQmfFixedAnalysisState;
+using S = MoxQmfFixedSynthesisState;
+const Bank kBanks[] = {
+    MOX_BANK(true, false, 32, 0x434D4161, AnalysisFilter, SBRHQ_32s32sc, A, (src, to, slots, kx, state)),
+    MOX_BANK(true, true, 32, 0x434D4162, AnalysisFilter, SBRLP_32s, A, (src, dst, slots, kx, state)),
+    MOX_BANK(false, false, 64, 0x434D4163, SynthesisFilter, SBRHQ_32sc32s, S, (from, dst, slots, state)),
+    MOX_BANK(false, true, 64, 0x434D4164, SynthesisFilter, SBRLP_32s, S, (src, dst, slots, state)),
+    MOX_BANK(false, false, 32, 0x434D4165, SynthesisDownFilter, SBRHQ_32sc32s, S, (from, dst, slots, state)),
+    MOX_BANK(false, true, 32, 0x434D4166, SynthesisDownFilter, SBRLP_32s, S, (src, dst, slots, state)),
+};
+#undef MOX_BANK
+
+// A state in memory of exactly the reported size between guards.
+struct State {
+  Block<uint8_t> memory;
+  explicit State(const Bank& bank, int shift = 0) : memory(bank.bytes(), shift) {
+    EXPECT_EQ(bank.init(memory.data()), moxStatusOk);
+  }
+  operator void*() { return memory.data(); }
+};
+
+Words run(const Bank& bank, const int32_t* src, int slots, void* state, int shift = 0, int kx = 32) {
+  Block<int32_t> in(slots * bank.in(), shift), out(slots * bank.out(), (shift + 20) % 64);
+  std::copy_n(src, in.size(), in.data());
+  EXPECT_EQ(bank.filter(in, out, slots, kx, state), moxStatusOk) << bank.name;
+  return {out.begin(), out.end()};
+}
+
+// What the direct sums give, in words, neither rounded nor saturated.
+std::vector<double> reference(const Bank& bank, const int32_t* src, int slots) {
+  static const auto full = qmfWindow<double>(1), half = qmfWindow<double>(2);
+  std::vector<double> out;
+  ReferenceAnalysis analysis(bank.real, half.data());
+  ReferenceSynthesis synthesis(bank.bands, bank.real, (bank.bands == 64 ? full : half).data());
+  for (int l = 0; l < slots; ++l, src += bank.in()) {
+    if (bank.analysis) {
+      for (const auto& x : analysis.slot(src)) {
+        out.push_back(x.real() / kSubBandWord);
+        if (!bank.real) out.push_back(x.imag() / kSubBandWord);
+      }
+    } else {
+      Slot slot;
+      for (int i = 0; i < bank.in(); i += bank.real ? 1 : 2)
+        slot.emplace_back(src[i], bank.real ? 0 : src[i + 1]);
+      for (const double y : synthesis.slot(slot)) out.push_back(y * kSubBandWord);
+    }
+  }
+  return out;
+}
+
+// Input of `bits` bits and sign; full-scale noise for 31.
+Block<int32_t> noiseWords(int64_t count, int bits) {
+  Block<int32_t> words(count);
+  for (int32_t& w : words) w >>= 31 - bits;
+  return words;
+}
+
+TEST(QmfFixed, IsTheFormulaRoundedAndSaturatedAtEverySlot) {
+  constexpr int kSlots = 96;
+  for (const Bank& bank : kBanks)
+    for (const int bits : {31, 25, 8}) {
+      const auto src = noiseWords(kSlots * bank.in(), bits);
+      State state(bank);
+      const auto got = run(bank, src, kSlots, state);
+      const auto want = reference(bank, src, kSlots);
+      ASSERT_EQ(got.size(), want.size());
+      double worst = 0, noise = 0;
+      int low = 0, high = 0;
+      for (size_t i = 0; i < want.size(); ++i) {
+        const double error = got[i] - std::clamp(want[i], -kFullScale, kFullScale - 1);
+        worst = std::max(worst, std::abs(error));
+        noise += error * error;
+        low += want[i] < -kFullScale;
+        high += want[i] > kFullScale;
+      }
+      const double rms = std::sqrt(noise / static_cast<double>(want.size())) / kFullScale;
+      std::printf("%-33s %2d bits: rms error 2^%.2f of full scale, worst %.4f words, %d saturated\n",
+                  bank.name, bits, std::log2(rms), worst, low + high);
+      EXPECT_LT(worst, 0.51) << bank.name;
+      EXPECT_LT(rms, std::exp2(-32)) << bank.name;
+      const bool loud = !bank.analysis && bits == 31;
+      EXPECT_EQ(low > 50, loud) << bank.name;
+      EXPECT_EQ(high > 50, loud) << bank.name;
+    }
+}
+
+// The loudest input of all, full scale with the signs of a sub-band's impulse response: what the header says
+// of the largest word holds, and nothing overflows.
+TEST(QmfFixed, AnalysisHasRoomForTheWorstInput) {
+  const auto window = qmfWindow<double>(2);
+  for (const bool real : {false, true}) {
+    const Bank& bank = kBanks[real ? 1 : 0];
+    double largest = 0;
+    for (int part = 0; part < bank.subBandWords(); ++part) {
+      const double band = M_PI / 64 * ((real ? part : part / 2) + 0.5);
+      Words src(320);
+      for (int m = 0; m < 320; ++m) {
+        const auto turned = turn(band * (2 * (m % 64) - (real ? 96 : 0.5)));
+        const double h = window[static_cast<size_t>(m)] * (!real && part % 2 ? turned.imag() : turned.real());
+        src[static_cast<size_t>(319 - m)] = h < 0 ? INT32_MIN : INT32_MAX;
+      }
+      State state(bank);
+      const auto got = run(bank, src.data(), 10, state);
+      const auto word = got[got.size() - static_cast<size_t>(bank.out() - part)];
+      EXPECT_GT(word, 0.3 * kFullScale);
+      largest = std::max<double>(largest, word);
+    }
+    EXPECT_LT(largest, 0.57 * kFullScale);
+    EXPECT_GT(largest, 0.54 * kFullScale);
+  }
+}
+
+TEST(QmfFixed, SameWordsInPiecesAtEveryAlignment) {
+  constexpr int kSlots = 70;
+  for (const Bank& bank : kBanks) {
+    const auto src = noiseWords(kSlots * bank.in(), 26);
+    State whole(bank);
+    const auto want = run(bank, src, kSlots, whole);
+    for (int step = 1; step <= 64; ++step) {
+      State pieces(bank, step - 1);
+      Words got;
+      for (int l = 0, n = 1; l < kSlots; l += n, n = step % 41) {  // 1 + n first, then n + n + ...
+        n = std::clamp(n, 1, kSlots - l);
+        const auto part = run(bank, src + l * bank.in(), n, pieces, (l + step) % 64);
+        got.insert(got.end(), part.begin(), part.end());
+      }
+      EXPECT_SAME_BITS(got, want);
+    }
+  }
+}
+
+TEST(QmfFixed, KxClearsTheUpperBandsAndNothingElse) {
+  for (int b = 0; b < 2; ++b)
+    for (int kx = 0; kx <= 32; ++kx) {
+      const Bank& bank = kBanks[b];
+      const auto src = noiseWords(12 * 32, 31);
+      State full(bank), kept(bank);
+      auto want = run(bank, src, 12, full);
+      auto got = run(bank, src, 11, kept, 0, kx);
+      const auto width = static_cast<size_t>(bank.out()), keep = width / 32 * static_cast<size_t>(kx);
+      for (size_t i = 0; i < 11 * width; ++i)
+        if (i % width >= keep) want[i] = 0;
+      const auto last = run(bank, src + 11 * 32, 1, kept);
+      got.insert(got.end(), last.begin(), last.end());
+      EXPECT_SAME_BITS(got, want);
+    }
+}
+
+TEST(QmfFixed, EachOperationTakesItsOwnStatesAndTheDownSampledOnesTheFullBanks) {
+  for (const Bank& operation : kBanks)
+    for (const Bank& owner : kBanks) {
+      State state(owner, 9);
+      uint32_t identifier;
+      std::memcpy(&identifier, state.memory.data() + 7, 4);
+      EXPECT_EQ(identifier, owner.identifier);
+      const Block<uint8_t> before = state.memory;
+      const auto src = noiseWords(6 * operation.in(), 25);
+      Block<int32_t> dst(6 * operation.out());
+      const moxStatus status = operation.filter(src, dst, 6, 32, state);
+      EXPECT_EQ(status, owner.serves(operation) ? moxStatusOk : moxStatusContextMismatch);
+      if (status != moxStatusOk) {
+        EXPECT_SAME_BITS(state.memory, before);
+      }
+      EXPECT_EQ(operation.free(state), &operation == &owner ? moxStatusOk : moxStatusContextMismatch);
+    }
+}
+
+TEST(QmfFixed, AChangeOfRateOnASharedStateBeginsAfresh) {
+  for (int b = 2; b < 4; ++b) {
+    const Bank &full = kBanks[b], &down = kBanks[b + 2];
+    State shared(full), own(down), fresh(full);
+    const auto src = noiseWords(7 * full.in(), 25);
+    const auto wantFull = run(full, src, 7, fresh), wantDown = run(down, src, 7, own);
+    for (int turn = 0; turn < 2; ++turn) {
+      EXPECT_SAME_BITS(run(full, src, 7, shared), wantFull);
+      auto got = run(down, src, 3, shared);  // two calls: the second goes on where the first one stopped
+      const auto rest = run(down, src + 3 * down.in(), 4, shared);
+      got.insert(got.end(), rest.begin(), rest.end());
+      EXPECT_SAME_BITS(got, wantDown);
+    }
+  }
+}
+
+TEST(QmfFixed, SizesAndAllocation) {
+  for (const Bank& bank : kBanks) {
+    const int32_t bytes = bank.analysis ? 2591 : 31 + 160 * bank.bands;
+    EXPECT_EQ(bank.bytes(), bytes) << bank.name;
+    {
+      AllocSpy spy;
+      void* state = nullptr;
+      ASSERT_EQ(bank.initAlloc(&state), moxStatusOk);
+      EXPECT_EQ(spy.sizes(), std::vector<int32_t>{bytes});
+      Words in(static_cast<size_t>(bank.in())), out(static_cast<size_t>(bank.out()), 1);
+      EXPECT_EQ(bank.filter(in.data(), out.data(), 1, 32, state), moxStatusOk);
+      EXPECT_EQ(out, Words(out.size()));  // silence from silence: the history is clear
+      EXPECT_EQ(bank.free(state), moxStatusOk);
+      EXPECT_EQ(spy.live(), 0);
+    }
+    AllocSpy spy(0);
+    void* none = &spy;
+    EXPECT_EQ(bank.initAlloc(&none), moxStatusOutOfMemory);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(bank.initAlloc(nullptr), moxStatusNullPointer);
+    EXPECT_EQ(bank.getSize(nullptr), moxStatusNullPointer);
+    EXPECT_EQ(bank.init(nullptr), moxStatusNullPointer);
+    EXPECT_EQ(bank.free(nullptr), moxStatusNullPointer);
+    State own(bank);
+    EXPECT_EQ(bank.free(own), moxStatusOk);  // caller memory stays, and with it the identifier
+    EXPECT_EQ(bank.free(own), moxStatusOk);
+    EXPECT_EQ(spy.sizes().size(), 1u);
+  }
+}
+
+// Each line spoils one argument less than the one before it.
+TEST(QmfFixed, RefusesInOrder) {
+  for (const Bank& bank : kBanks) {
+    State own(bank), foreign(kBanks[bank.analysis ? 2 : 0]);
+    Block<int32_t> src(2 * bank.in()), dst(2 * bank.out());
+    run(bank, src, 2, own);
+    const auto before = own.memory;
+    const auto untouched = dst;
+    EXPECT_EQ(bank.filter(nullptr, dst, 0, 33, foreign), moxStatusNullPointer);
+    EXPECT_EQ(bank.filter(src, nullptr, 0, 33, foreign), moxStatusNullPointer);
+    EXPECT_EQ(bank.filter(src, dst, 0, 33, nullptr), moxStatusNullPointer);
+    EXPECT_EQ(bank.filter(src, dst, 0, 33, foreign), moxStatusContextMismatch);
+    if (bank.analysis) {
+      for (const int kx : {33, -1, INT32_MIN})
+        EXPECT_EQ(bank.filter(src, dst, 0, kx, own), moxStatusOutOfRange);
+    }
+    for (const int slots : {0, -1, INT32_MIN})
+      EXPECT_EQ(bank.filter(src, dst, slots, 32, own), moxStatusBadSize);
+    EXPECT_SAME_BITS(own.memory, before);
+    EXPECT_SAME_BITS(dst, untouched);
+  }
+}
+
+// 40 tones at full scale, in the 31-bit words of the header, return delayed and as clean as the prototype
+// allows.
+TEST(QmfFixed, RoundTripsGiveTheInputBack) {
+  constexpr int kSlots = 160;
+  for (int b = 2; b < 6; ++b) {
+    const Bank &synthesis = kBanks[b], &analysis = kBanks[synthesis.real ? 1 : 0];
+    const int rate = synthesis.bands / 32, delay = 289 * rate;
+    const auto tones = [](double t) {
+      double x = 0;
+      for (int i = 0; i < 40; ++i) x += std::sin((0.011 + 0.0739 * i) * t + i * i) / 40;
+      return x * kFullScale;
+    };
+    Words src;
+    for (int t = 0; t < 32 * kSlots; ++t) src.push_back(static_cast<int32_t>(tones(t)));
+    State a(analysis), s(synthesis);
+    const auto bands = run(analysis, src.data(), kSlots, a);
+    const auto width = static_cast<size_t>(analysis.out());
+    Words padded(bands.size() * static_cast<size_t>(rate));
+    for (size_t i = 0; i < bands.size(); ++i)
+      padded[i / width * width * static_cast<size_t>(rate) + i % width] = bands[i];
+    const auto out = run(synthesis, padded.data(), kSlots, s);
+    double signal = 0, noise = 0;
+    for (int t = 1024; t < synthesis.bands * kSlots; ++t) {
+      const double want = tones(double(t - delay) / rate);
+      signal += want * want;
+      noise += std::pow(out[static_cast<size_t>(t)] - want, 2);
+    }
+    std::printf("round trip to %s: %.2f dB\n", synthesis.name, 10 * std::log10(signal / noise));
+    EXPECT_GT(10 * std::log10(signal / noise), 58.5);
+  }
+}
+
+}  // namespace
