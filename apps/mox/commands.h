@@ -7,6 +7,7 @@
 namespace mox {
 
 void addDecodeCommand(CLI::App& program, int& exitCode);
+void addEncodeCommand(CLI::App& program, int& exitCode);
 void addInfoCommand(CLI::App& program, int& exitCode);
 void addSpectrumCommand(CLI::App& program, int& exitCode);
 

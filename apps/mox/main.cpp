@@ -11,7 +11,8 @@
 namespace {
 
 int runProgram(int argc, char** argv) {
-  CLI::App program("Decodes audio files, tells what is in them and draws their spectrograms.", "mox");
+  CLI::App program("Decodes and encodes audio files, tells what is in them and draws their spectrograms.",
+                   "mox");
   program.set_version_flag("--version", std::string("mox, with ") + moxacGetLibVersion()->libraryName + " " +
                                             moxacGetLibVersion()->versionText);
   program.require_subcommand(1);
@@ -22,6 +23,7 @@ int runProgram(int argc, char** argv) {
 
   int exitCode = mox::exitComplete;
   mox::addDecodeCommand(program, exitCode);
+  mox::addEncodeCommand(program, exitCode);
   mox::addInfoCommand(program, exitCode);
   mox::addSpectrumCommand(program, exitCode);
   try {

@@ -523,6 +523,128 @@ MOXAC_API moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, 
                                         int32_t blockType, int32_t mixedBlock,
                                         const MoxMp3FrameHeader* pFrameHeader);
 
+/* ---- Encoding: what is heard, which stereo, how fine -----------------------------------------------------
+ *
+ * An MPEG-1 encoder feeds moxsPsychoacousticModelTwo_MP3_16s one granule ahead of moxsAnalysisPQMF_MP3_16s32s and
+ * moxsMDCTFwd_MP3_32s, whose block type the model gives; then, a frame at a time, moxsJointStereoEncode_MP3_32s_I
+ * and moxsQuantize_MP3_32s_I; then the packers and moxsHuffmanEncode_MP3_32s1u write what these decided. */
+
+/* What the model says of one granule of one channel: energies and masking thresholds by scale-factor band, in units
+ * in which a sine of half a 16-bit step has energy 1 in the spectral line that it falls on. Coding noise of
+ * threshold / energy times a band's own energy is not heard. */
+typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
+  float energyLong[21];        /* of the 1024-point spectrum */
+  float thresholdLong[21];     /* never below the threshold in quiet */
+  float energyShort[12][3];    /* of three 256-point spectra, by band and window */
+  float thresholdShort[12][3]; /* likewise */
+  float
+      perceptualEntropy; /* bits that the granule's audible part holds: half log2(energy / threshold) a line */
+  int32_t blockType;     /* 0 normal, 1 start, 2 short, 3 stop */
+} MoxMp3PsychoacousticModelTwoAnalysis;
+
+/* What the model keeps between granules, of both channels; all zero before the first. A copy continues where the
+ * original stood. */
+typedef struct MoxMp3PsychoacousticModelTwoState {
+  int64_t words[2048];
+} MoxMp3PsychoacousticModelTwoState;
+
+/* Psychoacoustic model two for one granule of all channels; MPEG-1. ISO/IEC 11172-3, Annex C.1.5.3 and D.2.4.
+ *
+ * pSrcAudioIn   576 samples of each channel, interleaved: mode 3 one channel, else two
+ * pDstPsyInfo   one record per channel, of the granule BEFORE the one given: its block type depends on whether this
+ *               one holds an attack. The first call's records say nothing.
+ * pFrameHeader  id, samplingFreq and mode are looked at; the same in every call on a state
+ * pState        updated; one call at a time
+ *
+ * The spectra are centred like the windows of moxsMDCTFwd_MP3_32s when that is fed, granule by granule, with the
+ * sub-bands of the same samples. Thresholds of long blocks: unpredictability gives tonality, tonality the distance
+ * (6 dB for noise to 29 dB for tones) of the threshold below the spread energy; from granule to granule a
+ * threshold grows by 2 and over two granules by 16 at most, but after short blocks.
+ *
+ * A granule is short where the energy of 64 samples, differentiated twice, leaps to more than eightfold of what
+ * the 13 ms before it held: the annex's own sign, an entropy above 1800, takes rich steady sounds for attacks. In
+ * mode 1 (joint stereo) an attack counts in both channels. A start block precedes, a stop block follows.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        some pointer is null
+ * moxStatusMp3FrameHeaderErr  id not 1, samplingFreq not 0..2 or mode not 0..3
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
+                                                       MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo,
+                                                       const MoxMp3FrameHeader* pFrameHeader,
+                                                       MoxMp3PsychoacousticModelTwoState* pState);
+
+/* Chooses between left/right and mid/side for a frame, and carries the choice out; MPEG-1.
+ * ISO/IEC 11172-3, 2.4.3.4.9.
+ *
+ *   M = (L + R) / sqrt 2,  S = (L - R) / sqrt 2
+ *
+ * pSrcDstXr       576 lines in Q26 for granule 0 left, granule 0 right, granule 1 left, granule 1 right, as
+ *                 moxsMDCTFwd_MP3_32s gives them; M replaces left, S right
+ * pSrcDstPsyInfo  the four records in the same order. With mid/side the energies and thresholds of the block type in
+ *                 use become those of M and S, in units of the spectrum: each of M and S may hold the noise that the
+ *                 more sensitive of left and right allows in the band.
+ * pFrameHeader    id, samplingFreq and mode are looked at; modeExt becomes 2 (mid/side) or 0
+ *
+ * Mid/side is chosen when the frame's lines hold fewer bits that way: half log2(1 + energy / threshold) each, above
+ * all when the channels are alike; and only when the channels' block types agree in both granules. Intensity stereo
+ * is not used.
+ * Any number of threads may call it, on data of their own.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        some pointer is null
+ * moxStatusMp3FrameHeaderErr  id not 1, samplingFreq not 0..2 or mode not 1
+ * moxStatusOutOfRange         a blockType not 0..3
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
+                                                    MoxMp3PsychoacousticModelTwoAnalysis* pSrcDstPsyInfo,
+                                                    MoxMp3FrameHeader* pFrameHeader);
+
+/* Quantises a frame: chooses steps, scale factors, regions and Huffman tables; MPEG-1.
+ * ISO/IEC 11172-3, Annex C.1.5.4 and 2.4.2.7.
+ *
+ *   ix = sign(xr) floor((|xr| / 2^26 / step)^(3/4) + 0.4054)
+ *
+ * with the step that decoders derive: see moxsReQuantize_MP3_32s_I. Arrays are granule-major, then by channel; there
+ * are C = 1 channels in mode 3, else 2.
+ *
+ * pSrcDstXrIx      2C spectra of 576 lines, Q26, short blocks in coded order; replaced by the quantised values
+ * pDstScaleFactor  2C times 39 values, as moxsPackScaleFactors_MP3_8s1u takes them
+ * pDstScfsi        4C values: 1 where granule 1 repeats granule 0's scale factors of a band group
+ * pDstCount1Len    2C values: lines of the count1 region
+ * pDstSideInfo     2C records. part23Len is exactly what scale factors and Huffman codes take, at most 4095.
+ * pReservoir       resBits: on entry the bits held, on return those held after this frame, a multiple of 8. What
+ *                  this frame takes is at most resBits + meanBits; of what it leaves, what would pass maxResBits (or a
+ *                  part of a byte) is lost: stuffing behind the frame's main data.
+ * meanBits         bits of main data that this frame brings: frame less header, CRC word and side information
+ * constantRate     1: spends about meanBits on a frame, more of a full reservoir when the frame needs more. 0: takes
+ *                  the fewest bits that keep all noise at or below the thresholds, up to resBits + meanBits; a
+ *                  caller with another quality in mind scales the thresholds.
+ * pPsyInfo         2C records; thresholds of the block type in use, and the type, are looked at. Blocks are never
+ *                  mixed.
+ * pFrameHeader     id, layer, samplingFreq and mode are looked at
+ *
+ * Noise is shaped by the thresholds first: a run of lines x with noise n needs the step (n / (0.148 sum of
+ * sqrt x))^(2/3). Then the inner loop finds the finest global gain whose codes fit, by bisection, and the outer loop
+ * amplifies the runs with the loudest noise (those within 3 dB of the worst) until no noise is above its threshold,
+ * every run is amplified, a scale factor has no room, or three attempts brought no gain; the attempt with the least sum
+ * of noise-to-threshold ratios counts. Tables and regions are the cheapest of all that the side information can name.
+ * Takes about 50 KiB of stack. Any number of threads may call it, on data of their own.
+ *
+ * moxStatusOk
+ * moxStatusNullPointer        some pointer is null
+ * moxStatusMp3FrameHeaderErr  id or layer not 1, samplingFreq not 0..2 or mode not 0..3
+ * moxStatusOutOfRange         constantRate not 0 or 1, a blockType not 0..3, maxResBits not 0..4088, resBits not
+ *                             0..maxResBits
+ * moxStatusBadSize            meanBits not 0..16380
+ * Nothing is written when a check fails. */
+MOXAC_API moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, int32_t* pDstScfsi,
+                                           int32_t* pDstCount1Len, MoxMp3SideInfo* pDstSideInfo,
+                                           MoxMp3BitReservoir* pReservoir, int32_t meanBits,
+                                           int32_t constantRate,
+                                           const MoxMp3PsychoacousticModelTwoAnalysis* pPsyInfo,
+                                           const MoxMp3FrameHeader* pFrameHeader);
+
 MOXAC_EXTERN_C_END
 
 #endif

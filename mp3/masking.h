@@ -1,0 +1,59 @@
+// How much noise each run of lines of a granule may hold. ISO/IEC 11172-3, Annex C.1.5.4.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "frame/simd.h"
+#include "moxac/mp3.h"
+#include "mp3/fixed_point.h"
+#include "mp3/spectrum_bands.h"
+
+namespace moxac {
+
+// Runs without a scale factor (above the last band) and runs of silence may hold any noise.
+constexpr float kAnyNoise = 1e30f;
+
+inline SpectrumBands granuleBands(const MoxMp3FrameHeader& header, int32_t blockType) {
+  const int32_t row = sfbRow(header);
+  return spectrumBands(blockType == 2, false, header.id, kSfbLong[row], kSfbShort[row]);
+}
+
+// Runs that have a scale factor: 21 long bands or 12 short ones in three windows.
+inline int32_t scaledRuns(const SpectrumBands& bands) { return bands.longCount > 0 ? 21 : 36; }
+
+// Energy of a run of lines, full scale 1.
+inline float runEnergy(const float* x, int32_t first, int32_t last) {
+  f32x8 sums = splat8(0);
+  int32_t i = first;
+  for (; i + 8 <= last; i += 8) sums = sums + load8(x + i) * load8(x + i);
+  f32x4 four = _mm_add_ps(_mm256_castps256_ps128(sums), _mm256_extractf128_ps(sums, 1));
+  for (; i + 4 <= last; i += 4) four = four + load4(x + i) * load4(x + i);
+  float sum = (four[0] + four[1]) + (four[2] + four[3]);
+  for (; i < last; ++i) sum += x[i] * x[i];
+  return sum;
+}
+
+// Threshold to energy of the band and window that run i belongs to.
+inline float maskingRatio(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
+                          int32_t i) {
+  const bool isLong = bands.longCount > 0;
+  const float energy = isLong ? psy.energyLong[i] : psy.energyShort[i / 3][i % 3];
+  const float threshold = isLong ? psy.thresholdLong[i] : psy.thresholdShort[i / 3][i % 3];
+  return energy > 1e-9f * threshold ? threshold / energy : 1e9f;
+}
+
+inline void allowedNoise(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
+                         const float* energy, float* allowed) {
+  const int32_t scaled = scaledRuns(bands);
+  for (int32_t i = 0; i < scaled; ++i)
+    allowed[i] = energy[i] > 0 ? energy[i] * maskingRatio(psy, bands, i) : kAnyNoise;
+  for (int32_t i = scaled; i < bands.count; ++i) allowed[i] = kAnyNoise;
+}
+
+inline void toFloats(const int32_t* lines, float* x) {
+  for (int32_t i = 0; i < kMp3Lines; i += 8)
+    store8(x + i, toFloat8(loadInt8(lines + i)) * splat8(1 / kMp3One));
+}
+
+}  // namespace moxac
