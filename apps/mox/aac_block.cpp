@@ -9,6 +9,7 @@ namespace {
 
 // Eight channels of 6144 bits are the most that a block may hold; data and fill elements come on top.
 constexpr size_t kMaxBlockBytes = 16384;
+constexpr size_t kMaxElements = 64;
 // The library's operations see the end of the data only when they have passed it: by a channel at most, whose 512
 // code words of two lines take at most 12 + 2 + 2 * 21 bits each, and by what comes before its spectrum.
 constexpr size_t kPad = 512 * 56 / 8 + 1024;
@@ -79,9 +80,10 @@ bool AacBlockReader::readElements(AacBlock& block) {
     switch (id) {
       case AacElementId::sce:
       case AacElementId::lfe:
-        good = readSingle(nextElement(block, id));
+        good = block.elements < kMaxElements && readChannel(false, nextElement(block, id).channel[0]);
         break;
       case AacElementId::cpe: {
+        if (block.elements == kMaxElements) return false;
         AacElement& element = nextElement(block, id);
         good = readPair(element) && readChannel(element.pair.commonWindow == 1, element.channel[0]);
         firstChannelEnd = position();
@@ -126,8 +128,6 @@ AacElement& AacBlockReader::nextElement(AacBlock& block, AacElementId id) {
   element.tag = bits(4);
   return element;
 }
-
-bool AacBlockReader::readSingle(AacElement& element) { return readChannel(false, element.channel[0]); }
 
 // What stands before the channels of a pair: under a common window, its window information and M/S mask.
 bool AacBlockReader::readPair(AacElement& element) {
@@ -253,8 +253,8 @@ bool AacBlockReader::readAroundLongTns(bool commonWindow, AacChannel& channel) {
 // Length of a long window's ics_info(), as it was read.
 size_t AacBlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
   if (ics.predictorDataPresent == 0) return 11;
-  const int32_t flags = std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]);
-  return static_cast<size_t>(11 + (ics.predictorReset != 0 ? 6 : 1) + flags);
+  const auto flags = static_cast<size_t>(std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]));
+  return 11 + (ics.predictorReset != 0 ? 6 : 1) + flags;
 }
 
 // coupling_channel_element(): a channel that is to be added to others, with gain lists for each of them. Only the
@@ -273,10 +273,8 @@ bool AacBlockReader::readCoupling() {
   AacChannel& channel = *couplingChannel_;
   if (!readChannel(false, channel)) return false;
 
-  const auto bands = static_cast<size_t>(channel.ics.numWindowGroups * channel.ics.maxSfb);
   const auto codedBands =
-      static_cast<int64_t>(bands) -
-      std::count(channel.sfbCb.begin(), channel.sfbCb.begin() + static_cast<ptrdiff_t>(bands), uint8_t{0});
+      std::count_if(channel.books().begin(), channel.books().end(), [](uint8_t book) { return book != 0; });
   int16_t gain;
   for (int32_t list = 1; list < gainLists; ++list) {
     const bool common = independent || bits(1) != 0;
@@ -300,22 +298,20 @@ bool AacBlockReader::readFill(AacBlock& block) {
 }
 
 void separateNoiseEnergies(AacChannel& channel) {
-  const auto bands = static_cast<size_t>(channel.ics.numWindowGroups * channel.ics.maxSfb);
-  const auto firstNoise =
-      std::find(channel.sfbCb.begin(), channel.sfbCb.begin() + static_cast<ptrdiff_t>(bands), kNoiseBook);
-  size_t i = static_cast<size_t>(firstNoise - channel.sfbCb.begin());
-  if (i == bands) return;
+  const std::span<const uint8_t> books = channel.books();
+  size_t i = static_cast<size_t>(std::find(books.begin(), books.end(), kNoiseBook) - books.begin());
+  if (i == books.size()) return;
 
   // Up to the first noise band both chains are right; behind it the differences belong to either.
   int32_t scaleFactor = channel.stream.globalGain;
   for (size_t k = 0; k < i; ++k)
-    if (channel.sfbCb[k] > 0 && channel.sfbCb[k] < kNoiseBook) scaleFactor = channel.scaleFactor[k];
+    if (books[k] > 0 && books[k] < kNoiseBook) scaleFactor = channel.scaleFactor[k];
   int32_t chain = channel.scaleFactor[i], energy = chain;
-  for (++i; i < bands; ++i) {
-    if (channel.sfbCb[i] == 0 || channel.sfbCb[i] > kNoiseBook) continue;
+  for (++i; i < books.size(); ++i) {
+    if (books[i] == 0 || books[i] > kNoiseBook) continue;
     const int32_t difference = channel.scaleFactor[i] - chain;
     chain = channel.scaleFactor[i];
-    int32_t& own = channel.sfbCb[i] == kNoiseBook ? energy : scaleFactor;
+    int32_t& own = books[i] == kNoiseBook ? energy : scaleFactor;
     own += difference;
     channel.scaleFactor[i] = static_cast<int16_t>(own);
   }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "mox/aac_layout.h"
@@ -30,6 +31,11 @@ struct AacChannel {
   std::array<int8_t, 60> tnsCoef;
   AacLongTns longTns;  // instead of the stream's TNS data, if its numFilters is not 0
   alignas(32) std::array<int32_t, 1024> spectrum;
+
+  // The code books of all bands that are coded.
+  std::span<const uint8_t> books() const {
+    return std::span(sfbCb).first(static_cast<size_t>(ics.numWindowGroups) * static_cast<size_t>(ics.maxSfb));
+  }
 };
 
 // A single channel, a low-frequency channel or a pair.
@@ -68,7 +74,6 @@ class AacBlockReader {
 
  private:
   bool readElements(AacBlock& block);
-  bool readSingle(AacElement& element);
   bool readPair(AacElement& element);
   bool readChannel(bool commonWindow, AacChannel& channel);
   bool readAroundLongTns(bool commonWindow, AacChannel& channel);

@@ -31,8 +31,8 @@ AacLayout layoutOf(const std::optional<MoxAacPrgCfgElt>& program) {
 
 class AdtsStream final : public AacStream {
  public:
-  AdtsStream(AdtsScanner scanner, const AacConfig& config, AacLayout layout)
-      : AacStream(config, std::move(layout)), scanner_(std::move(scanner)) {
+  AdtsStream(const AdtsScanner& scanner, const AacConfig& config, AacLayout layout)
+      : AacStream(config, std::move(layout)), scanner_(scanner) {
     scanner_.rewind();
     for (AdtsFrame frame; scanner_.next(frame);) {
       blocks_ += frame.header.blocks() + frame.lostBefore;
@@ -163,7 +163,7 @@ std::unique_ptr<AacStream> openAdts(Bytes bytes) {
       reader.read(slice(frame.bytes, frame.header.headerBytes()), block);
     layout = layoutOf(block.program);
   }
-  return std::make_unique<AdtsStream>(std::move(scanner), config, *std::move(layout));
+  return std::make_unique<AdtsStream>(scanner, config, *std::move(layout));
 }
 
 // One header, then block after block without any mark to resume at after damage.

@@ -8,9 +8,7 @@ namespace {
 void note(const AacElement& element, int32_t objectType, AacSurvey& survey) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     const AacChannel& channel = element.channel[ch];
-    const auto bands = channel.ics.numWindowGroups * channel.ics.maxSfb;
-    for (int32_t b = 0; b < bands; ++b) {
-      const int32_t book = channel.sfbCb[static_cast<size_t>(b)];
+    for (const uint8_t book : channel.books()) {
       survey.noise |= book == 13;
       survey.intensity |= book >= 14;
     }

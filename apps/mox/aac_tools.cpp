@@ -15,8 +15,8 @@ constexpr int32_t kEightShort = 2;
 constexpr uint8_t kNoiseBook = 13;
 
 bool uses(const AacChannel& channel, uint8_t firstBook, uint8_t lastBook) {
-  const auto bands = channel.ics.numWindowGroups * channel.ics.maxSfb;
-  return std::any_of(channel.sfbCb.begin(), channel.sfbCb.begin() + bands,
+  const std::span<const uint8_t> books = channel.books();
+  return std::any_of(books.begin(), books.end(),
                      [=](uint8_t book) { return book >= firstBook && book <= lastBook; });
 }
 

@@ -361,6 +361,8 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  *               position for 14 and 15, 0 for 0. One accumulator serves scale factors and noise energies, in
  *               stream order: it starts at global_gain, the first noise band sets it to global_gain - 346
  *               plus 9 bits, every other band adds its coded difference
+ *               (streams of the standard have two chains, for scale factors and for noise: with code book 13
+ *               in use, take the differences of neighbouring values and add them up apart)
  * pSfbCb        [group][maxSfb]: code books. Room for 120 bands here and there (with layerFlag 1: maxSfb
  *               times the groups)
  * pSpectrum     [group][windowLen * group length], 1024 values in all. Inside a group band by band, each
