@@ -1,4 +1,4 @@
-// A frame of 32 slots through each float QMF bank, beside the direct sums in double precision. The counters
+// A frame of 32 slots through each QMF bank, float and fixed-point, beside the direct sums in double precision. The counters
 // give the time of a slot and how many times faster than real time a 48 kHz stereo stream would be.
 #include <benchmark/benchmark.h>
 
@@ -15,7 +15,7 @@ constexpr int kSlots = 32;
 
 struct Frame {
   std::vector<float> samples, work, window32 = moxtest::qmfWindow(2), window64 = moxtest::qmfWindow(1);
-  std::vector<float> memory = std::vector<float>(2048);
+  std::vector<float> memory = std::vector<float>(4096);
   std::vector<float*> re, im;
   std::vector<Mox32fc*> pairs;
 
@@ -129,6 +129,81 @@ void synthesis(benchmark::State& state, int form, bool down, int slotsPerCall) {
   report(state, bands, down ? 24000 : 48000);
 }
 
+// The fixed-point banks. Init and Filter are the exported operations; Values the sub-band words of a slot.
+template <auto Init, auto Filter, class SubBand, int kValues>
+void fixedAnalysis(benchmark::State& state, int slotsPerCall) {
+  Frame f;
+  std::vector<int32_t> src(kSlots * 32), dst(kSlots * kValues);
+  for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<int32_t>(f.samples[i] * 0x1p31f);
+  auto* const bank = reinterpret_cast<MoxQmfFixedAnalysisState*>(f.memory.data());
+  Init(bank);
+  const auto frame = [&] {
+    for (int l = 0; l < kSlots; l += slotsPerCall)
+      Filter(src.data() + 32 * l, reinterpret_cast<SubBand*>(dst.data() + kValues * l), slotsPerCall, 32,
+             bank);
+  };
+  frame();
+  moxtest::ReferenceAnalysis reference(kValues == 32, moxtest::qmfWindow<double>(2).data());
+  moxtest::Slot want;
+  for (int l = 0; l < kSlots; ++l) want = reference.slot(src.data() + 32 * l);
+  for (size_t k = 0; k < 32; ++k)
+    check(state, dst[(kSlots - 1) * kValues + k * kValues / 32] * 0x1p-31,
+          want[k].real() * (0x1p-31 / (1 << MOX_SBR_FIXED_SHIFT)));
+  for (auto _ : state) {
+    frame();
+    benchmark::DoNotOptimize(dst.data());
+    benchmark::ClobberMemory();
+  }
+  report(state, 32, 24000);
+}
+
+template <auto Init, auto Filter, class SubBand, int kBands, int kValues>
+void fixedSynthesis(benchmark::State& state, int slotsPerCall) {
+  Frame f;
+  std::vector<int32_t> src(kSlots * kValues), dst(kSlots * kBands);
+  for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<int32_t>(f.work[i] * 0x1p24f);
+  auto* const bank = reinterpret_cast<MoxQmfFixedSynthesisState*>(f.memory.data());
+  Init(bank);
+  const auto frame = [&] {
+    for (int l = 0; l < kSlots; l += slotsPerCall)
+      Filter(reinterpret_cast<const SubBand*>(src.data() + kValues * l), dst.data() + kBands * l,
+             slotsPerCall, bank);
+  };
+  frame();
+  moxtest::ReferenceSynthesis reference(kBands, kValues == kBands,
+                                        moxtest::qmfWindow<double>(64 / kBands).data());
+  std::vector<double> want;
+  for (const int32_t* x = src.data(); x < src.data() + src.size(); x += kValues) {
+    moxtest::Slot in(kBands);
+    for (int k = 0; k < kBands; ++k)
+      in[static_cast<size_t>(k)] =
+          kValues == kBands ? x[k] : std::complex<double>(x[2 * k % kValues], x[(2 * k + 1) % kValues]);
+    want = reference.slot(in);
+  }
+  for (size_t r = 0; r < want.size(); ++r)
+    check(state, dst[(kSlots - 1) * want.size() + r] * 0x1p-31,
+          want[r] * (0x1p-31 * (1 << MOX_SBR_FIXED_SHIFT)));
+  for (auto _ : state) {
+    frame();
+    benchmark::DoNotOptimize(dst.data());
+    benchmark::ClobberMemory();
+  }
+  report(state, kBands, kBands == 32 ? 24000 : 48000);
+}
+
+constexpr auto fixedAnalysisHq =
+    fixedAnalysis<moxsAnalysisFilterInit_SBRHQ_32s32sc, moxsAnalysisFilter_SBRHQ_32s32sc, Mox32sc, 64>;
+constexpr auto fixedAnalysisLp =
+    fixedAnalysis<moxsAnalysisFilterInit_SBRLP_32s, moxsAnalysisFilter_SBRLP_32s, int32_t, 32>;
+constexpr auto fixedSynthesisHq = fixedSynthesis<moxsSynthesisFilterInit_SBRHQ_32sc32s,
+                                                 moxsSynthesisFilter_SBRHQ_32sc32s, Mox32sc, 64, 128>;
+constexpr auto fixedSynthesisLp =
+    fixedSynthesis<moxsSynthesisFilterInit_SBRLP_32s, moxsSynthesisFilter_SBRLP_32s, int32_t, 64, 64>;
+constexpr auto fixedDownHq = fixedSynthesis<moxsSynthesisDownFilterInit_SBRHQ_32sc32s,
+                                            moxsSynthesisDownFilter_SBRHQ_32sc32s, Mox32sc, 32, 64>;
+constexpr auto fixedDownLp =
+    fixedSynthesis<moxsSynthesisDownFilterInit_SBRLP_32s, moxsSynthesisDownFilter_SBRLP_32s, int32_t, 32, 32>;
+
 void analysisDirect(benchmark::State& state) {
   Frame f;
   moxtest::ReferenceAnalysis reference(false, f.window32.data());
@@ -159,5 +234,13 @@ BENCHMARK_CAPTURE(synthesis, complex_split_32, 0, true, kSlots);
 BENCHMARK_CAPTURE(synthesis, complex_interleaved_32, 1, true, kSlots);
 BENCHMARK_CAPTURE(synthesis, real_32, 2, true, kSlots);
 BENCHMARK(synthesisDirect);
+BENCHMARK_CAPTURE(fixedAnalysisHq, complex, kSlots);
+BENCHMARK_CAPTURE(fixedAnalysisHq, complex_one_slot_a_call, 1);
+BENCHMARK_CAPTURE(fixedAnalysisLp, real, kSlots);
+BENCHMARK_CAPTURE(fixedSynthesisHq, complex_64, kSlots);
+BENCHMARK_CAPTURE(fixedSynthesisHq, complex_64_one_slot_a_call, 1);
+BENCHMARK_CAPTURE(fixedSynthesisLp, real_64, kSlots);
+BENCHMARK_CAPTURE(fixedDownHq, complex_32, kSlots);
+BENCHMARK_CAPTURE(fixedDownLp, real_32, kSlots);
 
 }  // namespace
