@@ -50,7 +50,7 @@ void qmfSynthesise(const Rows& rows, Sample* dst, const typename L::T* window, i
                    typename L::T* delay, int32_t& position) {
   using T = typename L::T;
   using V = typename L::V;
-  constexpr int kBatch = L::kCount, kChunk = 2 * kBatch;
+  constexpr int kChunk = 16, kBatch = L::kCount;
   constexpr int kAloneUpTo = kBatch / 4;  // from there on a batch with idle lanes is cheaper
   QmfLine<T, 2 * kBands, kChunk> line(delay, position);
   for (int32_t done = 0; done < slots;) {

@@ -206,17 +206,19 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const*
  *   SynthesisDownFilter_SBRHQ_32sc32s    complex in    32 a slot out   32   0x434D4165, 0x434D4163
  *   SynthesisDownFilter_SBRLP_32s        real in       32 a slot out   32   0x434D4166, 0x434D4164
  *
- * Format. With q fraction bits in the time samples, sub-band samples have q - MOX_SBR_FIXED_SHIFT: a sub-band word is
- * worth 128 time words. q is the caller's choice; q = 31 lets a time signal of +-1 use the whole word, and a 16-bit
- * sample s then enters as s * 2^16. Analysis cannot overflow, whatever its input: 0.57 * 2^31 is the largest word it
- * makes, 0.36 * 2^31 from a sine of full scale. Synthesis saturates to INT32_MIN and INT32_MAX; with q = 30 the output
- * has 6 dB of room above +-1, and so on. Analysis followed by synthesis has gain 1 and the delays of the float banks.
+ * Format. With q fraction bits in the time samples, sub-band samples have q - MOX_SBR_FIXED_SHIFT: a sub-band
+ * word is worth 128 time words. q is the caller's choice; q = 31 lets a time signal of +-1 use the whole
+ * word, and a 16-bit sample s then enters as s * 2^16. Analysis cannot overflow, whatever its input: 0.57 *
+ * 2^31 is the largest word it makes, 0.36 * 2^31 from a sine of full scale. Synthesis saturates to INT32_MIN
+ * and INT32_MAX; with q = 30 the output has 6 dB of room above +-1, and so on. Analysis followed by synthesis
+ * has gain 1 and the delays of the float banks.
  *
- * Rounding. Each word out is the formula's value, computed in double precision, rounded to nearest (ties to even);
- * nothing else is rounded, and the error stays below 0.51 of a word: 2^-32 of full scale. The window is the standard's,
- * in the library. Splitting a signal into calls in any way gives the same words.
+ * Rounding. Each word out is the formula's value, computed in double precision, rounded to nearest (ties to
+ * even); nothing else is rounded, and the error stays below 0.51 of a word: 2^-32 of full scale. The window
+ * is the standard's, in the library. Splitting a signal into calls in any way gives the same words.
  *
  * Layout. Slots lie one behind the other, sub-bands in order; arrays have any alignment and do not overlap.
+ * Temporaries, up to 40 KiB, live on the stack.
  */
 #define MOX_SBR_FIXED_SHIFT 7
 
@@ -236,9 +238,9 @@ MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBRLP_32s(int32_t* pSize);
 MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s(int32_t* pSize);
 MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBRLP_32s(int32_t* pSize);
 
-/* Init builds a state of cleared history in the caller's memory, any alignment, GetSize bytes; every later call takes the
- * same pointer. Call it again to restart. InitAlloc makes a state in memory from moxMalloc; Free releases that and
- * leaves the caller's memory alone. A state keeps its identifier after Free.
+/* Init builds a state of cleared history in the caller's memory, any alignment, GetSize bytes; every later
+ * call takes the same pointer. Call it again to restart. InitAlloc makes a state in memory from moxMalloc;
+ * Free releases that and leaves the caller's memory alone. A state keeps its identifier after Free.
  *
  * moxStatusOk
  * moxStatusNullPointer      the argument is null; nothing written
@@ -266,8 +268,9 @@ MOXAC_API moxStatus moxsSynthesisFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState*
 MOXAC_API moxStatus moxsSynthesisDownFilterFree_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState);
 MOXAC_API moxStatus moxsSynthesisDownFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState* pState);
 
-/* Analysis of numTimeSlots blocks of 32 samples into 32 sub-bands each: the sums of moxsAnalysisFilter_SBR_RToC_32f_D2L
- * (complex) and _RToR_32f_D2L (real), times 2^-MOX_SBR_FIXED_SHIFT in words.
+/* Analysis of numTimeSlots blocks of 32 samples into 32 sub-bands each: the sums of
+ * moxsAnalysisFilter_SBR_RToC_32f_D2L (complex) and _RToR_32f_D2L (real), times 2^-MOX_SBR_FIXED_SHIFT in
+ * words.
  *
  * pSrc   32*numTimeSlots samples, oldest first
  * pDst   32*numTimeSlots sub-band samples
@@ -306,9 +309,10 @@ MOXAC_API moxStatus moxsSynthesisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* 
 /* Down-sampled synthesis: slots of 32 sub-bands into 32 samples each, the sums of
  * moxsSynthesisDownFilter_SBR_CToR_32f_D2L and _RToR_32f_D2L; otherwise as above.
  *
- * A state of the full bank of the same kind (SBRHQ or SBRLP) serves as well: its line, of which this operation uses the
- * first half, then belongs to whichever of the two operations ran last. The first call of the other one begins with
- * cleared history, as after Init; until then nothing tells such a state from the operation's own.
+ * A state of the full bank of the same kind (SBRHQ or SBRLP) serves as well: its line, of which this
+ * operation uses the first half, then belongs to whichever of the two operations ran last. The first call of
+ * the other one begins with cleared history, as after Init; until then nothing tells such a state from the
+ * operation's own.
  */
 MOXAC_API moxStatus moxsSynthesisDownFilter_SBRHQ_32sc32s(const Mox32sc* pSrc, int32_t* pDst,
                                                           int32_t numTimeSlots,
