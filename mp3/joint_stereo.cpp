@@ -46,7 +46,7 @@ float midSideGain(const ChannelPair& leftRight, const ChannelPair& midSide, cons
     for (int ch = 0; ch < 2; ++ch) {
       energy[ch] = runEnergy(leftRight.line[ch], first, last);
       ms.energy[ch][i] = runEnergy(midSide.line[ch], first, last);
-      allowed[ch] = energy[ch] > 0 ? energy[ch] * maskingRatio(psy[ch], bands, i) : kAnyNoise;
+      allowed[ch] = energy[ch] > 0 ? runAllowance(psy[ch], bands, i, energy[ch]) : kAnyNoise;
     }
     // A silent channel allows no noise that the other one's does not mask: take it at the other's threshold.
     ms.allowed[i] = std::min(allowed[0], allowed[1]);
@@ -68,8 +68,10 @@ void storeThresholds(const RunThresholds& ms, const SpectrumBands& bands,
   for (int ch = 0; ch < 2; ++ch)
     for (int32_t i = 0; i < scaledRuns(bands); ++i) {
       const bool isLong = bands.longCount > 0;
-      (isLong ? psy[ch].energyLong[i] : psy[ch].energyShort[i / 3][i % 3]) = ms.energy[ch][i];
-      (isLong ? psy[ch].thresholdLong[i] : psy[ch].thresholdShort[i / 3][i % 3]) = ms.allowed[i];
+      (isLong ? psy[ch].energyLong[i] : psy[ch].energyShort[i / 3][i % 3]) =
+          ms.energy[ch][i] / kSpectrumPerModel;
+      (isLong ? psy[ch].thresholdLong[i] : psy[ch].thresholdShort[i / 3][i % 3]) =
+          ms.allowed[i] / kSpectrumPerModel;
     }
 }
 

@@ -56,10 +56,11 @@ inline constexpr SpectrumTables kSpectrumTables;
 // What the model keeps of one channel.
 struct PsychoacousticChannel {
   float history[kHistory];
-  float masking[2][kPartitions];  // spread and weighted energies of the granule before, and before that
-  Mox32fc slow[2][kSlowLines];    // long spectra likewise
-  Mox32fc fast[kFastLines];       // the last short spectrum of the granule before
-  float burst[kPastSubBlocks];    // high-passed energies of past sub-blocks
+  float masking[2][kPartitions];    // spread and weighted energies of the granule before, and before that
+  Mox32fc slow[2][kSlowLines];      // long spectra likewise
+  Mox32fc fast[kFastLines];         // the last short spectrum of the granule before
+  float shortMasking[kPartitions];  // of the window before
+  float burst[kPastSubBlocks];      // high-passed energies of past sub-blocks
   MoxMp3PsychoacousticModelTwoAnalysis pending;  // of the granule before, its block type still open
   int32_t pendingShort;                          // that granule holds an attack
   int32_t blockType;                             // of the granule before that
@@ -216,7 +217,12 @@ inline void analyzeLong(PsychoacousticChannel& channel, const Mox32fc* lines,
   }
 }
 
-inline void analyzeShort(const Mox32fc* lines, const PsychoacousticTables& tables, int window,
+// A short window's threshold is not more than so many times that of the window before: half of the window, which
+// noise fills, lies in front of what the spectrum's middle shows.
+constexpr float kShortRise = 2;
+
+inline void analyzeShort(PsychoacousticChannel& channel, const Mox32fc* lines,
+                         const PsychoacousticTables& tables, int window,
                          MoxMp3PsychoacousticModelTwoAnalysis& out) {
   alignas(32) float energy[1][kPartitions] = {}, masking[1][kPartitions];
   int32_t line = 0;
@@ -227,7 +233,9 @@ inline void analyzeShort(const Mox32fc* lines, const PsychoacousticTables& table
   float threshold[kPartitions];
   for (int32_t b = 0; b < tables.shortCount; ++b) {
     const ShortPartition& p = tables.shortPartitions[b];
-    threshold[b] = std::max(p.qthr, masking[0][b] * std::exp2(p.snr * 0.332192809f));
+    const float masked = masking[0][b] * std::exp2(p.snr * 0.332192809f);
+    threshold[b] = std::max(p.qthr, std::min(masked, kShortRise * channel.shortMasking[b]));
+    channel.shortMasking[b] = masked;
   }
   for (int band = 0; band < 12; ++band) {
     out.energyShort[band][window] = sumOverSpan(energy[0], tables.shortBands[band]);
@@ -271,7 +279,7 @@ inline bool analyzeChannel(PsychoacousticChannel& channel, const int16_t* src, i
   for (int w = 0; w < 3; ++w) {
     realSpectrum<kShortPoints>(samples + kFirstShort + kShortDistance * w, kSpectrumTables.shortWindow,
                                transforms.of256, shortLines[w]);
-    analyzeShort(shortLines[w], tables, w, out);
+    analyzeShort(channel, shortLines[w], tables, w, out);
   }
   realSpectrum<kLongPoints>(samples, kSpectrumTables.longWindow, transforms.of1024, lines);
   analyzeLong(channel, lines, shortLines, tables, out);

@@ -25,15 +25,17 @@ FrameBudget frameBudget(const MoxMp3BitReservoir& reservoir, int32_t meanBits) {
 }
 
 // The bits that a frame should take at a constant rate: what it wants when that is below the mean, and of the
-// reservoir the more, the more it wants; a reservoir below half of its size is filled up slowly.
+// reservoir the more, the more it wants and the fuller that is; below half of its size it is filled up slowly.
 int32_t frameTarget(const MoxMp3BitReservoir& reservoir, int32_t meanBits, int32_t wanted) {
   const FrameBudget budget = frameBudget(reservoir, meanBits);
   const int32_t half = reservoir.maxResBits / 2;
   int32_t target = meanBits;
-  if (reservoir.resBits < half) target -= meanBits / 16 * (half - reservoir.resBits) / half;
+  if (reservoir.resBits < half) target -= meanBits / 16 * (half - reservoir.resBits) / std::max(1, half);
   if (wanted > meanBits) {
-    const int32_t excess = std::min(wanted - meanBits, meanBits);
-    target += static_cast<int32_t>(int64_t{reservoir.resBits} * excess / meanBits * 3 / 4);
+    const double excess = static_cast<double>(wanted - meanBits) / std::max(1, meanBits);
+    const double fullness = static_cast<double>(reservoir.resBits) / std::max(1, reservoir.maxResBits);
+    const double share = std::min(0.95, 2 * excess) * (0.3 + 0.7 * fullness);
+    target += static_cast<int32_t>(share * reservoir.resBits);
     target = std::min(target, wanted);
   } else {
     target = std::max(wanted, meanBits * 3 / 4);

@@ -559,7 +559,8 @@ typedef struct MoxMp3PsychoacousticModelTwoState {
  * The spectra are centred like the windows of moxsMDCTFwd_MP3_32s when that is fed, granule by granule, with the
  * sub-bands of the same samples. Thresholds of long blocks: unpredictability gives tonality, tonality the distance
  * (6 dB for noise to 29 dB for tones) of the threshold below the spread energy; from granule to granule a
- * threshold grows by 2 and over two granules by 16 at most, but after short blocks.
+ * threshold grows by 2 and over two granules by 16 at most, but after short blocks; from window to window of short
+ * blocks by 2.
  *
  * A granule is short where the energy of 64 samples, differentiated twice, leaps to more than eightfold of what
  * the 13 ms before it held: the annex's own sign, an entropy above 1800, takes rich steady sounds for attacks. In
