@@ -16,8 +16,11 @@ struct Symbol {
   int32_t length;  // of the code word; 0 when the bits begin no code word
 };
 
-// The lookup tables of one entry width.
-template <class Entry>
+// The lookup tables of one entry width. Rows of plain values have a sign where the entry is wide enough to
+// keep one; those of tuples, which are never negative, have none.
+enum class RowValues { withSign, withoutSign };
+
+template <class Entry, RowValues kValues>
 class LookupTables {
  public:
   explicit LookupTables(const VlcDecodeRecord& record)
@@ -38,16 +41,16 @@ class LookupTables {
   }
 
  private:
-  // Eight-bit tables hold values without a sign.
-  using Value = std::conditional_t<sizeof(Entry) == 1, uint8_t,
-                                   std::conditional_t<sizeof(Entry) == 2, int16_t, int32_t>>;
+  // Eight-bit tables hold no sign.
+  using Value = std::conditional_t<kValues == RowValues::withoutSign || sizeof(Entry) == 1, Entry,
+                                   std::make_signed_t<Entry>>;
 
   static constexpr uint32_t kEmpty = static_cast<Entry>(~Entry{1});
 
   Symbol leaf(uint32_t entry, int32_t consumed) const {
     const auto length = static_cast<int32_t>(entry >> 1 & lengthMask_);
     if (length == 0) __builtin_unreachable();  // spares the caller's test for no code word
-    return {static_cast<Value>(entry) >> valueShift_, consumed + length};
+    return {static_cast<int32_t>(static_cast<Value>(entry) >> valueShift_), consumed + length};
   }
 
   Symbol followLinks(uint32_t entry, uint64_t bits) const {
@@ -69,17 +72,18 @@ class LookupTables {
   uint32_t lengthMask_;
 };
 
-// A convention says what a code word stands for: decode() reads one code word with what belongs to it and
-// writes values() numbers. It returns false, having consumed and written nothing, when the
-// stream holds no such item. It may count on itemBits() bits to be there after a refill.
+// A convention says what a code word stands for, and whether its rows' values have a sign: decode() reads one
+// code word with what belongs to it and writes values() numbers. It returns false, having consumed and written
+// nothing, when the stream holds no such item. It may count on itemBits() bits to be there after a refill.
 
 // The row's value, and no more.
 struct PlainValues {
+  static constexpr RowValues kRowValues = RowValues::withSign;
   int32_t values() const { return 1; }
   int32_t itemBits(int32_t codeBits) const { return codeBits; }
 
-  template <class Window, class Entry>
-  bool decode(Window& window, const LookupTables<Entry>& tables, int16_t* dst) const {
+  template <class Window, class Tables>
+  bool decode(Window& window, const Tables& tables, int16_t* dst) const {
     window.expect(tables.maxCodeLength());
     const Symbol symbol = tables.lookUp(window.bits());
     if (symbol.length == 0) [[unlikely]]
@@ -154,11 +158,12 @@ void storeValues(const int32_t (&values)[kCount], int16_t* dst) {
 }
 
 struct AacEscapePairs {
+  static constexpr RowValues kRowValues = RowValues::withSign;
   int32_t values() const { return 2; }
   int32_t itemBits(int32_t) const { return kRefilledBits; }
 
-  template <class Window, class Entry>
-  bool decode(Window& window, const LookupTables<Entry>& tables, int16_t* dst) const {
+  template <class Window, class Tables>
+  bool decode(Window& window, const Tables& tables, int16_t* dst) const {
     Window ahead = window;
     ahead.expect(tables.maxCodeLength());
     const Symbol symbol = tables.lookUp(ahead.bits());
@@ -175,13 +180,14 @@ struct AacEscapePairs {
 };
 
 struct Mp3EscapePairs {
+  static constexpr RowValues kRowValues = RowValues::withoutSign;
   int32_t linBits;
 
   int32_t values() const { return 2; }
   int32_t itemBits(int32_t) const { return kRefilledBits; }
 
-  template <class Window, class Entry>
-  bool decode(Window& window, const LookupTables<Entry>& tables, int16_t* dst) const {
+  template <class Window, class Tables>
+  bool decode(Window& window, const Tables& tables, int16_t* dst) const {
     window.expect(tables.maxCodeLength());
     const Symbol symbol = tables.lookUp(window.bits());
     if (symbol.length == 0) return false;
@@ -198,6 +204,7 @@ enum class TupleEscape { none, aac, mp3 };
 
 template <int32_t kCount, TupleEscape kEscape>
 struct UnsignedTuples {
+  static constexpr RowValues kRowValues = RowValues::withoutSign;
   int32_t magnitudeBits;
   int32_t linBits;  // kEscape mp3 only
 
@@ -206,8 +213,8 @@ struct UnsignedTuples {
     return kEscape == TupleEscape::none ? codeBits + kCount : kRefilledBits;
   }
 
-  template <class Window, class Entry>
-  bool decode(Window& window, const LookupTables<Entry>& tables, int16_t* dst) const {
+  template <class Window, class Tables>
+  bool decode(Window& window, const Tables& tables, int16_t* dst) const {
     Window ahead = window;
     ahead.expect(tables.maxCodeLength());
     const Symbol symbol = tables.lookUp(ahead.bits());
@@ -233,7 +240,7 @@ struct UnsignedTuples {
 template <class Entry, class Convention>
 int32_t decodeItems(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* dst, int32_t items,
                     const VlcDecodeRecord& record, const Convention& convention) {
-  const LookupTables<Entry> tables(record);
+  const LookupTables<Entry, Convention::kRowValues> tables(record);
   const int32_t values = convention.values();
   int32_t left = items;
   bool decoded = true;

@@ -242,6 +242,22 @@ TEST(VlcEscape, PlainBooksAndQuadruples) {
   }
 }
 
+// Entries keep one bit above the largest value: a lone power of two must not become a sign.
+TEST(VlcEscape, TuplesWhoseLargestValueIsAPowerOfTwo) {
+  for (int32_t top = 0; top < 24; ++top)
+    for (const int32_t width : {1, 3, 7, 15}) {
+      const Rows rows = {{1 << top, 0, 1}, {0, 1 << (width - 1), width}};
+      MoxVlcDecodeSpec* spec = nullptr;
+      ASSERT_EQ(moxsVLCDecodeUTupleInitAlloc_32s(words(rows), 2, &width, 1, 2, 12, &spec), moxStatusOk);
+      const Decoder owner(spec);
+      Stream s("01" + std::string(32, '1'), top);
+      int16_t pair[2];
+      ASSERT_EQ(moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, pair, spec), moxStatusOk);
+      EXPECT_EQ(pair[top / 12], -(1 << top % 12)) << "value 2^" << top << ", codes of " << width << " bits";
+      EXPECT_EQ(pair[1 - top / 12], 0);
+    }
+}
+
 // The worked examples of the header.
 TEST(VlcEscape, WorkedExamples) {
   int16_t pair[2];
