@@ -4,20 +4,10 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "frame/big_endian.h"
 
 namespace moxac {
-
-inline uint32_t loadBigEndian32(const uint8_t* p) {
-  uint32_t word;
-  std::memcpy(&word, p, sizeof word);
-  return __builtin_bswap32(word);
-}
-inline uint64_t loadBigEndian64(const uint8_t* p) {
-  uint64_t word;
-  std::memcpy(&word, p, sizeof word);
-  return __builtin_bswap64(word);
-}
 
 // A small value type: loops copy it, keep the copy in registers and assign it back.
 //

@@ -4,24 +4,19 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "frame/big_endian.h"
 
 namespace moxac {
 
-inline uint64_t loadBigEndian64(const uint8_t* p) {
-  uint64_t word;
-  std::memcpy(&word, p, sizeof word);
-  return __builtin_bswap64(word);
-}
-
 // Reads `bitCount` bits from bit `bitOffset` of p on, and zeros behind them. No byte is touched but those
 // that hold these bits.
-class BitWindow {
+class BoundedWindow {
  public:
   static constexpr int32_t kBitsPerRefill = 56;
   static constexpr bool kLooksAhead = true;
 
-  BitWindow(const uint8_t* p, int32_t bitOffset, int32_t bitCount)
+  BoundedWindow(const uint8_t* p, int32_t bitOffset, int32_t bitCount)
       : p_(p), size_((int64_t{bitOffset} + bitCount + 7) / 8), bitOffset_(bitOffset) {
     refill();
     drop(bitOffset);

@@ -107,7 +107,7 @@ moxStatus decodeGranule(const Cursor& cursor, int32_t* dst, int32_t* pNonZeroBou
   const int32_t* const tables = record.tableSelect;
   if (hufSize == 0) return emptyGranule(dst, pNonZeroBound, regions, tables);
 
-  BitWindow window(*cursor.ppBitStream, *cursor.pBitOffset, hufSize);
+  BoundedWindow window(*cursor.ppBitStream, *cursor.pBitOffset, hufSize);
   int32_t line = 0;
   for (int32_t r = 0; r < regions.count; ++r) {
     const int64_t before = window.consumed();

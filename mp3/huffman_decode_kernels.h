@@ -28,7 +28,7 @@ inline int32_t applySign(int32_t magnitude, uint32_t signBits) {
 }
 
 // Value by value: linbits behind a 15, then the sign of a non-zero value. The window holds no promise when
-// this begins and, for a BitWindow, a full refill when it ends.
+// this begins and, for a BoundedWindow, a full refill when it ends.
 template <class Window>
 inline void escapePair(Window& window, uint32_t entry, int32_t linBits, int32_t* dst) {
   window.drop(static_cast<int32_t>(entry & 63));
@@ -148,10 +148,10 @@ struct Count1End {
 };
 
 // Quadruples while a whole one fits below line 576 and a bit is left. bitsLeft is what the window has left.
-inline Count1End decodeQuads(BitWindow window, const QuadLookup& lookup, int32_t* dst, int32_t line,
+inline Count1End decodeQuads(BoundedWindow window, const QuadLookup& lookup, int32_t* dst, int32_t line,
                              int32_t bitsLeft) {
   constexpr int32_t kLongest = 10;
-  constexpr int32_t kBatch = BitWindow::kBitsPerRefill / kLongest;
+  constexpr int32_t kBatch = BoundedWindow::kBitsPerRefill / kLongest;
   const auto quad = [&](int32_t* out) {
     const uint64_t bits = window.bits();
     const QuadEntry entry = lookup[bits >> (64 - kQuadIndexBits)];

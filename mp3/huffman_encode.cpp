@@ -29,7 +29,7 @@ moxStatus encodeRegion(BitSink& sink, int32_t table, const int32_t* src, int32_t
   MOX_REQUIRE(inRange(table, 0, 31), moxStatusMp3SideInfoErr);
   if (table == 0) return moxStatusOk;
   const PairTable& pairs = kPairTables[table];
-  const uint32_t largest = largestMagnitude(src, len);
+  const uint32_t largest = largestLine(src, len);
   if (pairs.codes == nullptr) return largest == 0 ? moxStatusOk : moxStatusMp3SideInfoErr;
   MOX_REQUIRE(largest <= largestCodable(pairs), moxStatusMp3SideInfoErr);
   if (pairs.linBits == 0)
@@ -50,7 +50,7 @@ moxStatus encodeSpectrum(BitSink& sink, const int32_t* src, const MoxMp3SideInfo
     if (status != moxStatusOk) return status;
   }
   const int32_t* const quads = src + regions.start[3];
-  MOX_REQUIRE(largestMagnitude(quads, count1Len) <= 1, moxStatusMp3SideInfoErr);
+  MOX_REQUIRE(largestLine(quads, count1Len) <= 1, moxStatusMp3SideInfoErr);
   encodeQuads(sink, record.cnt1TabSel == 0 ? kQuadCodesA : kQuadCodesB, quads, count1Len);
   return moxStatusOk;
 }

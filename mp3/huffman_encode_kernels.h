@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/big_endian.h"
 #include "mp3/huffman_codes.h"
 
 namespace moxac {
@@ -25,8 +26,7 @@ class BitSink {
     held_ += n;
     if (held_ < 32) return;
     held_ -= 32;
-    const uint32_t word = __builtin_bswap32(static_cast<uint32_t>(bits_ >> held_));
-    std::memcpy(p_, &word, sizeof word);
+    storeBigEndian32(p_, static_cast<uint32_t>(bits_ >> held_));
     p_ += 4;
     stored_ += 32;
   }
@@ -70,7 +70,7 @@ inline uint32_t magnitude(int32_t value) {
   return value < 0 ? 0u - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
 }
 
-inline uint32_t largestMagnitude(const int32_t* src, int32_t len) {
+inline uint32_t largestLine(const int32_t* src, int32_t len) {
   uint32_t largest = 0;
   for (int32_t i = 0; i < len; ++i) largest = std::max(largest, magnitude(src[i]));
   return largest;
@@ -91,7 +91,7 @@ inline uint32_t appendSign(uint32_t bits, int32_t value, int32_t& n) {
 inline void encodePairs(BitSink& sink, const PairTable& table, const int32_t* src, int32_t len) {
   for (int32_t i = 0; i < len; i += 2) {
     const int32_t x = src[i], y = src[i + 1];
-    const HuffmanCode code = table.codes[magnitude(x) * static_cast<uint32_t>(table.width) + magnitude(y)];
+    const Layer3Code code = table.codes[magnitude(x) * static_cast<uint32_t>(table.width) + magnitude(y)];
     int32_t n = code.length;
     uint32_t bits = appendSign(code.code, x, n);
     bits = appendSign(bits, y, n);
@@ -110,7 +110,7 @@ inline void encodeEscapePairs(BitSink& sink, const PairTable& table, const int32
   };
   for (int32_t i = 0; i < len; i += 2) {
     const int32_t x = src[i], y = src[i + 1];
-    const HuffmanCode code = table.codes[std::min(magnitude(x), 15u) * 16 + std::min(magnitude(y), 15u)];
+    const Layer3Code code = table.codes[std::min(magnitude(x), 15u) * 16 + std::min(magnitude(y), 15u)];
     int32_t n = code.length;
     const uint32_t withX = appendValue(code.code, x, n);  // 17 + 13 + 1 bits at most
     sink.put(withX, n);
@@ -121,7 +121,7 @@ inline void encodeEscapePairs(BitSink& sink, const PairTable& table, const int32
 }
 
 // len a multiple of 4, magnitudes 0 or 1
-inline void encodeQuads(BitSink& sink, const HuffmanCode* codes, const int32_t* src, int32_t len) {
+inline void encodeQuads(BitSink& sink, const Layer3Code* codes, const int32_t* src, int32_t len) {
   for (int32_t i = 0; i < len; i += 4) {
     uint32_t index = 0;
     for (int32_t j = 0; j < 4; ++j) index = 2 * index + magnitude(src[i + j]);

@@ -19,7 +19,7 @@ struct WholePair {
 };
 
 template <size_t N>
-constexpr WholePair wholePair(const HuffmanCode (&codes)[N], int32_t width, uint32_t window,
+constexpr WholePair wholePair(const Layer3Code (&codes)[N], int32_t width, uint32_t window,
                               int32_t available) {
   for (int32_t i = 0; i < static_cast<int32_t>(N); ++i) {
     const int32_t x = i / width, y = i % width;
@@ -34,7 +34,7 @@ constexpr WholePair wholePair(const HuffmanCode (&codes)[N], int32_t width, uint
 }
 
 template <size_t N>
-constexpr std::array<SmallEntry, 1 << kSmallIndexBits> smallEntries(const HuffmanCode (&codes)[N],
+constexpr std::array<SmallEntry, 1 << kSmallIndexBits> smallEntries(const Layer3Code (&codes)[N],
                                                                     int32_t width) {
   std::array<SmallEntry, 1 << kSmallIndexBits> entries{};
   for (uint32_t window = 0; window < entries.size(); ++window) {
@@ -53,9 +53,9 @@ constexpr uint32_t kPairPrimary = 1u << kPairIndexBits;
 
 // Bits beyond the first look-up that the longest code under each prefix needs.
 template <size_t N>
-constexpr std::array<uint32_t, kPairPrimary> linkWidths(const HuffmanCode (&codes)[N]) {
+constexpr std::array<uint32_t, kPairPrimary> linkWidths(const Layer3Code (&codes)[N]) {
   std::array<uint32_t, kPairPrimary> widths{};
-  for (const HuffmanCode& c : codes) {
+  for (const Layer3Code& c : codes) {
     if (c.length <= kPairIndexBits) continue;
     const uint32_t beyond = c.length - uint32_t{kPairIndexBits};
     uint32_t& width = widths[c.code >> beyond];
@@ -65,7 +65,7 @@ constexpr std::array<uint32_t, kPairPrimary> linkWidths(const HuffmanCode (&code
 }
 
 template <size_t N>
-constexpr size_t pairEntryCount(const HuffmanCode (&codes)[N]) {
+constexpr size_t pairEntryCount(const Layer3Code (&codes)[N]) {
   size_t count = kPairPrimary;
   for (const uint32_t width : linkWidths(codes)) count += width != 0 ? size_t{1} << width : 0;
   return count;
@@ -73,7 +73,7 @@ constexpr size_t pairEntryCount(const HuffmanCode (&codes)[N]) {
 
 // escapes: a value 15 is followed by linbits.
 template <size_t Count, size_t N>
-constexpr std::array<uint16_t, Count> pairEntries(const HuffmanCode (&codes)[N], uint32_t width,
+constexpr std::array<uint16_t, Count> pairEntries(const Layer3Code (&codes)[N], uint32_t width,
                                                   bool escapes) {
   std::array<uint16_t, Count> entries{};
   const auto widths = linkWidths(codes);
@@ -121,7 +121,7 @@ constexpr SignedPairs signedPairs() {
   return pairs;
 }
 
-constexpr QuadLookup quadEntries(const HuffmanCode (&codes)[16]) {
+constexpr QuadLookup quadEntries(const Layer3Code (&codes)[16]) {
   QuadLookup entries{};
   for (uint32_t i = 0; i < 16; ++i) {
     const uint32_t length = codes[i].length, spare = kQuadIndexBits - length;

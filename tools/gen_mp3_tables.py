@@ -108,12 +108,12 @@ def huffman_code_tables():
     for t in sorted({r["table"] for r in pairs}, key=int):
         codes = huffman_codes([r for r in pairs if r["table"] == t],
                               lambda r: int(r["x"]) * width[t] + int(r["y"]))
-        body += f"inline constexpr HuffmanCode kPairCodes{t}[{width[t] ** 2}] = {{\n{codes}\n}};\n\n"
+        body += f"inline constexpr Layer3Code kPairCodes{t}[{width[t] ** 2}] = {{\n{codes}\n}};\n\n"
     quads = rows("mp3_huffman_quads.csv")
     for t in ("A", "B"):
         codes = huffman_codes([r for r in quads if r["table"] == t],
                               lambda r: int("".join(r[k] for k in "vwxy"), 2))
-        body += f"inline constexpr HuffmanCode kQuadCodes{t}[16] = {{\n{codes}\n}};\n\n"
+        body += f"inline constexpr Layer3Code kQuadCodes{t}[16] = {{\n{codes}\n}};\n\n"
     uses = [braced(["nullptr" if r["codes_of"] == "none" else "kPairCodes" + r["codes_of"], r["width"], r["linbits"]])
             for r in tables]
     body += f"inline constexpr PairTable kPairTables[32] = {{\n{lines(uses)}\n}};\n// clang-format on\n"

@@ -3,7 +3,8 @@
 
 #include <bit>
 #include <cstdint>
-#include <cstring>
+
+#include "frame/big_endian.h"
 
 namespace moxac {
 
@@ -19,26 +20,14 @@ constexpr int32_t kAheadBits = 63 + 64;
 // Bits that a window of Reach::ahead holds at least after refill().
 constexpr int32_t kRefilledBits = 56;
 
-inline uint32_t loadBigEndian32(const uint8_t* aligned) {
-  uint32_t word;
-  std::memcpy(&word, __builtin_assume_aligned(aligned, 4), sizeof word);
-  return __builtin_bswap32(word);
-}
-
-inline uint64_t loadBigEndian64(const uint8_t* bytes) {
-  uint64_t word;
-  std::memcpy(&word, bytes, sizeof word);
-  return __builtin_bswap64(word);
-}
-
 inline uintptr_t bytesPastWord(const uint8_t* p) { return reinterpret_cast<uintptr_t>(p) % 4; }
 
 // Refills are either asked for with need(), which looks at what is left, or made for several reads at once
 // with refill(), which those reads then rely on with expect().
 template <Reach kReach>
-class BitWindow {
+class StreamWindow {
  public:
-  BitWindow(const uint8_t* p, int32_t bitOffset) {
+  StreamWindow(const uint8_t* p, int32_t bitOffset) {
     if constexpr (kReach == Reach::exact) {
       const auto skipped = static_cast<int32_t>(8 * bytesPastWord(p)) + bitOffset;  // 0..31
       next_ = p - bytesPastWord(p);

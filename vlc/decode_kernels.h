@@ -247,7 +247,7 @@ int32_t decodeItems(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* d
 
   if (left > kAheadBits) {
     const int32_t perRefill = kRefilledBits / convention.itemBits(tables.maxCodeLength());
-    BitWindow<Reach::ahead> window(*ppBitStream, *pBitOffset);
+    StreamWindow<Reach::ahead> window(*ppBitStream, *pBitOffset);
     while (decoded && left > kAheadBits) {
       window.refill();
       for (int32_t i = 0; i < perRefill; ++i) {
@@ -261,7 +261,7 @@ int32_t decodeItems(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* d
     window.store(ppBitStream, pBitOffset);
   }
   if (decoded) {
-    BitWindow<Reach::exact> window(*ppBitStream, *pBitOffset);
+    StreamWindow<Reach::exact> window(*ppBitStream, *pBitOffset);
     for (; left > 0 && convention.decode(window, tables, dst); --left) dst += values;
     window.store(ppBitStream, pBitOffset);
   }

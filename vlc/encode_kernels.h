@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/big_endian.h"
 #include "vlc/bit_window.h"
 #include "vlc/encode_spec.h"
 #include "vlc/escape_conventions.h"
@@ -30,7 +31,7 @@ class WordWriter {
     bits_ |= uint64_t{field} << (64 - used_ - n);
     used_ += n;
     if (used_ < 32) return;
-    storeWord(static_cast<uint32_t>(bits_ >> 32));
+    storeBigEndian32(word_, static_cast<uint32_t>(bits_ >> 32));
     word_ += 4;
     bits_ <<= 32;
     used_ -= 32;
@@ -41,18 +42,13 @@ class WordWriter {
   void store(uint8_t** ppBitStream, int32_t* pBitOffset) {
     if (used_ > 0) {
       const uint32_t rest = itemWord_ == word_ ? ~0u : loadBigEndian32(word_);
-      storeWord(static_cast<uint32_t>(bits_ >> 32) | (rest & lowBits(32 - used_)));
+      storeBigEndian32(word_, static_cast<uint32_t>(bits_ >> 32) | (rest & lowBits(32 - used_)));
     }
     *ppBitStream = word_ + used_ / 8;
     *pBitOffset = used_ % 8;
   }
 
  private:
-  void storeWord(uint32_t word) {
-    word = __builtin_bswap32(word);
-    std::memcpy(__builtin_assume_aligned(word_, 4), &word, sizeof word);
-  }
-
   uint64_t bits_ = 0;  // zeros below the used ones
   int32_t used_;       // 0..31
   uint8_t* word_;
