@@ -5,8 +5,9 @@ using namespace moxac;
 
 namespace {
 
-// Silence, noise and intensity bands carry no quantised values.
-constexpr bool isQuantized(uint8_t codeBook) { return codeBook != 0 && codeBook < 13; }
+// Silence, noise and intensity bands carry no quantised values; every other code book is one of values, the
+// virtual ones of book 11 (16 and up) among them.
+constexpr bool isQuantized(uint8_t codeBook) { return codeBook != 0 && !(codeBook >= 13 && codeBook <= 15); }
 
 }  // namespace
 

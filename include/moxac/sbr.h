@@ -33,7 +33,7 @@ MOXAC_EXTERN_C_BEGIN
  * call at a time; different contexts may be used at once. There is no Free: the memory stays the caller's.
  *
  * Splitting a signal into calls in any way gives the same samples to the bit. The work buffer of the filter
- * operations must not be null but is not used; temporaries (up to 16 KiB) live on the stack.
+ * operations must not be null but is not used; temporaries (up to 32 KiB) live on the stack.
  */
 
 /* The analysis banks' contexts and the synthesis banks'; each serves the one operation it was made for. */

@@ -115,7 +115,7 @@ TEST(QuantInv, ExtremesAndRefusals) {
   // A too large magnitude stops at its band; other code books pass untouched.
   for (int32_t bad : {8192, -8192, INT32_MIN}) {
     Frame f;
-    f.cb[1] = 0, f.cb[2] = 13, f.cb[3] = 14, f.cb[4] = 15, f.cb[5] = 12;
+    f.cb[0] = 16, f.cb[1] = 0, f.cb[2] = 13, f.cb[3] = 14, f.cb[4] = 15, f.cb[5] = 12;
     Block<int32_t> x(1024);
     x.fill(8);                                // 8^(4/3) = 16
     x[20] = bad;                              // group 0, band 5: lines 20..23
