@@ -63,26 +63,16 @@ TEST(QuantInv, IsThePowerLawForEveryMagnitudeAndScaleFactor) {
   static long double power[8192];
   for (int m = 0; m < 8192; ++m) power[m] = std::pow(static_cast<long double>(m), 4.0L / 3);
   Frame f = Frame::longWindow();
-  const int16_t* offset = kSwbOffsetLong[kRate];
   long double worst = 0;
   for (int32_t sf = -20; sf <= 300; ++sf) {
     std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(sf));
     const long double gain = std::exp2((sf - 100) / 4.0L + kSpectrumFracBits);
     // Ranges of magnitudes that make every class the band's: below 4, below 16, above; signs alternate.
-    for (int32_t first : {0, 3, 15}) {
-      for (int32_t m = first == 0   ? 0
-                       : first == 3 ? 4
-                                    : 16;
-           m <= (first == 0   ? 3
-                 : first == 3 ? 15
-                              : 8191);) {
+    for (const auto& [first, last] : {std::pair{0, 3}, {4, 15}, {16, 8191}}) {
+      for (int32_t m = first; m <= last;) {
         Block<int32_t> x(1024, sf & 12);
         Block<int32_t> in(1024);
-        for (int b = 0; b < 49; ++b)
-          for (int i = offset[b]; i < offset[b + 1]; ++i) {
-            const int32_t v = std::min(m++, first == 0 ? 3 : first == 3 ? 15 : 8191);
-            in[i] = x[i] = i % 2 ? -v : v;
-          }
+        for (int i = 0; i < 1024; ++i, ++m) in[i] = x[i] = i % 2 ? -std::min(m, last) : std::min(m, last);
         ASSERT_EQ(f.quantInv(x), moxStatusOk);
         for (int i = 0; i < 1024; ++i) {
           ASSERT_EQ(x[i], requantizeLine(in[i], requantizeGain(sf)));
@@ -358,6 +348,47 @@ TEST(SpectralTools, RefuseInTheDocumentedOrderAndTouchNothing) {
     EXPECT_EQ(call(r), moxStatusOk);
     EXPECT_SAME_BITS(r, wasR);
   }
+}
+
+TEST(SpectralTools, NeedEveryPointer) {
+  Frame f;
+  Block<int32_t> l(1024), r(1024);
+  for (int missing = 0; missing < 10; ++missing) {
+    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
+    const moxStatus pair = moxsDecodeMsPNS_AAC_32s(
+        at(0, l.data()), at(1, r.data()), at(2, f.ltp.data()), at(3, f.ltp.data()), at(4, f.cb.data()),
+        at(5, f.cb.data()), at(6, f.sf.data()), at(7, f.sf.data()), 3, f.ms.data(), 99, 1, at(8, kOneGroup),
+        12, 9, at(9, &f.state));
+    EXPECT_EQ(pair, moxStatusNullPointer) << missing;
+    if (missing < 6) {
+      EXPECT_EQ(moxsDecodePNS_AAC_32s(at(0, l.data()), at(1, f.ltp.data()), at(2, f.cb.data()),
+                                      at(3, f.sf.data()), 99, 1, at(4, kOneGroup), 12, 9, at(5, &f.state)),
+                moxStatusNullPointer);
+    }
+    if (missing < 5) {
+      EXPECT_EQ(moxsDecodeIsStereo_AAC_32s(at(0, l.data()), at(1, r.data()), at(2, f.sf.data()),
+                                           at(3, f.cb.data()), 0, at(4, kOneGroup), 99, 12, 9),
+                moxStatusNullPointer);
+    }
+    if (missing < 4) {
+      EXPECT_EQ(moxsQuantInv_AAC_32s_I(at(0, l.data()), at(1, f.sf.data()), 0, at(2, kOneGroup), 99,
+                                       at(3, f.cb.data()), 12, 9),
+                moxStatusNullPointer);
+      EXPECT_EQ(moxsDecodeMsStereo_AAC_32s_I(at(0, l.data()), at(1, r.data()), 2, nullptr, at(2, f.cb.data()),
+                                             0, at(3, kOneGroup), 99, 12, 9),
+                moxStatusNullPointer);
+    }
+  }
+  // Flags of prediction are wanted for one group only, those of M/S for mask 1 only.
+  const auto pairWithout = [&](int32_t* ltp, int32_t mask, int32_t groups) {
+    return moxsDecodeMsPNS_AAC_32s(l, r, ltp, ltp, f.cb.data(), f.cb.data(), f.sf.data(), f.sf.data(), mask,
+                                   nullptr, 14, groups, kGroups, kRate, 128, &f.state);
+  };
+  EXPECT_EQ(pairWithout(nullptr, 2, 3), moxStatusOk);
+  EXPECT_EQ(pairWithout(nullptr, 1, 3), moxStatusNullPointer);
+  EXPECT_EQ(pairWithout(nullptr, 0, 1), moxStatusNullPointer);
+  EXPECT_EQ(moxsDecodePNS_AAC_32s(l, nullptr, f.cb.data(), f.sf.data(), 14, 3, kGroups, kRate, 128, &f.state),
+            moxStatusOk);
 }
 
 }  // namespace

@@ -47,25 +47,28 @@ inline void putGrouping(BitWriter& out, int32_t& grouping, int32_t& groups, int3
 }
 
 // maxOrder above the limit of the window kind makes some filters fail; returns false after the first of them.
-inline bool putTnsData(BitWriter& out, bool isShort, int32_t maxOrder, int32_t* nFilt, int32_t* coefRes,
-                       int32_t* length, int32_t* order, int32_t* direction, int8_t* coef) {
+inline bool putTns(BitWriter& out, bool isShort, int32_t maxOrder, MoxAacTnsInfo& tns) {
+  put(out, 1, tns.tnsDataPresent);
+  if (tns.tnsDataPresent == 0) return true;
   int32_t filter = 0, directed = 0;
+  int8_t* coef = tns.coef;
   for (int32_t w = 0; w < (isShort ? 8 : 1); ++w) {
-    put(out, isShort ? 1 : 2, nFilt[w]);
-    if (nFilt[w] == 0) continue;
+    put(out, isShort ? 1 : 2, tns.nFilt[w]);
+    if (tns.nFilt[w] == 0) continue;
     const uint32_t res = draw(1);
     out.put(res, 1);
-    coefRes[w] = static_cast<int32_t>(res) + 3;
-    for (int32_t f = 0; f < nFilt[w]; ++f, ++filter) {
-      put(out, isShort ? 4 : 6, length[filter]);
-      putValue(out, isShort ? 3 : 5, drawBelow(maxOrder + 1), order[filter]);
-      if (order[filter] > 12) return false;
-      if (order[filter] == 0) continue;
-      put(out, 1, direction[directed++]);
+    tns.coefRes[w] = static_cast<int32_t>(res) + 3;
+    for (int32_t f = 0; f < tns.nFilt[w]; ++f, ++filter) {
+      put(out, isShort ? 4 : 6, tns.length[filter]);
+      const int32_t order = drawBelow(maxOrder + 1);
+      putValue(out, isShort ? 3 : 5, order, tns.order[filter]);
+      if (order > 12) return false;
+      if (order == 0) continue;
+      put(out, 1, tns.direction[directed++]);
       const uint32_t compress = draw(1);
       out.put(compress, 1);
-      const int32_t width = coefRes[w] - static_cast<int32_t>(compress);
-      for (int32_t i = 0; i < order[filter]; ++i) {
+      const int32_t width = tns.coefRes[w] - static_cast<int32_t>(compress);
+      for (int32_t i = 0; i < order; ++i) {
         const uint32_t code = draw(width);
         out.put(code, width);
         *coef++ = static_cast<int8_t>(code < (1u << (width - 1)) ? static_cast<int32_t>(code)
@@ -74,11 +77,6 @@ inline bool putTnsData(BitWriter& out, bool isShort, int32_t maxOrder, int32_t* 
     }
   }
   return true;
-}
-inline bool putTns(BitWriter& out, bool isShort, int32_t maxOrder, MoxAacTnsInfo& tns) {
-  put(out, 1, tns.tnsDataPresent);
-  return tns.tnsDataPresent == 0 || putTnsData(out, isShort, maxOrder, tns.nFilt, tns.coefRes, tns.length,
-                                               tns.order, tns.direction, tns.coef);
 }
 
 inline void putLtp(BitWriter& out, bool isShort, int32_t maxSfb, MoxAacLtpInfo& ltp) {

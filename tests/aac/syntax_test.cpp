@@ -11,37 +11,17 @@ using namespace moxtest;
 
 constexpr int kRounds = 2000;
 
-TEST(ChanPair, PlainVariant) {
-  for (int round = 0; round < kRounds; ++round) {
-    auto ics = noiseRecord<MoxAacIcsInfo>(), wantIcs = ics;
-    auto pair = noiseRecord<MoxAacChanPairElt>(), wantPair = pair;
-    IcsOptions options{.predSfbMax = drawBelow(42)};
-    BitWriter out(round % 8);
-    put(out, 1, wantPair.commonWindow);
-    if (wantPair.commonWindow != 0) {
-      putIcsInfo(out, options, wantIcs);
-      put(out, 2, wantPair.msMaskPresent);
-      if (wantPair.msMaskPresent == 1)
-        putMask(out, wantIcs.numWindowGroups, 0, wantIcs.maxSfb, wantPair.msUsed[0]);
-    }
-    out.lay();
-    ASSERT_EQ(moxsDecodeChanPairElt_AAC(&out.stream, &out.offset, &ics, &pair, options.predSfbMax),
-              moxStatusOk);
-    ASSERT_TRUE(same(ics, wantIcs));
-    ASSERT_TRUE(same(pair, wantPair));
-    ASSERT_EQ(out.consumed(), out.size());
-  }
-}
-
-TEST(ChanPair, Mpeg4VariantTakesPredictionOrTheLongTermDataOfBothChannels) {
-  for (int round = 0; round < kRounds; ++round) {
+TEST(ChanPair, PredictionOrInMpeg4TheLongTermDataOfBothChannels) {
+  for (int round = 0; round < 2 * kRounds; ++round) {
     auto ics = noiseRecord<MoxAacIcsInfo>(), wantIcs = ics;
     auto pair = noiseRecord<MoxAacChanPairElt>(), wantPair = pair;
     auto holder = noiseRecord<MoxAacMainHeader>(), wantHolder = holder;
+    const bool mpeg4 = round % 16 < 8;
     const int32_t objectType = drawBelow(6);
-    IcsOptions options{.predSfbMax = drawBelow(42), .ltpHolder = objectType == 1 ? nullptr : &wantHolder};
+    IcsOptions options{.predSfbMax = drawBelow(42),
+                       .ltpHolder = mpeg4 && objectType != 1 ? &wantHolder : nullptr};
     BitWriter out(round % 8);
-    wantHolder.ltp[0].ltpDataPresent = wantHolder.ltp[1].ltpDataPresent = 0;
+    if (mpeg4) wantHolder.ltp[0].ltpDataPresent = wantHolder.ltp[1].ltpDataPresent = 0;
     put(out, 1, wantPair.commonWindow);
     if (wantPair.commonWindow != 0) {
       putIcsInfo(out, options, wantIcs);
@@ -50,8 +30,10 @@ TEST(ChanPair, Mpeg4VariantTakesPredictionOrTheLongTermDataOfBothChannels) {
         putMask(out, wantIcs.numWindowGroups, 0, wantIcs.maxSfb, wantPair.msUsed[0]);
     }
     out.lay();
-    ASSERT_EQ(moxsDecodeChanPairElt_MP4_AAC(&out.stream, &out.offset, &ics, &pair, &holder,
-                                            options.predSfbMax, objectType),
+    const int32_t bands = options.predSfbMax;
+    ASSERT_EQ(mpeg4 ? moxsDecodeChanPairElt_MP4_AAC(&out.stream, &out.offset, &ics, &pair, &holder, bands,
+                                                    objectType)
+                    : moxsDecodeChanPairElt_AAC(&out.stream, &out.offset, &ics, &pair, bands),
               moxStatusOk);
     ASSERT_TRUE(same(ics, wantIcs));
     ASSERT_TRUE(same(pair, wantPair));
@@ -240,16 +222,16 @@ TEST(AacSyntax, RefusalsInOrder) {
   refusals([&](auto pp, auto po) { return moxsDecodeMainHeader_AAC(pp, po, &header, 3, 2); });
   refusals([&](auto pp, auto po) { return moxsDecodeExtensionHeader_AAC(pp, po, &ext, 2, 2, 2, 99, 99, 9); });
 
-  EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, nullptr, &pair, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, &ics, nullptr, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, nullptr, &pair, &header, 0, 1), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, &ics, nullptr, &header, 0, 1), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, &ics, &pair, nullptr, 0, 1), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeDatStrElt_AAC(&p, &k, nullptr, &count, bytes), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeDatStrElt_AAC(&p, &k, &tag, nullptr, bytes), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeDatStrElt_AAC(&p, &k, &tag, &count, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeFillElt_AAC(&p, &k, nullptr, bytes), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeFillElt_AAC(&p, &k, &count, nullptr), moxStatusNullPointer);
+  for (int missing = 0; missing < 3; ++missing) {
+    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
+    EXPECT_EQ(moxsDecodeDatStrElt_AAC(&p, &k, at(0, &tag), at(1, &count), at(2, bytes)),
+              moxStatusNullPointer);
+    EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, at(0, &ics), at(1, &pair), at(2, &header), 99, 1),
+              moxStatusNullPointer);
+    if (missing == 2) continue;
+    EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, at(0, &ics), at(1, &pair), 99), moxStatusNullPointer);
+    EXPECT_EQ(moxsDecodeFillElt_AAC(&p, &k, at(0, &count), at(1, bytes)), moxStatusNullPointer);
+  }
   EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &k, nullptr, 1, 0), moxStatusNullPointer);
   EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, nullptr, 0, 0, 0, 0, 0, 0), moxStatusNullPointer);
 

@@ -171,7 +171,13 @@ TEST(Tns, RefusesInTheDocumentedOrder) {
   EXPECT_EQ(t.encode(x), moxStatusAacTnsModeError);
   t.windowLen = 512;
   EXPECT_EQ(t.encode(x), moxStatusAacWinLenError);
-  EXPECT_EQ(t.encode(nullptr), moxStatusNullPointer);
+  for (int missing = 0; missing < 7; ++missing) {
+    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
+    for (auto* op : {moxsDecodeTNS_AAC_32s_I, moxsEncodeTNS_AAC_32s_I})
+      EXPECT_EQ(op(at(0, x.data()), at(1, t.numFilt), at(2, t.length), at(3, t.order), at(4, t.coefRes),
+                   at(5, t.coef), at(6, t.direction), 99, 0, 12, 512),
+                moxStatusNullPointer);
+  }
   EXPECT_SAME_BITS(x, before);
 
   // Filters ahead of a bad one stay applied; order 0 needs neither resolution nor direction.
