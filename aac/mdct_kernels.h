@@ -110,16 +110,18 @@ inline int32_t toTime(float v) {
   return static_cast<int32_t>(std::lrint(std::clamp(v, -kTimeLimit, kTimeLimit)));
 }
 
-// Rounded to the integer above a tie, and saturated.
+// Rounded to the integer above a tie, and saturated. Halving last: half a unit more would leave 32 bits.
 inline int16_t toPcm(int32_t time) {
-  const int32_t rounded = (time + (1 << (kTimeFracBits - 1))) >> kTimeFracBits;
+  const int32_t rounded = ((time >> (kTimeFracBits - 1)) + 1) >> 1;
   return static_cast<int16_t>(std::clamp(rounded, -32768, 32767));
 }
 
 // time := overlap + first half; overlap := second half; pcm := time rounded, `stride` samples apart.
 inline void overlapAdd(const float* samples, int32_t* overlap, int32_t* time, int16_t* pcm, int32_t stride) {
   const f32x8 limit = splat8(kTimeLimit), lowLimit = splat8(-kTimeLimit);
-  const i32x4 half = splatInt4(1 << (kTimeFracBits - 1));
+  const auto toUnits = [](i32x4 v) {  // as toPcm
+    return _mm_srai_epi32(_mm_add_epi32(_mm_srai_epi32(v, kTimeFracBits - 1), splatInt4(1)), 1);
+  };
   const auto load = [&](const float* p, i32x4& low, i32x4& high) {
     roundToInt8(minOf(maxOf(load8(p), lowLimit), limit), low, high);
   };
@@ -133,8 +135,7 @@ inline void overlapAdd(const float* samples, int32_t* overlap, int32_t* time, in
     storeInt4(overlap + n + 4, nextHigh);
     storeInt4(time + n, low);
     storeInt4(time + n + 4, high);
-    const i32x4 rounded = _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(low, half), kTimeFracBits),
-                                          _mm_srai_epi32(_mm_add_epi32(high, half), kTimeFracBits));
+    const i32x4 rounded = _mm_packs_epi32(toUnits(low), toUnits(high));
     if (stride == 1) {
       _mm_storeu_si128(reinterpret_cast<i32x4*>(pcm + n), rounded);
     } else {
