@@ -5,22 +5,22 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
+#include "fuzz/fuzz_input.h"
 #include "moxac/vlc.h"
 
 namespace moxac {
 
 class VlcFuzz {
  public:
-  VlcFuzz(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+  VlcFuzz(const uint8_t* data, size_t size) : in_(data, size) {}
 
   void run() {
-    readTable(byte() % 2 == 0);
+    readTable(in_.below(2) == 0);
     const auto widths = static_cast<int32_t>(widths_.size());
-    const int32_t tupleSize = byte() % 5, valueBits = byte() % 14;
+    const int32_t tupleSize = in_.below(5), valueBits = in_.below(14);
     int32_t size = 0, tupleBytes = 0;
     if (moxsVLCDecodeGetSize_32s(table_.data(), rows(), widths_.data(), widths, &size) == moxStatusOk &&
         size < kLargestSpec) {
@@ -46,37 +46,28 @@ class VlcFuzz {
   static constexpr int32_t kLargestSpec = 1 << 20;
   static constexpr int32_t kMostValues = 512;
 
-  uint8_t byte() {
-    if (size_ == 0) return 0;
-    --size_;
-    return *data_++;
-  }
-  int32_t word() {
-    uint32_t w = 0;
-    for (int32_t i = 0; i < 4; ++i) w = w << 8 | byte();
-    return static_cast<int32_t>(w);
-  }
   int32_t rows() const { return static_cast<int32_t>(table_.size() / 3); }
 
   // Rows as they come, or the leaves of a tree that the bytes split.
   void readTable(bool prefixFree) {
-    const int32_t n = 2 + byte() % 100;
+    const int32_t n = 2 + in_.below(100);
     if (!prefixFree) {
-      for (int32_t i = 0; i < n; ++i) table_.insert(table_.end(), {word(), word(), byte() % 34});
+      for (int32_t i = 0; i < n; ++i)
+        table_.insert(table_.end(), {in_.record<int32_t>(), in_.record<int32_t>(), in_.below(34)});
     } else {
       table_ = {0, 0, 1, 1, 1, 1};
       while (rows() < n) {
-        const auto leaf = static_cast<size_t>(byte() % rows()) * 3;
+        const auto leaf = static_cast<size_t>(in_.below(rows())) * 3;
         if (table_[leaf + 2] == 32) break;
         const auto code = static_cast<uint32_t>(table_[leaf + 1]) << 1;
         const int32_t length = ++table_[leaf + 2];
         table_[leaf + 1] = static_cast<int32_t>(code);
-        table_.insert(table_.end(), {rows() * (byte() % 8), static_cast<int32_t>(code | 1), length});
+        table_.insert(table_.end(), {rows() * in_.below(8), static_cast<int32_t>(code | 1), length});
       }
-      if (byte() % 2 == 0) table_.resize(table_.size() - 3);  // an incomplete code
+      if (in_.below(2) == 0) table_.resize(table_.size() - 3);  // an incomplete code
     }
     for (int32_t sum = 0; sum < 32;) {
-      widths_.push_back(byte() % 10);
+      widths_.push_back(in_.below(10));
       sum += std::max(1, widths_.back());
     }
   }
@@ -84,7 +75,7 @@ class VlcFuzz {
   // The bytes that are left, in words enough for kMostValues items of at most 32 + 2 * (12 + 1 + 16) bits.
   std::vector<uint32_t> stream() {
     std::vector<uint32_t> words(static_cast<size_t>(kMostValues) * 5);
-    std::memcpy(words.data(), data_, std::min(size_, words.size() * 4));
+    std::memcpy(words.data(), FuzzInput(in_).bytes(words.size() * 4).data(), words.size() * 4);
     return words;
   }
 
@@ -95,14 +86,13 @@ class VlcFuzz {
     int32_t offset = len % 8;
     values_.assign(static_cast<size_t>(len), 0);
     status_ = decode(&at, &offset, values_.data());
-    if (status_ != moxStatusOk && status_ != moxStatusVlcError) std::abort();
-    if (at < reinterpret_cast<const uint8_t*>(words.data()) || at > end || offset < 0 || offset > 7)
-      std::abort();
+    require(status_ == moxStatusOk || status_ == moxStatusVlcError);
+    require(at >= reinterpret_cast<const uint8_t*>(words.data()) && at <= end && offset >= 0 && offset <= 7);
   }
 
   void decodePlain(const MoxVlcDecodeSpec* spec) {
     const auto words = stream();
-    const int32_t len = 1 + byte() % 2 * (kMostValues - 256) + byte();
+    const int32_t len = 1 + in_.below(2) * (kMostValues - 256) + in_.below(256);
     check(words, len,
           [&](auto p, auto k, auto dst) { return moxsVLCDecodeBlock_1u16s(p, k, dst, len, spec); });
     const std::vector<int16_t> block = values_;
@@ -113,7 +103,7 @@ class VlcFuzz {
         status = moxsVLCDecodeOne_1u16s(p, k, dst + i, spec);
       return status;
     });
-    if (block != values_ || blockStatus != status_) std::abort();
+    require(block == values_ && blockStatus == status_);
     if (status_ == moxStatusOk) encode();
   }
 
@@ -123,18 +113,18 @@ class VlcFuzz {
     if (moxsVLCEncodeGetSize_32s(table_.data(), rows(), &size) != moxStatusOk || size >= kLargestSpec) return;
     std::vector<uint8_t> memory(static_cast<size_t>(size));
     auto* const spec = reinterpret_cast<MoxVlcEncodeSpec*>(memory.data());
-    if (moxsVLCEncodeInit_32s(table_.data(), rows(), spec) != moxStatusOk) std::abort();
+    require(moxsVLCEncodeInit_32s(table_.data(), rows(), spec) == moxStatusOk);
     const auto len = static_cast<int32_t>(values_.size());
     if (moxsVLCCountBits_16s32s(values_.data(), len, &bits, spec) != moxStatusOk) return;
     std::vector<uint32_t> out((static_cast<size_t>(bits) + 5 + 31) / 32);
     auto* at = reinterpret_cast<uint8_t*>(out.data());
-    if (moxsVLCEncodeBlock_16s1u(values_.data(), len, &at, &offset, spec) != moxStatusOk) std::abort();
-    if (8 * (at - reinterpret_cast<uint8_t*>(out.data())) + offset != bits + 5) std::abort();
+    require(moxsVLCEncodeBlock_16s1u(values_.data(), len, &at, &offset, spec) == moxStatusOk);
+    require(8 * (at - reinterpret_cast<uint8_t*>(out.data())) + offset == bits + 5);
   }
 
   void decodeEscapes(const MoxVlcDecodeSpec* spec) {
     const auto words = stream();
-    const int32_t linBits = byte() % 14, len = 2 + 2 * byte();
+    const int32_t linBits = in_.below(14), len = 2 + 2 * in_.below(256);
     check(words, len,
           [&](auto p, auto k, auto dst) { return moxsVLCDecodeEscBlock_AAC_1u16s(p, k, dst, len, spec); });
     check(words, len, [&](auto p, auto k, auto dst) {
@@ -144,7 +134,7 @@ class VlcFuzz {
 
   void decodeTuples(const MoxVlcDecodeSpec* spec, int32_t tupleSize) {
     const auto words = stream();
-    const int32_t linBits = byte() % 14, len = tupleSize * (1 + byte() % (kMostValues / tupleSize));
+    const int32_t linBits = in_.below(14), len = tupleSize * (1 + in_.below(kMostValues / tupleSize));
     check(words, len,
           [&](auto p, auto k, auto dst) { return moxsVLCDecodeUTupleBlock_1u16s(p, k, dst, len, spec); });
     check(words, len, [&](auto p, auto k, auto dst) {
@@ -155,8 +145,7 @@ class VlcFuzz {
     });
   }
 
-  const uint8_t* data_;
-  size_t size_;
+  FuzzInput in_;
   std::vector<int32_t> table_, widths_;
   std::vector<int16_t> values_;
   moxStatus status_ = moxStatusOk;

@@ -21,9 +21,8 @@ struct alignas(8) SmallEntry {
 // The other tables: one pair per look-up of 10 bits, without its sign bits, in 16 bits each.
 //   leaf    x:4 y:4 0:1 -:1 total:6        total = bits of the code and its signs
 //   escape  x:4 y:4 1:1 0:1 length:6       x or y is 15 and linbits follow; length = bits of the code
-//   link    offset:8 1:1 1:1 offset:2 width:4  a longer code: `width` more bits index the entries that start
-//   at
-//                                          `offset` behind the first look-up
+//   link    offset:8 1:1 1:1 offset:2 width:4
+//           a longer code: `width` more bits index the entries that start `offset` behind the first look-up
 constexpr int32_t kPairIndexBits = 10;
 constexpr uint32_t kEntryIsNoLeaf = 0x80;
 constexpr uint32_t kEntryIsLink = 0x40;

@@ -5,6 +5,9 @@
  * a moxsHuffmanDecode form. Frame synchronisation, frame lengths, the bit reservoir and CRC checks are the
  * caller's. MPEG-1 is ISO/IEC 11172-3, MPEG-2 (lower sampling frequencies) ISO/IEC 13818-3; the unofficial
  * extension to still lower rates is not recognised: its header parses as MPEG-2.
+ *
+ * Nothing is kept between calls but in the caller's records and buffers: any number of threads may call any of
+ * these operations, on data of their own.
  */
 #ifndef MOXAC_MP3_H
 #define MOXAC_MP3_H
@@ -151,8 +154,8 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * pSfbTableLong     6 rows of 23 long-band starts, the last 576; row id*3 + samplingFreq: MPEG-2 at 22.05,
  *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. The first form has the standards' own.
  * pSfbTableShort    6 rows of 14 short-band starts in lines of one window
- * pMbpTable         6 rows of 2: long bands in the long part of a mixed block; short band-windows by which
- *                   region 0 reaches into its short part
+ * pMbpTable         6 rows of 2: long bands in the long part of a mixed block (0..22, the nearer end is taken
+ *                   outside); short band-windows by which region 0 reaches into its short part
  *
  * Regions. With winSwitch 0: region 1 starts at the long band reg0Cnt + 1, region 2 at reg0Cnt + reg1Cnt + 2.
  * With winSwitch 1 there are two, with tableSelect[0] and [1]; region 1 starts
@@ -171,7 +174,7 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * 0. With hufSize 0 nothing is read and all lines are 0, whatever bigVals says.
  *
  * Bytes that hold none of the hufSize bits are not touched, with one exception: whether the big values took
- * more bits than there are is looked at after all regions, so that up to 288 pairs (47 bits each at most) and
+ * more bits than there are is looked at after all regions, so that up to 288 pairs (36 bits each at most) and
  * three bytes may be read from where decoding began.
  * Any number of threads may call it, on outputs of their own.
  *

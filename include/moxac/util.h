@@ -71,8 +71,8 @@ MOXAC_API moxStatus moxsJoin_32f16s_D2L(const float* const* ppSrc, int32_t numCh
  *   pDst[i] = pSrcMant[i] * 2^(-15 - pSrcExp[i])
  *
  * The power of two is formed from float bits: 0x38000000 (2^-15) less pSrcExp[i] << 23, in 32 bits, sign bit
- * cleared. Up to exponent 111 that is the formula; at 112 the factor is 0, and from 113 on the bits wrap
- * around and give powers that the formula does not (113 gives 2^128, an infinity; 114 gives 2^127, ...).
+ * cleared. Up to exponent 111 that is the formula; at 112 the factor is 0, and from 113 on the bits wrap around
+ * and give powers that the formula does not: infinity at 113 (NaN for a mantissa of 0), 2^127 at 114, and so on.
  *
  * len  at least 1
  *
@@ -174,8 +174,8 @@ MOXAC_API moxStatus moxsPow34_32f16s(const float* pSrc, int16_t* pDst, int32_t l
  *
  *   pDst[i] = 2^((pSrc[i] - offset)/4)
  *
- * Correctly rounded to float; below 2^-149 it is 0, from 2^128 on infinite. With offset 100 these are the
- * gains of AAC scale factors (ISO/IEC 14496-3, 4.6.2.3.3).
+ * Correctly rounded to float; 2^-150 and below give 0, 2^128 and above infinity. With offset 100 these are
+ * the gains of AAC scale factors (ISO/IEC 14496-3, 4.6.2.3.3).
  *
  * len     at least 1
  * offset  any value

@@ -14,11 +14,8 @@
 namespace {
 
 using moxtest::BitString;
+using moxtest::draw;
 using moxtest::layer3Codes;
-
-int32_t draw(int32_t first, int32_t last) {
-  return std::uniform_int_distribution<int32_t>(first, last)(moxtest::noise());
-}
 
 struct Call {
   MoxMp3FrameHeader header{};

@@ -6,14 +6,20 @@
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <random>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "moxac/mp3.h"
+#include "support/block.h"
 
 namespace moxtest {
+
+inline int32_t draw(int32_t first, int32_t last) {
+  return std::uniform_int_distribution<int32_t>(first, last)(noise());
+}
 
 // Lines of a CSV file under tools/tables, the heading left out, split at commas.
 inline std::vector<std::vector<std::string>> csvRows(const std::string& name) {
