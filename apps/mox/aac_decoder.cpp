@@ -25,6 +25,12 @@ class AacDecoder final : public AudioDecoder {
         synthesis_(layout_.channels, options.floatSamples, stream_->config().objectType == kAotLtp) {
     const auto channels = static_cast<size_t>(layout_.channels);
     for (auto& spectra : spectra_) spectra.resize(channels);
+    lastSample_ = stream_->expectedBlocks() * kAacSamples;
+    if (!options.raw && stream_->delay() + stream_->padding() <= lastSample_) {
+      firstSample_ = stream_->delay();
+      padding_ = stream_->padding();
+      lastSample_ -= padding_;
+    }
     if (options.floatSamples)
       floats_.resize(kAacSamples * channels);
     else
@@ -35,7 +41,7 @@ class AacDecoder final : public AudioDecoder {
     return {kAacRates[stream_->config().rateIndex], layout_.channels,
             layout_.channels > 2 ? layout_.mask : 0};
   }
-  int64_t expectedSamples() const override { return stream_->expectedBlocks() * kAacSamples; }
+  int64_t expectedSamples() const override { return lastSample_ - firstSample_; }
   double progress() const override { return stream_->progress(); }
 
   bool decodeBlock(PcmView& block) override;
@@ -44,6 +50,8 @@ class AacDecoder final : public AudioDecoder {
 
  private:
   std::vector<AacSpectrum>& current() { return spectra_[1 - good_]; }
+  void decodeNext(AacEvent event);
+  bool trim(PcmView& block);
   bool decodeElements();
   void conceal();
   void synthesise(const std::vector<AacSpectrum>& spectra);
@@ -63,12 +71,20 @@ class AacDecoder final : public AudioDecoder {
 
   std::vector<int16_t> shorts_;
   std::vector<float> floats_;
+  int64_t firstSample_ = 0, lastSample_ = 0, padding_ = 0;  // what is delivered
   int64_t blocks_ = 0, concealed_ = 0, damaged_ = 0, coupling_ = 0, sbr_ = 0;
 };
 
 bool AacDecoder::decodeBlock(PcmView& block) {
-  const AacEvent event = stream_->next(block_);
-  if (event == AacEvent::end) return false;
+  do {
+    const AacEvent event = stream_->next(block_);
+    if (event == AacEvent::end) return false;
+    decodeNext(event);
+  } while (!trim(block));
+  return true;
+}
+
+void AacDecoder::decodeNext(AacEvent event) {
   ++blocks_;
   if (event == AacEvent::block && decodeElements()) {
     good_ = 1 - good_;
@@ -78,11 +94,24 @@ bool AacDecoder::decodeBlock(PcmView& block) {
     damaged_ += event != AacEvent::lost;
     conceal();
   }
+}
+
+// The part of the block just decoded that lies between delay and padding; false when there is none. Without padding
+// the end is where the blocks end, whatever was expected.
+bool AacDecoder::trim(PcmView& block) {
+  const int64_t position = (blocks_ - 1) * kAacSamples;
+  const int64_t from = std::clamp<int64_t>(firstSample_ - position, 0, kAacSamples);
+  const int64_t to =
+      padding_ == 0 ? kAacSamples : std::clamp<int64_t>(lastSample_ - position, 0, kAacSamples);
+  if (from >= to) return false;
+  const auto channels = static_cast<size_t>(layout_.channels);
+  const size_t offset = static_cast<size_t>(from) * channels,
+               count = static_cast<size_t>(to - from) * channels;
   block = {};
   if (options_.floatSamples)
-    block.f32 = floats_;
+    block.f32 = std::span(floats_).subspan(offset, count);
   else
-    block.s16 = shorts_;
+    block.s16 = std::span(shorts_).subspan(offset, count);
   return true;
 }
 
@@ -154,7 +183,7 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
   const AacSurvey survey = surveyAac(*stream);
   const AacConfig& config = stream->config();
   const int32_t rate = kAacRates[config.rateIndex];
-  const int64_t samples = survey.blocks * kAacSamples;
+  const int64_t samples = survey.blocks * kAacSamples - firstSample_ - padding_;
   const double seconds = static_cast<double>(samples) / rate;
   const auto minutes = static_cast<long long>(seconds / 60);
   static constexpr const char* kObjectTypes[] = {"", "Main", "LC", "SSR", "LTP"};
@@ -182,6 +211,9 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
         "note", "coupling channels in " + std::to_string(survey.couplingBlocks) + " frames are left out");
   if (survey.damaged > 0)
     lines.emplace_back("note", std::to_string(survey.damaged) + " frames cannot be parsed");
+  if (stream->delay() > 0 || stream->padding() > 0)
+    lines.emplace_back("delay, padding", std::to_string(stream->delay()) + ", " +
+                                             std::to_string(stream->padding()) + " samples");
   for (const std::string& note : stream->notes()) lines.emplace_back("note", note);
   for (const std::string& kind : tagged_.kinds) lines.emplace_back("tag", kind);
   for (const auto& [field, value] : tagged_.fields) lines.emplace_back(field, value);

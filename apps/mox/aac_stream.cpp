@@ -5,6 +5,7 @@
 
 #include "mox/aac_crc.h"
 #include "mox/failure.h"
+#include "mox/mp4_audio.h"
 
 namespace mox {
 namespace {
@@ -27,6 +28,61 @@ AacLayout layoutOf(const std::optional<MoxAacPrgCfgElt>& program) {
   std::optional<AacLayout> layout = AacLayout::ofProgram(*program);
   if (!layout) throw Failure("the AAC stream's program has no channels, or more than eight");
   return *std::move(layout);
+}
+
+struct SpecificConfig {
+  AacConfig config;
+  AacLayout layout;
+};
+
+// AudioSpecificConfig(), ISO/IEC 14496-3, 1.6.2.1. In front of the core's configuration that of spectral band
+// replication may stand.
+SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
+  constexpr int32_t kAotSbr = 5, kAotPs = 29;
+  size_t at = 0;
+  const auto bits = [&](size_t count) {
+    const auto value = (uint64_t{bigEndian(bytes, at / 8, 4)} << 32 | bigEndian(bytes, at / 8 + 4, 4))
+                       << (at % 8);
+    at += count;
+    return static_cast<int32_t>(value >> (64 - count));
+  };
+  const auto rateIndex = [&] {
+    int32_t index = bits(4);
+    if (index == 15) {
+      const auto rate = std::find(std::begin(kAacRates), std::end(kAacRates), bits(24));
+      index = static_cast<int32_t>(rate - std::begin(kAacRates));
+    }
+    return index;
+  };
+  SpecificConfig result;
+  result.config.objectType = bits(5);
+  result.config.rateIndex = rateIndex();
+  const int32_t configuration = bits(4);
+  if (result.config.objectType == kAotSbr || result.config.objectType == kAotPs) {
+    rateIndex();  // of the replicated band
+    result.config.objectType = bits(5);
+  }
+  refuseSsr(result.config);
+  if (result.config.objectType < 1 || result.config.objectType > 4)
+    throw Failure("the MP4 file holds MPEG-4 audio object type " + std::to_string(result.config.objectType) +
+                  ", which is not decoded");
+  if (result.config.rateIndex > 11) throw Failure("the AAC stream names no usable sample rate");
+  if (bits(1) != 0) throw Failure("the AAC stream has frames of 960 samples, which are not decoded");
+  if (bits(1) != 0) bits(14);  // coreCoderDelay
+  bits(1);                     // extensionFlag
+
+  std::optional<AacLayout> layout = AacLayout::ofConfiguration(configuration);
+  if (!layout) {
+    std::vector<uint8_t> padded(bytes.begin(), bytes.end());
+    padded.resize(bytes.size() + 1024);
+    const uint8_t* position = padded.data() + at / 8;
+    auto offset = static_cast<int32_t>(at % 8);
+    MoxAacPrgCfgElt program{};
+    moxsDecodePrgCfgElt_AAC(&position, &offset, &program);
+    layout = layoutOf(program);
+  }
+  result.layout = *std::move(layout);
+  return result;
 }
 
 class AdtsStream final : public AacStream {
@@ -237,9 +293,54 @@ std::unique_ptr<AacStream> openAdif(Bytes bytes) {
   return std::make_unique<AdifStream>(slice(bytes, headerBytes), header, config, layoutOf(programs[0]));
 }
 
+// Blocks from the packets of an MP4 file.
+class Mp4Stream final : public AacStream {
+ public:
+  Mp4Stream(Mp4Audio audio, const AacConfig& config, AacLayout layout)
+      : AacStream(config, std::move(layout)), audio_(std::move(audio)) {}
+
+  AacEvent next(AacBlock& block) override {
+    if (next_ == audio_.packets.size()) return AacEvent::end;
+    return reader_.read(audio_.packets[next_++], block) ? AacEvent::block : AacEvent::damaged;
+  }
+  void rewind() override { next_ = 0; }
+  double progress() const override {
+    return audio_.packets.empty() ? 1.0
+                                  : static_cast<double>(next_) / static_cast<double>(audio_.packets.size());
+  }
+  const char* container() const override { return "MP4"; }
+  int64_t expectedBlocks() const override { return static_cast<int64_t>(audio_.packets.size()); }
+  int64_t audioBytes() const override {
+    int64_t bytes = 0;
+    for (const auto& packet : audio_.packets) bytes += static_cast<int64_t>(packet.size());
+    return bytes;
+  }
+  int64_t skippedBytes() const override { return 0; }
+  int64_t delay() const override { return atCoreRate(audio_.delay); }
+  int64_t padding() const override { return atCoreRate(audio_.padding); }
+  std::vector<std::string> faults() const override { return {}; }
+  std::vector<std::string> notes() const override { return {}; }
+
+ private:
+  // Of HE-AAC the file counts samples at twice the rate of the core.
+  int64_t atCoreRate(int64_t samples) const {
+    return audio_.rate > 0 ? samples * kAacRates[config_.rateIndex] / audio_.rate : samples;
+  }
+
+  Mp4Audio audio_;
+  size_t next_ = 0;
+};
+
+std::unique_ptr<AacStream> openMp4(Bytes bytes) {
+  Mp4Audio audio = readMp4(bytes);
+  auto [config, layout] = parseAudioSpecificConfig(audio.config);
+  return std::make_unique<Mp4Stream>(std::move(audio), config, std::move(layout));
+}
+
 }  // namespace
 
 std::unique_ptr<AacStream> AacStream::open(Bytes bytes) {
+  if (isMp4(bytes) && canReadMp4()) return openMp4(bytes);
   if (std::unique_ptr<AacStream> stream = openAdif(bytes)) return stream;
   return openAdts(bytes);
 }

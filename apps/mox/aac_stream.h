@@ -1,4 +1,4 @@
-// Walks over the raw data blocks of an AAC stream, whatever carries them: ADTS frames or an ADIF file.
+// Walks over the raw data blocks of an AAC stream, whatever carries them: ADTS frames, an ADIF or an MP4 file.
 #pragma once
 
 #include <memory>
@@ -35,6 +35,10 @@ class AacStream {
   // Faults of the container found up to here, and remarks on it, one line each.
   virtual std::vector<std::string> faults() const = 0;
   virtual std::vector<std::string> notes() const = 0;
+
+  // Samples that the encoder put in front of the first block and behind the last, where the container tells.
+  virtual int64_t delay() const { return 0; }
+  virtual int64_t padding() const { return 0; }
 
   const AacConfig& config() const { return config_; }
   const AacLayout& layout() const { return layout_; }

@@ -3,6 +3,7 @@
 #include "mox/decoder.h"
 #include "mox/failure.h"
 #include "mox/mp3_decoder.h"
+#include "mox/mp4_audio.h"
 #include "mox/tags.h"
 
 namespace mox {
@@ -13,7 +14,7 @@ std::string foreignFormat(Bytes bytes) {
   if (startsWith(bytes, "RIFF") || startsWith(bytes, "RF64")) return "a WAV or other RIFF file";
   if (startsWith(bytes, "fLaC")) return "a FLAC file";
   if (startsWith(bytes, "OggS")) return "an Ogg file";
-  if (startsWith(slice(bytes, 4), "ftyp")) return "an MP4 file";
+  if (isMp4(bytes) && !canReadMp4()) return "an MP4 file";
   if (startsWith(bytes, "\x1A\x45\xDF\xA3")) return "a Matroska or WebM file";
   if (startsWith(bytes, "FORM")) return "an AIFF file";
   return {};
@@ -32,7 +33,11 @@ std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& opti
   // so all bytes are offered in a second round.
   for (const Bytes audio : {tagged.audio, bytes}) {
     tagged.audio = audio;
-    if (std::unique_ptr<AudioDecoder> decoder = openAac(tagged, options)) return decoder;
+    try {
+      if (std::unique_ptr<AudioDecoder> decoder = openAac(tagged, options)) return decoder;
+    } catch (const Failure& failure) {
+      throw Failure(name + ": " + failure.what());
+    }
     if (std::unique_ptr<AudioDecoder> decoder = openMp3(tagged, options)) return decoder;
   }
   throw Failure(name + ": holds no MPEG audio Layer III or AAC stream");
