@@ -97,7 +97,6 @@ inline i32x4 splatInt4(int32_t v) { return _mm_set1_epi32(v); }
 inline i32x4 abs4(i32x4 v) { return _mm_abs_epi32(v); }  // 2^31 for the most negative value, as unsigned
 inline i32x4 maxUnsigned4(i32x4 a, i32x4 b) { return _mm_max_epu32(a, b); }
 inline i32x4 max4(i32x4 a, i32x4 b) { return _mm_max_epi32(a, b); }
-inline i32x4 min4(i32x4 a, i32x4 b) { return _mm_min_epi32(a, b); }
 inline i32x4 withSignOf4(i32x4 v, i32x4 sign) { return _mm_sign_epi32(v, sign); }  // 0 where sign is 0
 // The entry of `table` that the low two bits of each index lane name.
 inline i32x4 lookUp4(i32x4 table, i32x4 index) {
@@ -131,10 +130,6 @@ inline f32x8 toFloat8(i32x8 v) { return _mm256_cvtepi32_ps(v); }
 // large, hence the minimum) into INT32_MIN; 2^31 - 128 is the largest float that fits.
 inline i32x8 roundSaturated8(f32x8 v) {
   return _mm256_cvtps_epi32(_mm256_min_ps(v, _mm256_set1_ps(2147483520.0f)));
-}
-// The scalar form of the same.
-inline int32_t roundSaturated(float v) {
-  return _mm_cvtss_si32(_mm_min_ss(_mm_set_ss(v), _mm_set_ss(2147483520.0f)));
 }
 
 // To nearest, ties to even, for values within the int32_t range.

@@ -258,7 +258,7 @@ TEST(Mdct, EqualsTheDirectSums) {
 
 // Every byte of the reported sizes may be needed, at any alignment, and none beyond (Block's guards tell).
 TEST(Mdct, ExactBlocksAtEveryAlignment) {
-  for (int32_t N : {12, 36, 32, 64, 256, 512})
+  for (int32_t N : {12, 36, 32, 64, 256, 512, 8192})
     for (const Kind& kind : kKinds) {
       if (!kind.mp3Lengths && N <= 36 && N != 32) continue;
       const Block<float> x(N);
