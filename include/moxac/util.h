@@ -338,8 +338,8 @@ MOXAC_API moxStatus moxsVQPreliminarySelect_32f(const float* pSrc, const float* 
  * moxStatusOk
  * moxStatusNullPointer
  * moxStatusContextMismatch
- * moxStatusOutOfRange       numCand0 or numCand1 outside 1 .. number of vectors, or a candidate not of the
- * book moxStatusBadSize          len outside 1 .. the shorter vector length
+ * moxStatusOutOfRange       numCand0 or numCand1 outside 1 .. number of vectors, or a candidate not of its book
+ * moxStatusBadSize          len outside 1 .. the shorter vector length
  */
 MOXAC_API moxStatus moxsVQMainSelect_32f(const float* pSrc, const float* pWeight, const int32_t* pCand0,
                                          const int32_t* pCand1, int32_t* pDstIndex0, int32_t* pDstIndex1,

@@ -33,11 +33,12 @@ typedef struct MoxVlcEncodeSpec MoxVlcEncodeSpec;
 
 /* Bytes of a decoder spec.
  *
- * pSubTableSizes, nSubTables   widths in bits of the lookup levels, first level first. They are taken in
- * order until their sum reaches the longest code length; the one that reaches it is cut to reach it exactly,
- * and later ones are ignored: {4, 4, 4} means 4, 4, 2 for a longest code of 10 bits. A single level as wide
- * as the longest code is fastest while it stays in cache; a first level of 8 or 9 bits resolves most symbols
- *     of an audio code book in one access.
+ * pSubTableSizes, nSubTables   widths in bits of the lookup levels, first level first
+ *
+ * Widths are taken in order until their sum reaches the longest code length; the one that reaches it is cut to
+ * reach it exactly, and later ones are ignored: {4, 4, 4} means 4, 4, 2 for a longest code of 10 bits. A single
+ * level as wide as the longest code is fastest while it stays in cache; a first level of 8 or 9 bits resolves
+ * most symbols of an audio code book in one access.
  *
  *   *pSize = E * entryBytes + 160
  *
@@ -120,16 +121,16 @@ MOXAC_API moxStatus moxsVLCDecodeBlock_1u16s(const uint8_t** ppBitStream, int32_
  *
  * With code book 11 the bits 10010110 0 1 0 0011 are 19, -3:
  *   10010110   the book's code word of (16, 3)
- *   0 1        signs, a positive and b negative; the row is value 33 * 16 - 3 = 525, code 1001011001, length
- * 10 0 0011     escape of a: N = 0, 16 + 3
+ *   0 1        signs, a positive and b negative; the row is value 33 * 16 - 3 = 525, code 1001011001 of 10 bits
+ *   0 0011     escape of a: N = 0, 16 + 3
  *
  * moxStatusOk
  * moxStatusNullPointer       a pointer, or the byte pointer, is null
  * moxStatusVlcBadBitOffset   *pBitOffset outside 0..7
  * moxStatusContextMismatch   not a decoder spec, or a freed one
  * moxStatusBadSize           len below 1 or odd
- * moxStatusVlcError          an escape prefix of more than 12 ones, or bits that begin no code word: the
- * pairs before it are in pDst, and the cursor rests on its code word */
+ * moxStatusVlcError          an escape prefix of more than 12 ones, or bits that begin no code word: the pairs
+ *                            before it are in pDst, and the cursor rests on its code word */
 MOXAC_API moxStatus moxsVLCDecodeEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                     int16_t* pDst, int32_t len,
                                                     const MoxVlcDecodeSpec* pSpec);
@@ -228,8 +229,8 @@ MOXAC_API moxStatus moxsVLCDecodeUTupleBlock_1u16s(const uint8_t** ppBitStream, 
  * moxStatusVlcBadBitOffset   *pBitOffset outside 0..7
  * moxStatusContextMismatch   not a tuple spec, or a freed one
  * moxStatusBadSize           len below 1 or not a multiple of the tuple size
- * moxStatusVlcError          an escape prefix of more than 12 ones, or bits that begin no code word: the
- * tuples before it are in pDst, and the cursor rests on its code word */
+ * moxStatusVlcError          an escape prefix of more than 12 ones, or bits that begin no code word: the tuples
+ *                            before it are in pDst, and the cursor rests on its code word */
 MOXAC_API moxStatus moxsVLCDecodeUTupleEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                           int16_t* pDst, int32_t len,
                                                           const MoxVlcDecodeSpec* pSpec);
