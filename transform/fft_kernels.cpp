@@ -55,17 +55,6 @@ void scale(Mox32fc* dst, const FftSpec& spec) {
 
 }  // namespace
 
-void columnPasses(float* blocks, int logLength, const float* twiddles) {
-  int64_t parts = 1;
-  for (; logLength > 5; logLength -= 2, parts *= 4) {
-    columnPass(blocks, parts, int64_t{1} << logLength, twiddles);
-    twiddles += columnPassFloats(logLength);
-  }
-  // The short ones with their lengths known to the compiler.
-  if (logLength == 5) columnPass(blocks, parts, 32, twiddles);
-  if (logLength == 4) columnPass(blocks, parts, 16, twiddles);
-}
-
 void buildTables(FftSpec& spec, float* scratch) {
   if (spec.order > kFftLastTableOrder) return buildLargeTables(spec, scratch);
   const int64_t points = int64_t{1} << spec.order;

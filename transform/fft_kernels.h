@@ -71,9 +71,6 @@ MOX_INLINE void columnPass(float* blocks, int64_t parts, int64_t length, const f
   }
 }
 
-// All passes but the last, over 2^logLength blocks.
-void columnPasses(float* blocks, int logLength, const float* twiddles);
-
 // Butterflies first..first+count-1 of the last pass; store(k, block) takes output k of the column.
 template <int kBits, class Store>
 MOX_INLINE void lastPass(const float* blocks, int64_t first, int64_t count, const ColumnTables& tables,
@@ -92,7 +89,20 @@ MOX_INLINE void lastPass(const float* blocks, int64_t first, int64_t count, cons
 // A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
 constexpr int kCacheLog = 8;
 
-// The transform down a column of blocks, part by part, so that a part's last pass finds it in the cache.
+// All passes over a column of a length known to the compiler.
+template <int kLogLength, class Store>
+MOX_INLINE void shortColumn(float* blocks, const float* twiddles, int64_t first, const ColumnTables& tables,
+                            const Store& store) {
+  int64_t parts = 1;
+  for (int log = kLogLength; log > 3; log -= 2, parts *= 4) {
+    columnPass(blocks, parts, int64_t{1} << log, twiddles);
+    twiddles += columnPassFloats(log);
+  }
+  lastPass<lastBits(kLogLength)>(blocks, first, int64_t{1} << (kLogLength - lastBits(kLogLength)), tables,
+                                 store);
+}
+
+// The transform down a column of 16 blocks or more, part by part, so that a part's last pass finds it in the cache.
 template <class Store>
 void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
                      const ColumnTables& tables, const Store& store) {
@@ -104,11 +114,18 @@ void transformColumn(float* blocks, int logLength, const float* twiddles, int64_
                       first + (part << (rest - lastBits(rest))), tables, store);
     return;
   }
-  columnPasses(blocks, logLength, twiddles);
-  if (lastBits(logLength) == 2)
-    lastPass<2>(blocks, first, int64_t{1} << (logLength - 2), tables, store);
-  else
-    lastPass<3>(blocks, first, int64_t{1} << (logLength - 3), tables, store);
+  switch (logLength) {
+    case 4:
+      return shortColumn<4>(blocks, twiddles, first, tables, store);
+    case 5:
+      return shortColumn<5>(blocks, twiddles, first, tables, store);
+    case 6:
+      return shortColumn<6>(blocks, twiddles, first, tables, store);
+    case 7:
+      return shortColumn<7>(blocks, twiddles, first, tables, store);
+    default:
+      return shortColumn<8>(blocks, twiddles, first, tables, store);
+  }
 }
 
 }  // namespace moxac
