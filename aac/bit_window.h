@@ -21,7 +21,7 @@ class BitWindow {
   static constexpr int32_t kAheadBits = 56;
 
   // At bit `offset` (0..7) of *p. A byte whose first bits are consumed already may be loaded.
-  BitWindow(const uint8_t* p, int32_t offset) : next_(p) {
+  BitWindow(const uint8_t* p, int32_t offset) : next_(p), ahead_(p) {
     if (offset == 0) return;
     window_ = uint64_t{*p} << (56 + offset);
     count_ = 8 - offset;
@@ -38,7 +38,8 @@ class BitWindow {
     next_ = p + 4;
   }
 
-  void ensure(int32_t bits) {  // up to 25
+  // Refills when fewer are left; up to 25.
+  void ensure(int32_t bits) {
     if (count_ < bits) refill();
   }
 
@@ -68,10 +69,10 @@ class BitWindow {
   }
 
  private:
-  uint64_t window_ = 0;  // the next bit on top
-  int32_t count_ = 0;    // valid bits, 0..63
-  const uint8_t* next_;  // the first byte not loaded (but for the bits below the valid ones)
-  const uint8_t* ahead_ = nullptr;
+  uint64_t window_ = 0;   // the next bit on top
+  int32_t count_ = 0;     // valid bits, 0..63
+  const uint8_t* next_;   // the first byte not loaded (but for the bits below the valid ones)
+  const uint8_t* ahead_;  // bytes in front of it may be loaded
 };
 
 }  // namespace moxac
