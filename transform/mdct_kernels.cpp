@@ -68,23 +68,52 @@ MOX_INLINE void rotatePairs(const float* z, int64_t L, const Factors& factors, U
   }
 }
 
+// cos and sin of first, first + step, first + 2*step, ... in double: each from the one before by a rotation,
+// and afresh every sixteen, so that the error stays at a few units of the last place.
+class Turning {
+ public:
+  Turning(double first, double step)
+      : first_(first), step_(step), stepCos_(std::cos(step)), stepSin_(std::sin(step)) {}
+
+  // Moves on to the next angle, at the first call to the first one.
+  void next() {
+    if (count_ % 16 == 0) {
+      const double angle = first_ + step_ * static_cast<double>(count_);
+      c = std::cos(angle);
+      s = std::sin(angle);
+    } else {
+      const double turned = c * stepCos_ - s * stepSin_;
+      s = s * stepCos_ + c * stepSin_;
+      c = turned;
+    }
+    ++count_;
+  }
+
+  double c = 1, s = 0;
+
+ private:
+  double first_, step_, stepCos_, stepSin_;
+  int64_t count_ = 0;
+};
+
 // In-place transform in double, for 16-bit input whose results leave the range of single precision.
 void doubleTransform(double* z, int64_t points) {
-  for (int64_t half = points / 2; half >= 1; half /= 2)
+  for (int64_t half = points / 2; half >= 1; half /= 2) {
+    Turning w(0, kTurn / static_cast<double>(2 * half));
     for (int64_t k = 0; k < half; ++k) {
-      const double angle = kTurn * static_cast<double>(k) / static_cast<double>(2 * half);
-      const double c = std::cos(angle), s = std::sin(angle);
+      w.next();
       for (int64_t i = k; i < points; i += 2 * half) {
         double* const a = z + 2 * i;
         double* const b = a + 2 * half;
         double re = a[0] - b[0], im = a[1] - b[1];
         a[0] += b[0];
         a[1] += b[1];
-        rotate(re, im, c, s);
+        rotate(re, im, w.c, w.s);
         b[0] = re;
         b[1] = im;
       }
     }
+  }
   for (int64_t i = 0, reversed = 0; i < points; ++i) {
     if (i < reversed) {
       std::swap(z[2 * i], z[2 * reversed]);
@@ -101,16 +130,17 @@ int16_t saturate(double v) { return static_cast<int16_t>(std::nearbyint(std::cla
 void doubleForward16s(const int16_t* src, int16_t* dst, int64_t N, int32_t scaleFactor, double* z) {
   const int64_t L = N / 4;
   const double scale = std::ldexp(2.0, -std::max(scaleFactor, -64));
-  const auto angle = [&](int64_t m) {
-    return kTurn * (static_cast<double>(m) + 0.125) / static_cast<double>(N);
-  };
+  const double step = kTurn / static_cast<double>(N);
+  Turning before(step / 8, step), after(step / 8, step);
   for (int64_t n = 0; n < L; ++n) {
+    before.next();
     fold(src, L, n, z[2 * n], z[2 * n + 1]);
-    rotate(z[2 * n], z[2 * n + 1], std::cos(angle(n)), std::sin(angle(n)));
+    rotate(z[2 * n], z[2 * n + 1], before.c, before.s);
   }
   doubleTransform(z, L);
   for (int64_t k = 0; k < L; ++k) {
-    rotate(z[2 * k], z[2 * k + 1], std::cos(angle(k)), std::sin(angle(k)));
+    after.next();
+    rotate(z[2 * k], z[2 * k + 1], after.c, after.s);
     dst[2 * k] = saturate(scale * z[2 * k]);
     dst[2 * L - 1 - 2 * k] = saturate(-scale * z[2 * k + 1]);
   }
@@ -198,7 +228,7 @@ void mdctForward16s(const int16_t* src, int16_t* dst, const MoxMdctSpec& spec, i
                     float* work) {
   const int64_t N = spec.length;
   // The block exponent: every sample is below 2^exponent, so every result below 2^bits before scaling.
-  const int32_t exponent = std::bit_width(peakMagnitude(src, N));
+  const auto exponent = static_cast<int32_t>(std::bit_width(peakMagnitude(src, N)));
   const int32_t bits = exponent + std::countr_zero(spec.length) + 1;
   if (exponent == 0 || scaleFactor > bits + 1)
     std::fill(dst, dst + N / 2, int16_t{0});  // all results round to 0
