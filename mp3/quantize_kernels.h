@@ -327,7 +327,7 @@ inline int32_t bitsWanted(const GranuleSpectrum& s, Attempt& a) {
 // One more step of amplification for the runs that are worst; false when nothing can be gained.
 inline bool amplifyWorst(const GranuleSpectrum& s, const ScaleFactors& f, const float* ratio,
                          float floorRatio, int32_t* wish) {
-  constexpr float kNearWorst = 0.5f;
+  constexpr float kNearWorst = 0.7f;
   const float worst = *std::max_element(ratio, ratio + s.scaled);
   if (worst <= floorRatio) return false;
   const float limit = std::max(floorRatio, kNearWorst * worst);
@@ -348,7 +348,7 @@ inline bool amplifyWorst(const GranuleSpectrum& s, const ScaleFactors& f, const 
 // Outer loop at a given number of bits: shapes the noise by the thresholds, then amplifies the worst runs as long as
 // that helps; the best attempt counts. Never more than `budget` bits.
 inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& a, QuantizedGranule& best) {
-  constexpr int32_t kMostAttempts = 10, kPatience = 3;
+  constexpr int32_t kMostAttempts = 20, kPatience = 5;
   float bestCost = INFINITY;
   int32_t bestAttempt = 0;
   ScaleFactors f;

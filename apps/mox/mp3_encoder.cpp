@@ -104,7 +104,8 @@ int32_t Mp3Encoder::nextPadding() {
 }
 
 void Mp3Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& out) {
-  if (samplesTaken_ == 0 && granulesTaken_ == 0 && held_.empty()) out.resize(out.size() + infoFrame().size());
+  if (!started_) out.resize(out.size() + infoFrame().size());
+  started_ = true;
   const auto granule = static_cast<size_t>(kGranule * channels_);
   samplesTaken_ += std::ssize(samples) / channels_;
   if (!held_.empty()) {
@@ -120,7 +121,6 @@ void Mp3Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& 
 }
 
 void Mp3Encoder::finish(std::vector<uint8_t>& out) {
-  if (samplesTaken_ == 0) encode({}, out);
   const int64_t samples = samplesTaken_;
   const int64_t granules = 2 * ((samples + kCodecDelay + kFrame - 1) / kFrame) + 1;  // one of look-ahead
   const auto missing = static_cast<size_t>((granules * kGranule - samples) * channels_);

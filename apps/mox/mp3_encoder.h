@@ -73,6 +73,7 @@ class Mp3Encoder {
   float thresholdScale_ = 1;
   int32_t paddingRest_ = 0;
 
+  bool started_ = false;
   std::vector<int16_t> held_;                   // samples that do not fill a granule yet
   std::array<int16_t, 2 * kGranule> before_{};  // the granule before, whose block type is still open
   int64_t granulesTaken_ = 0, samplesTaken_ = 0;

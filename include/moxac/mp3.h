@@ -630,8 +630,8 @@ MOXAC_API moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
  *
  * Noise is shaped by the thresholds first: a run of lines x with noise n needs the step (n / (0.148 sum of
  * sqrt x))^(2/3). Then the inner loop finds the finest global gain whose codes fit, by bisection, and the outer loop
- * amplifies the runs with the loudest noise (those within 3 dB of the worst) until no noise is above its threshold,
- * every run is amplified, a scale factor has no room, or three attempts brought no gain; the attempt with the least sum
+ * amplifies the runs with the loudest noise (those within 1.5 dB of the worst) until no noise is above its threshold,
+ * every run is amplified, a scale factor has no room, or five attempts brought no gain; the attempt with the least sum
  * of noise-to-threshold ratios counts. Tables and regions are the cheapest of all that the side information can name.
  * Takes about 50 KiB of stack. Any number of threads may call it, on data of their own.
  *

@@ -126,4 +126,41 @@ TEST(CommandLine, SpectrumDrawsFilesAndStreamsAlike) {
   EXPECT_EQ(scratch.entries(), 3u);
 }
 
+TEST(CommandLine, EncodesFilesAndPipesToTheSameBytes) {
+  const ScratchDirectory scratch;
+  const std::string wav = streamPath("mp3_44100_joint128_short.ref.wav");
+  EXPECT_EQ(run("encode -q -b 160 " + wav + " " + scratch / "a.mp3").text, "");
+  EXPECT_EQ(run("encode -q -b 160 - - < " + wav + " | cat > " + scratch / "b.mp3").code, 0);
+  std::filesystem::copy(wav, scratch / "c.wav");
+  EXPECT_EQ(run("encode -b 160 " + scratch / "c.wav").code, 0);  // names c.mp3 itself
+  const std::vector<uint8_t> expected = readFile(scratch / "a.mp3");
+  for (const char* name : {"b.mp3", "c.mp3"}) EXPECT_EQ(readFile(scratch / name), expected) << name;
+  EXPECT_NE(run("info " + scratch / "a.mp3").text.find("160 kbit/s"), std::string::npos);
+  EXPECT_EQ(run("decode -q " + scratch / "a.mp3" + " " + scratch / "d.wav").code, 0);
+  EXPECT_EQ(moxtest::readWav(scratch / "d.wav").info.frames, moxtest::readWav(wav).info.frames);
+
+  // Mono comes out as one channel, however it is asked for.
+  EXPECT_EQ(run("encode -q -V 5 -m mono " + wav + " " + scratch / "m.mp3").code, 0);
+  EXPECT_EQ(run("decode -q " + scratch / "m.mp3" + " " + scratch / "m.wav").code, 0);
+  EXPECT_EQ(moxtest::readWav(scratch / "m.wav").info.channels, 1);
+
+  writeFile(scratch / "text", std::vector<uint8_t>(5000, 'x'));
+  SF_INFO slow{0, 22050, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, 0, 0};
+  sf_close(sf_open((scratch / "slow.wav").c_str(), SFM_WRITE, &slow));
+  const size_t before = scratch.entries();
+  const std::pair<std::string, std::string> refused[] = {{scratch / "text", "not an audio file"},
+                                                         {scratch / "missing", "No such file"},
+                                                         {scratch / "slow.wav", "-ar 32000"},
+                                                         {scratch / "c.wav", "is there already"}};
+  for (const auto& [input, message] : refused) {
+    const Outcome outcome = run("encode " + input + (message[0] == 'i' ? "" : " " + scratch / "out.mp3"));
+    EXPECT_EQ(outcome.code, 1) << input;
+    EXPECT_NE(outcome.text.find(message), std::string::npos) << outcome.text;
+  }
+  EXPECT_EQ(run("encode -q " + wav + " - > /dev/full").code, 1);
+  EXPECT_EQ(scratch.entries(), before);
+  for (const char* wrong : {"-b 100", "-V 10", "-b 128 -V 2", "-m quad"})
+    EXPECT_EQ(run(std::string("encode ") + wrong + " " + wav + " " + scratch / "out.mp3").code, 2) << wrong;
+}
+
 }  // namespace

@@ -7,3 +7,6 @@ set_tests_properties(mp3_peers PROPERTIES LABELS "apps;peers" SKIP_RETURN_CODE 7
 add_test(NAME aac_peers COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/apps/compare_aac_peers.py
   $<TARGET_FILE:mox> ${PROJECT_SOURCE_DIR})
 set_tests_properties(aac_peers PROPERTIES LABELS "apps;peers" SKIP_RETURN_CODE 77)
+add_test(NAME mp3_encoder_peers COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/apps/encode_peers.py
+  $<TARGET_FILE:mox>)
+set_tests_properties(mp3_encoder_peers PROPERTIES LABELS "apps;peers" SKIP_RETURN_CODE 77)

@@ -1,0 +1,150 @@
+// What the encoder writes decodes without a fault, to the sample, at every rate and mode.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "apps/decode_bytes.h"
+#include "apps/streams.h"
+#include "mox/mp3_encoder.h"
+#include "mox/mp3_scanner.h"
+#include "mox/vbr_header.h"
+
+namespace {
+
+using mox::ChannelMode;
+using mox::Mp3EncoderSettings;
+
+// Two voices and soft noise, with clicks; interleaved.
+std::vector<int16_t> sound(int32_t samples, int32_t channels) {
+  std::mt19937 random(1);
+  std::normal_distribution<double> gauss;
+  std::vector<int16_t> s;
+  for (int32_t i = 0; i < samples; ++i)
+    for (int32_t ch = 0; ch < channels; ++ch)
+      s.push_back(static_cast<int16_t>(6000 * std::sin(0.03 * i) + 3000 * std::sin(0.11 * i + ch) +
+                                       30 * gauss(random) + (i % 5000 < 100 ? 4000 * gauss(random) : 0)));
+  return s;
+}
+
+std::vector<uint8_t> encode(const std::vector<int16_t>& samples, const Mp3EncoderSettings& settings,
+                            size_t piece) {
+  mox::Mp3Encoder encoder(settings);
+  std::vector<uint8_t> stream;
+  const std::span<const int16_t> all(samples);
+  const auto values = piece * static_cast<size_t>(settings.channels());
+  for (size_t at = 0; at < all.size(); at += values)
+    encoder.encode(all.subspan(at, std::min(values, all.size() - at)), stream);
+  encoder.finish(stream);
+  const std::vector<uint8_t> info = encoder.infoFrame();
+  EXPECT_EQ(std::count(stream.begin(), stream.begin() + std::ssize(info), 0), std::ssize(info));  // its place
+  std::copy(info.begin(), info.end(), stream.begin());
+  return stream;
+}
+
+double snr(const std::vector<int16_t>& x, const std::vector<int16_t>& y) {
+  double signal = 1, error = 1;
+  for (size_t i = 0; i < x.size(); ++i) {
+    signal += double{1} * x[i] * x[i];
+    error += std::pow(x[i] - y[i], 2);
+  }
+  return 10 * std::log10(signal / error);
+}
+
+void expectSound(const std::vector<int16_t>& samples, const Mp3EncoderSettings& settings, double leastSnr) {
+  const auto stream = encode(samples, settings, 1000);
+  const auto decoded = moxtest::decodeBytes(stream);
+  ASSERT_NE(decoded, nullptr);
+  EXPECT_TRUE(decoded->stats.faults.empty()) << decoded->stats.faults.front();
+  EXPECT_EQ(decoded->format.rate, settings.rate);
+  ASSERT_EQ(decoded->s16.size(), samples.size());
+  EXPECT_GT(snr(samples, decoded->s16), leastSnr);
+}
+
+TEST(Mp3Encoder, EveryBitRateAndModeDecodesToTheSample) {
+  for (const ChannelMode mode : {ChannelMode::stereo, ChannelMode::joint, ChannelMode::mono})
+    for (const int32_t rate : {44100, 48000, 32000})
+      for (const int32_t bitRate : mox::mp3BitRates()) {
+        Mp3EncoderSettings settings;
+        settings.mode = mode;
+        settings.rate = rate;
+        settings.bitRate = bitRate;
+        SCOPED_TRACE(testing::Message()
+                     << "mode " << static_cast<int32_t>(mode) << ", " << rate << " Hz, " << bitRate);
+        expectSound(sound(12000, settings.channels()), settings,
+                    bitRate / settings.channels() >= 64 ? 12 : 4);
+      }
+}
+
+TEST(Mp3Encoder, QualityCostsBits) {
+  size_t before = SIZE_MAX;
+  for (int32_t quality = 0; quality < 10; ++quality) {
+    Mp3EncoderSettings settings;
+    settings.vbrQuality = quality;
+    const auto samples = sound(40000, 2);
+    expectSound(samples, settings, 13 - quality);
+    const size_t bytes = encode(samples, settings, 1152).size();
+    EXPECT_LE(bytes, before);
+    before = bytes;
+  }
+}
+
+TEST(Mp3Encoder, AnyLengthReturnsWhole) {
+  Mp3EncoderSettings settings;
+  settings.mode = ChannelMode::mono;
+  for (const int32_t samples : {0, 1, 94, 95, 96, 575, 576, 577, 1152, 1247, 1248, 9999}) {
+    const auto x = sound(samples, 1);
+    const auto decoded = moxtest::decodeBytes(encode(x, settings, 577));
+    ASSERT_NE(decoded, nullptr);
+    EXPECT_TRUE(decoded->stats.faults.empty());
+    EXPECT_EQ(decoded->samples, samples);
+  }
+}
+
+TEST(Mp3Encoder, ConstantRateIsTheRateAndPiecesDoNotMatter) {
+  Mp3EncoderSettings settings;
+  settings.bitRate = 96;
+  const auto x = sound(44100, 2);
+  const auto stream = encode(x, settings, 1152);
+  EXPECT_EQ(stream, encode(x, settings, 77));
+  EXPECT_EQ(stream, encode(x, settings, 44100));
+
+  const mox::Bytes bytes(stream);
+  mox::Mp3Scanner scanner{bytes};
+  mox::Mp3Frame frame;
+  ASSERT_TRUE(scanner.next(frame));
+  const auto info = mox::readVbrHeader(frame);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->kind, "Info");
+  EXPECT_EQ(*info->bytes, stream.size());
+  uint32_t frames = 0;
+  size_t length = frame.bytes.size();
+  while (scanner.next(frame)) {
+    EXPECT_EQ(frame.header.bitRate, 96);
+    ++frames;
+    length += frame.bytes.size();
+  }
+  EXPECT_EQ(*info->frames, frames);
+  EXPECT_EQ(length, stream.size());
+  EXPECT_NEAR(static_cast<double>(length) / (frames + 1), 144.0 * 96000 / 44100, 0.5);
+}
+
+TEST(Mp3Encoder, SilenceAndFullScaleAreSound) {
+  std::mt19937 random(9);
+  for (const int32_t bitRate : {32, 128, 320}) {
+    Mp3EncoderSettings settings;
+    settings.bitRate = bitRate;
+    std::vector<int16_t> loud(2 * 20000);
+    for (size_t i = 0; i < loud.size(); ++i) loud[i] = random() % 2 == 0 ? 32767 : -32768;
+    expectSound(loud, settings, -3);
+    for (size_t i = 0; i < loud.size(); ++i) loud[i] = i / 2000 % 2 == 0 ? 32767 : -32768;  // a square wave
+    expectSound(loud, settings, bitRate == 32 ? 5 : 15);
+    expectSound(std::vector<int16_t>(2 * 20000), settings, -1);
+    settings.bitRate = 128;
+    settings.vbrQuality = 0;
+    for (int16_t& x : loud) x = static_cast<int16_t>(random());
+    expectSound(loud, settings, 3);
+  }
+}
+
+}  // namespace
