@@ -177,7 +177,7 @@ TEST(QmfFixed, SameWordsInPiecesAtEveryAlignment) {
       Words got;
       for (int l = 0, n = 1; l < kSlots; l += n, n = step % 41) {  // 1 + n first, then n + n + ...
         n = std::clamp(n, 1, kSlots - l);
-        const auto part = run(bank, src + l * bank.in(), n, pieces, (l + step) % 64);
+        const auto part = run(bank, src + l * bank.in(), n, pieces, 4 * (l + step) % 64);
         got.insert(got.end(), part.begin(), part.end());
       }
       EXPECT_SAME_BITS(got, want);
