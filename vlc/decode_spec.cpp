@@ -7,7 +7,7 @@
 namespace moxac {
 namespace {
 
-// The header, 63 bytes of slack for aligning it, and 33 bytes of reserve that belong to the stated size.
+// The header, 63 bytes of slack for aligning it, and a reserve of 33 bytes.
 constexpr int64_t kBytesBesideTables = 160;
 
 // Widths are taken until they reach the longest code; the last one taken is cut to reach it exactly.

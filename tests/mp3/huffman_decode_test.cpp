@@ -237,6 +237,21 @@ TEST(Mp3HuffmanDecode, EveryEndStopsAsTheReferenceDoes) {
   for (const int32_t count : seen) EXPECT_GT(count, 50);
 }
 
+// The header tells callers how far reading may go on past hufSize.
+TEST(Mp3HuffmanDecode, PairsTakeAtMost36Bits) {
+  Call call = randomCall();
+  call.record.winSwitch = call.record.blockType = call.record.reg0Cnt = call.record.reg1Cnt = 0;
+  call.record.bigVals = 288;
+  call.hufSize = 1;
+  for (int32_t& table : call.record.tableSelect) table = 23;
+  BitString bits;
+  for (int i = 0; i < 288; ++i) layer3Codes().putPair(bits, 23, 8206, -8206);
+  EXPECT_EQ(bits.size(), 288 * 36);
+  std::vector<uint8_t> data = bits.bytes(call.bitOffset);
+  data.resize(data.size() + 3);
+  expectReference(call, data, reference(call, data.data()));
+}
+
 TEST(Mp3HuffmanDecode, EveryGranuleOfTheStreams) {
   for (const moxtest::Mp3Stream& stream : moxtest::allMp3Streams())
     for (const moxtest::Mp3Granule& g : stream.granules) {

@@ -72,24 +72,6 @@ TEST(VlcEncode, RecordAndSizes) {
   EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(wide), 2, &size), moxStatusVlcBadTable);
 }
 
-TEST(VlcEncode, OneFillsItsWordWithOnes) {
-  EncodeSpec spec({{0, 0b101, 3}, {1, 0, 29}});
-  Block<uint8_t> words(8);
-  words.fill(0);
-  uint8_t* at = words;
-  int32_t offset = 0;
-  ASSERT_EQ(moxsVLCEncodeOne_16s1u(0, &at, &offset, spec), moxStatusOk);
-  const uint8_t first[8] = {0xBF, 0xFF, 0xFF, 0xFF};
-  EXPECT_EQ(std::memcmp(words, first, 8), 0);
-  EXPECT_EQ(at, words.data());
-  EXPECT_EQ(offset, 3);
-  ASSERT_EQ(moxsVLCEncodeOne_16s1u(1, &at, &offset, spec), moxStatusOk);
-  const uint8_t second[8] = {0xA0};
-  EXPECT_EQ(std::memcmp(words, second, 8), 0);
-  EXPECT_EQ(at, words.data() + 4);
-  EXPECT_EQ(offset, 0);
-}
-
 // Every cursor in a word, every length of a block up to 40 and some longer: the model, One and Block agree on
 // every bit of the memory; then the stream is decoded, and its bits counted.
 TEST(VlcEncode, OneBlockCountAndDecoderAgree) {
