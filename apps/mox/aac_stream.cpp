@@ -23,9 +23,8 @@ void refuseSsr(const AacConfig& config) {
     throw Failure("the stream is AAC SSR (gain control), which is not decoded");
 }
 
-AacLayout layoutOf(const std::optional<MoxAacPrgCfgElt>& program) {
-  if (!program) throw Failure("the AAC stream names no channel layout");
-  std::optional<AacLayout> layout = AacLayout::ofProgram(*program);
+AacLayout layoutOf(const MoxAacPrgCfgElt& program) {
+  std::optional<AacLayout> layout = AacLayout::ofProgram(program);
   if (!layout) throw Failure("the AAC stream's program has no channels, or more than eight");
   return *std::move(layout);
 }
@@ -203,7 +202,23 @@ std::vector<std::string> AdtsStream::notes() const {
   return lines;
 }
 
-// The layout stands in the header, or in a program configuration element of the first blocks.
+// The program that a block's own elements make up, as if all stood in front.
+MoxAacPrgCfgElt programOf(const AacBlock& block) {
+  MoxAacPrgCfgElt program{};
+  for (size_t i = 0; i < block.elements; ++i) {
+    const AacElement& element = block.element(i);
+    if (element.id == AacElementId::lfe && program.numLfeChanElt < 4) {
+      program.lfeEltTagSel[program.numLfeChanElt++] = element.tag;
+    } else if (element.id != AacElementId::lfe && program.numFrontChanElt < 16) {
+      program.frontEltIsCpe[program.numFrontChanElt] = element.id == AacElementId::cpe;
+      program.frontEltTagSel[program.numFrontChanElt++] = element.tag;
+    }
+  }
+  return program;
+}
+
+// The layout stands in the header, or in a program configuration element of the first blocks. Some broadcasters send
+// neither and two single channels.
 std::unique_ptr<AacStream> openAdts(Bytes bytes) {
   AdtsScanner scanner(bytes);
   if (!scanner.found()) return nullptr;
@@ -215,9 +230,16 @@ std::unique_ptr<AacStream> openAdts(Bytes bytes) {
     AacBlockReader reader(config);
     AacBlock block;
     AdtsFrame frame;
-    for (int i = 0; i < kProgramSearchBlocks && !block.program && scanner.next(frame); ++i)
-      reader.read(slice(frame.bytes, frame.header.headerBytes()), block);
-    layout = layoutOf(block.program);
+    std::optional<MoxAacPrgCfgElt> program;
+    for (int i = 0; i < kProgramSearchBlocks && !block.program && scanner.next(frame); ++i) {
+      const bool good = reader.read(slice(frame.bytes, frame.header.headerBytes()), block);
+      if (block.program)
+        program = block.program;
+      else if (good && !program)
+        program = programOf(block);
+    }
+    if (!program) throw Failure("the AAC stream names no channel layout");
+    layout = layoutOf(*program);
   }
   return std::make_unique<AdtsStream>(scanner, config, *std::move(layout));
 }

@@ -255,6 +255,14 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
     EXPECT_EQ(decoded->s16, whole->s16);
   }
 
+  // No layout at all: the elements themselves tell.
+  const Frames pairs("aac_44100_stereo128.aac");
+  MoxAacADTSFrameHeader unnamed = pairs.frames[0].header.fields;
+  unnamed.channelConfig = 0;
+  std::vector<uint8_t> bare;
+  for (const mox::AdtsFrame& frame : pairs.frames) appendFrame(bare, unnamed, Frames::payload(frame));
+  EXPECT_EQ(decodeBytes(bare)->s16, decodeBytes(pairs.bytes)->s16);
+
   // Configuration 7: the front pair twice, as the inner one too.
   std::vector<uint8_t> stream;
   like.channelConfig = 7;
