@@ -9,6 +9,7 @@
 #include "support/alloc_spy.h"
 #include "support/block.h"
 #include "transform/fft_reference.h"
+#include "transform/fft_tables.h"
 
 namespace {
 
@@ -73,6 +74,23 @@ TEST(Fft, SizesAreTheDocumentedOnes) {
   EXPECT_EQ(withCopy(11, 0), (Sizes{18816 + 192, 2176 + 64, 16448 + 16384 + 64}));
   Sizes s;
   EXPECT_EQ(FftGetSizeWithCopy_C_32fc(28, FftScaleNone, 0, &s.spec, &s.init, &s.work), moxStatusBadSize);
+}
+
+// Every twiddle is an entry of a quarter wave: the one built at compile time and those built by Init are the
+// sines rounded once.
+TEST(Fft, QuarterWavesAreRoundedOnce) {
+  const auto expectWave = [](const float* wave, int64_t points) {
+    for (int64_t k = 0; k <= points / 4; ++k)
+      ASSERT_EQ(wave[k], static_cast<float>(std::sin(2 * std::acos(-1.0L) * static_cast<long double>(k) /
+                                                     static_cast<long double>(points))))
+          << k << " of " << points;
+  };
+  expectWave(kStaticQuarter.data(), 1024);
+  for (int64_t points : {2048, 1 << 14, 1 << 18}) {
+    std::vector<float> wave(static_cast<size_t>(points / 4 + 1));
+    fillQuarterWave(wave.data(), points);
+    expectWave(wave.data(), points);
+  }
 }
 
 TEST(Fft, RefusalsComeInOrder) {
