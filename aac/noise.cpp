@@ -20,7 +20,7 @@ struct NoiseChannel {
     noiseBand(spectrum + band.first + ptrdiff_t{window} * band.width, band.width, energy[band.index], state);
   }
 
-  // Long windows: prediction skips noise bands.
+  // One window group: long-term prediction skips noise bands.
   void clearLtpFlags(const BandLayout& layout) const {
     if (layout.numWindowGroups != 1) return;
     for (int32_t b = 0; b < layout.maxSfb; ++b)

@@ -8,6 +8,7 @@
 #include "frame/simd.h"
 #include "moxac/types.h"
 #include "transform/fft_tables.h"
+#include "transform/lane_complex.h"
 
 // Kernels are put together from small pieces that must vanish into their loops.
 #define MOX_INLINE [[gnu::always_inline]] inline
@@ -15,26 +16,10 @@
 
 namespace moxac {
 
-template <class L>
-struct Complex {
-  typename L::V re, im;
-};
 using Complex1 = Complex<Lanes1>;
 using Complex4 = Complex<Lanes4>;
 using Complex8 = Complex<Lanes8>;
 
-template <class L>
-MOX_INLINE Complex<L> operator+(Complex<L> a, Complex<L> b) {
-  return {a.re + b.re, a.im + b.im};
-}
-template <class L>
-MOX_INLINE Complex<L> operator-(Complex<L> a, Complex<L> b) {
-  return {a.re - b.re, a.im - b.im};
-}
-template <class L>
-MOX_INLINE Complex<L> operator*(Complex<L> a, Complex<L> w) {
-  return {a.re * w.re - a.im * w.im, a.re * w.im + a.im * w.re};
-}
 // a times -i.
 template <class L>
 MOX_INLINE Complex<L> quarterTurn(Complex<L> a) {

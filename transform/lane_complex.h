@@ -11,37 +11,37 @@ struct Complex {
 };
 
 template <class L>
-inline Complex<L> operator+(Complex<L> a, Complex<L> b) {
+[[gnu::always_inline]] inline Complex<L> operator+(Complex<L> a, Complex<L> b) {
   return {a.re + b.re, a.im + b.im};
 }
 
 template <class L>
-inline Complex<L> operator-(Complex<L> a, Complex<L> b) {
+[[gnu::always_inline]] inline Complex<L> operator-(Complex<L> a, Complex<L> b) {
   return {a.re - b.re, a.im - b.im};
 }
 
 template <class L>
-inline Complex<L> operator*(Complex<L> a, Complex<L> b) {
+[[gnu::always_inline]] inline Complex<L> operator*(Complex<L> a, Complex<L> b) {
   return {a.re * b.re - a.im * b.im, a.im * b.re + a.re * b.im};
 }
 
 template <class L>
-inline Complex<L> operator*(Complex<L> a, typename L::V b) {
+[[gnu::always_inline]] inline Complex<L> operator*(Complex<L> a, typename L::V b) {
   return {a.re * b, a.im * b};
 }
 
 template <class L>
-inline Complex<L> operator/(Complex<L> a, typename L::V b) {
+[[gnu::always_inline]] inline Complex<L> operator/(Complex<L> a, typename L::V b) {
   return {a.re / b, a.im / b};
 }
 
 template <class L>
-inline Complex<L> conj(Complex<L> a) {
+[[gnu::always_inline]] inline Complex<L> conj(Complex<L> a) {
   return {a.re, -a.im};
 }
 
 template <class L>
-inline typename L::V square(Complex<L> a) {
+[[gnu::always_inline]] inline typename L::V square(Complex<L> a) {
   return a.re * a.re + a.im * a.im;
 }
 
