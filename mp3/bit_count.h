@@ -44,7 +44,7 @@ struct PairLengths {
   constexpr PairLengths() {
     for (int x = 0; x < 16; ++x)
       for (int y = 0; y < 16; ++y) {
-        Lanes& lanes = pair[static_cast<size_t>(16 * x + y)];
+        Lanes& lanes = pair[16 * static_cast<size_t>(x) + static_cast<size_t>(y)];
         for (int lane = 0; lane < kLaneEscapes; ++lane) {
           const PairTable& table = kPairTables[kTableOfLane[lane]];
           lanes.of[lane] =

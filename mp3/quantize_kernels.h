@@ -182,7 +182,7 @@ inline float shapeNoise(const GranuleSpectrum& s, float allowance, int32_t* wish
     if (step[i] == kNone) continue;
     const float window = isShort ? 8.0f * static_cast<float>(f.subBlockGain[i % 3]) : 0;
     const float wanted = (top - window - step[i]) / 2;
-    wish[i] = std::clamp(static_cast<int32_t>(wanted + 0.5f), 0, i < split ? 15 : 8);
+    wish[i] = std::clamp(static_cast<int32_t>(std::lround(wanted)), 0, i < split ? 15 : 8);
     base = std::min(base, step[i] + window + 2 * static_cast<float>(wish[i]) + 1);
   }
   return base;
@@ -316,7 +316,7 @@ inline void keep(const Attempt& a, const ScaleFactors& f, int32_t q, QuantizedGr
 inline int32_t bitsWanted(const GranuleSpectrum& s, Attempt& a) {
   if (s.lines == 0) return 0;
   ScaleFactors f;
-  int32_t wish[kScaleFactors];
+  int32_t wish[kScaleFactors] = {};
   const float base = shapeNoise(s, 1, wish, f);
   codeScaleFactors(wish, s, f);
   amplify(s, f, a);
@@ -352,7 +352,7 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& 
   float bestCost = INFINITY;
   int32_t bestAttempt = 0;
   ScaleFactors f;
-  int32_t wish[kScaleFactors];
+  int32_t wish[kScaleFactors] = {};
   float base = shapeNoise(s, 1, wish, f);
   auto guess = static_cast<int32_t>(std::floor(base));
   bool shaped = false;
@@ -365,7 +365,7 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& 
     amplify(s, f, a);
     const int32_t q = meetBudget(s, budget - f.bits, guess, a);
     guess = q + 1;
-    float ratio[kScaleFactors];
+    float ratio[kScaleFactors] = {};
     measureNoise(s, q, a, ratio);
     float cost = 0, worst = 0;
     for (int32_t i = 0; i < s.scaled; ++i) {
@@ -395,7 +395,7 @@ inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attem
                                  QuantizedGranule& best) {
   constexpr int32_t kMostAttempts = 12;
   ScaleFactors f;
-  int32_t wish[kScaleFactors];
+  int32_t wish[kScaleFactors] = {};
   auto q = static_cast<int32_t>(std::floor(shapeNoise(s, 1, wish, f)));
   bool found = false;
   for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
@@ -403,7 +403,7 @@ inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attem
     amplify(s, f, a);
     q = std::clamp(q, finestStep(a), 255 - kNeutralGain);
     quantizeLines(s, q, a);
-    float ratio[kScaleFactors];
+    float ratio[kScaleFactors] = {};
     measureNoise(s, q, a, ratio);
     if (*std::max_element(ratio, ratio + s.scaled) <= 1) {
       a.code = countSpectrum(a.lines, s.switched, s.sfbLong);

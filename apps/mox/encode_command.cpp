@@ -26,7 +26,7 @@ struct EncodeArguments {
 
 std::string defaultOutput(const std::string& input) {
   if (input == "-") return "-";
-  const std::string output = std::filesystem::path(input).replace_extension(".mp3").string();
+  std::string output = std::filesystem::path(input).replace_extension(".mp3").string();
   if (std::filesystem::exists(output))
     throw Failure(output + " is there already; name the output to replace it");
   return output;

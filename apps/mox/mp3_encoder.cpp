@@ -106,7 +106,7 @@ int32_t Mp3Encoder::nextPadding() {
 void Mp3Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& out) {
   if (!started_) out.resize(out.size() + infoFrame().size());
   started_ = true;
-  const auto granule = static_cast<size_t>(kGranule * channels_);
+  const size_t granule = size_t{kGranule} * static_cast<size_t>(channels_);
   samplesTaken_ += std::ssize(samples) / channels_;
   if (!held_.empty()) {
     const size_t missing = std::min(granule - held_.size(), samples.size());
