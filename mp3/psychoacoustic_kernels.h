@@ -60,7 +60,6 @@ struct PsychoacousticChannel {
   Mox32fc slow[2][kSlowLines];      // long spectra likewise
   Mox32fc fast[kFastLines];         // the last short spectrum of the granule before
   float shortMasking[kPartitions];  // of the window before
-  int32_t leapt;                    // whether the last sub-block rose like an attack
   float burst[kPastSubBlocks];      // high-passed energies of past sub-blocks
   MoxMp3PsychoacousticModelTwoAnalysis pending;  // of the granule before, its block type still open
   int32_t pendingShort;                          // that granule holds an attack
@@ -261,10 +260,7 @@ inline bool findAttack(PsychoacousticChannel& channel, const float* samples) {
     }
     past[kPastSubBlocks + n] = energy;
     const float loudest = *std::max_element(past + n, past + n + kPastSubBlocks - 1);
-    // A leap right behind another one is the same attack.
-    const bool leap = energy > std::max(kAudible, kLeap * loudest);
-    found = found || (leap && channel.leapt == 0);
-    channel.leapt = leap;
+    found = found || energy > std::max(kAudible, kLeap * loudest);
   }
   std::memcpy(channel.burst, past + kSubBlocks, sizeof channel.burst);
   return found;
