@@ -49,8 +49,8 @@ inline float maskingRatio(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const
 
 // The noise that run i may hold: its energy times the masking ratio. A short block's windows are longer than the
 // spectra of the model; what they see beyond, the attack that is to come, masks nothing.
-inline float runAllowance(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands, int32_t i,
-                          float energy) {
+inline float runAllowance(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
+                          int32_t i, float energy) {
   const float allowed = energy * maskingRatio(psy, bands, i);
   if (bands.longCount > 0) return allowed;
   return std::min(allowed, 2 * kSpectrumPerModel * psy.thresholdShort[i / 3][i % 3]);
