@@ -214,7 +214,7 @@ void Mp3Encoder::encodeFrame(std::vector<uint8_t>& out) {
 void Mp3Encoder::writeFrame(const int8_t* scaleFactors, const int32_t* scfsi, const int32_t* count1Len,
                             const MoxMp3SideInfo* side, const int32_t* lines, int32_t stuffing,
                             int32_t mainDataBegin) {
-  uint8_t start[4 + 32];
+  uint8_t start[4 + 32 + 1];  // the writer touches the byte at which it comes to rest
   uint8_t* p = start;
   check(moxsPackFrameHeader_MP3(&header_, &p));
   check(moxsPackSideInfo_MP3(side, &p, mainDataBegin, 0, scfsi, &header_));
