@@ -96,7 +96,8 @@ void quantizeGranule(FrameSpectra& frame, int32_t i, int32_t budget, bool consta
   quantizeToBudget(s, budget, frame.attempt, result);
 }
 
-// Granules in turn, each with its share by what it wants; what one leaves goes to the next. Returns the bits of all.
+// Granules in turn, each with its share by what it wants; what one leaves goes to the next. Without a constant rate
+// a granule may also take what no later one wants. Returns the bits of all.
 int32_t quantizeFrame(FrameSpectra& frame, int32_t count, int32_t most, int32_t target, bool constantRate,
                       const int32_t* wanted) {
   int64_t stillWanted = 0;
@@ -104,12 +105,13 @@ int32_t quantizeFrame(FrameSpectra& frame, int32_t count, int32_t most, int32_t 
   for (int32_t i = 0; i < count; ++i) stillWanted += wanted[i] + kBase;
   int32_t used = 0;
   for (int32_t i = 0; i < count; ++i) {
-    int64_t share = (target - used) * int64_t{wanted[i] + kBase} / stillWanted;
-    if (!constantRate) share = most - used;
+    const int64_t own = wanted[i] + kBase, left = (constantRate ? target : most) - used;
+    int64_t share = left * own / stillWanted;
+    if (!constantRate) share = std::max(share, left - (stillWanted - own));
     quantizeGranule(frame, i, static_cast<int32_t>(std::clamp<int64_t>(share, 0, kLargestPart23)),
                     constantRate);
     used += frame.quantized[i].bits();
-    stillWanted -= wanted[i] + kBase;
+    stillWanted -= own;
   }
   return used;
 }

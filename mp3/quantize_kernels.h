@@ -357,13 +357,19 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& 
   auto guess = static_cast<int32_t>(std::floor(base));
   bool shaped = false;
   for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
-    codeScaleFactors(wish, s, f);
-    if (f.bits > budget) {
-      std::fill(wish, wish + kScaleFactors, 0);
+    int32_t q = 0;
+    const auto fits = [&] {
       codeScaleFactors(wish, s, f);
+      if (f.bits > budget) return false;
+      amplify(s, f, a);
+      q = meetBudget(s, budget - f.bits, guess, a);
+      return f.bits + a.code.bits <= budget;
+    };
+    if (!fits()) {  // amplified runs can be too fine even with the coarsest global step; flat, all is silenced
+      std::fill(wish, wish + kScaleFactors, 0);
+      std::fill(f.subBlockGain, f.subBlockGain + 3, 0);
+      fits();
     }
-    amplify(s, f, a);
-    const int32_t q = meetBudget(s, budget - f.bits, guess, a);
     guess = q + 1;
     float ratio[kScaleFactors] = {};
     measureNoise(s, q, a, ratio);

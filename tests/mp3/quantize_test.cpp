@@ -120,20 +120,28 @@ void fill(Frame& frame, int kind, std::mt19937& random) {
     if (kind == 4) x = i % 97 == 0 ? unit(random) : 0;          // impulses
     if (kind == 5) x = unit(random) * 3e-7;                     // around one step of 16 bits
     if (kind == 6) x = i % 576 < 2 ? 31 * unit(random) : 1e-6;  // far beyond full scale at the lowest lines
+    if (kind == 7) x = unit(random);
     frame.lines[i] = static_cast<int32_t>(std::lrint(x * 67108864.0));
   }
 }
 
 TEST(Quantize, NeverTakesMoreThanItsBitsAndParsesBack) {
   std::mt19937 random(3);
-  for (int kind = 0; kind < 7; ++kind)
+  for (int kind = 0; kind < 8; ++kind)
     for (const int32_t blockType : {0, 1, 2, 3})
       for (const int32_t mode : {0, 3})
-        for (const int32_t meanBits : {0, 100, 1000, 3000, 8000, 16380})
+        for (const int32_t meanBits : {0, 100, 250, 1000, 3000, 8000, 16380})
           for (const int32_t constantRate : {0, 1}) {
             Frame frame(mode, kind % 3);
             fill(frame, kind, random);
             frame.mask(blockType, 15);
+            if (kind == 7)  // thresholds so unlike that the coarsest step is still fine for some runs
+              for (Analysis& psy : frame.psy)
+                for (int b = 0; b < 21; ++b) {
+                  psy.thresholdLong[b] *= std::pow(1e-5f, static_cast<float>(b % 3));
+                  for (int w = 0; w < 3 && b < 12; ++w)
+                    psy.thresholdShort[b][w] *= std::pow(1e-5f, static_cast<float>(w));
+                }
             MoxMp3BitReservoir reservoir{meanBits % 3 * 160, 2000};
             const int32_t before = reservoir.resBits;
             ASSERT_EQ(frame.quantize(reservoir, meanBits, constantRate), moxStatusOk);
