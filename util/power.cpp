@@ -44,7 +44,7 @@ moxStatus moxsPow43Scale_16s32s_Sf(const int16_t* pSrc, int32_t* pDst, const int
     const int64_t end = pBandOffset[b + 1];
     for (int64_t i = pBandOffset[b]; i < end; ++i) {
       const double x = pSrc[i];
-      pDst[i] = x == 0.0 ? 0 : roundSaturate32(x * std::cbrt(std::fabs(x)) * gain);
+      pDst[i] = x == 0.0 ? 0 : roundSaturate32(std::copysign(exactPow43(std::fabs(x)), x) * gain);
     }
   }
   return moxStatusOk;
