@@ -124,7 +124,8 @@ moxStatus FftInit_C_32fc(FftSpec** ppSpec, int32_t order, int32_t flag, int32_t 
   spec->scaleForward = flag == FftScaleFwdByN || flag == FftScaleBySqrtN;
   spec->scaleInverse = flag == FftScaleInvByN || flag == FftScaleBySqrtN;
   const double points = static_cast<double>(int32_t{1} << order);
-  spec->scale = static_cast<float>(flag == FftScaleBySqrtN ? 1 / std::sqrt(points) : 1 / points);
+  if (flag != FftScaleNone)
+    spec->scale = static_cast<float>(flag == FftScaleBySqrtN ? 1 / std::sqrt(points) : 1 / points);
   if (order <= kFftLastStraightOrder) return moxStatusOk;
 
   buildTables(*spec, pInitBuf == nullptr ? nullptr : alignUp<float>(pInitBuf, 64));

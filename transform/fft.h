@@ -35,7 +35,7 @@ struct FftSpec {
   int32_t order;
   int32_t scaleForward;  // 1: the forward transform multiplies by `scale`
   int32_t scaleInverse;
-  float scale;
+  float scale;       // 1/L or 1/sqrt(L); 0 when neither direction scales
   int32_t hint;      // kept, selects nothing
   int32_t workSize;  // bytes
   int32_t reserved;  // 0

@@ -204,6 +204,7 @@ TEST(Fft, EveryScaleMode) {
     Fft plain(order);
     plain.forward(x, plainForward);
     plain.inverse(x, plainInverse);
+    EXPECT_TRUE(plain.spec->scaleForward == 0 && plain.spec->scaleInverse == 0 && plain.spec->scale == 0);
     const float byN = 1.0f / static_cast<float>(n);
     const float bySqrt = static_cast<float>(1 / std::sqrt(static_cast<double>(n)));
     const auto expectScaled = [&](const Signal& unscaled, float factor) {
