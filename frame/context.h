@@ -13,6 +13,7 @@
 // The layout of the record is computed by one function per family that feeds both GetSize and Init.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/align.h"
@@ -29,6 +30,19 @@ enum class OnFree { keepIdentifier, clearIdentifier };
 // When InitAlloc fails after the context's block was obtained: most families leave the unfinished block in
 // the caller's pointer, neither freed nor marked allocated; some release it.
 enum class OnLateFailure { leaveBlock, releaseBlock };
+
+// What the tagged contexts on a 16-byte grid have in common, that is most of them.
+template <ContextId kId, class RecordT>
+struct TaggedFamily {
+  using Record = RecordT;
+  static constexpr ContextId kIdentifier = kId;
+  static constexpr uintptr_t kAlignment = 16;
+  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
+  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
+
+  // A block of `bytes` at any alignment of the caller's pointer.
+  static constexpr int32_t withSlack(size_t bytes) { return static_cast<int32_t>(bytes + kAlignment - 1); }
+};
 
 // Bytes that GetSize reports.
 struct ContextSizes {
@@ -100,6 +114,35 @@ moxStatus contextFree(void* pointer) {
 
   contextRelease<Family>(pointer);
   return moxStatusOk;
+}
+
+// A plain state is one block whose size nothing changes and that holds no pointers. Its family adds to the traits
+//
+//   static constexpr int32_t kBytes;      // of the block, the slack of its alignment included
+//   static void start(Record& record);    // all that stands behind the identifier and the flag
+template <class Family>
+moxStatus plainStateGetSize(int32_t* pSize) {
+  MOX_REQUIRE(notNull(pSize), moxStatusNullPointer);
+  *pSize = Family::kBytes;
+  return moxStatusOk;
+}
+
+template <class Family>
+moxStatus plainStateInit(void* pState) {
+  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
+
+  auto& record = *contextRecord<Family>(pState);
+  record.identifier = Family::kIdentifier;
+  record.allocated = 0;
+  Family::start(record);
+  return moxStatusOk;
+}
+
+template <class Family, class State>
+moxStatus plainStateInitAlloc(State** ppState) {
+  return contextInitAlloc<Family>(
+      ppState, [](ContextSizes& sizes) { return plainStateGetSize<Family>(&sizes.context); },
+      [](void* block, void*) { return plainStateInit<Family>(block); });
 }
 
 }  // namespace moxac

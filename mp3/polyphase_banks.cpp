@@ -28,35 +28,15 @@ struct BankRecord {
 static_assert(sizeof(BankRecord) + 16 + kHistoryFloats * sizeof(float) + 15 <= kBankBytes);
 
 template <ContextId kId>
-struct BankFamily {
-  using Record = BankRecord;
-  static constexpr ContextId kIdentifier = kId;
-  static constexpr uintptr_t kAlignment = 16;
-  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
-  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
+struct BankFamily : TaggedFamily<kId, BankRecord> {
+  static constexpr int32_t kBytes = kBankBytes;
+  static void start(BankRecord& bank) {
+    bank.position = bank.reserved = 0;
+    std::fill_n(bank.history(), kHistoryFloats, 0.0f);
+  }
 };
 using SynthesisFamily = BankFamily<ContextId::mp3Synthesis>;
 using AnalysisFamily = BankFamily<ContextId::mp3Analysis>;
-
-template <class Family>
-void initBank(void* memory) {
-  BankRecord* const bank = contextRecord<Family>(memory);
-  *bank = {Family::kIdentifier, 0, 0, 0};
-  std::fill_n(bank->history(), kHistoryFloats, 0.0f);
-}
-
-template <class Family, class State>
-moxStatus initAllocBank(State** ppState) {
-  const auto sizes = [](ContextSizes& s) {
-    s.context = kBankBytes;
-    return moxStatus{moxStatusOk};
-  };
-  const auto init = [](void* block, void*) {
-    initBank<Family>(block);
-    return moxStatus{moxStatusOk};
-  };
-  return contextInitAlloc<Family>(ppState, sizes, init);
-}
 
 void advance(BankRecord& bank) { bank.position = (bank.position - 1) & (kHistorySlots - 1); }
 
@@ -66,21 +46,17 @@ void advance(BankRecord& bank) { bank.position = (bank.position - 1) & (kHistory
 using namespace moxac;
 
 moxStatus moxsAnalysisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize) {
-  MOX_REQUIRE(notNull(pStateSize), moxStatusNullPointer);
-  *pStateSize = kBankBytes;
-  return moxStatusOk;
+  return plainStateGetSize<AnalysisFamily>(pStateSize);
 }
 
 MOX_EXPORT_ALIAS(moxsSynthesisFilterGetSize_PQMF_MP3_32f, moxsAnalysisFilterGetSize_PQMF_MP3_32f);
 
 moxStatus moxsSynthesisFilterInit_PQMF_MP3_32f(MoxMp3SynthesisState* pState) {
-  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
-  initBank<SynthesisFamily>(pState);
-  return moxStatusOk;
+  return plainStateInit<SynthesisFamily>(pState);
 }
 
 moxStatus moxsSynthesisFilterInitAlloc_PQMF_MP3_32f(MoxMp3SynthesisState** ppState) {
-  return initAllocBank<SynthesisFamily>(ppState);
+  return plainStateInitAlloc<SynthesisFamily>(ppState);
 }
 
 moxStatus moxsSynthesisFilterFree_PQMF_MP3_32f(MoxMp3SynthesisState* pState) {
@@ -99,13 +75,11 @@ moxStatus moxsSynthesisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp
 }
 
 moxStatus moxsAnalysisFilterInit_PQMF_MP3_32f(MoxMp3AnalysisState* pState) {
-  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
-  initBank<AnalysisFamily>(pState);
-  return moxStatusOk;
+  return plainStateInit<AnalysisFamily>(pState);
 }
 
 moxStatus moxsAnalysisFilterInitAlloc_PQMF_MP3_32f(MoxMp3AnalysisState** ppState) {
-  return initAllocBank<AnalysisFamily>(ppState);
+  return plainStateInitAlloc<AnalysisFamily>(ppState);
 }
 
 moxStatus moxsAnalysisFilterFree_PQMF_MP3_32f(MoxMp3AnalysisState* pState) {

@@ -20,15 +20,13 @@ struct EncoderRecord {
   float delay[kDelayFloats];
 };
 
-struct EncoderFamily {
-  using Record = EncoderRecord;
-  static constexpr ContextId kIdentifier = ContextId::sbrEncoderAnalysis;
-  static constexpr uintptr_t kAlignment = 16;
-  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
-  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
+struct EncoderFamily : TaggedFamily<ContextId::sbrEncoderAnalysis, EncoderRecord> {
+  static constexpr int32_t kBytes = withSlack(sizeof(EncoderRecord));
+  static void start(EncoderRecord& bank) {
+    bank.position = 0;
+    std::fill_n(bank.delay, kDelayFloats, 0.0f);
+  }
 };
-
-constexpr int32_t kStateBytes = static_cast<int32_t>(sizeof(EncoderRecord) + EncoderFamily::kAlignment - 1);
 
 }  // namespace
 }  // namespace moxac
@@ -36,28 +34,15 @@ constexpr int32_t kStateBytes = static_cast<int32_t>(sizeof(EncoderRecord) + Enc
 using namespace moxac;
 
 moxStatus moxsAnalysisFilterEncGetSize_SBR_32f(int32_t* pStateSize) {
-  MOX_REQUIRE(notNull(pStateSize), moxStatusNullPointer);
-  *pStateSize = kStateBytes;
-  return moxStatusOk;
+  return plainStateGetSize<EncoderFamily>(pStateSize);
 }
 
 moxStatus moxsAnalysisFilterEncInit_SBR_32f(MoxQmfEncoderState* pState) {
-  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
-
-  EncoderRecord& bank = *contextRecord<EncoderFamily>(pState);
-  bank.identifier = EncoderFamily::kIdentifier;
-  bank.allocated = 0;
-  bank.position = 0;
-  std::fill_n(bank.delay, kDelayFloats, 0.0f);
-  return moxStatusOk;
+  return plainStateInit<EncoderFamily>(pState);
 }
 
 moxStatus moxsAnalysisFilterEncInitAlloc_SBR_32f(MoxQmfEncoderState** ppState) {
-  return contextInitAlloc<EncoderFamily>(
-      ppState, [](ContextSizes& sizes) { return moxsAnalysisFilterEncGetSize_SBR_32f(&sizes.context); },
-      [](void* block, void*) {
-        return moxsAnalysisFilterEncInit_SBR_32f(static_cast<MoxQmfEncoderState*>(block));
-      });
+  return plainStateInitAlloc<EncoderFamily>(ppState);
 }
 
 moxStatus moxsAnalysisFilterEncFree_SBR_32f(MoxQmfEncoderState* pState) {

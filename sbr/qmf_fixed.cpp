@@ -51,7 +51,7 @@ moxStatus analyse(const int32_t* pSrc, int32_t* dst, int32_t numTimeSlots, int32
 template <class Bank, class Modulation, int kWords>
 moxStatus synthesise(const int32_t* src, int32_t* pDst, int32_t numTimeSlots, void* pState) {
   QmfFixedRecord& record = *contextRecord<Bank>(pState);
-  if (record.bands != Bank::kBands) clearHistory<Bank>(record);
+  if (record.bands != Bank::kBands) Bank::start(record);
   const FixedRows<const int32_t, Bank::kBands, kWords> rows{src};
   qmfSynthesise<Bank::kBands, Modulation, Lanes4d>(rows, pDst, kSynthesisWindow<Bank::kBands>.data(),
                                                    numTimeSlots, record.delay(), record.position);
@@ -66,25 +66,25 @@ using namespace moxac;
 // ---- Analysis ----
 
 moxStatus moxsAnalysisFilterGetSize_SBRHQ_32s32sc(int32_t* pSize) {
-  return qmfFixedGetSize<AnalysisHq>(pSize);
+  return plainStateGetSize<AnalysisHq>(pSize);
 }
 static_assert(AnalysisHq::kBytes == AnalysisLp::kBytes);
 MOX_EXPORT_ALIAS(moxsAnalysisFilterGetSize_SBRLP_32s, moxsAnalysisFilterGetSize_SBRHQ_32s32sc);
 
 moxStatus moxsAnalysisFilterInit_SBRHQ_32s32sc(MoxQmfFixedAnalysisState* pState) {
-  return qmfFixedInit<AnalysisHq>(pState);
+  return plainStateInit<AnalysisHq>(pState);
 }
 
 moxStatus moxsAnalysisFilterInit_SBRLP_32s(MoxQmfFixedAnalysisState* pState) {
-  return qmfFixedInit<AnalysisLp>(pState);
+  return plainStateInit<AnalysisLp>(pState);
 }
 
 moxStatus moxsAnalysisFilterInitAlloc_SBRHQ_32s32sc(MoxQmfFixedAnalysisState** ppState) {
-  return qmfFixedInitAlloc<AnalysisHq>(ppState);
+  return plainStateInitAlloc<AnalysisHq>(ppState);
 }
 
 moxStatus moxsAnalysisFilterInitAlloc_SBRLP_32s(MoxQmfFixedAnalysisState** ppState) {
-  return qmfFixedInitAlloc<AnalysisLp>(ppState);
+  return plainStateInitAlloc<AnalysisLp>(ppState);
 }
 
 moxStatus moxsAnalysisFilterFree_SBRHQ_32s32sc(MoxQmfFixedAnalysisState* pState) {
@@ -118,25 +118,25 @@ moxStatus moxsAnalysisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32
 // ---- Synthesis ----
 
 moxStatus moxsSynthesisFilterGetSize_SBRHQ_32sc32s(int32_t* pSize) {
-  return qmfFixedGetSize<SynthesisHq>(pSize);
+  return plainStateGetSize<SynthesisHq>(pSize);
 }
 static_assert(SynthesisHq::kBytes == SynthesisLp::kBytes);
 MOX_EXPORT_ALIAS(moxsSynthesisFilterGetSize_SBRLP_32s, moxsSynthesisFilterGetSize_SBRHQ_32sc32s);
 
 moxStatus moxsSynthesisFilterInit_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
-  return qmfFixedInit<SynthesisHq>(pState);
+  return plainStateInit<SynthesisHq>(pState);
 }
 
 moxStatus moxsSynthesisFilterInit_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
-  return qmfFixedInit<SynthesisLp>(pState);
+  return plainStateInit<SynthesisLp>(pState);
 }
 
 moxStatus moxsSynthesisFilterInitAlloc_SBRHQ_32sc32s(MoxQmfFixedSynthesisState** ppState) {
-  return qmfFixedInitAlloc<SynthesisHq>(ppState);
+  return plainStateInitAlloc<SynthesisHq>(ppState);
 }
 
 moxStatus moxsSynthesisFilterInitAlloc_SBRLP_32s(MoxQmfFixedSynthesisState** ppState) {
-  return qmfFixedInitAlloc<SynthesisLp>(ppState);
+  return plainStateInitAlloc<SynthesisLp>(ppState);
 }
 
 moxStatus moxsSynthesisFilterFree_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
@@ -168,25 +168,25 @@ moxStatus moxsSynthesisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int3
 // ---- Down-sampled synthesis ----
 
 moxStatus moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s(int32_t* pSize) {
-  return qmfFixedGetSize<DownHq>(pSize);
+  return plainStateGetSize<DownHq>(pSize);
 }
 static_assert(DownHq::kBytes == DownLp::kBytes);
 MOX_EXPORT_ALIAS(moxsSynthesisDownFilterGetSize_SBRLP_32s, moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s);
 
 moxStatus moxsSynthesisDownFilterInit_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {
-  return qmfFixedInit<DownHq>(pState);
+  return plainStateInit<DownHq>(pState);
 }
 
 moxStatus moxsSynthesisDownFilterInit_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
-  return qmfFixedInit<DownLp>(pState);
+  return plainStateInit<DownLp>(pState);
 }
 
 moxStatus moxsSynthesisDownFilterInitAlloc_SBRHQ_32sc32s(MoxQmfFixedSynthesisState** ppState) {
-  return qmfFixedInitAlloc<DownHq>(ppState);
+  return plainStateInitAlloc<DownHq>(ppState);
 }
 
 moxStatus moxsSynthesisDownFilterInitAlloc_SBRLP_32s(MoxQmfFixedSynthesisState** ppState) {
-  return qmfFixedInitAlloc<DownLp>(ppState);
+  return plainStateInitAlloc<DownLp>(ppState);
 }
 
 moxStatus moxsSynthesisDownFilterFree_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState) {

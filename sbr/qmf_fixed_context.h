@@ -20,49 +20,18 @@ struct alignas(16) QmfFixedRecord {
 
 // One family: its identifier, bands, and the values of the delay line a slot brings.
 template <ContextId kId, int kBandsT, int kStep>
-struct QmfFixedBank {
-  using Record = QmfFixedRecord;
-  static constexpr ContextId kIdentifier = kId;
-  static constexpr uintptr_t kAlignment = 16;
-  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
-  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
-
+struct QmfFixedBank : TaggedFamily<kId, QmfFixedRecord> {
   static constexpr int kBands = kBandsT;
   static constexpr int kDelay = 10 * kStep;
   static constexpr int32_t kBytes =
-      static_cast<int32_t>(sizeof(QmfFixedRecord) + kDelay * sizeof(double) + kAlignment - 1);
+      TaggedFamily<kId, QmfFixedRecord>::withSlack(sizeof(QmfFixedRecord) + kDelay * sizeof(double));
+
+  // Clears the history, which then is this bank's.
+  static void start(QmfFixedRecord& record) {
+    record.position = 0;
+    record.bands = kBands;
+    std::fill_n(record.delay(), kDelay, 0.0);
+  }
 };
-
-template <class Bank>
-void clearHistory(QmfFixedRecord& record) {
-  record.position = 0;
-  record.bands = Bank::kBands;
-  std::fill_n(record.delay(), Bank::kDelay, 0.0);
-}
-
-template <class Bank>
-moxStatus qmfFixedGetSize(int32_t* pSize) {
-  MOX_REQUIRE(notNull(pSize), moxStatusNullPointer);
-  *pSize = Bank::kBytes;
-  return moxStatusOk;
-}
-
-template <class Bank>
-moxStatus qmfFixedInit(void* pState) {
-  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
-
-  QmfFixedRecord& record = *contextRecord<Bank>(pState);
-  record.identifier = Bank::kIdentifier;
-  record.allocated = 0;
-  clearHistory<Bank>(record);
-  return moxStatusOk;
-}
-
-template <class Bank, class State>
-moxStatus qmfFixedInitAlloc(State** ppState) {
-  return contextInitAlloc<Bank>(
-      ppState, [](ContextSizes& sizes) { return qmfFixedGetSize<Bank>(&sizes.context); },
-      [](void* block, void*) { return qmfFixedInit<Bank>(block); });
-}
 
 }  // namespace moxac

@@ -1,8 +1,7 @@
+// The DTS core synthesis bank, its history in a context.
 #include <algorithm>
 #include <cstdint>
 
-#include "frame/align.h"
-#include "frame/checks.h"
 #include "frame/context.h"
 #include "moxac/transform.h"
 #include "transform/dts_kernels.h"
@@ -18,15 +17,13 @@ struct DtsRecord {
   float history[kDtsHistory];
 };
 
-struct DtsFamily {
-  using Record = DtsRecord;
-  static constexpr ContextId kIdentifier = ContextId::dtsSynthesis;
-  static constexpr uintptr_t kAlignment = 16;
-  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
-  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
+struct DtsFamily : TaggedFamily<ContextId::dtsSynthesis, DtsRecord> {
+  static constexpr int32_t kBytes = withSlack(sizeof(DtsRecord));
+  static void start(DtsRecord& bank) {
+    bank.position = 0;
+    std::fill_n(bank.history, kDtsHistory, 0.0f);
+  }
 };
-
-constexpr int32_t kDtsBytes = static_cast<int32_t>(sizeof(DtsRecord) + DtsFamily::kAlignment - 1);
 
 }  // namespace
 }  // namespace moxac
@@ -34,28 +31,15 @@ constexpr int32_t kDtsBytes = static_cast<int32_t>(sizeof(DtsRecord) + DtsFamily
 using namespace moxac;
 
 moxStatus moxsSynthesisFilterGetSize_DTS_32f(int32_t* pStateSize) {
-  MOX_REQUIRE(notNull(pStateSize), moxStatusNullPointer);
-  *pStateSize = kDtsBytes;
-  return moxStatusOk;
+  return plainStateGetSize<DtsFamily>(pStateSize);
 }
 
 moxStatus moxsSynthesisFilterInit_DTS_32f(MoxDtsSynthesisState* pState) {
-  MOX_REQUIRE(notNull(pState), moxStatusNullPointer);
-
-  DtsRecord& bank = *contextRecord<DtsFamily>(pState);
-  bank.identifier = DtsFamily::kIdentifier;
-  bank.allocated = 0;
-  bank.position = 0;
-  std::fill_n(bank.history, kDtsHistory, 0.0f);
-  return moxStatusOk;
+  return plainStateInit<DtsFamily>(pState);
 }
 
 moxStatus moxsSynthesisFilterInitAlloc_DTS_32f(MoxDtsSynthesisState** ppState) {
-  return contextInitAlloc<DtsFamily>(
-      ppState, [](ContextSizes& sizes) { return moxsSynthesisFilterGetSize_DTS_32f(&sizes.context); },
-      [](void* block, void*) {
-        return moxsSynthesisFilterInit_DTS_32f(static_cast<MoxDtsSynthesisState*>(block));
-      });
+  return plainStateInitAlloc<DtsFamily>(ppState);
 }
 
 moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState) {

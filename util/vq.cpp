@@ -7,13 +7,7 @@ using namespace moxac;
 
 namespace {
 
-struct VqFamily {
-  using Record = VqRecord;
-  static constexpr ContextId kIdentifier = ContextId::vqCodeBook;
-  static constexpr uintptr_t kAlignment = 16;
-  static constexpr OnFree kOnFree = OnFree::keepIdentifier;
-  static constexpr OnLateFailure kOnLateFailure = OnLateFailure::leaveBlock;
-};
+using VqFamily = TaggedFamily<ContextId::vqCodeBook, VqRecord>;
 
 bool validBook(int32_t vectorLen, int32_t numVectors) {
   return inRange<int32_t>(vectorLen, 1, moxVqMaxVectorLen) &&
@@ -41,7 +35,7 @@ moxStatus moxsVQCodeBookGetSize_32f(int32_t vectorLen, int32_t numVectors, int32
   MOX_REQUIRE(notNull(pSize), moxStatusNullPointer);
   MOX_REQUIRE(validBook(vectorLen, numVectors), moxStatusBadSize);
 
-  *pSize = static_cast<int32_t>(vqRecordBytes(vectorLen, numVectors) + VqFamily::kAlignment - 1);
+  *pSize = VqFamily::withSlack(vqRecordBytes(vectorLen, numVectors));
   return moxStatusOk;
 }
 
