@@ -48,6 +48,7 @@ struct Lanes1 {
   static constexpr int kCount = 1;
   static V splat(T v) { return v; }
   static V load(const T* p) { return *p; }
+  static void store(T* p, V v) { *p = v; }
 };
 struct Lanes8 {
   using T = float;

@@ -23,9 +23,11 @@ namespace moxac {
 
 constexpr int64_t firRowStride(int64_t blockLen) { return roundUp<int64_t>(blockLen, 4); }
 
-// Rows summed in one sweep: a sweep is as many sequential streams, which the prefetchers follow, while all
-// rows at once would meet in the same cache sets when the stride is a multiple of a page.
-constexpr int32_t kFirSweepRows = 8;
+// Rows summed in one sweep, and vectors of each row that one span of it takes: four rows are as many sequential
+// streams, which the prefetchers follow; four vectors use up every cache line at once, while rows whose stride is a
+// multiple of a page meet in the same cache sets and push each other's lines out.
+constexpr int32_t kFirSweepRows = 4;
+constexpr int32_t kFirSpanVectors = 4;
 
 // Terms of the sum in their order: term 0 is the newest row with the first tap, term n the row n places
 // behind it, which is nTaps - n calls old.
@@ -34,44 +36,44 @@ struct FirTerm {
   float tap;
 };
 
-// Adds `count` terms to positions i ... of dst, or begins the sum with them.
-template <class V, class Load, class Store, class Splat>
-void firSpan(const FirTerm* terms, int32_t count, bool begin, int64_t i, float* dst, Load load, Store store,
-             Splat splat) {
-  V sum = splat(terms[0].tap) * load(terms[0].row + i);
-  if (!begin) sum = load(dst + i) + sum;
-  for (int32_t n = 1; n < count; ++n) sum = sum + splat(terms[n].tap) * load(terms[n].row + i);
-  store(dst + i, sum);
+// Adds kTerms terms to kVectors vectors of dst from position i on, or begins the sum with them.
+template <class Lanes, int32_t kVectors, int32_t kTerms, bool kBegin>
+[[gnu::always_inline]] inline void firSpan(const FirTerm* terms, int64_t i, float* dst) {
+  typename Lanes::V sum[kVectors];
+  for (int32_t v = 0; v < kVectors; ++v) {
+    const int64_t at = i + v * Lanes::kCount;
+    const auto first = Lanes::splat(terms[0].tap) * Lanes::load(terms[0].row + at);
+    if constexpr (kBegin)
+      sum[v] = first;
+    else
+      sum[v] = Lanes::load(dst + at) + first;
+  }
+  for (int32_t n = 1; n < kTerms; ++n)
+    for (int32_t v = 0; v < kVectors; ++v)
+      sum[v] = sum[v] + Lanes::splat(terms[n].tap) * Lanes::load(terms[n].row + i + v * Lanes::kCount);
+  for (int32_t v = 0; v < kVectors; ++v) Lanes::store(dst + i + v * Lanes::kCount, sum[v]);
 }
 
-template <int32_t kCount>
-void firSweepOf(const FirTerm* terms, bool begin, int32_t len, float* dst) {
+template <int32_t kTerms, bool kBegin>
+void firSweepOf(const FirTerm* terms, int32_t len, float* dst) {
+  constexpr int32_t kSpan = kFirSpanVectors * Lanes8::kCount;
   int64_t i = 0;
-  for (; i + 8 <= len; i += 8) firSpan<f32x8>(terms, kCount, begin, i, dst, load8, store8, splat8);
-  for (; i < len; ++i)
-    firSpan<float>(
-        terms, kCount, begin, i, dst, [](const float* p) { return *p; }, [](float* p, float v) { *p = v; },
-        [](float v) { return v; });
+  for (; i + kSpan <= len; i += kSpan) firSpan<Lanes8, kFirSpanVectors, kTerms, kBegin>(terms, i, dst);
+  for (; i + Lanes8::kCount <= len; i += Lanes8::kCount) firSpan<Lanes8, 1, kTerms, kBegin>(terms, i, dst);
+  for (; i < len; ++i) firSpan<Lanes1, 1, kTerms, kBegin>(terms, i, dst);
 }
 
-inline void firSweep(const FirTerm* terms, int32_t count, bool begin, int32_t len, float* dst) {
+template <bool kBegin>
+void firSweep(const FirTerm* terms, int32_t count, int32_t len, float* dst) {
   switch (count) {
     case 1:
-      return firSweepOf<1>(terms, begin, len, dst);
+      return firSweepOf<1, kBegin>(terms, len, dst);
     case 2:
-      return firSweepOf<2>(terms, begin, len, dst);
+      return firSweepOf<2, kBegin>(terms, len, dst);
     case 3:
-      return firSweepOf<3>(terms, begin, len, dst);
-    case 4:
-      return firSweepOf<4>(terms, begin, len, dst);
-    case 5:
-      return firSweepOf<5>(terms, begin, len, dst);
-    case 6:
-      return firSweepOf<6>(terms, begin, len, dst);
-    case 7:
-      return firSweepOf<7>(terms, begin, len, dst);
+      return firSweepOf<3, kBegin>(terms, len, dst);
     default:
-      return firSweepOf<kFirSweepRows>(terms, begin, len, dst);
+      return firSweepOf<kFirSweepRows, kBegin>(terms, len, dst);
   }
 }
 
@@ -86,7 +88,10 @@ inline void firBlock(const MoxFirBlockState& s, const float* taps, float* dst) {
       terms[count] = {s.delay + row * stride, taps[n == 0 ? 0 : s.nTaps - n]};
       row = row + 1 == s.nTaps ? 0 : row + 1;
     }
-    firSweep(terms, count, first == 0, s.blockLen, dst);
+    if (first == 0)
+      firSweep<true>(terms, count, s.blockLen, dst);
+    else
+      firSweep<false>(terms, count, s.blockLen, dst);
   }
 }
 

@@ -25,23 +25,24 @@ void deinterleaveGeneral(const T* src, int32_t numChannels, int64_t first, int64
 // of the memory traffic.
 constexpr int64_t kStreamBytes = int64_t{8} << 20;
 
-// One vector of each channel, a of the first, b of the second, to two interleaved ones; and back.
+// One vector of each channel to two interleaved ones, and back.
 template <class T>
 struct PairPiece;
 
 template <>
 struct PairPiece<float> {
   using V = f32x8;
-  static V load(const float* p) { return load8(p); }
   static void store(float* p, V v) { store8(p, v); }
   static void stream(float* p, V v) { _mm256_stream_ps(p, v); }
-  static void interleave(V a, V b, V& low, V& high) {
+  static void interleave(const float* left, const float* right, V& low, V& high) {
+    const V a = load8(left), b = load8(right);
     const V even = _mm256_unpacklo_ps(a, b);  // frames 0 1 | 4 5
     const V odd = _mm256_unpackhi_ps(a, b);   // frames 2 3 | 6 7
     low = _mm256_permute2f128_ps(even, odd, 0x20);
     high = _mm256_permute2f128_ps(even, odd, 0x31);
   }
-  static void deinterleave(V low, V high, V& a, V& b) {
+  static void deinterleave(const float* frames, V& a, V& b) {
+    const V low = load8(frames), high = load8(frames + 8);
     const V x = _mm256_permute2f128_ps(low, high, 0x20);
     const V y = _mm256_permute2f128_ps(low, high, 0x31);
     a = _mm256_shuffle_ps(x, y, 0x88);
@@ -52,29 +53,26 @@ struct PairPiece<float> {
 template <>
 struct PairPiece<int16_t> {
   using V = bytes32;
-  static V load(const int16_t* p) { return loadBytes32(p); }
   static void store(int16_t* p, V v) { storeBytes32(p, v); }
   static void stream(int16_t* p, V v) { streamBytes32(p, v); }
-  static __m128i half(V v, int i) {
-    return i == 0 ? _mm256_castsi256_si128(v) : _mm256_extractf128_si256(v, 1);
-  }
   static V join(__m128i low, __m128i high) {
     return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
   }
-  static void interleave(V a, V b, V& low, V& high) {
-    low = join(_mm_unpacklo_epi16(half(a, 0), half(b, 0)), _mm_unpackhi_epi16(half(a, 0), half(b, 0)));
-    high = join(_mm_unpacklo_epi16(half(a, 1), half(b, 1)), _mm_unpackhi_epi16(half(a, 1), half(b, 1)));
+  static V paired(__m128i a, __m128i b) { return join(_mm_unpacklo_epi16(a, b), _mm_unpackhi_epi16(a, b)); }
+  static void interleave(const int16_t* left, const int16_t* right, V& low, V& high) {
+    low = paired(loadShort8(left), loadShort8(right));
+    high = paired(loadShort8(left + 8), loadShort8(right + 8));
   }
-  static __m128i firsts(V v) {
-    const __m128i mask = _mm_set1_epi32(0xFFFF);
-    return _mm_packus_epi32(_mm_and_si128(half(v, 0), mask), _mm_and_si128(half(v, 1), mask));
+  // Four frames: their first samples below, their second ones above.
+  static __m128i apart(const int16_t* frames) {
+    return _mm_shuffle_epi8(loadShort8(frames),
+                            _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15));
   }
-  static __m128i seconds(V v) {
-    return _mm_packus_epi32(_mm_srli_epi32(half(v, 0), 16), _mm_srli_epi32(half(v, 1), 16));
-  }
-  static void deinterleave(V low, V high, V& a, V& b) {
-    a = join(firsts(low), firsts(high));
-    b = join(seconds(low), seconds(high));
+  static void deinterleave(const int16_t* frames, V& a, V& b) {
+    const __m256d even = _mm256_castsi256_pd(join(apart(frames), apart(frames + 16)));
+    const __m256d odd = _mm256_castsi256_pd(join(apart(frames + 8), apart(frames + 24)));
+    a = _mm256_castpd_si256(_mm256_unpacklo_pd(even, odd));
+    b = _mm256_castpd_si256(_mm256_unpackhi_pd(even, odd));
   }
 };
 
@@ -93,10 +91,12 @@ constexpr int64_t kPieceFrames = static_cast<int64_t>(sizeof(typename PairPiece<
 // Both return the first frame not done.
 template <class T, bool stream>
 int64_t interleavePairs(const T* const* src, int64_t first, int64_t len, T* dst) {
+  const T* const left = src[0];
+  const T* const right = src[1];
   int64_t i = first;
   for (; i + kPieceFrames<T> <= len; i += kPieceFrames<T>) {
     typename PairPiece<T>::V low, high;
-    PairPiece<T>::interleave(PairPiece<T>::load(src[0] + i), PairPiece<T>::load(src[1] + i), low, high);
+    PairPiece<T>::interleave(left + i, right + i, low, high);
     storePiece<T, stream>(dst + 2 * i, low);
     storePiece<T, stream>(dst + 2 * i + kPieceFrames<T>, high);
   }
@@ -106,13 +106,14 @@ int64_t interleavePairs(const T* const* src, int64_t first, int64_t len, T* dst)
 
 template <class T, bool stream>
 int64_t deinterleavePairs(const T* src, int64_t first, int64_t len, T* const* dst) {
+  T* const left = dst[0];
+  T* const right = dst[1];
   int64_t i = first;
   for (; i + kPieceFrames<T> <= len; i += kPieceFrames<T>) {
     typename PairPiece<T>::V a, b;
-    PairPiece<T>::deinterleave(PairPiece<T>::load(src + 2 * i),
-                               PairPiece<T>::load(src + 2 * i + kPieceFrames<T>), a, b);
-    storePiece<T, stream>(dst[0] + i, a);
-    storePiece<T, stream>(dst[1] + i, b);
+    PairPiece<T>::deinterleave(src + 2 * i, a, b);
+    storePiece<T, stream>(left + i, a);
+    storePiece<T, stream>(right + i, b);
   }
   if constexpr (stream) storeFence();
   return i;

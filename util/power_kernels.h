@@ -20,17 +20,18 @@ inline float makeFloat(int16_t mantissa, uint16_t exponent) {
 
 // The factors' upper halves fit 16-bit lanes: their lower halves are zero.
 inline void makeFloatBlock(const int16_t* mant, const uint16_t* exp, int64_t len, float* dst) {
-  const auto load = [](const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); };
+  const auto halfwords8 = [](const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); };
+  const auto halfwords4 = [](const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); };
   const __m128i zero = _mm_setzero_si128();
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const __m128i m = load(mant + i);
-    const __m128i upper = _mm_and_si128(
-        _mm_sub_epi16(_mm_set1_epi16(0x3800), _mm_slli_epi16(load(exp + i), 7)), _mm_set1_epi16(0x7FFF));
+    const __m128i upper =
+        _mm_and_si128(_mm_sub_epi16(_mm_set1_epi16(0x3800), _mm_slli_epi16(halfwords8(exp + i), 7)),
+                      _mm_set1_epi16(0x7FFF));
     const f32x4 low = _mm_castsi128_ps(_mm_unpacklo_epi16(zero, upper));
     const f32x4 high = _mm_castsi128_ps(_mm_unpackhi_epi16(zero, upper));
-    store4(dst + i, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(m)) * low);
-    store4(dst + i + 4, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(m, m))) * high);
+    store4(dst + i, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(halfwords4(mant + i))) * low);
+    store4(dst + i + 4, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(halfwords4(mant + i + 4))) * high);
   }
   for (; i < len; ++i) dst[i] = makeFloat(mant[i], exp[i]);
 }

@@ -13,7 +13,7 @@ using moxtest::AllocSpy;
 using moxtest::Block;
 
 TEST(FirBlock, WeightsEveryAgeInTheWrittenOrder) {
-  for (const int32_t nTaps : {1, 2, 3, 8})
+  for (const int32_t nTaps : {1, 2, 3, 4, 11})
     for (const int32_t blockLen : {1, 5, 8, 31, 32, 77}) {
       AllocSpy spy;
       MoxFirBlockState* state = nullptr;
