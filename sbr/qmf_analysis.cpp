@@ -11,18 +11,32 @@ namespace {
 constexpr int kBands = 32;
 constexpr int kDelay = 10 * kBands;
 
-using ComplexSplit = QmfBank<ContextId::sbrAnalysisComplexSplit, QmfFftTransform<5>, kDelay>;
-using ComplexInterleaved = QmfBank<ContextId::sbrAnalysisComplexInterleaved, QmfFftTransform<5>, kDelay>;
-using Real =
-    QmfBank<ContextId::sbrAnalysisReal, QmfCosineTransform<ContextId::sbrAnalysisRealTransform, 32>, kDelay>;
+template <ContextId kId, class TransformT, class ModulationT, class RowsT>
+struct Bank : QmfBank<kId, TransformT, kDelay> {
+  using Modulation = ModulationT;
+  using Rows = RowsT;
+};
+using ComplexSplit =
+    Bank<ContextId::sbrAnalysisComplexSplit, QmfFftTransform<5>, ComplexAnalysis32, SplitRows<float, kBands>>;
+using ComplexInterleaved = Bank<ContextId::sbrAnalysisComplexInterleaved, QmfFftTransform<5>,
+                                ComplexAnalysis32, InterleavedRows<Mox32fc, float, kBands>>;
+using Real = Bank<ContextId::sbrAnalysisReal, QmfCosineTransform<ContextId::sbrAnalysisRealTransform, 32>,
+                  RealAnalysis32, RealRows<float, kBands>>;
 
-constexpr bool validKx(int32_t kx) { return inRange(kx, 0, kBands); }
+// Destinations are one or two arrays of row pointers, of which the slots' rows begin at `offset`.
+template <class Bank, class... Destinations>
+moxStatus analyse(const float* pSrc, const float* pWindow, int32_t numTimeSlots, int32_t offset, int32_t kx,
+                  MoxQmfAnalysisSpec* pSpec, const uint8_t* pBuffer, Destinations... destinations) {
+  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
+  MOX_REQUIRE(isQmfContext<Bank>(pSpec), moxStatusContextMismatch);
+  MOX_REQUIRE(inRange(kx, 0, kBands), moxStatusBadSize);
+  MOX_REQUIRE(notNull(pSrc, destinations...), moxStatusNullPointer);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
 
-template <class Modulation, class Rows>
-moxStatus analyse(const float* pSrc, const float* pWindow, int32_t numTimeSlots, int32_t kx, const Rows& rows,
-                  MoxQmfAnalysisSpec* pSpec) {
   QmfHeader* const header = qmfHeader(pSpec);
-  qmfAnalyse<kBands, Modulation>(pSrc, pWindow, numTimeSlots, kx, rows, header->delay, header->position);
+  qmfAnalyse<kBands, typename Bank::Modulation>(pSrc, pWindow, numTimeSlots, kx,
+                                                typename Bank::Rows{(destinations + offset)...},
+                                                header->delay, header->position);
   return moxStatusOk;
 }
 
@@ -55,38 +69,17 @@ moxStatus moxsAnalysisFilterInit_SBR_RToR_32f(MoxQmfAnalysisSpec** ppSpec, uint8
 moxStatus moxsAnalysisFilter_SBR_RToC_32f_D2L(const float* pSrc, float* const* ppDstRe, float* const* ppDstIm,
                                               const float* pWindow, int32_t numTimeSlots, int32_t offset,
                                               int32_t kx, MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<ComplexSplit>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(validKx(kx), moxStatusBadSize);
-  MOX_REQUIRE(notNull(pSrc, ppDstRe, ppDstIm), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const SplitRows<float, kBands> rows{ppDstRe + offset, ppDstIm + offset};
-  return analyse<ComplexAnalysis32>(pSrc, pWindow, numTimeSlots, kx, rows, pSpec);
+  return analyse<ComplexSplit>(pSrc, pWindow, numTimeSlots, offset, kx, pSpec, pBuffer, ppDstRe, ppDstIm);
 }
 
 moxStatus moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(const float* pSrc, Mox32fc* const* ppDst,
                                                   const float* pWindow, int32_t numTimeSlots, int32_t offset,
                                                   int32_t kx, MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<ComplexInterleaved>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(validKx(kx), moxStatusBadSize);
-  MOX_REQUIRE(notNull(pSrc, ppDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const InterleavedRows<Mox32fc, float, kBands> rows{ppDst + offset};
-  return analyse<ComplexAnalysis32>(pSrc, pWindow, numTimeSlots, kx, rows, pSpec);
+  return analyse<ComplexInterleaved>(pSrc, pWindow, numTimeSlots, offset, kx, pSpec, pBuffer, ppDst);
 }
 
 moxStatus moxsAnalysisFilter_SBR_RToR_32f_D2L(const float* pSrc, float* const* ppDst, const float* pWindow,
                                               int32_t numTimeSlots, int32_t offset, int32_t kx,
                                               MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<Real>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(validKx(kx), moxStatusBadSize);
-  MOX_REQUIRE(notNull(pSrc, ppDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const RealRows<float, kBands> rows{ppDst + offset};
-  return analyse<RealAnalysis32>(pSrc, pWindow, numTimeSlots, kx, rows, pSpec);
+  return analyse<Real>(pSrc, pWindow, numTimeSlots, offset, kx, pSpec, pBuffer, ppDst);
 }

@@ -13,12 +13,12 @@
 namespace moxac {
 namespace {
 
-using AnalysisHq = QmfFixedBank<ContextId::sbrFixedAnalysisHq, 32, 32>;
-using AnalysisLp = QmfFixedBank<ContextId::sbrFixedAnalysisLp, 32, 32>;
-using SynthesisHq = QmfFixedBank<ContextId::sbrFixedSynthesisHq, 64, 128>;
-using SynthesisLp = QmfFixedBank<ContextId::sbrFixedSynthesisLp, 64, 128>;
-using DownHq = QmfFixedBank<ContextId::sbrFixedSynthesisDownHq, 32, 64>;
-using DownLp = QmfFixedBank<ContextId::sbrFixedSynthesisDownLp, 32, 64>;
+using AnalysisHq = QmfFixedBank<ContextId::sbrFixedAnalysisHq, 32, 32, ComplexAnalysis32>;
+using AnalysisLp = QmfFixedBank<ContextId::sbrFixedAnalysisLp, 32, 32, RealAnalysis32>;
+using SynthesisHq = QmfFixedBank<ContextId::sbrFixedSynthesisHq, 64, 128, ComplexSynthesis64>;
+using SynthesisLp = QmfFixedBank<ContextId::sbrFixedSynthesisLp, 64, 128, RealSynthesis<64>>;
+using DownHq = QmfFixedBank<ContextId::sbrFixedSynthesisDownHq, 32, 64, ComplexSynthesis32>;
+using DownLp = QmfFixedBank<ContextId::sbrFixedSynthesisDownLp, 32, 64, RealSynthesis<32>>;
 
 // Every kStep-th coefficient of the prototype, times a power of two.
 template <int kStep>
@@ -27,6 +27,9 @@ constexpr std::array<double, 640 / kStep> scaledPrototype(double scale) {
   for (size_t m = 0; m < window.size(); ++m) window[m] = scale * kQmfPrototype[kStep * m];
   return window;
 }
+
+template <class Value>
+constexpr int kWordsOf = sizeof(Value) / sizeof(int32_t);
 
 // A sub-band word is worth 2^MOX_SBR_FIXED_SHIFT time words.
 constexpr double kWordsPerWord = 1 << MOX_SBR_FIXED_SHIFT;
@@ -37,24 +40,36 @@ constexpr auto kSynthesisWindow = scaledPrototype<64 / kBands>(kWordsPerWord);
 // The largest |X| that a full-scale input can make is 72 in the standard's units; analysis cannot overflow.
 static_assert(kWordsPerWord > 73);
 
-template <class Bank, class Modulation, int kWords>
-moxStatus analyse(const int32_t* pSrc, int32_t* dst, int32_t numTimeSlots, int32_t kx, void* pState) {
+// Value is int32_t, or Mox32sc for complex sub-band samples.
+template <class Bank, class Value>
+moxStatus analyse(const int32_t* pSrc, Value* pDst, int32_t numTimeSlots, int32_t kx,
+                  MoxQmfFixedAnalysisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<Bank>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(inRange(kx, 0, Bank::kBands), moxStatusOutOfRange);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
   QmfFixedRecord& record = *contextRecord<Bank>(pState);
-  const FixedRows<int32_t, Bank::kBands, kWords> rows{dst};
-  qmfAnalyse<Bank::kBands, Modulation, Lanes4d>(pSrc, kAnalysisWindow.data(), numTimeSlots, kx, rows,
-                                                record.delay(), record.position);
+  const FixedRows<int32_t, Bank::kBands, kWordsOf<Value>> rows{reinterpret_cast<int32_t*>(pDst)};
+  qmfAnalyse<Bank::kBands, typename Bank::Modulation, Lanes4d>(pSrc, kAnalysisWindow.data(), numTimeSlots, kx,
+                                                               rows, record.delay(), record.position);
   return moxStatusOk;
 }
 
-// Bank is the operation's own; the context may be the full bank's, whose line is longer. Its history means
-// nothing at the other rate, so a change of rate starts afresh.
-template <class Bank, class Modulation, int kWords>
-moxStatus synthesise(const int32_t* src, int32_t* pDst, int32_t numTimeSlots, void* pState) {
+// The context may be FullBank's, whose line is longer. Its history means nothing at the other rate, so a change of
+// rate starts afresh.
+template <class Bank, class FullBank = Bank, class Value>
+moxStatus synthesise(const Value* pSrc, int32_t* pDst, int32_t numTimeSlots,
+                     MoxQmfFixedSynthesisState* pState) {
+  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
+  MOX_REQUIRE(isContext<Bank>(pState) || isContext<FullBank>(pState), moxStatusContextMismatch);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
+
   QmfFixedRecord& record = *contextRecord<Bank>(pState);
   if (record.bands != Bank::kBands) Bank::start(record);
-  const FixedRows<const int32_t, Bank::kBands, kWords> rows{src};
-  qmfSynthesise<Bank::kBands, Modulation, Lanes4d>(rows, pDst, kSynthesisWindow<Bank::kBands>.data(),
-                                                   numTimeSlots, record.delay(), record.position);
+  const FixedRows<const int32_t, Bank::kBands, kWordsOf<Value>> rows{reinterpret_cast<const int32_t*>(pSrc)};
+  qmfSynthesise<Bank::kBands, typename Bank::Modulation, Lanes4d>(
+      rows, pDst, kSynthesisWindow<Bank::kBands>.data(), numTimeSlots, record.delay(), record.position);
   return moxStatusOk;
 }
 
@@ -97,22 +112,12 @@ moxStatus moxsAnalysisFilterFree_SBRLP_32s(MoxQmfFixedAnalysisState* pState) {
 
 moxStatus moxsAnalysisFilter_SBRHQ_32s32sc(const int32_t* pSrc, Mox32sc* pDst, int32_t numTimeSlots,
                                            int32_t kx, MoxQmfFixedAnalysisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<AnalysisHq>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(inRange(kx, 0, AnalysisHq::kBands), moxStatusOutOfRange);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return analyse<AnalysisHq, ComplexAnalysis32, 2>(pSrc, &pDst->re, numTimeSlots, kx, pState);
+  return analyse<AnalysisHq>(pSrc, pDst, numTimeSlots, kx, pState);
 }
 
 moxStatus moxsAnalysisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots, int32_t kx,
                                        MoxQmfFixedAnalysisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<AnalysisLp>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(inRange(kx, 0, AnalysisLp::kBands), moxStatusOutOfRange);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return analyse<AnalysisLp, RealAnalysis32, 1>(pSrc, pDst, numTimeSlots, kx, pState);
+  return analyse<AnalysisLp>(pSrc, pDst, numTimeSlots, kx, pState);
 }
 
 // ---- Synthesis ----
@@ -149,20 +154,12 @@ moxStatus moxsSynthesisFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState* pState) {
 
 moxStatus moxsSynthesisFilter_SBRHQ_32sc32s(const Mox32sc* pSrc, int32_t* pDst, int32_t numTimeSlots,
                                             MoxQmfFixedSynthesisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<SynthesisHq>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return synthesise<SynthesisHq, ComplexSynthesis64, 2>(&pSrc->re, pDst, numTimeSlots, pState);
+  return synthesise<SynthesisHq>(pSrc, pDst, numTimeSlots, pState);
 }
 
 moxStatus moxsSynthesisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots,
                                         MoxQmfFixedSynthesisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<SynthesisLp>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return synthesise<SynthesisLp, RealSynthesis<64>, 1>(pSrc, pDst, numTimeSlots, pState);
+  return synthesise<SynthesisLp>(pSrc, pDst, numTimeSlots, pState);
 }
 
 // ---- Down-sampled synthesis ----
@@ -199,18 +196,10 @@ moxStatus moxsSynthesisDownFilterFree_SBRLP_32s(MoxQmfFixedSynthesisState* pStat
 
 moxStatus moxsSynthesisDownFilter_SBRHQ_32sc32s(const Mox32sc* pSrc, int32_t* pDst, int32_t numTimeSlots,
                                                 MoxQmfFixedSynthesisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<DownHq>(pState) || isContext<SynthesisHq>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return synthesise<DownHq, ComplexSynthesis32, 2>(&pSrc->re, pDst, numTimeSlots, pState);
+  return synthesise<DownHq, SynthesisHq>(pSrc, pDst, numTimeSlots, pState);
 }
 
 moxStatus moxsSynthesisDownFilter_SBRLP_32s(const int32_t* pSrc, int32_t* pDst, int32_t numTimeSlots,
                                             MoxQmfFixedSynthesisState* pState) {
-  MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
-  MOX_REQUIRE(isContext<DownLp>(pState) || isContext<SynthesisLp>(pState), moxStatusContextMismatch);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
-
-  return synthesise<DownLp, RealSynthesis<32>, 1>(pSrc, pDst, numTimeSlots, pState);
+  return synthesise<DownLp, SynthesisLp>(pSrc, pDst, numTimeSlots, pState);
 }

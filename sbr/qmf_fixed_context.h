@@ -18,9 +18,10 @@ struct alignas(16) QmfFixedRecord {
   double* delay() { return reinterpret_cast<double*>(this + 1); }
 };
 
-// One family: its identifier, bands, and the values of the delay line a slot brings.
-template <ContextId kId, int kBandsT, int kStep>
+// One family: its identifier, bands, the values of the delay line a slot brings, and how it modulates.
+template <ContextId kId, int kBandsT, int kStep, class ModulationT>
 struct QmfFixedBank : TaggedFamily<kId, QmfFixedRecord> {
+  using Modulation = ModulationT;
   static constexpr int kBands = kBandsT;
   static constexpr int kDelay = 10 * kStep;
   static constexpr int32_t kBytes =

@@ -9,23 +9,40 @@ using namespace moxac;
 
 namespace {
 
-template <ContextId kId, int kBands, class Transform, int kSpare = 0>
-using Bank = QmfBank<kId, Transform, 20 * kBands, kSpare>;
+template <ContextId kId, int kBandsT, class TransformT, class ModulationT, class RowsT, int kSpare = 0>
+struct Bank : QmfBank<kId, TransformT, 20 * kBandsT, kSpare> {
+  using Modulation = ModulationT;
+  using Rows = RowsT;
+  static constexpr int kBands = kBandsT;
+};
 template <int kPoints>
 using Cosine = QmfCosineTransform<ContextId::sbrSynthesisRealTransform, kPoints>;
 
-using FullSplit = Bank<ContextId::sbrSynthesisComplexSplit, 64, QmfFftTransform<5>>;
-using FullInterleaved = Bank<ContextId::sbrSynthesisComplexInterleaved, 64, QmfFftTransform<5>>;
-using FullReal = Bank<ContextId::sbrSynthesisReal, 64, Cosine<64>, 4>;
-using DownSplit = Bank<ContextId::sbrSynthesisDownComplexSplit, 32, QmfFftTransform<6>>;
-using DownInterleaved = Bank<ContextId::sbrSynthesisDownComplexInterleaved, 32, QmfFftTransform<6>>;
-using DownReal = Bank<ContextId::sbrSynthesisDownReal, 32, Cosine<32>>;
+using FullSplit = Bank<ContextId::sbrSynthesisComplexSplit, 64, QmfFftTransform<5>, ComplexSynthesis64,
+                       SplitRows<const float, 64>>;
+using FullInterleaved = Bank<ContextId::sbrSynthesisComplexInterleaved, 64, QmfFftTransform<5>,
+                             ComplexSynthesis64, InterleavedRows<const Mox32fc, const float, 64>>;
+using FullReal =
+    Bank<ContextId::sbrSynthesisReal, 64, Cosine<64>, RealSynthesis<64>, RealRows<const float, 64>, 4>;
+using DownSplit = Bank<ContextId::sbrSynthesisDownComplexSplit, 32, QmfFftTransform<6>, ComplexSynthesis32,
+                       SplitRows<const float, 32>>;
+using DownInterleaved = Bank<ContextId::sbrSynthesisDownComplexInterleaved, 32, QmfFftTransform<6>,
+                             ComplexSynthesis32, InterleavedRows<const Mox32fc, const float, 32>>;
+using DownReal =
+    Bank<ContextId::sbrSynthesisDownReal, 32, Cosine<32>, RealSynthesis<32>, RealRows<const float, 32>>;
 
-template <int kBands, class Modulation, class Rows>
-moxStatus synthesise(const Rows& rows, float* pDst, const float* pWindow, int32_t numTimeSlots,
-                     MoxQmfSynthesisSpec* pSpec) {
+// Sources are one or two arrays of row pointers.
+template <class Bank, class... Sources>
+moxStatus synthesise(float* pDst, const float* pWindow, int32_t numTimeSlots, MoxQmfSynthesisSpec* pSpec,
+                     const uint8_t* pBuffer, Sources... sources) {
+  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
+  MOX_REQUIRE(isQmfContext<Bank>(pSpec), moxStatusContextMismatch);
+  MOX_REQUIRE(notNull(sources..., pDst), moxStatusNullPointer);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
+
   QmfHeader* const header = qmfHeader(pSpec);
-  qmfSynthesise<kBands, Modulation>(rows, pDst, pWindow, numTimeSlots, header->delay, header->position);
+  qmfSynthesise<Bank::kBands, typename Bank::Modulation>(typename Bank::Rows{sources...}, pDst, pWindow,
+                                                         numTimeSlots, header->delay, header->position);
   return moxStatusOk;
 }
 
@@ -60,37 +77,19 @@ moxStatus moxsSynthesisFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uin
 moxStatus moxsSynthesisFilter_SBR_CToR_32f_D2L(const float* const* ppSrcRe, const float* const* ppSrcIm,
                                                float* pDst, const float* pWindow, int32_t numTimeSlots,
                                                MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<FullSplit>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrcRe, ppSrcIm, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const SplitRows<const float, 64> rows{ppSrcRe, ppSrcIm};
-  return synthesise<64, ComplexSynthesis64>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<FullSplit>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrcRe, ppSrcIm);
 }
 
 moxStatus moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(const Mox32fc* const* ppSrc, float* pDst,
                                                    const float* pWindow, int32_t numTimeSlots,
                                                    MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<FullInterleaved>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrc, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const InterleavedRows<const Mox32fc, const float, 64> rows{ppSrc};
-  return synthesise<64, ComplexSynthesis64>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<FullInterleaved>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrc);
 }
 
 moxStatus moxsSynthesisFilter_SBR_RToR_32f_D2L(const float* const* ppSrc, float* pDst, const float* pWindow,
                                                int32_t numTimeSlots, MoxQmfSynthesisSpec* pSpec,
                                                uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<FullReal>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrc, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const RealRows<const float, 64> rows{ppSrc};
-  return synthesise<64, RealSynthesis<64>>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<FullReal>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrc);
 }
 
 moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
@@ -123,35 +122,17 @@ moxStatus moxsSynthesisDownFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec,
 moxStatus moxsSynthesisDownFilter_SBR_CToR_32f_D2L(const float* const* ppSrcRe, const float* const* ppSrcIm,
                                                    float* pDst, const float* pWindow, int32_t numTimeSlots,
                                                    MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<DownSplit>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrcRe, ppSrcIm, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const SplitRows<const float, 32> rows{ppSrcRe, ppSrcIm};
-  return synthesise<32, ComplexSynthesis32>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<DownSplit>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrcRe, ppSrcIm);
 }
 
 moxStatus moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(const Mox32fc* const* ppSrc, float* pDst,
                                                        const float* pWindow, int32_t numTimeSlots,
                                                        MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<DownInterleaved>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrc, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const InterleavedRows<const Mox32fc, const float, 32> rows{ppSrc};
-  return synthesise<32, ComplexSynthesis32>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<DownInterleaved>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrc);
 }
 
 moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const* ppSrc, float* pDst,
                                                    const float* pWindow, int32_t numTimeSlots,
                                                    MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer) {
-  MOX_REQUIRE(notNull(pSpec, pWindow, pBuffer), moxStatusNullPointer);
-  MOX_REQUIRE(isQmfContext<DownReal>(pSpec), moxStatusContextMismatch);
-  MOX_REQUIRE(notNull(ppSrc, pDst), moxStatusNullPointer);
-  MOX_REQUIRE(numTimeSlots >= 1, moxStatusOk);
-
-  const RealRows<const float, 32> rows{ppSrc};
-  return synthesise<32, RealSynthesis<32>>(rows, pDst, pWindow, numTimeSlots, pSpec);
+  return synthesise<DownReal>(pDst, pWindow, numTimeSlots, pSpec, pBuffer, ppSrc);
 }
