@@ -1,4 +1,8 @@
-/* moxac, spectral band replication: QMF banks, prediction coefficients, encoder tools, hybrid analysis. */
+/* moxac, spectral band replication: QMF banks, prediction coefficients, encoder tools, hybrid analysis.
+ *
+ * No operation reads or writes past the stated ends. Arrays may have any alignment; a destination overlaps neither
+ * a source nor another destination. An operation without a context or state may run in any number of threads.
+ */
 #ifndef MOXAC_SBR_H
 #define MOXAC_SBR_H
 
@@ -41,7 +45,7 @@ typedef struct MoxQmfAnalysisSpec MoxQmfAnalysisSpec;
 typedef struct MoxQmfSynthesisSpec MoxQmfSynthesisSpec;
 
 /* Bytes of a context (*pSpecSize), of Init's buffer (*pInitBufSize) and of the filter operation's work buffer
- * (*pWorkSize). The first two complex forms are one implementation under two names.
+ * (*pWorkSize). The two complex forms of a bank are one implementation under two names.
  *
  * moxStatusOk
  * moxStatusNullPointer   some pointer is null; nothing written
@@ -52,6 +56,18 @@ MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBR_RToC_32f32fc(int32_t* pSpecSiz
                                                                int32_t* pWorkSize);
 MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
                                                            int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                            int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                            int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                    int32_t* pWorkSize);
+MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
+                                                                int32_t* pWorkSize);
 
 /* Builds a context of cleared history in pMem (at least the reported size) and stores its address in *ppSpec.
  * pInitBuf holds at least the reported bytes. May be called again to restart.
@@ -65,6 +81,18 @@ MOXAC_API moxStatus moxsAnalysisFilterInit_SBR_RToC_32f32fc(MoxQmfAnalysisSpec**
                                                             uint8_t* pInitBuf);
 MOXAC_API moxStatus moxsAnalysisFilterInit_SBR_RToR_32f(MoxQmfAnalysisSpec** ppSpec, uint8_t* pMem,
                                                         uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                         uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                         uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                                 uint8_t* pInitBuf);
+MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
+                                                             uint8_t* pInitBuf);
 
 /* Complex analysis of numTimeSlots blocks of 32 samples into 32 sub-bands each. With x[0] the newest of a
  * slot's last 320 samples and x[319] the oldest:
@@ -103,43 +131,6 @@ MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToR_32f_D2L(const float* pSrc, float
                                                         const float* pWindow, int32_t numTimeSlots,
                                                         int32_t offset, int32_t kx, MoxQmfAnalysisSpec* pSpec,
                                                         uint8_t* pBuffer);
-
-/* Sizes of the synthesis contexts, as for the analysis. The complex forms of a bank are one implementation
- * under two names.
- *
- * moxStatusOk
- * moxStatusNullPointer   some pointer is null; nothing written
- */
-MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                            int32_t* pWorkSize);
-MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                                int32_t* pWorkSize);
-MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                            int32_t* pWorkSize);
-MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                                int32_t* pWorkSize);
-MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                                    int32_t* pWorkSize);
-MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBR_RToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
-                                                                int32_t* pWorkSize);
-
-/* Builds a synthesis context of cleared history, as for the analysis.
- *
- * moxStatusOk
- * moxStatusNullPointer   some pointer is null; nothing written
- */
-MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                         uint8_t* pInitBuf);
-MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                             uint8_t* pInitBuf);
-MOXAC_API moxStatus moxsSynthesisFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                         uint8_t* pInitBuf);
-MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                             uint8_t* pInitBuf);
-MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_CToR_32fc32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                                 uint8_t* pInitBuf);
-MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec** ppSpec, uint8_t* pMem,
-                                                             uint8_t* pInitBuf);
 
 /* 64-band synthesis of numTimeSlots rows into 64 samples each. A line v of 1280 values moves up by 128 a
  * slot; the new ones are, for complex and for real rows,
@@ -226,10 +217,15 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const*
 typedef struct MoxQmfFixedAnalysisState MoxQmfFixedAnalysisState;
 typedef struct MoxQmfFixedSynthesisState MoxQmfFixedSynthesisState;
 
-/* Bytes of a state, its alignment slack included. The two names of each bank are one implementation.
+/* GetSize tells the bytes of a state at any alignment; the two names of a bank are one implementation. Init builds
+ * a state of cleared history in the caller's memory (again: restarts it), InitAlloc in one block from moxMalloc;
+ * every later call takes that same pointer. Free releases the block of InitAlloc and leaves the caller's memory
+ * alone; the state keeps its identifier.
  *
  * moxStatusOk
- * moxStatusNullPointer   pSize is null
+ * moxStatusNullPointer      the argument is null; nothing written
+ * moxStatusContextMismatch  Free: not this family's state
+ * moxStatusOutOfMemory      InitAlloc: no memory; *ppState is null
  */
 MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBRHQ_32s32sc(int32_t* pSize);
 MOXAC_API moxStatus moxsAnalysisFilterGetSize_SBRLP_32s(int32_t* pSize);
@@ -238,15 +234,6 @@ MOXAC_API moxStatus moxsSynthesisFilterGetSize_SBRLP_32s(int32_t* pSize);
 MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBRHQ_32sc32s(int32_t* pSize);
 MOXAC_API moxStatus moxsSynthesisDownFilterGetSize_SBRLP_32s(int32_t* pSize);
 
-/* Init builds a state of cleared history in the caller's memory, any alignment, GetSize bytes; every later
- * call takes the same pointer. Call it again to restart. InitAlloc makes a state in memory from moxMalloc;
- * Free releases that and leaves the caller's memory alone. A state keeps its identifier after Free.
- *
- * moxStatusOk
- * moxStatusNullPointer      the argument is null; nothing written
- * moxStatusContextMismatch  Free: the state is not this family's
- * moxStatusOutOfMemory      InitAlloc: no memory; *ppState is null
- */
 MOXAC_API moxStatus moxsAnalysisFilterInit_SBRHQ_32s32sc(MoxQmfFixedAnalysisState* pState);
 MOXAC_API moxStatus moxsAnalysisFilterInit_SBRLP_32s(MoxQmfFixedAnalysisState* pState);
 MOXAC_API moxStatus moxsSynthesisFilterInit_SBRHQ_32sc32s(MoxQmfFixedSynthesisState* pState);
@@ -363,7 +350,7 @@ MOXAC_API moxStatus moxsPredictCoef_SBR_C_32fc_D2L(const Mox32fc* const* ppSrc, 
 
 /* One fixed-point sub-band: complex samples of the high-quality bank, real ones of the low-power bank.
  * Samples may have any number of fraction bits, the same in all rows, and use the whole 32-bit range;
- * coefficients have 28 fraction bits (Q28: 4.0 would be 2^30), the exact value rounded to within 2^-28 or so.
+ * coefficients have 28 fraction bits (Q28: 4.0 would be 2^30), within 2^-27 of the exact value.
  *
  * ppSrc             numTimeSlots + 2 rows; only element `band` of each is read
  * pAlpha0, pAlpha1  one coefficient each
@@ -392,43 +379,29 @@ MOXAC_API moxStatus moxsPredictOneCoef_SBRLP_32s_D2L(const int32_t* const* ppSrc
  */
 typedef struct MoxQmfEncoderState MoxQmfEncoderState;
 
-/* Bytes of the state at any alignment.
+/* GetSize tells the bytes of a state at any alignment; Init builds one of cleared history in the caller's memory
+ * (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block and leaves the caller's
+ * memory alone; the state keeps its identifier.
  *
  * moxStatusOk
- * moxStatusNullPointer
+ * moxStatusNullPointer      the argument is null; nothing written
+ * moxStatusContextMismatch  Free: not this family's state
+ * moxStatusOutOfMemory      InitAlloc: no memory; *ppState is null
  */
 MOXAC_API moxStatus moxsAnalysisFilterEncGetSize_SBR_32f(int32_t* pStateSize);
-
-/* Builds a state of cleared history in the caller's memory; a second call restarts it.
- *
- * moxStatusOk
- * moxStatusNullPointer
- */
 MOXAC_API moxStatus moxsAnalysisFilterEncInit_SBR_32f(MoxQmfEncoderState* pState);
-
-/* The same in one allocation.
- *
- * moxStatusOk
- * moxStatusNullPointer
- * moxStatusOutOfMemory  *ppState is null
- */
 MOXAC_API moxStatus moxsAnalysisFilterEncInitAlloc_SBR_32f(MoxQmfEncoderState** ppState);
-
-/* Frees a state of InitAlloc; leaves one in caller memory alone.
- *
- * moxStatusOk
- * moxStatusNullPointer
- * moxStatusContextMismatch
- */
 MOXAC_API moxStatus moxsAnalysisFilterEncFree_SBR_32f(MoxQmfEncoderState* pState);
 
-/* pSrc     64*numTimeSlots samples, oldest first
+/* Analysis of numTimeSlots blocks of 64 samples.
+ *
+ * pSrc     64*numTimeSlots samples, oldest first
  * pDst     [slot][64] sub-band samples
  * pWindow  640 coefficients
  *
  * moxStatusOk
- * moxStatusNullPointer
- * moxStatusContextMismatch
+ * moxStatusNullPointer      some pointer is null
+ * moxStatusContextMismatch  pState is not this family's
  * moxStatusBadSize          numTimeSlots below 1
  * On an error nothing is written and the history stays.
  */
@@ -444,7 +417,7 @@ MOXAC_API moxStatus moxsAnalysisFilterEnc_SBR_32f32fc(const float* pSrc, Mox32fc
  * values) + 2^-100 keeps silence and rounding noise from counting. The frame's strength is the largest
  * d(t), of equal ones the first; its position is that slot, or -1 when the strength is below the threshold.
  *
- * White noise in the 64-band bank stays below 0.8; an attack 20 dB above what precedes it gives 3 and more.
+ * White noise in the 64-band bank stays below 1; an attack 20 dB above what precedes it gives 3 and more.
  * 2 is a good threshold.
  *
  * pSrc           energies |X|^2, [slot][band], not negative
@@ -454,8 +427,8 @@ MOXAC_API moxStatus moxsAnalysisFilterEnc_SBR_32f32fc(const float* pSrc, Mox32fc
  * threshold      above 0
  *
  * moxStatusOk
- * moxStatusNullPointer
- * moxStatusOutOfRange   numBands outside 1..64, threshold not above 0
+ * moxStatusNullPointer  some pointer is null; on this and any other error nothing is written
+ * moxStatusOutOfRange   numBands outside 1..64, or threshold not above 0
  * moxStatusBadSize      numTimeSlots below 1
  */
 MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDstMean, int32_t* pDstPosition,
@@ -476,7 +449,7 @@ MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDs
  * pDst              numBands values
  *
  * moxStatusOk
- * moxStatusNullPointer
+ * moxStatusNullPointer  some pointer is null; on this and any other error nothing is written
  * moxStatusOutOfRange   numBands outside 1..64
  * moxStatusBadSize      numTimeSlots below 1
  */
@@ -506,14 +479,14 @@ enum {
  * The sub-bands of a band add up to its sample six slots ago, x[l + 6]; bands above are for the caller to
  * delay by as much.
  *
- * ppSrc          rows 0 .. numTimeSlots + 11 of QMF samples (3 or 5 read): 12 slots of history, then the
- * frame's
+ * ppSrc          rows 0 .. numTimeSlots + 11 of QMF samples, 3 or 5 of each read: 12 slots of history, then the
+ *                frame's
  * ppDst          numTimeSlots rows of 10 or 32 samples; must not overlap the source
  * configuration  20 or 34
  *
  * moxStatusOk
- * moxStatusNullPointer
- * moxStatusOutOfRange   configuration
+ * moxStatusNullPointer  ppSrc or ppDst is null; on this and any other error nothing is written
+ * moxStatusOutOfRange   configuration not 20 or 34
  * moxStatusBadSize      numTimeSlots below 1
  */
 MOXAC_API moxStatus moxsAnalysisFilter_PS_32fc_D2(const Mox32fc* const* ppSrc, Mox32fc* const* ppDst,

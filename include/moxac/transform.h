@@ -13,7 +13,7 @@ MOXAC_EXTERN_C_BEGIN
  *
  * Neither windows. A window w with w[n]^2 + w[n + N/2]^2 = 1 (sine, Kaiser-Bessel derived) applied before the
  * forward and again after the inverse transform, and an overlap-add by N/2, give the input back with gain 1.
- * This is the transform of ISO/IEC 14496-3, 4.6.11 (N = 2048, 256, 1920, 240 there) and, for N = 36 and 12,
+ * This is the transform of ISO/IEC 14496-3, 4.6.11 (N = 2048 and 256) and, for N = 36 and 12,
  * of ISO/IEC 11172-3, 2.4.3.4.10.
  *
  * Lengths: a power of two not below 32; the 32-bit float transforms also take 12 and 36. A length whose sizes
@@ -136,47 +136,32 @@ enum {
   moxDtsPerfect = 1     /* the one for perfect reconstruction */
 };
 
-/* Bytes of the state at any alignment.
+/* GetSize tells the bytes of a state at any alignment; Init builds one with silent history in the caller's memory
+ * (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block and leaves the caller's
+ * memory alone; the state keeps its identifier.
  *
  * moxStatusOk
- * moxStatusNullPointer
+ * moxStatusNullPointer      the argument is null; nothing written
+ * moxStatusContextMismatch  Free: not this family's state
+ * moxStatusOutOfMemory      InitAlloc: no memory; *ppState is null
  */
 MOXAC_API moxStatus moxsSynthesisFilterGetSize_DTS_32f(int32_t* pStateSize);
-
-/* Builds a state with silent history in the caller's memory.
- *
- * moxStatusOk
- * moxStatusNullPointer
- */
 MOXAC_API moxStatus moxsSynthesisFilterInit_DTS_32f(MoxDtsSynthesisState* pState);
-
-/* The same in one allocation.
- *
- * moxStatusOk
- * moxStatusNullPointer
- * moxStatusOutOfMemory  *ppState is null
- */
 MOXAC_API moxStatus moxsSynthesisFilterInitAlloc_DTS_32f(MoxDtsSynthesisState** ppState);
-
-/* Frees a state of InitAlloc; leaves one in caller memory alone.
- *
- * moxStatusOk
- * moxStatusNullPointer
- * moxStatusContextMismatch
- */
 MOXAC_API moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState);
 
 /* numSlots time slots of 32 sub-band samples to as many samples each.
  *
- * pSrc    [slot][band], 32 * numSlots values, any alignment
+ * pSrc    [slot][band], 32 * numSlots values, any alignment; no read past the end
  * pDst    32 * numSlots samples, any alignment; may be pSrc
  * filter  moxDtsNonPerfect or moxDtsPerfect, free to change from call to call
  *
  * moxStatusOk
- * moxStatusNullPointer
- * moxStatusContextMismatch
- * moxStatusOutOfRange       filter
+ * moxStatusNullPointer      some pointer is null
+ * moxStatusContextMismatch  pState is not this family's
+ * moxStatusOutOfRange       filter is neither
  * moxStatusBadSize          numSlots below 1
+ * On an error nothing is written and the history stays.
  */
 MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots,
                                                 int32_t filter, MoxDtsSynthesisState* pState);

@@ -261,6 +261,8 @@ MOXAC_API moxStatus moxsFIRBlockOne_32f(const float* pSrc, float* pDst, MoxFirBl
  * numVectors when the sign is -1. The search minimises the weighted error sum of w * (x - y)^2 in two
  * stages: a few candidates per book by their distance alone, then all pairs of candidates. This is the
  * interleave vector quantisation of ISO/IEC 14496-3, subpart 4 (4.6.9).
+ *
+ * Searches keep their candidates on the stack, in at most 100 KiB.
  */
 typedef struct MoxVqCodeBook MoxVqCodeBook;
 
