@@ -4,12 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "mox/failure.h"
@@ -19,7 +21,7 @@ namespace {
 
 // The name that a signal handler removes; empty when there is none.
 char pendingName[PATH_MAX];
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 extern "C" void removePendingFile(int signal) {
   if (pendingName[0] != 0) unlink(pendingName);
@@ -68,22 +70,47 @@ mode_t newFileMode() {
   return 0666 & ~mask;
 }
 
-}  // namespace
+std::string outputName(const std::string& path) { return path == "-" ? "standard output" : path; }
 
-bool sameFile(const std::string& a, const std::string& b) {
-  struct stat factsA {
-  }, factsB{};
-  if (a == "-" || b == "-" || stat(a.c_str(), &factsA) != 0 || stat(b.c_str(), &factsB) != 0) return false;
-  return factsA.st_dev == factsB.st_dev && factsA.st_ino == factsB.st_ino;
+void writeAll(int descriptor, const uint8_t* at, size_t bytes, const std::string& name) {
+  while (bytes > 0) {
+    const ssize_t put = ::write(descriptor, at, bytes);
+    if (put < 0 && errno != EINTR) failWithSystemError(name);
+    at += std::max<ssize_t>(put, 0);
+    bytes -= static_cast<size_t>(std::max<ssize_t>(put, 0));
+  }
 }
 
-AtomicFile::AtomicFile(const std::string& path) : name_(path == "-" ? "standard output" : path) {
+}  // namespace
+
+std::string chooseOutput(const std::string& input, const std::string& output, const char* suffix) {
+  std::string chosen = output;
+  if (output.empty() && input == "-") chosen = "-";
+  if (chosen.empty()) {
+    chosen = std::filesystem::path(input).replace_extension(suffix).string();
+    if (std::filesystem::exists(chosen))
+      throw Failure(chosen + " is there already; name the output to replace it");
+  }
+  if (chosen == "-" && isatty(STDOUT_FILENO) != 0)
+    throw Failure("standard output is a terminal; name an output file");
+  struct stat in {};
+  struct stat out {};
+  const bool known = (input == "-" ? fstat(STDIN_FILENO, &in) : stat(input.c_str(), &in)) == 0 &&
+                     (chosen == "-" ? fstat(STDOUT_FILENO, &out) : stat(chosen.c_str(), &out)) == 0;
+  if (known && S_ISREG(in.st_mode) && in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+    throw Failure(outputName(chosen) + ": input and output are the same file");
+  return chosen;
+}
+
+AtomicFile::AtomicFile(const std::string& path) : name_(outputName(path)) {
+  // A reader that went away and a limit on file sizes are error messages, not silent ends.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   struct stat facts {};
   const bool exists = path != "-" && stat(path.c_str(), &facts) == 0;
   if (exists && S_ISDIR(facts.st_mode)) throw Failure(path + ": is a directory");
 
   if (path == "-" || (exists && !S_ISREG(facts.st_mode))) {
-    std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is an error message, not a silent end
     ownsCopyDestination_ = path != "-";
     copyDestination_ = ownsCopyDestination_ ? open(path.c_str(), O_WRONLY | O_CLOEXEC) : STDOUT_FILENO;
     if (copyDestination_ < 0) failWithSystemError(path);
@@ -92,8 +119,9 @@ AtomicFile::AtomicFile(const std::string& path) : name_(path == "-" ? "standard 
     fd_ = mkostemp(pattern.data(), O_CLOEXEC);
     if (fd_ >= 0) unlink(pattern.c_str());  // nameless from now on
   } else {
+    if (exists && access(path.c_str(), W_OK) != 0) failWithSystemError(path);  // a rename would not ask
     destination_ = exists ? resolved(path) : path;  // through a symbolic link to the file it means
-    std::string pattern = destination_ + ".XXXXXX";
+    std::string pattern = std::filesystem::path(destination_).replace_filename(".mox.XXXXXX").string();
     if (pattern.size() >= sizeof pendingName) throw Failure(path + ": the name is too long");
     const SignalsHeld held;
     fd_ = mkostemp(pattern.data(), O_CLOEXEC);
@@ -122,8 +150,10 @@ AtomicFile::~AtomicFile() {
   if (ownsCopyDestination_) close(copyDestination_);
 }
 
+void AtomicFile::write(Bytes bytes) { writeAll(fd_, bytes.data(), bytes.size(), name_); }
+
 void AtomicFile::copyTo(int destination) {
-  std::vector<char> buffer(size_t{1} << 16);
+  std::vector<uint8_t> buffer(size_t{1} << 16);
   off_t at = 0;
   for (;;) {
     const ssize_t got = pread(fd_, buffer.data(), buffer.size(), at);
@@ -132,13 +162,7 @@ void AtomicFile::copyTo(int destination) {
       if (errno == EINTR) continue;
       failWithSystemError(name_);
     }
-    for (ssize_t done = 0; done < got;) {
-      const ssize_t put = write(destination, buffer.data() + done, static_cast<size_t>(got - done));
-      if (put >= 0)
-        done += put;
-      else if (errno != EINTR)
-        failWithSystemError(name_);
-    }
+    writeAll(destination, buffer.data(), static_cast<size_t>(got), name_);
     at += got;
   }
 }

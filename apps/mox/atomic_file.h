@@ -3,12 +3,14 @@
 
 #include <string>
 
+#include "mox/bytes.h"
+
 namespace mox {
 
 // Collects the output in a temporary file. For a regular destination that file lies in the same directory and
 // commit() renames it over the destination; for "-" (standard output), pipes and devices it is nameless and
 // commit() copies it out. Without commit() nothing is left behind: not after an exception, and not after
-// SIGINT, SIGTERM or SIGHUP, which remove the temporary file before they end the process.
+// SIGINT, SIGTERM, SIGHUP or SIGQUIT, which remove the temporary file before they end the process.
 // One at a time.
 class AtomicFile {
  public:
@@ -18,7 +20,9 @@ class AtomicFile {
   AtomicFile& operator=(const AtomicFile&) = delete;
 
   int descriptor() const { return fd_; }  // readable, writable, seekable
-  void commit();                          // throws Failure when writing fails
+  void write(Bytes bytes);                // throws Failure, as commit() does
+  void commit();
+  const std::string& name() const { return name_; }  // how messages call the output
 
  private:
   void copyTo(int destination);
@@ -31,7 +35,8 @@ class AtomicFile {
   int fd_ = -1;
 };
 
-// Whether both paths name the same existing file ("-" names none).
-bool sameFile(const std::string& a, const std::string& b);
+// The output a command shall write: the one named, else the input's name with another suffix, which must not be there
+// yet; "-" for "-". Throws Failure for a terminal, and when input and output are the same file, redirected ones too.
+std::string chooseOutput(const std::string& input, const std::string& output, const char* suffix);
 
 }  // namespace mox

@@ -1,11 +1,10 @@
 #include "mox/audio_reader.h"
 
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "mox/failure.h"
 #include "mox/input_file.h"
@@ -17,31 +16,12 @@ constexpr int64_t kBlock = 1152 * 16;
 
 }  // namespace
 
-// Standard input has been read to its end: libsndfile searches in it as in a file.
-int64_t AudioReader::pipedSeek(int64_t offset, int whence, void* piped) {
-  Piped& input = *static_cast<Piped*>(piped);
-  const int64_t end = std::ssize(input.bytes);
-  const int64_t base = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? input.position : end;
-  return input.position = std::clamp<int64_t>(base + offset, 0, end);
-}
-
-int64_t AudioReader::pipedRead(void* to, int64_t count, void* piped) {
-  Piped& input = *static_cast<Piped*>(piped);
-  count = std::min(count, std::ssize(input.bytes) - input.position);
-  std::copy_n(input.bytes.begin() + input.position, count, static_cast<uint8_t*>(to));
-  input.position += count;
-  return count;
-}
-
 AudioReader::AudioReader(const std::string& path) : name_(inputName(path)) {
   SF_INFO info{};
-  if (path == "-") {
-    piped_.bytes = readInput(path);
-    SF_VIRTUAL_IO access{
-        [](void* piped) -> sf_count_t { return std::ssize(static_cast<Piped*>(piped)->bytes); }, pipedSeek,
-        pipedRead, [](const void*, sf_count_t, void*) -> sf_count_t { return 0; },
-        [](void* piped) -> sf_count_t { return static_cast<Piped*>(piped)->position; }};
-    file_ = sf_open_virtual(&access, SFM_READ, &info, &piped_);
+  if (path == "-" || (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path))) {
+    bytes_ = readInput(path);  // a pipe, in which libsndfile could not search
+    memory_ = MemoryFile(bytes_);
+    file_ = memory_.open(info);
   } else {
     file_ = sf_open(path.c_str(), SFM_READ, &info);
   }
@@ -52,6 +32,7 @@ AudioReader::AudioReader(const std::string& path) : name_(inputName(path)) {
   rate_ = info.samplerate;
   channels_ = info.channels;
   samples_ = info.frames;
+  estimated_ = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG;
 }
 
 AudioReader::~AudioReader() { sf_close(file_); }
@@ -63,11 +44,35 @@ bool AudioReader::read(std::vector<int16_t>& block) {
     if (sf_error(file_) != SF_ERR_NO_ERROR) throw Failure(name_ + ": " + sf_strerror(file_));
     return false;
   }
+  samplesRead_ += got;
   block.resize(static_cast<size_t>(got * channels_));
   std::transform(floats_.begin(), floats_.begin() + got * channels_, block.begin(), [](float x) {
     return static_cast<int16_t>(std::lrint(std::clamp(x * 32768.0f, -32768.0f, 32767.0f)));
   });
   return true;
+}
+
+// Of formats that count their samples first, libsndfile gives fewer than that. The length of a WAV or AIFF file it
+// corrects, and says so in its log alone; writers into a pipe, who cannot know it, leave a length near 2 or 4 GiB.
+std::string AudioReader::damage() const {
+  constexpr long long kUnknownLength = 0x7FFFF000;
+  long long there = samplesRead_, claimed = estimated_ ? 0 : samples_;
+  const char* unit = "samples";
+  char log[4096] = {};
+  sf_command(file_, SFC_GET_LOG_INFO, log, sizeof log);
+  for (const char* const chunk : {"\ndata : ", "\n SSND : "}) {
+    const char* const at = std::strstr(log, chunk);
+    long long first, second;
+    if (at == nullptr || std::sscanf(at + std::strlen(chunk), "%lld (should be %lld)", &first, &second) != 2)
+      continue;
+    claimed = first;
+    there = second;
+    unit = "bytes of sound";
+  }
+  if (there >= claimed || claimed >= kUnknownLength) return {};
+  char text[96];
+  std::snprintf(text, sizeof text, "holds %lld of %lld %s", there, claimed, unit);
+  return text;
 }
 
 }  // namespace mox

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-struct sf_private_tag;
+#include "mox/memory_file.h"
 
 namespace mox {
 
-// Reads whatever libsndfile does (WAV, FLAC, AIFF, ...), from a file or, for "-", from standard input. Finer samples
-// are rounded, floats beyond full scale limited. Throws Failure.
+// Reads whatever libsndfile does (WAV, FLAC, AIFF, ...), from a file, a pipe or, for "-", standard input. Finer
+// samples are rounded, floats beyond full scale limited. Throws Failure.
 class AudioReader {
  public:
   explicit AudioReader(const std::string& path);
@@ -24,21 +24,17 @@ class AudioReader {
 
   // Replaces block by the next samples, interleaved; false at the end.
   bool read(std::vector<int16_t>& block);
+  // Once all is read: what of it is missing, or nothing.
+  std::string damage() const;
 
  private:
-  static int64_t pipedSeek(int64_t offset, int whence, void* piped);
-  static int64_t pipedRead(void* to, int64_t count, void* piped);
-
-  struct Piped {
-    std::vector<uint8_t> bytes;
-    int64_t position = 0;
-  };
-
   std::string name_;
-  Piped piped_;
-  sf_private_tag* file_ = nullptr;
+  std::vector<uint8_t> bytes_;  // of a pipe, read to its end
+  MemoryFile memory_;
+  SNDFILE* file_ = nullptr;
   int32_t rate_ = 0, channels_ = 0;
-  int64_t samples_ = 0;
+  int64_t samples_ = 0, samplesRead_ = 0;
+  bool estimated_ = false;  // samples_
   std::vector<float> floats_;
 };
 

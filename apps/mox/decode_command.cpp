@@ -1,9 +1,5 @@
 // mox decode: a coded stream becomes a WAV file.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 
 #include "mox/atomic_file.h"
@@ -22,22 +18,8 @@ struct DecodeArguments {
   bool floatSamples = false, raw = false, quiet = false;
 };
 
-// The input's name with the suffix .wav, beside the input. A file that is already there was not named by the
-// user and stays.
-std::string defaultOutput(const std::string& input) {
-  if (input == "-") return "-";
-  std::string output = std::filesystem::path(input).replace_extension(".wav").string();
-  if (std::filesystem::exists(output))
-    throw Failure(output + " is there already; name the output to replace it");
-  return output;
-}
-
 int decode(const DecodeArguments& arguments) {
-  const std::string output = arguments.output.empty() ? defaultOutput(arguments.input) : arguments.output;
-  if (sameFile(arguments.input, output)) throw Failure(output + ": input and output are the same file");
-  if (output == "-" && isatty(STDOUT_FILENO))
-    throw Failure("standard output is a terminal; name an output file");
-
+  const std::string output = chooseOutput(arguments.input, arguments.output, ".wav");
   const std::vector<uint8_t> bytes = readInput(arguments.input);
   const std::string name = inputName(arguments.input);
   const DecodeOptions options{arguments.floatSamples, arguments.raw};
@@ -60,9 +42,9 @@ int decode(const DecodeArguments& arguments) {
   for (const auto* lines : {&stats.faults, &stats.notices})
     for (const std::string& line : *lines) std::fprintf(stderr, "mox: %s: %s\n", name.c_str(), line.c_str());
   if (!arguments.quiet)
-    std::fprintf(stderr, "%s: %d Hz, %d channel%s, %.3f s%s\n",
-                 output == "-" ? "standard output" : output.c_str(), format.rate, format.channels,
-                 format.channels == 1 ? "" : "s", static_cast<double>(wav.samples()) / format.rate,
+    std::fprintf(stderr, "%s: %d Hz, %d channel%s, %.3f s%s\n", file.name().c_str(), format.rate,
+                 format.channels, format.channels == 1 ? "" : "s",
+                 static_cast<double>(wav.samples()) / format.rate,
                  stats.faults.empty() ? "" : ", from a damaged stream");
   return stats.faults.empty() ? exitComplete : exitDamaged;
 }

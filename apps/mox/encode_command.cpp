@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <map>
 #include <memory>
 
@@ -23,14 +22,6 @@ struct EncodeArguments {
   std::string mode;
   bool quiet = false;
 };
-
-std::string defaultOutput(const std::string& input) {
-  if (input == "-") return "-";
-  std::string output = std::filesystem::path(input).replace_extension(".mp3").string();
-  if (std::filesystem::exists(output))
-    throw Failure(output + " is there already; name the output to replace it");
-  return output;
-}
 
 // The rate to convert to: the nearest that is not lower, so that nothing is lost.
 int32_t nearestRate(int32_t rate) {
@@ -75,29 +66,16 @@ void mixDown(std::vector<int16_t>& block) {
   block.resize(block.size() / 2);
 }
 
-void writeAll(int descriptor, const std::vector<uint8_t>& bytes, const std::string& name) {
-  for (size_t done = 0; done < bytes.size();) {
-    const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno != EINTR) failWithSystemError(name);
-    done += static_cast<size_t>(std::max<ssize_t>(written, 0));
-  }
-}
-
 int encode(const EncodeArguments& arguments) {
-  const std::string output = arguments.output.empty() ? defaultOutput(arguments.input) : arguments.output;
-  if (sameFile(arguments.input, output)) throw Failure(output + ": input and output are the same file");
-  if (output == "-" && isatty(STDOUT_FILENO))
-    throw Failure("standard output is a terminal; name an output file");
-
+  const std::string output = chooseOutput(arguments.input, arguments.output, ".mp3");
   const std::string name = inputName(arguments.input);
-  const std::string outputName = output == "-" ? "standard output" : output;
   AudioReader reader(arguments.input);
   const Mp3EncoderSettings settings = settingsFor(arguments, reader, name);
   Mp3Encoder encoder(settings);
   AtomicFile file(output);
   int64_t samples = 0, bytes = 0;
   const auto writeOut = [&](std::vector<uint8_t>& stream) {
-    writeAll(file.descriptor(), stream, outputName);
+    file.write(stream);
     bytes += std::ssize(stream);
     stream.clear();
   };
@@ -112,21 +90,24 @@ int encode(const EncodeArguments& arguments) {
       progress.show(static_cast<double>(samples) /
                     static_cast<double>(std::max<int64_t>(1, reader.expectedSamples())));
     }
+    if (samples == 0) throw Failure(name + ": holds no samples");
     encoder.finish(stream);
     writeOut(stream);
   }
-  if (lseek(file.descriptor(), 0, SEEK_SET) != 0) failWithSystemError(outputName);
-  writeAll(file.descriptor(), encoder.infoFrame(), outputName);
+  if (lseek(file.descriptor(), 0, SEEK_SET) != 0) failWithSystemError(file.name());
+  file.write(encoder.infoFrame());
   file.commit();
 
+  const std::string damage = reader.damage();
+  if (!damage.empty()) std::fprintf(stderr, "mox: %s: %s\n", name.c_str(), damage.c_str());
   const double seconds = static_cast<double>(samples) / settings.rate;
   if (!arguments.quiet)
-    std::fprintf(stderr, "%s: %d Hz, %s, %.3f s, %.1f kbit/s\n", outputName.c_str(), settings.rate,
+    std::fprintf(stderr, "%s: %d Hz, %s, %.3f s, %.1f kbit/s\n", file.name().c_str(), settings.rate,
                  settings.mode == ChannelMode::mono    ? "mono"
                  : settings.mode == ChannelMode::joint ? "joint stereo"
                                                        : "stereo",
                  seconds, seconds > 0 ? static_cast<double>(bytes) * 8 / seconds / 1000 : 0);
-  return exitComplete;
+  return damage.empty() ? exitComplete : exitDamaged;
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ std::vector<uint8_t> readInput(const std::string& path) {
 
   struct stat facts {};
   if (fstat(input.fd, &facts) != 0) failWithSystemError(inputName(path));
-  if (S_ISDIR(facts.st_mode)) throw Failure(path + ": is a directory");
+  if (S_ISDIR(facts.st_mode)) throw Failure(inputName(path) + ": is a directory");
 
   std::vector<uint8_t> bytes;
   if (S_ISREG(facts.st_mode) && facts.st_size > 0)

@@ -1,4 +1,7 @@
 // mox: the command line. Exit codes are in failure.h.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -34,11 +37,25 @@ int runProgram(int argc, char** argv) {
   return exitCode;
 }
 
+// A file opened in the place of a closed standard stream would receive what is meant for that: the place is taken
+// by a device from which reading, or to which writing, fails.
+void fillStandardStreams() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(fd, F_GETFD) < 0) (void)open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
+// Output that did not arrive is a failure, though it fails only now.
+int closeStandardOutput(int exitCode) {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exitCode;
+  mox::failWithSystemError("standard output");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   try {
-    return runProgram(argc, argv);
+    fillStandardStreams();
+    return closeStandardOutput(runProgram(argc, argv));
   } catch (const std::bad_alloc&) {
     std::fputs("mox: out of memory\n", stderr);
   } catch (const std::exception& failure) {  // mox::Failure, and what the standard library throws

@@ -1,47 +1,13 @@
 #include "mox/sound.h"
 
-#include <sndfile.h>
-
-#include <algorithm>
-#include <cstdio>
 #include <memory>
 
 #include "mox/decoder.h"
 #include "mox/failure.h"
+#include "mox/memory_file.h"
 
 namespace mox {
 namespace {
-
-// libsndfile reads from memory through these.
-struct Memory {
-  Bytes bytes;
-  sf_count_t position = 0;
-
-  sf_count_t size() const { return static_cast<sf_count_t>(bytes.size()); }
-};
-
-Memory& memoryOf(void* user) { return *static_cast<Memory*>(user); }
-
-sf_count_t seek(sf_count_t offset, int whence, void* user) {
-  Memory& m = memoryOf(user);
-  const sf_count_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? m.position : m.size();
-  m.position = std::clamp<sf_count_t>(from + offset, 0, m.size());
-  return m.position;
-}
-
-sf_count_t read(void* to, sf_count_t count, void* user) {
-  Memory& m = memoryOf(user);
-  const sf_count_t got = std::min(count, m.size() - m.position);
-  std::copy_n(m.bytes.begin() + m.position, got, static_cast<uint8_t*>(to));
-  m.position += got;
-  return got;
-}
-
-SF_VIRTUAL_IO reader() {
-  return {[](void* user) { return memoryOf(user).size(); }, seek, read,
-          [](const void*, sf_count_t, void*) { return sf_count_t{0}; },
-          [](void* user) { return memoryOf(user).position; }};
-}
 
 // Appends the mean of each group of `channels` interleaved samples.
 void mixDown(const float* samples, int64_t frames, int channels, std::vector<float>& mono) {
@@ -54,11 +20,9 @@ void mixDown(const float* samples, int64_t frames, int channels, std::vector<flo
 
 // False when libsndfile does not know the bytes, or takes them for an MPEG stream, which is ours to decode.
 bool readFile(Bytes bytes, MonoSound& sound) {
-  Memory memory{bytes};
-  SF_VIRTUAL_IO io = reader();
+  MemoryFile memory(bytes);
   SF_INFO info{};
-  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open_virtual(&io, SFM_READ, &info, &memory),
-                                                         sf_close);
+  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(memory.open(info), sf_close);
   if (file == nullptr || (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) return false;
 
   constexpr sf_count_t kBlock = 4096;

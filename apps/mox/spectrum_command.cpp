@@ -1,6 +1,4 @@
 // mox spectrum: a sound becomes a picture of its level over time and frequency.
-#include <unistd.h>
-
 #include <cstdio>
 #include <memory>
 
@@ -20,18 +18,14 @@ struct SpectrumArguments {
 };
 
 int spectrum(const SpectrumArguments& arguments) {
-  if (sameFile(arguments.input, arguments.output))
-    throw Failure(arguments.output + ": input and output are the same file");
-  if (arguments.output == "-" && isatty(STDOUT_FILENO))
-    throw Failure("standard output is a terminal; name an output file");
-
+  const std::string output = chooseOutput(arguments.input, arguments.output, ".png");
   const std::string name = inputName(arguments.input);
   const MonoSound sound = readSound(readInput(arguments.input), name);
   const LevelMap map = levelMap(sound, arguments.width, arguments.height);
   const Picture picture =
       levelChart(map, {sound.seconds(), sound.rate / 2.0, arguments.top, arguments.range});
 
-  AtomicFile file(arguments.output);
+  AtomicFile file(output);
   writePng(file.descriptor(), picture, name);
   file.commit();
   for (const std::string& fault : sound.faults)

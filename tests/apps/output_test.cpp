@@ -52,7 +52,7 @@ TEST(AtomicFile, DevicesAreWrittenToAndNeverReplaced) {
 
 TEST(AtomicFile, AnInterruptionLeavesNothing) {
   const ScratchDirectory scratch;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
