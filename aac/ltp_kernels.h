@@ -25,9 +25,9 @@ inline int64_t ltpGainQ30(int32_t q14) {
 // history[2048 + n] is sample n of the frame; there is none from 1024 on. gain is below 2^31.
 inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t lag, int64_t gain, int32_t* x,
                            int32_t n) {
-  const int32_t known = std::clamp(1024 - (firstSample - lag), 0, n);
-  const int32_t* const src = history + 2048 + firstSample - lag;
-  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((src[i] * gain + (1 << 29)) >> 30);
+  const int32_t first = 2048 + firstSample - lag;
+  const int32_t known = std::clamp(MOX_AAC_LTP_HISTORY - first, 0, n);
+  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((history[first + i] * gain + (1 << 29)) >> 30);
   std::fill(x + known, x + n, 0);
 }
 

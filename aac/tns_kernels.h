@@ -11,7 +11,7 @@ namespace moxac {
 
 inline constexpr int32_t kTnsMaxOrder = 12;
 
-// Direct-form coefficients of one filter: a[i] in Q(shift), every magnitude at most 2^26.
+// Direct-form coefficients of one filter: a[i] in Q(shift), -2^26 - 1 .. 2^26.
 struct TnsFilter {
   int32_t order;
   int32_t shift;
