@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "aac/band_tables.h"
+#include "aac/syntax_constants.h"
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
@@ -19,12 +20,18 @@ struct BandLayout {
   int32_t windowLen;
 };
 
-inline constexpr int32_t kMsUsedRow = 60;  // bytes of one group's row of M/S flags
-
 inline bool validWindowLen(int32_t windowLen) { return windowLen == 128 || windowLen == 1024; }
 
-inline bool validGroupCount(int32_t numWindowGroups, int32_t windowLen) {
-  return windowLen == 1024 ? numWindowGroups == 1 : inRange(numWindowGroups, 1, 8);
+// The windows that the groups hold; 0 unless every group has one and all together no more than a frame's 1 or 8.
+inline int32_t countWindows(int32_t numWindowGroups, const int32_t* windowGroupLen, int32_t windowLen) {
+  const int32_t frame = 1024 / windowLen;
+  if (!inRange(numWindowGroups, 1, frame)) return 0;
+  int32_t windows = 0;
+  for (int32_t g = 0; g < numWindowGroups; ++g) {
+    if (!inRange(windowGroupLen[g], 1, frame - windows)) return 0;
+    windows += windowGroupLen[g];
+  }
+  return windows;
 }
 
 inline bool validSamplingRate(int32_t samplingRateIndex) {
@@ -34,7 +41,8 @@ inline bool validSamplingRate(int32_t samplingRateIndex) {
 // The checks behind the pointer test; operations without an M/S mode pass validMsMask = true.
 inline moxStatus checkBandLayout(const BandLayout& layout, bool validMsMask = true) {
   MOX_REQUIRE(validWindowLen(layout.windowLen), moxStatusAacWinLenError);
-  MOX_REQUIRE(validGroupCount(layout.numWindowGroups, layout.windowLen), moxStatusAacWinGrpError);
+  MOX_REQUIRE(countWindows(layout.numWindowGroups, layout.windowGroupLen, layout.windowLen) > 0,
+              moxStatusAacWinGrpError);
   MOX_REQUIRE(inRange(layout.maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
   MOX_REQUIRE(validSamplingRate(layout.samplingRateIndex), moxStatusAacSampleRateError);
   MOX_REQUIRE(validMsMask, moxStatusAacMsMaskError);

@@ -14,12 +14,11 @@
 
 #include "aac/dct4_kernels.h"
 #include "aac/fixed_point.h"
+#include "aac/syntax_constants.h"
 #include "aac/window_tables.h"
 #include "frame/align.h"
 
 namespace moxac {
-
-enum WindowSequence : int32_t { kOnlyLong = 0, kLongStart = 1, kEightShort = 2, kLongStop = 3 };
 
 // Where the eight short windows lie in a frame's 2048 samples: window w from 448 + 128 w on.
 inline constexpr int32_t kShortStart = 448;

@@ -5,8 +5,6 @@ using namespace moxac;
 
 namespace {
 
-constexpr uint8_t kNoiseBook = 13;
-
 // One channel's share of the arguments.
 struct NoiseChannel {
   int32_t* spectrum;
@@ -65,7 +63,7 @@ moxStatus moxsDecodeMsPNS_AAC_32s(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t*
   const NoiseChannel left{pSrcDstL, pLtpUsedFlagsL, pSfbCbL, pScaleFactorL};
   const NoiseChannel right{pSrcDstR, pLtpUsedFlagsR, pSfbCbR, pScaleFactorR};
   const auto correlated = [&](const GroupBand& band) {
-    return msMaskPresent == 2 || (msMaskPresent == 1 && pMsUsed[band.group * kMsUsedRow + band.band] != 0);
+    return msMaskPresent == 2 || (msMaskPresent == 1 && pMsUsed[band.group * kMsRow + band.band] != 0);
   };
   forEachWindowBand(layout, [&](const GroupBand& band, int32_t window) {
     uint32_t sharedState = *pRandomState;

@@ -15,8 +15,8 @@ moxStatus decodeLowComplexity(BitReader& in, bool commonWindow, const NoiselessT
   }
   const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
                                           ics.windowGroupLen, stream.samplingRateIndex);
-  enterLayout(layout, stream);
-  MOX_REQUIRE(layout.maxSfb <= layout.swb.numSwb, moxStatusAacMaxSfbError);
+  const moxStatus status = enterLayout(layout, layout.swb.numSwb, stream);
+  MOX_REQUIRE(status == moxStatusOk, status);
   return readChannel(in, layout, true, false, to);
 }
 
@@ -32,7 +32,8 @@ moxStatus decodeMpeg4(BitReader& in, bool commonWindow, int32_t audioObjectType,
   }
   const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
                                           ics.windowGroupLen, stream.samplingRateIndex);
-  enterLayout(layout, stream);
+  const moxStatus status = enterLayout(layout, layout.isShort() ? kMaxSwbShort : kMaxSwbLong, stream);
+  MOX_REQUIRE(status == moxStatusOk, status);
   return readChannel(in, layout, true, true, to);
 }
 
@@ -43,7 +44,8 @@ moxStatus decodeLayer(BitReader& in, int32_t windowSequence, int32_t maxSfb, con
   stream.globalGain = in.bits(8);
   const ChannelLayout layout = makeLayout(windowSequence, maxSfb, header.numWindowGroups,
                                           header.windowGroupLen, stream.samplingRateIndex);
-  enterLayout(layout, stream);
+  const moxStatus status = enterLayout(layout, kMaxSwbLong, stream);
+  MOX_REQUIRE(status == moxStatusOk, status);
   return readChannel(in, layout, false, true, to);
 }
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "aac/band_tables.h"
+#include "aac/band_walk.h"
 #include "aac/bit_reader.h"
 #include "aac/bit_window.h"
 #include "aac/huffman_tables.h"
@@ -16,43 +16,45 @@
 
 namespace moxac {
 
-// Code books that are not Huffman books of the spectrum.
-inline constexpr int32_t kZeroBook = 0;
 inline constexpr int32_t kEscapeBook = 11;
-inline constexpr int32_t kReservedBook = 12;
-inline constexpr int32_t kNoiseBook = 13;
-inline constexpr int32_t kIntensityBook2 = 14;  // and 15: intensity stereo
-
 inline constexpr int32_t kMaxScaleFactorBits = 19;
 inline constexpr int32_t kMaxSections = 120;  // the room of sectCb and sectEnd
 
 // The windows of the channel whose stream is decoded.
 struct ChannelLayout {
-  bool isShort;
+  int32_t windowSequence;
   int32_t maxSfb;
   int32_t numGroups;
   const int32_t* groupLen;
   SwbTable swb;
+
+  bool isShort() const { return windowSequence == kEightShort; }
 };
 
-inline void enterLayout(const ChannelLayout& layout, MoxAacChanStream& stream) {
+// What is read from a stream passes, but for maxSfb; a caller's record may hold anything. Rows of mostSfb bands
+// fit the outputs.
+inline moxStatus enterLayout(const ChannelLayout& layout, int32_t mostSfb, MoxAacChanStream& stream) {
   stream.windowLen = layout.swb.windowLen;
-  stream.numWindows = layout.isShort ? 8 : 1;
+  stream.numWindows = layout.isShort() ? 8 : 1;
   stream.numSwb = layout.swb.numSwb;
+  MOX_REQUIRE(inRange<int32_t>(layout.windowSequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
+  MOX_REQUIRE(countWindows(layout.numGroups, layout.groupLen, layout.swb.windowLen) > 0,
+              moxStatusAacWinGrpError);
+  MOX_REQUIRE(inRange(layout.maxSfb, 0, mostSfb), moxStatusAacMaxSfbError);
+  return moxStatusOk;
 }
 
 inline ChannelLayout makeLayout(int32_t windowSequence, int32_t maxSfb, int32_t numGroups,
                                 const int32_t* groupLen, int32_t samplingRateIndex) {
-  const bool isShort = windowSequence == kEightShort;
-  return {isShort, maxSfb, numGroups, groupLen,
-          isShort ? shortSwbTable(samplingRateIndex) : longSwbTable(samplingRateIndex)};
+  return {windowSequence, maxSfb, numGroups, groupLen,
+          windowSequence == kEightShort ? shortSwbTable(samplingRateIndex) : longSwbTable(samplingRateIndex)};
 }
 
 // section_data(). A length comes in pieces of 3 or 5 bits; one that is all ones adds itself and announces
 // another, unless the section would run past maxSfb already.
 inline moxStatus readSections(BitReader& in, const ChannelLayout& layout, MoxAacChanStream& stream,
                               uint8_t* sfbCb) {
-  const int32_t pieceBits = layout.isShort ? 3 : 5;
+  const int32_t pieceBits = layout.isShort() ? 3 : 5;
   const int32_t escape = (1 << pieceBits) - 1;
   int32_t section = 0;
   for (int32_t g = 0; g < layout.numGroups; ++g, sfbCb += layout.maxSfb) {
@@ -104,7 +106,7 @@ inline moxStatus readScaleFactor(BitWindow& window, int32_t codebook, bool allow
   }
   MOX_REQUIRE(codebook != kReservedBook && (codebook != kNoiseBook || allowNoise), moxStatusAacCodebookError);
   window.ensure(kMaxScaleFactorBits);
-  if (codebook >= kIntensityBook2) {
+  if (codebook >= kIntensityBookInverted) {
     state.position += scaleFactorDifference(window);
     scaleFactor = static_cast<int16_t>(state.position);
     return moxStatusOk;
@@ -380,7 +382,7 @@ inline moxStatus readChannel(BitReader& in, const ChannelLayout& layout, bool ha
   } else {
     stream.pulseDataPresent = in.bit();
     if (stream.pulseDataPresent != 0) {
-      MOX_REQUIRE(!layout.isShort, moxStatusAacPulseError);
+      MOX_REQUIRE(!layout.isShort(), moxStatusAacPulseError);
       status = readPulses(in, layout.swb.numSwb, pulses);
       MOX_REQUIRE(status == moxStatusOk, status);
     }
@@ -388,7 +390,7 @@ inline moxStatus readChannel(BitReader& in, const ChannelLayout& layout, bool ha
     stream.nFilt[0] = 0;
     if (stream.tnsDataPresent != 0) {
       status = readTnsData(
-          in, layout.isShort ? kEightShort : 0,
+          in, layout.windowSequence,
           {stream.nFilt, stream.coefRes, stream.length, stream.order, stream.direction, to.tnsCoef});
       MOX_REQUIRE(status == moxStatusOk, status);
     }

@@ -7,7 +7,9 @@ namespace {
 
 // Silence, noise and intensity bands carry no quantised values; every other code book is one of values, the
 // virtual ones of book 11 (16 and up) among them.
-constexpr bool isQuantized(uint8_t codeBook) { return codeBook != 0 && !(codeBook >= 13 && codeBook <= 15); }
+constexpr bool isQuantized(uint8_t codeBook) {
+  return codeBook != kZeroBook && !inRange<int32_t>(codeBook, kNoiseBook, kIntensityBook);
+}
 
 }  // namespace
 

@@ -5,10 +5,6 @@ using namespace moxac;
 
 namespace {
 
-constexpr uint8_t kNoiseBook = 13;
-constexpr uint8_t kIntensityBookInverted = 14;
-constexpr uint8_t kIntensityBook = 15;
-
 constexpr bool isIntensity(uint8_t codeBook) {
   return codeBook == kIntensityBook || codeBook == kIntensityBookInverted;
 }
@@ -27,7 +23,7 @@ moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int
     return status;
 
   forEachBand(layout, [&](const GroupBand& band) {
-    if (!allBands && pMsUsed[band.group * kMsUsedRow + band.band] == 0) return;
+    if (!allBands && pMsUsed[band.group * kMsRow + band.band] == 0) return;
     uint8_t& codeBook = pSfbCb[band.index];
     if (isIntensity(codeBook)) {
       if (!allBands) codeBook ^= 1;

@@ -7,14 +7,13 @@
 
 #include "aac/band_tables.h"
 #include "aac/bit_reader.h"
+#include "aac/syntax_constants.h"
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
 namespace moxac {
 
-inline constexpr int32_t kEightShort = 2;  // windowSequence
-inline constexpr int32_t kAotMain = 1;     // audio object type: AAC Main
-inline constexpr int32_t kMsRow = 60;      // bytes per window group in an M/S mask
+inline constexpr int32_t kAotMain = 1;  // audio object type: AAC Main
 
 // Long-term-prediction gains, Q14, by the 3-bit ltp_coef.
 inline constexpr uint16_t kLtpGain[8] = {9352, 11413, 13320, 14931, 16137, 17496, 19572, 22438};

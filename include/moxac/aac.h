@@ -392,9 +392,14 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  * moxStatusAacSampleRateError    samplingRateIndex of the stream record outside 0..11
  * moxStatusAacPredSfbError       LC: predSfbMax of the stream record not 0
  * moxStatusAacMaxSfbError        MPEG-4 with layerFlag 1: maxSfb outside 0..51
- *                                (up to here nothing has been read or written)
- * moxStatusAacMaxSfbError        a long window's coded maxSfb above 51; LC: maxSfb above the number of bands
+ *                                (up to here nothing has been read or written; global_gain comes next)
+ * moxStatusAacMaxSfbError        a long window's coded maxSfb above 51
  * moxStatusAacPredSfbError       MPEG-4, object type 1, prediction data present: predSfbMax outside 0..41
+ * moxStatusAacWinSeqError        windowSequence of the caller's *pIcsInfo outside 0..3
+ * moxStatusAacWinGrpError        the window groups of the caller's record (*pIcsInfo; with layerFlag 1
+ *                                *pMainHeader): none, an empty one, or more windows than the frame has
+ * moxStatusAacMaxSfbError        maxSfb below 0 or, LC, above the number of bands; MPEG-4: above 51 (long
+ *                                windows) or 15 (eight short, without a layer)
  * moxStatusAacSectionError       section ends do not reach maxSfb exactly, or more than 120 sections
  * moxStatusAacCodebookError      code book 12; LC: 13
  * moxStatusAacScaleFactorError   a scale factor or noise energy above 255
@@ -420,8 +425,8 @@ MOXAC_API moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int
  *              the stream record) and long-term prediction's otherwise: both ltpDataPresent flags of
  *              *pMainHeader are cleared, and its windowSequence, maxSfb and ltp[0] written where data are
  *              present
- * layerFlag 1: windowSequence and maxSfb are the arguments, the window groups those of *pMainHeader (which
- *              must fit the sequence); no pulse, TNS and gain-control fields are read, their flags become 0
+ * layerFlag 1: windowSequence and maxSfb are the arguments, the window groups those of *pMainHeader; no pulse,
+ *              TNS and gain-control fields are read, their flags become 0
  */
 MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                             MoxAacMainHeader* pMainHeader, int16_t* pScaleFactor,
@@ -450,13 +455,14 @@ MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t
  *   pScaleFactor     scale factor, intensity position or noise energy of each band, laid out like pSfbCb; any
  *                    16-bit value has a defined result
  *   numWindowGroups  1 for windowLen 1024, 1..8 for windowLen 128
- *   pWindowGroupLen  windows of each group; they add up to the number of windows, which is not checked
+ *   pWindowGroupLen  windows of each group, at least 1; together no more than the frame has, 1 or 8
  *   maxSfb           coded bands per group
  *   windowLen        1024 (long windows) or 128 (eight short)
  * and these statuses, in this order, before anything is written:
  *   moxStatusNullPointer       a pointer is null
  *   moxStatusAacWinLenError    windowLen neither 128 nor 1024
- *   moxStatusAacWinGrpError    numWindowGroups outside the range of the window length
+ *   moxStatusAacWinGrpError    numWindowGroups outside the range of the window length, or group lengths that
+ *                              do not fit the frame
  *   moxStatusAacMaxSfbError    maxSfb outside 0..51
  *   moxStatusAacSampleRateError  samplingRateIndex outside 0..11
  *   moxStatusAacMsMaskError    msMaskPresent outside its range (only where it is an argument)
@@ -522,9 +528,10 @@ MOXAC_API moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pD
  *
  * pScaleFactor   the standard's noise energies in the noise bands. What the noiseless decoder stores there is
  *                counted together with the scale factors; docs/fixed_point.md shows how to take both apart
- * pLtpUsedFlags  longUsedAll of a MoxAacLtpInfo, its longUsed[] behind it. With one window group the flag of
- *                every noise band, pLtpUsedFlags[band + 1], is cleared: prediction skips noise. May be null
- *                with more than one group
+ * pLtpUsedFlags  maxSfb + 1 words: longUsedAll of a MoxAacLtpInfo, its longUsed[] behind it (and, from band 40
+ *                on, its reserved words). With one window group the flag of every noise band,
+ *                pLtpUsedFlags[band + 1], is cleared: prediction skips noise. May be null with more than one
+ *                group
  * pRandomState   generator state, read and written back; any start value
  *
  * The statuses above. ISO/IEC 14496-3, 4.6.13. */

@@ -306,6 +306,42 @@ TEST(Noiseless, KeepsNoMoreThan120Sections) {
   EXPECT_EQ(got.stream.numSec[7], 8);
 }
 
+// A caller's record may hold anything.
+TEST(Noiseless, RefusesWindowsThatCannotBe) {
+  struct Case {
+    int32_t sequence, groups, len, maxSfb;
+    moxStatus want;
+  };
+  for (const Case& c : {Case{-1, 1, 1, 0, -144},
+                        {4, 1, 1, 0, -144},
+                        {0, 0, 1, 0, -145},
+                        {1, 2, 1, 0, -145},
+                        {3, 1, 2, 0, -145},
+                        {0, 1, 0, 0, -145},
+                        {2, 9, 1, 0, -145},
+                        {2, 2, 5, 0, -145},
+                        {2, 2, -1, 0, -145},
+                        {0, 1, 1, -1, -162},
+                        {0, 1, 1, 52, -162},
+                        {2, 2, 4, 16, -162}})
+    for (const auto& [mpeg4, layer] : {std::pair{false, false}, {true, false}, {true, true}}) {
+      if (layer && c.maxSfb == 16) continue;  // a layer has room for as many bands as are asked for
+      BitWriter out;
+      Outcome got;
+      got.stream.samplingRateIndex = 5;
+      got.stream.predSfbMax = 0;
+      got.ics.windowSequence = c.sequence;
+      got.ics.maxSfb = c.maxSfb;
+      got.ics.numWindowGroups = got.main.numWindowGroups = c.groups;
+      std::fill_n(got.ics.windowGroupLen, 8, c.len);
+      std::fill_n(got.main.windowGroupLen, 8, c.len);
+      out.put(0, 64).lay();
+      run(out, {mpeg4, true, layer, 2, c.sequence, c.maxSfb}, got);
+      EXPECT_EQ(got.status, c.want) << c.sequence << " " << c.groups << " " << c.len << " " << c.maxSfb;
+      EXPECT_EQ(got.out.spectrum, NoiselessOutput().spectrum);
+    }
+}
+
 TEST(Noiseless, RefusalsInOrder) {
   const uint8_t data[64] = {};
   const uint8_t *p = data, *none = nullptr;

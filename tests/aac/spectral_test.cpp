@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <vector>
@@ -332,6 +333,12 @@ TEST(SpectralTools, RefuseInTheDocumentedOrderAndTouchNothing) {
       f.groups = groups;
       EXPECT_EQ(call(r), moxStatusAacWinGrpError);
     }
+    f.groups = 3;
+    for (const auto& lens : {std::array{1, 5, 3}, {1, 0, 2}, {-1, 5, 2}}) {
+      f.groupLen = lens.data();
+      EXPECT_EQ(call(r), moxStatusAacWinGrpError);
+    }
+    f.groupLen = kGroups;
     f.windowLen = 1024;
     for (int32_t groups : {0, 2}) {
       f.groups = groups;
