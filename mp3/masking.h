@@ -11,8 +11,12 @@
 
 namespace moxac {
 
-// Runs without a scale factor (above the last band) and runs of silence may hold any noise.
-constexpr float kAnyNoise = 1e30f;
+// Runs without a scale factor (above the last band) and runs of silence may hold any noise. In the model's units, too,
+// this is a float.
+constexpr float kAnyNoise = 1e28f;
+
+// Whatever the records hold, zeros and infinities included: noise from -120 dB to 90 dB of a run's energy.
+constexpr float kLeastRatio = 1e-12f, kLargestRatio = 1e9f;
 
 // Spectral energy, full scale 1, for a unit of the psychoacoustic model's: (1/2)^2 / 32768^2 times the power of a sine
 // in a line of either transform. Measured with noise; the same for long and short blocks.
@@ -44,7 +48,9 @@ inline float maskingRatio(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const
   const bool isLong = bands.longCount > 0;
   const float energy = isLong ? psy.energyLong[i] : psy.energyShort[i / 3][i % 3];
   const float threshold = isLong ? psy.thresholdLong[i] : psy.thresholdShort[i / 3][i % 3];
-  return energy > 1e-9f * threshold ? threshold / energy : 1e9f;
+  // No number is greater than one that is not a number.
+  return energy > threshold / kLargestRatio ? std::clamp(threshold / energy, kLeastRatio, kLargestRatio)
+                                            : kLargestRatio;
 }
 
 // The noise that run i may hold: its energy times the masking ratio. A short block's windows are longer than the
@@ -53,7 +59,8 @@ inline float runAllowance(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const
                           int32_t i, float energy) {
   const float allowed = energy * maskingRatio(psy, bands, i);
   if (bands.longCount > 0) return allowed;
-  return std::min(allowed, 2 * kSpectrumPerModel * psy.thresholdShort[i / 3][i % 3]);
+  const float most = 2 * kSpectrumPerModel * psy.thresholdShort[i / 3][i % 3];
+  return std::max(std::min(allowed, most), energy * kLeastRatio);
 }
 
 inline void allowedNoise(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,

@@ -19,7 +19,8 @@ namespace moxac {
 
 constexpr int32_t kLargestPart23 = 4095;
 constexpr int32_t kNeutralGain = 210;
-constexpr float kRoundingOffset = 0.4054f;  // between 0 and 1 the border is at 0.5^(3/4)
+constexpr int32_t kCoarsest = 255 - kNeutralGain;  // the step of the largest global_gain
+constexpr float kRoundingOffset = 0.4054f;         // between 0 and 1 the border is at 0.5^(3/4)
 
 // Steps q = -210 - 56 - 60 - 3 .. 45 and what they multiply a spectrum by.
 constexpr int kFirstStep = -360, kSteps = 420;
@@ -151,7 +152,8 @@ inline int32_t finerBy(const GranuleSpectrum& s, const ScaleFactors& f, int32_t 
 // is `allowance` times what it may be.
 inline float stepForNoise(const GranuleSpectrum& s, int32_t run, float allowance) {
   constexpr float kVariance = 16.0f / 9 / 12;
-  return 8.0f / 3 * std::log2(allowance * s.allowed[run] / (kVariance * s.rootSum[run]));
+  const float noise = std::max(allowance * s.allowed[run], 1e-35f);
+  return 8.0f / 3 * std::log2(noise / (kVariance * s.rootSum[run]));
 }
 
 // Amplifications (and subblock gains) that spread noise as the thresholds allow; returns the step q that goes with
@@ -242,7 +244,7 @@ inline int32_t quantizeAndCount(const GranuleSpectrum& s, int32_t q, Attempt& a)
   return a.code.bits;
 }
 
-// The finest step at which no magnitude leaves the tables, and global_gain its field.
+// The finest step at which no magnitude leaves the tables; beyond kCoarsest where global_gain cannot name it.
 inline int32_t finestStep(const Attempt& a) {
   int32_t q = -kNeutralGain;
   if (a.largestPower > 0) {
@@ -250,14 +252,25 @@ inline int32_t finestStep(const Attempt& a) {
         std::log2(a.largestPower / (static_cast<float>(kLargestMagnitude) - 1)) * (16.0f / 3);
     q = std::max(q, static_cast<int32_t>(std::ceil(exponent)));
   }
-  return std::min(q, 255 - kNeutralGain);
+  return q;
 }
 
-// Inner loop: the finest step whose codes fit into the budget, found by bisection from a guess. The attempt holds
-// its result.
+// Amplifies as wished, but not at all where a spectrum is so far above full scale that no global_gain would then
+// bring it into the tables.
+inline void amplifyAsWished(const GranuleSpectrum& s, int32_t* wish, ScaleFactors& f, Attempt& a) {
+  codeScaleFactors(wish, s, f);
+  amplify(s, f, a);
+  if (finestStep(a) <= kCoarsest) return;
+  std::fill(wish, wish + kScaleFactors, 0);
+  std::fill(f.subBlockGain, f.subBlockGain + 3, 0);
+  codeScaleFactors(wish, s, f);
+  amplify(s, f, a);
+}
+
+// Inner loop: the finest step whose codes fit into the budget, found by bisection from a guess; the coarsest where
+// none does. The attempt holds its result.
 inline int32_t meetBudget(const GranuleSpectrum& s, int32_t budget, int32_t guess, Attempt& a) {
   const int32_t finest = finestStep(a);
-  constexpr int32_t kCoarsest = 255 - kNeutralGain;
   int32_t fits = kCoarsest + 1, exceeds = finest - 1;  // fits: none known yet
   int32_t q = std::clamp(guess, finest, kCoarsest), last = INT32_MIN;
   for (int32_t stride = 2; fits - exceeds > 1; stride *= 2) {
@@ -318,9 +331,8 @@ inline int32_t bitsWanted(const GranuleSpectrum& s, Attempt& a) {
   ScaleFactors f;
   int32_t wish[kScaleFactors] = {};
   const float base = shapeNoise(s, 1, wish, f);
-  codeScaleFactors(wish, s, f);
-  amplify(s, f, a);
-  const int32_t q = std::clamp(static_cast<int32_t>(std::floor(base)), finestStep(a), 255 - kNeutralGain);
+  amplifyAsWished(s, wish, f, a);
+  const int32_t q = std::clamp(static_cast<int32_t>(std::floor(base)), finestStep(a), kCoarsest);
   return f.bits + quantizeAndCount(s, q, a);
 }
 
@@ -359,16 +371,17 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& 
   for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
     int32_t q = 0;
     const auto fits = [&] {
-      codeScaleFactors(wish, s, f);
+      amplifyAsWished(s, wish, f, a);
       if (f.bits > budget) return false;
-      amplify(s, f, a);
       q = meetBudget(s, budget - f.bits, guess, a);
       return f.bits + a.code.bits <= budget;
     };
     if (!fits()) {  // amplified runs can be too fine even with the coarsest global step; flat, all is silenced
       std::fill(wish, wish + kScaleFactors, 0);
-      std::fill(f.subBlockGain, f.subBlockGain + 3, 0);
-      fits();
+      if (!fits()) {
+        std::fill(f.subBlockGain, f.subBlockGain + 3, 0);
+        fits();
+      }
     }
     guess = q + 1;
     float ratio[kScaleFactors] = {};
@@ -405,9 +418,8 @@ inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attem
   auto q = static_cast<int32_t>(std::floor(shapeNoise(s, 1, wish, f)));
   bool found = false;
   for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
-    codeScaleFactors(wish, s, f);
-    amplify(s, f, a);
-    q = std::clamp(q, finestStep(a), 255 - kNeutralGain);
+    amplifyAsWished(s, wish, f, a);
+    q = std::clamp(q, finestStep(a), kCoarsest);
     quantizeLines(s, q, a);
     float ratio[kScaleFactors] = {};
     measureNoise(s, q, a, ratio);
@@ -417,7 +429,7 @@ inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attem
       if (found && a.code.bits + f.bits >= best.bits()) return true;
       keep(a, f, q, best);
       found = true;
-      if (q == 255 - kNeutralGain) return true;
+      if (q == kCoarsest) return true;
       ++q;  // perhaps a coarser step will do
     } else if (found) {
       return true;

@@ -156,6 +156,42 @@ TEST(Quantize, NeverTakesMoreThanItsBitsAndParsesBack) {
           }
 }
 
+// Spectra far above full scale, thresholds that no model would give: the frame still keeps to its bits and parses.
+TEST(Quantize, KeepsToItsBitsWhateverTheRecordsHold) {
+  std::mt19937 random(7);
+  const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
+  const float odd[] = {0, -1, INFINITY, NAN, 3e38f, 1e-40f};
+  for (int round = 0; round < 4000; ++round) {
+    Frame frame(below(2) == 0 ? 3 : 1, below(3));
+    const int shift = below(32), decay = below(40) + 1, noOdds = below(2);
+    for (size_t i = 0; i < frame.lines.size(); ++i)
+      frame.lines[i] =
+          static_cast<int32_t>(random()) >> std::min(31, shift + static_cast<int>(i % 576) / (16 * decay));
+    const auto value = [&] {
+      return noOdds == 0 && below(4) == 0 ? odd[below(6)]
+                                          : std::exp2(static_cast<float>(below(1200)) / 10 - 60);
+    };
+    for (Analysis& p : frame.psy) {
+      for (size_t b = 0; b < 21; ++b) p.energyLong[b] = value(), p.thresholdLong[b] = value();
+      for (size_t i = 0; i < 36; ++i)
+        p.energyShort[i / 3][i % 3] = value(), p.thresholdShort[i / 3][i % 3] = value();
+      p.blockType = round % 4;
+    }
+    if (frame.header.mode == 1) {
+      ASSERT_EQ(moxsJointStereoEncode_MP3_32s_I(frame.lines.data(), frame.psy.data(), &frame.header),
+                moxStatusOk);
+    }
+    const int meanBits = below(round % 3 == 0 ? 400 : 16381);
+    MoxMp3BitReservoir reservoir{8 * below(200), 1600};
+    const int32_t most = reservoir.resBits + meanBits;
+    ASSERT_EQ(frame.quantize(reservoir, meanBits, below(2)), moxStatusOk);
+    ASSERT_LE(frame.bits(), most) << round;
+    ASSERT_GE(reservoir.resBits, 0);
+    frame.expectRoundTrip();
+    ASSERT_FALSE(HasFailure()) << round;
+  }
+}
+
 // Bits that the noise needs, not more: what quality asks for is kept, and a constant rate is used.
 TEST(Quantize, NoiseStaysBelowTheThresholds) {
   std::mt19937 random(8);
