@@ -194,46 +194,38 @@ TEST(PredictCoef, SilenceZeroDeterminantAndTheResetAtFour) {
   for (int k = 0; k < 9; ++k) EXPECT_TRUE(a0[k] == 0 && a1[k] == 0 && im0[k] == 0 && im1[k] == 0);
 }
 
-TEST(PredictCoef, Refusals) {
+TEST(PredictCoef, RefusesInOrderAndWritesNothing) {
   const Signal s(4);
-  const float* const* re = s.pRe.data();
-  const Mox32fc* const* pairs = s.pPairs.data();
   Block<float> out(4);
   const Block<float> before = out;
   float* const o = out;
   auto* const c = reinterpret_cast<Mox32fc*>(o);
-  for (const int slots : {1, 0}) {  // the null wins over the length
-    EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(nullptr, o, o, 1, slots), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, nullptr, o, 1, slots), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, o, nullptr, 1, slots), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(nullptr, c, c, 1, slots), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(pairs, nullptr, c, 1, slots), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(pairs, c, nullptr, 1, slots), moxStatusNullPointer);
-    for (int missing = 0; missing < 6; ++missing) {
-      const auto at = [&](int i) { return i == missing ? nullptr : o; };
-      EXPECT_EQ(moxsPredictCoef_SBR_C_32f_D2L(missing == 0 ? nullptr : re, missing == 1 ? nullptr : re, at(2),
-                                              at(3), at(4), at(5), 1, slots),
-                moxStatusNullPointer);
-    }
-  }
-  EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, o, o, 1, 0), moxStatusOk);
-  EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, o, o, 0, 4), moxStatusOk);
-  EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(pairs, c, c, 1, -1), moxStatusOk);
-
+  float* const* const re = s.pRe.data();
+  Mox32fc* const* const pairs = s.pPairs.data();
   const Mox32sc* hq[3] = {};
   const int32_t* lp[3] = {};
   Mox32sc h{7, 7};
   int32_t l = 7;
-  EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(nullptr, &h, &h, 64, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, nullptr, &h, 64, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, &h, nullptr, 64, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(lp, nullptr, &l, -1, 0), moxStatusNullPointer);
-  for (const int band : {-1, 64}) {
-    EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, &h, &h, band, 0), moxStatusOutOfRange);
-    EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(lp, &l, &l, band, 0), moxStatusOutOfRange);
+  for (int missing = 0; missing < 6; ++missing) {  // a null wins over band and length
+    const auto at = [&](int i, auto* p) { return i == missing ? nullptr : p; };
+    EXPECT_EQ(
+        moxsPredictCoef_SBR_C_32f_D2L(at(0, re), at(1, re), at(2, o), at(3, o), at(4, o), at(5, o), 1, 0),
+        moxStatusNullPointer);
+    if (missing >= 3) continue;
+    EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(at(0, re), at(1, o), at(2, o), 1, 0), moxStatusNullPointer);
+    EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(at(0, pairs), at(1, c), at(2, c), 1, 0), moxStatusNullPointer);
+    EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(at(0, hq), at(1, &h), at(2, &h), 64, 0),
+              moxStatusNullPointer);
+    EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(at(0, lp), at(1, &l), at(2, &l), -1, 0), moxStatusNullPointer);
   }
-  EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, &h, &h, 0, 0), moxStatusOk);
-  EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(lp, &l, &l, 63, -3), moxStatusOk);
+  for (const int band : {-1, 0, 63, 64}) {
+    const moxStatus want = band == 0 || band == 63 ? moxStatusOk : moxStatusOutOfRange;
+    EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, &h, &h, band, 0), want);
+    EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(lp, &l, &l, band, -3), want);
+  }
+  EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, o, o, 1, 0), moxStatusOk);
+  EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(re, o, o, 0, 4), moxStatusOk);
+  EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(pairs, c, c, 1, -1), moxStatusOk);
   EXPECT_TRUE(h.re == 7 && l == 7);
   EXPECT_SAME_BITS(out, before);
 }

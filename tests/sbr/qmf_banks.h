@@ -111,32 +111,25 @@ struct SynthesisBank : Bank {
   }
 };
 
+#define MOX_BANK(stem, variant, form, bands, id, bytes)                                    \
+  {                                                                                        \
+    {#stem "_" #variant, Form::form, bands, id, bytes, moxs##stem##GetSize_SBR_##variant}, \
+        moxs##stem##Init_SBR_##variant                                                     \
+  }
 inline const AnalysisBank kAnalysisBanks[] = {
-    {{"RToC_32f", Form::split, 32, 0x434D4157, 208 + 1359, moxsAnalysisFilterGetSize_SBR_RToC_32f},
-     moxsAnalysisFilterInit_SBR_RToC_32f},
-    {{"RToC_32f32fc", Form::interleaved, 32, 0x434D4156, 208 + 1359,
-      moxsAnalysisFilterGetSize_SBR_RToC_32f32fc},
-     moxsAnalysisFilterInit_SBR_RToC_32f32fc},
-    {{"RToR_32f", Form::real, 32, 0x434D4158, 16 + 1359, moxsAnalysisFilterGetSize_SBR_RToR_32f},
-     moxsAnalysisFilterInit_SBR_RToR_32f},
+    MOX_BANK(AnalysisFilter, RToC_32f, split, 32, 0x434D4157, 208 + 1359),
+    MOX_BANK(AnalysisFilter, RToC_32f32fc, interleaved, 32, 0x434D4156, 208 + 1359),
+    MOX_BANK(AnalysisFilter, RToR_32f, real, 32, 0x434D4158, 16 + 1359),
 };
-
 inline const SynthesisBank kSynthesisBanks[] = {
-    {{"CToR_32f", Form::split, 64, 0x434D415A, 208 + 5199, moxsSynthesisFilterGetSize_SBR_CToR_32f},
-     moxsSynthesisFilterInit_SBR_CToR_32f},
-    {{"CToR_32fc32f", Form::interleaved, 64, 0x434D4159, 208 + 5199,
-      moxsSynthesisFilterGetSize_SBR_CToR_32fc32f},
-     moxsSynthesisFilterInit_SBR_CToR_32fc32f},
-    {{"RToR_32f", Form::real, 64, 0x434D415B, 16 + 5215, moxsSynthesisFilterGetSize_SBR_RToR_32f},
-     moxsSynthesisFilterInit_SBR_RToR_32f},
-    {{"Down CToR_32f", Form::split, 32, 0x434D415D, 208 + 2639, moxsSynthesisDownFilterGetSize_SBR_CToR_32f},
-     moxsSynthesisDownFilterInit_SBR_CToR_32f},
-    {{"Down CToR_32fc32f", Form::interleaved, 32, 0x434D415C, 208 + 2639,
-      moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f},
-     moxsSynthesisDownFilterInit_SBR_CToR_32fc32f},
-    {{"Down RToR_32f", Form::real, 32, 0x434D415E, 16 + 2639, moxsSynthesisDownFilterGetSize_SBR_RToR_32f},
-     moxsSynthesisDownFilterInit_SBR_RToR_32f},
+    MOX_BANK(SynthesisFilter, CToR_32f, split, 64, 0x434D415A, 208 + 5199),
+    MOX_BANK(SynthesisFilter, CToR_32fc32f, interleaved, 64, 0x434D4159, 208 + 5199),
+    MOX_BANK(SynthesisFilter, RToR_32f, real, 64, 0x434D415B, 16 + 5215),
+    MOX_BANK(SynthesisDownFilter, CToR_32f, split, 32, 0x434D415D, 208 + 2639),
+    MOX_BANK(SynthesisDownFilter, CToR_32fc32f, interleaved, 32, 0x434D415C, 208 + 2639),
+    MOX_BANK(SynthesisDownFilter, RToR_32f, real, 32, 0x434D415E, 16 + 2639),
 };
+#undef MOX_BANK
 
 // A context in memory of exactly the reported size between guard bytes.
 template <class BankT, class Spec>

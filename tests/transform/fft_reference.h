@@ -1,5 +1,4 @@
-// Discrete Fourier transforms to compare with: the direct sum in long double, and an iterative radix-2
-// transform in double whose twiddles come straight from the library's sine and cosine.
+// The transform to compare with: iterative, radix 2, in double, its twiddles straight from sine and cosine.
 #pragma once
 
 #include <cmath>
@@ -17,23 +16,6 @@ using Spectrum = std::vector<std::complex<double>>;
 constexpr double kTurn = 2 * 3.14159265358979323846;
 
 // sign -1: forward, +1: inverse.
-inline Spectrum directDft(const Mox32fc* x, int64_t n, int sign) {
-  std::vector<std::complex<long double>> turns(static_cast<size_t>(n));
-  for (int64_t k = 0; k < n; ++k) {
-    const long double angle =
-        2 * std::acos(-1.0L) * static_cast<long double>(k) / static_cast<long double>(n);
-    turns[static_cast<size_t>(k)] = {std::cos(angle), static_cast<long double>(sign) * std::sin(angle)};
-  }
-  Spectrum result;
-  for (int64_t k = 0; k < n; ++k) {
-    std::complex<long double> sum = 0;
-    for (int64_t i = 0; i < n; ++i)
-      sum += std::complex<long double>(x[i].re, x[i].im) * turns[static_cast<size_t>(i * k % n)];
-    result.emplace_back(sum);
-  }
-  return result;
-}
-
 inline Spectrum doubleFft(const Mox32fc* x, int64_t n, int sign) {
   Spectrum z(static_cast<size_t>(n)), turns(static_cast<size_t>(n / 2));
   for (int64_t i = 0, reversed = 0; i < n; ++i) {

@@ -64,23 +64,4 @@ inline std::vector<double> sineWindow(int64_t N) {
   return w;
 }
 
-// Kaiser-Bessel derived, ISO/IEC 14496-3, 4.6.11.3.2.
-inline std::vector<double> kaiserBesselWindow(int64_t N, double alpha) {
-  const auto bessel = [](double x) {
-    double term = 1, sum = 1;
-    for (int i = 1; i < 60; ++i) sum += term *= (x / 2 / i) * (x / 2 / i);
-    return sum;
-  };
-  std::vector<double> cumulative;
-  double sum = 0;
-  for (int64_t p = 0; p <= N / 2; ++p) {
-    const double r = (static_cast<double>(p) - static_cast<double>(N) / 4) / (static_cast<double>(N) / 4);
-    cumulative.push_back(sum += bessel(std::acos(-1.0) * alpha * std::sqrt(std::max(0.0, 1 - r * r))));
-  }
-  std::vector<double> w(static_cast<size_t>(N));
-  for (size_t n = 0; n < w.size() / 2; ++n)
-    w[n] = w[w.size() - 1 - n] = std::sqrt(cumulative[n] / cumulative.back());
-  return w;
-}
-
 }  // namespace moxtest
