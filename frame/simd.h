@@ -18,6 +18,7 @@ inline f32x8 load8(const float* p) { return _mm256_loadu_ps(p); }
 inline void store8(float* p, f32x8 v) { _mm256_storeu_ps(p, v); }
 inline f32x8 splat8(float v) { return _mm256_set1_ps(v); }
 inline f32x4 load4(const float* p) { return _mm_loadu_ps(p); }
+inline f32x8 repeat4(const float* p) { return _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(p)); }
 inline void store4(float* p, f32x4 v) { _mm_storeu_ps(p, v); }
 inline f32x4 splat4(float v) { return _mm_set1_ps(v); }
 inline i32x4 loadInt4(const int32_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }

@@ -75,19 +75,6 @@ MOX_INLINE void dft8(Complex<L> (&a)[8]) {
   a[7] = {d02.re - d13.im, d02.im + d13.re};
 }
 
-template <class L>
-MOX_INLINE void dft(Complex<L> (&a)[2]) {
-  dft2(a);
-}
-template <class L>
-MOX_INLINE void dft(Complex<L> (&a)[4]) {
-  dft4(a);
-}
-template <class L>
-MOX_INLINE void dft(Complex<L> (&a)[8]) {
-  dft8(a);
-}
-
 // A block: eight real parts, then eight imaginary parts.
 MOX_INLINE Complex8 loadBlock(const float* p) { return {load8(p), load8(p + 8)}; }
 MOX_INLINE void storeBlock(float* p, Complex8 z) {
@@ -139,6 +126,29 @@ MOX_INLINE Complex8 upperHalves(Complex8 a, Complex8 b) {
 template <class L>
 MOX_INLINE Complex<L> splatPair(const float* w) {
   return {L::splat(w[0]), L::splat(w[1])};
+}
+
+// The transform of 2^kBits blocks from load(n) to store(k, block). Eight fill the registers, therefore four points
+// of the even and of the odd inputs, and outputs leave as they are formed.
+template <int kBits, class Load, class Store>
+MOX_INLINE void dftBlocks(Load&& load, Store&& store) {
+  Complex8 even[4];
+  for (int n = 0; n < 4; ++n) even[n] = load(n << (kBits - 2));
+  dft4(even);
+  if constexpr (kBits == 2) {
+    for (int k = 0; k < 4; ++k) store(k, even[k]);
+  } else {
+    const f32x8 half = splat8(std::numbers::sqrt2_v<float> / 2);
+    Complex8 odd[4] = {load(1), load(3), load(5), load(7)};
+    dft4(odd);
+    odd[1] = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
+    odd[2] = quarterTurn(odd[2]);
+    odd[3] = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
+    for (int k = 0; k < 4; ++k) {
+      store(k, even[k] + odd[k]);
+      store(k + 4, even[k] - odd[k]);
+    }
+  }
 }
 
 // Eight rows of eight columns: the transform down the columns, outputs twiddled (seven blocks from `twiddles`

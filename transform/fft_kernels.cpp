@@ -13,11 +13,9 @@ template <bool kInverse>
 void transformTable(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* work) {
   const Source<kInverse> from = {src};
   const Destination<kInverse> to = {dst};
-  const ColumnTables tables = columnTables(spec);
-  firstPass(int64_t{1} << tables.logLength, rowTwiddles(spec), work,
-            [&](int64_t i, int /*row*/) MOX_ALWAYS { return from.load8(i); });
-  transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
-                  [&](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(8 * k, block); });
+  const auto load = [from](int64_t i, bool /*upper*/) MOX_ALWAYS { return from.load8(i); };
+  const auto store = [to](int64_t k, Complex8 block) MOX_ALWAYS { to.store8(8 * k, block); };
+  transformPoints(spec, work, load, store);
 }
 
 template <bool kInverse>
@@ -68,7 +66,10 @@ void buildTables(FftSpec& spec, float* scratch) {
   auto* const reversal = reinterpret_cast<int32_t*>(&spec + 1);
   auto* const table = alignUp<float>(reversal + points / 4 + 1, 64);
   fillBitReversal(reversal, spec.order - 2);
-  fillColumnTwiddles(fillRowTwiddles(table, twiddles, points), twiddles, spec.order - 3);
+  if (spec.order <= kFftLastMediumOrder)
+    fillRowTwiddles(table, twiddles, spec.order);
+  else
+    fillColumnTwiddles(fillPassTwiddles(table, twiddles, points, 3), twiddles, spec.order - 3);
   spec.bitReversal = reversal;
   spec.twiddles = table;
 }

@@ -1,15 +1,18 @@
 // The arithmetic of the FFT engine, from straight-line transforms to those larger than the caches.
 //
-// A transform of N = 8*M points (order 7 to 18) reads its input as eight rows of M columns. The first pass
+// A transform of N = 8*M points (order 13 to 18) reads its input as eight rows of M columns. The first pass
 // takes eight points down every column, twiddles them, and transposes: what is left are eight independent
 // transforms of M points, one in every lane of M blocks. Passes over the blocks split them in place, without
 // a shuffle and with the same twiddle for all lanes, until butterflies of four or eight blocks remain; the
 // last pass does those, reading blocks in order and writing them where the bit-reversed index says, which is
-// natural order.
+// natural order. Part by part they stay in the first-level cache.
+//
+// Orders 7 to 12 transpose in the last pass, which has the fewest products (fft_medium.h).
 #pragma once
 
 #include "transform/fft.h"
 #include "transform/fft_butterflies.h"
+#include "transform/fft_medium.h"
 
 namespace moxac {
 
@@ -37,19 +40,19 @@ void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* wo
 
 // The pieces, for owners that fold their own arithmetic into the first and last pass.
 
-inline const float* rowTwiddles(const FftSpec& spec) { return spec.twiddles; }
 inline ColumnTables columnTables(const FftSpec& spec) {
   const int logLength = spec.order - 3;
-  return {logLength, spec.twiddles + rowTwiddleFloats(int64_t{1} << spec.order), spec.bitReversal,
+  return {logLength, spec.twiddles + passTwiddleFloats(int64_t{1} << spec.order, 3), spec.bitReversal,
           2 + lastBits(logLength)};
 }
 
-// load(i, row): points i..i+7, which lie in that row, as a block in lane order.
+// load(i, upper): points i..i+7, which lie in the lower or in the upper half of all points, as a block in lane
+// order.
 template <class Load>
 MOX_INLINE void firstPass(int64_t columns, const float* twiddles, float* blocks, Load&& load) {
   for (int64_t column = 0; column < columns; column += 8, twiddles += 7 * kBlockFloats)
     transposingDft8(
-        twiddles, [&](int row) MOX_ALWAYS { return load(row * columns + column, row); },
+        twiddles, [&](int row) MOX_ALWAYS { return load(row * columns + column, row >= 4); },
         [&](int i, Complex8 block) MOX_ALWAYS { storeBlock(blocks + (column + i) * kBlockFloats, block); });
 }
 
@@ -75,21 +78,15 @@ MOX_INLINE void columnPass(float* blocks, int64_t parts, int64_t length, const f
 template <int kBits, class Store>
 MOX_INLINE void lastPass(const float* blocks, int64_t first, int64_t count, const ColumnTables& tables,
                          Store&& store) {
-  constexpr int kRadix = 1 << kBits;
   const int64_t apart = int64_t{1} << (tables.logLength - kBits);
-  for (int64_t i = 0; i < count; ++i) {
-    Complex8 a[kRadix];
-    for (int j = 0; j < kRadix; ++j) a[j] = loadBlock(blocks + (i * kRadix + j) * kBlockFloats);
-    dft(a);
+  for (int64_t i = 0; i < count; ++i, blocks += kBlockFloats << kBits) {
     const int64_t k = tables.bitReversal[first + i] >> tables.reversalShift;
-    for (int j = 0; j < kRadix; ++j) store(k + j * apart, a[j]);
+    dftBlocks<kBits>([&](int n) MOX_ALWAYS { return loadBlock(blocks + n * kBlockFloats); },
+                     [&](int j, Complex8 block) MOX_ALWAYS { store(k + j * apart, block); });
   }
 }
 
-// A column longer than this (as a power of two) is split until its parts stay in the first-level cache.
-constexpr int kCacheLog = 8;
-
-// All passes over a column of a length known to the compiler.
+// All passes over a column of a length known to the compiler, short enough for the first-level cache.
 template <int kLogLength, class Store>
 MOX_INLINE void shortColumn(float* blocks, const float* twiddles, int64_t first, const ColumnTables& tables,
                             const Store& store) {
@@ -102,30 +99,27 @@ MOX_INLINE void shortColumn(float* blocks, const float* twiddles, int64_t first,
                                  store);
 }
 
-// The transform down a column of 16 blocks or more, part by part, so that a part's last pass finds it in the cache.
+// The transform down a column of 512 blocks or more, in parts of 128 or 256, so that a part's last pass finds it
+// in the cache.
 template <class Store>
 void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
                      const ColumnTables& tables, const Store& store) {
-  if (logLength > kCacheLog) {
-    columnPass(blocks, 1, int64_t{1} << logLength, twiddles);
-    const int rest = logLength - 2;
-    for (int64_t part = 0; part < 4; ++part)
-      transformColumn(blocks + (part << rest) * kBlockFloats, rest, twiddles + columnPassFloats(logLength),
-                      first + (part << (rest - lastBits(rest))), tables, store);
-    return;
-  }
-  switch (logLength) {
-    case 4:
-      return shortColumn<4>(blocks, twiddles, first, tables, store);
-    case 5:
-      return shortColumn<5>(blocks, twiddles, first, tables, store);
-    case 6:
-      return shortColumn<6>(blocks, twiddles, first, tables, store);
-    case 7:
-      return shortColumn<7>(blocks, twiddles, first, tables, store);
-    default:
-      return shortColumn<8>(blocks, twiddles, first, tables, store);
-  }
+  if (logLength == 7) return shortColumn<7>(blocks, twiddles, first, tables, store);
+  if (logLength == 8) return shortColumn<8>(blocks, twiddles, first, tables, store);
+  columnPass(blocks, 1, int64_t{1} << logLength, twiddles);
+  const int rest = logLength - 2;
+  for (int64_t part = 0; part < 4; ++part)
+    transformColumn(blocks + (part << rest) * kBlockFloats, rest, twiddles + columnPassFloats(logLength),
+                    first + (part << (rest - lastBits(rest))), tables, store);
+}
+
+// Order 7 to 18: load(i, upper) as above, store(k, block) takes points 8*k..8*k+7 of the result.
+template <class Load, class Store>
+MOX_INLINE void transformPoints(const FftSpec& spec, float* work, const Load& load, const Store& store) {
+  if (spec.order <= kFftLastMediumOrder) return transformMedium(spec, work, load, store);
+  const ColumnTables tables = columnTables(spec);
+  firstPass(int64_t{1} << tables.logLength, spec.twiddles, work, load);
+  transformColumn(work, tables.logLength, tables.twiddles, 0, tables, store);
 }
 
 }  // namespace moxac

@@ -75,21 +75,37 @@ class Twiddles {
 constexpr int kLaneOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
 constexpr int64_t kBlockFloats = 16;
 
-// First pass of a transform of `points` points, eight rows of points/8 columns: for every eight columns the
-// factors exp(-2*pi*i*column*row/points) of rows 1..7.
-constexpr int64_t rowTwiddleFloats(int64_t points) { return points / 8 * 7 * 2; }
-constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int64_t points) {
-  for (int64_t column = 0; column < points / 8; column += 8)
-    for (int64_t row = 1; row < 8; ++row, table += kBlockFloats)
+// A pass over `points` points in 2^bits rows takes, for every eight columns, the factors
+// exp(-2*pi*i*column*output/points) of the outputs 1 and up.
+constexpr int64_t passTwiddleFloats(int64_t points, int bits) { return 2 * (points - (points >> bits)); }
+constexpr float* fillPassTwiddles(float* table, const Twiddles& twiddles, int64_t points, int bits) {
+  for (int64_t column = 0; column < points >> bits; column += 8)
+    for (int64_t output = 1; output < 1 << bits; ++output, table += kBlockFloats)
       for (int lane = 0; lane < 8; ++lane) {
-        const Mox32fc w = twiddles((column + kLaneOrder[lane]) * row, points);
+        const Mox32fc w = twiddles((column + kLaneOrder[lane]) * output, points);
         table[lane] = w.re;
         table[lane + 8] = w.im;
       }
   return table;
 }
 
-// The passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are left to the last.
+// Orders 7 to 12: the passes over 2^logPoints points split them in four or eight rows until eight points are
+// left, as few passes as can be.
+constexpr int32_t kFftLastMediumOrder = 12;
+constexpr int passBits(int logPoints) { return logPoints % 3 == 0 ? 3 : 2; }
+constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int32_t order) {
+  for (int log = order; log > 3; log -= passBits(log))
+    table = fillPassTwiddles(table, twiddles, int64_t{1} << log, passBits(log));
+  return table;
+}
+
+// k with its `bits` bits (2 or 3) in opposite order.
+constexpr int reversed(int k, int bits) {
+  return bits == 2 ? k % 2 * 2 + k / 2 : k % 2 * 4 + k / 2 % 2 * 2 + k / 4;
+}
+
+// From order 13 on: the passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are
+// left to the last.
 constexpr int lastBits(int logLength) { return logLength % 2 == 0 ? 2 : 3; }
 constexpr int64_t columnPassFloats(int logLength) { return (int64_t{1} << (logLength - 2)) * 6; }
 constexpr int64_t columnTwiddleFloats(int logLength) {

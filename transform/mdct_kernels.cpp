@@ -44,10 +44,8 @@ MOX_INLINE void pointTransform(const FftSpec& fft, float* z, float* work, Load&&
   } else if (fft.order == 6) {
     transform64(BlockSource<Load>{load}, BlockDestination{z});
   } else if (fft.order <= kFftLastTableOrder) {
-    const ColumnTables tables = columnTables(fft);
-    firstPass(int64_t{1} << tables.logLength, rowTwiddles(fft), work, load);
-    transformColumn(work, tables.logLength, tables.twiddles, 0, tables,
-                    [&](int64_t k, Complex8 block) MOX_ALWAYS { storeBlock(z + k * kBlockFloats, block); });
+    transformPoints(fft, work, load,
+                    [z](int64_t k, Complex8 block) MOX_ALWAYS { storeBlock(z + k * kBlockFloats, block); });
   } else {
     const int64_t L = int64_t{1} << fft.order;
     auto* const points = reinterpret_cast<Mox32fc*>(z);

@@ -36,14 +36,12 @@ MOX_INLINE f32x8 oddsBefore(const Sample* p) {
 
 // Eight values in natural order, given as two times four, in lane order.
 MOX_INLINE f32x8 laneOrder(const float* low, const float* high) {
-  const f32x8 a = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(low));
-  const f32x8 b = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(high));
+  const f32x8 a = repeat4(low), b = repeat4(high);
   return _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b1100));
 }
 // p[0], p[-1], ... p[-7] in lane order.
 MOX_INLINE f32x8 laneOrderDown(const float* p) {
-  const f32x8 a = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(p - 3));
-  const f32x8 b = _mm256_broadcast_ps(reinterpret_cast<const f32x4*>(p - 7));
+  const f32x8 a = repeat4(p - 3), b = repeat4(p - 7);
   const f32x8 swapped = _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b0011));
   return _mm256_permute_ps(swapped, 0xB1);
 }
@@ -84,7 +82,7 @@ struct QuarterFactors {
 };
 
 // Points n..n+7 of the transform between the rotations: the forward one folds its samples, both apply the
-// first factors. In the first pass `row` tells the half.
+// first factors. The first pass knows the half.
 template <class Sample, class Factors>
 struct FoldedInput {
   const Sample* x;
@@ -103,8 +101,8 @@ struct FoldedInput {
     const Complex8 w = factors.upper(n);
     return {a * w.re - b * w.im, -(b * w.re + a * w.im)};
   }
-  MOX_INLINE Complex8 operator()(int64_t n) const { return n < L / 2 ? lower(n) : upper(n); }
-  MOX_INLINE Complex8 operator()(int64_t n, int row) const { return row < 4 ? lower(n) : upper(n); }
+  MOX_INLINE Complex8 operator()(int64_t n) const { return (*this)(n, n >= L / 2); }
+  MOX_INLINE Complex8 operator()(int64_t n, bool inUpper) const { return inUpper ? upper(n) : lower(n); }
 };
 
 template <class Factors>
@@ -114,11 +112,9 @@ struct SpectrumInput {
   Factors factors;
 
   MOX_INLINE Complex8 values(int64_t n) const { return {evens(X + 2 * n), oddsBefore(X + 2 * L - 2 * n)}; }
-  MOX_INLINE Complex8 operator()(int64_t n) const {
-    return rotated(values(n), n < L / 2 ? factors.lower(n) : factors.upper(n));
-  }
-  MOX_INLINE Complex8 operator()(int64_t n, int row) const {
-    return rotated(values(n), row < 4 ? factors.lower(n) : factors.upper(n));
+  MOX_INLINE Complex8 operator()(int64_t n) const { return (*this)(n, n >= L / 2); }
+  MOX_INLINE Complex8 operator()(int64_t n, bool inUpper) const {
+    return rotated(values(n), inUpper ? factors.upper(n) : factors.lower(n));
   }
 };
 
