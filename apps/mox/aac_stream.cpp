@@ -184,7 +184,7 @@ AacEvent AdtsStream::next(AacBlock& block) {
 
 std::vector<std::string> AdtsStream::faults() const {
   std::vector<std::string> lines;
-  if (skipped_ > 0) lines.push_back(counted(skipped_, "byte") + " between frames skipped");
+  if (skipped_ > 0) lines.push_back(counted(skipped_, "byte") + " that belong to no frame skipped");
   if (lost_ > 0) lines.push_back("about " + counted(lost_, "frame") + " missing where bytes were skipped");
   if (doubtful_ > 0) lines.push_back(counted(doubtful_, "frame") + " with a damaged header");
   if (crcWrong_ > 0 && crcBelievable()) lines.push_back(counted(crcWrong_, "block") + " with a wrong CRC");
@@ -290,8 +290,7 @@ class AdifStream final : public AacStream {
 
 AacEvent AdifStream::next(AacBlock& block) {
   const Bytes rest = slice(blocks_, position_);
-  if (broken_ || std::all_of(rest.begin(), rest.end(), [](uint8_t byte) { return byte == 0; }))
-    return AacEvent::end;
+  if (broken_ || allZero(rest)) return AacEvent::end;
   broken_ = !reader_.read(rest, block);
   if (broken_) return AacEvent::damaged;
   position_ += block.bytes;

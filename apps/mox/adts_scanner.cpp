@@ -76,7 +76,7 @@ bool AdtsScanner::next(AdtsFrame& frame) {
   if (!header) {
     const std::optional<size_t> found = seek(position_, stream_.size());
     const size_t gap = found.value_or(stream_.size()) - position_;
-    skipped_ += static_cast<int64_t>(gap);
+    if (found || !allZero(slice(stream_, position_))) skipped_ += static_cast<int64_t>(gap);
     position_ += gap;
     if (!found) return false;
     header = headerAt(position_);

@@ -18,7 +18,9 @@ class AdtsScanner {
   void rewind();                          // back to the first frame
 
   size_t position() const { return position_; }
-  int64_t skippedBytes() const { return skipped_; }     // between the first frame and the end
+  int64_t skippedBytes() const {
+    return skipped_;
+  }  // between the first frame and the end; zeros at the end are none
   size_t bytesBefore() const { return start_; }         // in front of the first frame
   size_t truncatedBytes() const { return truncated_; }  // of a last frame that is incomplete
   const AdtsHeader& firstHeader() const { return first_; }

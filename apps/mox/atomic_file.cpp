@@ -84,8 +84,7 @@ void writeAll(int descriptor, const uint8_t* at, size_t bytes, const std::string
 }  // namespace
 
 std::string chooseOutput(const std::string& input, const std::string& output, const char* suffix) {
-  std::string chosen = output;
-  if (output.empty() && input == "-") chosen = "-";
+  std::string chosen = output.empty() && input == "-" ? input : output;
   if (chosen.empty()) {
     chosen = std::filesystem::path(input).replace_extension(suffix).string();
     if (std::filesystem::exists(chosen))

@@ -23,6 +23,11 @@ inline bool startsWith(Bytes bytes, std::string_view text) {
   return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
 }
 
+// Zeros behind a stream are padding, not damage.
+inline bool allZero(Bytes bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
+}
+
 inline std::string asText(Bytes bytes) { return {bytes.begin(), bytes.end()}; }
 
 // `count` bytes (at most 4) from `at`, most significant first; bytes beyond the view count as 0.

@@ -105,7 +105,7 @@ bool Mp3Scanner::next(Mp3Frame& frame) {
     const std::optional<size_t> found = seek(position_, stream_.size());
     const size_t resumed = found.value_or(stream_.size());
     const size_t gap = resumed - position_;
-    skipped_ += static_cast<int64_t>(gap);
+    if (found || !allZero(slice(stream_, position_))) skipped_ += static_cast<int64_t>(gap);
     position_ = resumed;
     if (!found) return false;
     header = headerAt(position_);

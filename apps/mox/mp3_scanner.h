@@ -19,7 +19,9 @@ class Mp3Scanner {
   void rewind();                          // back to the first frame
 
   size_t position() const { return position_; }
-  int64_t skippedBytes() const { return skipped_; }      // between the first frame and the end
+  int64_t skippedBytes() const {
+    return skipped_;
+  }  // between the first frame and the end; zeros at the end are none
   size_t bytesBefore() const { return start_; }          // in front of the first frame
   size_t truncatedBytes() const { return truncated_; }   // of a last frame that is incomplete
   size_t freeFormatBytes() const { return freeBytes_; }  // frame length without padding; 0: not free format

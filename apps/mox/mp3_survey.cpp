@@ -28,7 +28,7 @@ int64_t Mp3Survey::missingFrames() const {
 
 std::vector<std::string> Mp3Survey::faults() const {
   std::vector<std::string> lines;
-  if (skippedBytes > 0) lines.push_back(counted(skippedBytes, "byte") + " between frames skipped");
+  if (skippedBytes > 0) lines.push_back(counted(skippedBytes, "byte") + " that belong to no frame skipped");
   if (!otherStream.empty()) lines.push_back("the rest is another stream, not decoded: " + otherStream);
   if (lostFrames > 0) lines.push_back(counted(lostFrames, "frame") + " missing where bytes were skipped");
   if (doubtfulFrames > 0) lines.push_back(counted(doubtfulFrames, "frame") + " with a damaged header");

@@ -9,7 +9,7 @@
 namespace mox {
 namespace {
 
-// Files that people take for something this program reads; asked only when no decoder wanted the bytes.
+// Files that people take for something this program reads, and that might hold bytes that look like it.
 std::string foreignFormat(Bytes bytes) {
   if (startsWith(bytes, "RIFF") || startsWith(bytes, "RF64")) return "a WAV or other RIFF file";
   if (startsWith(bytes, "fLaC")) return "a FLAC file";
@@ -25,10 +25,11 @@ std::string foreignFormat(Bytes bytes) {
 std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& options,
                                           const std::string& name) {
   if (bytes.empty()) throw Failure(name + ": is empty");
-  if (const std::string foreign = foreignFormat(bytes); !foreign.empty())
-    throw Failure(name + ": is " + foreign + ", which is not decoded");
-
   TaggedAudio tagged = stripTags(bytes);
+  for (const Bytes start : {bytes, tagged.audio})
+    if (const std::string foreign = foreignFormat(start); !foreign.empty())
+      throw Failure(name + ": is " + foreign + ", which is not decoded");
+
   // Each decoder says whether the bytes are its own. A tag of damaged length may have swallowed the stream,
   // so all bytes are offered in a second round.
   for (const Bytes audio : {tagged.audio, bytes}) {

@@ -111,7 +111,17 @@ constexpr FieldName kFieldNames[] = {
     {"TCO", "TCON", "GENRE", "genre"},
 };
 
-void readId3v2Frames(Bytes body, int version, bool extendedHeader, TaggedAudio& result) {
+constexpr uint8_t kUnsynchronised = 2, kLengthInFront = 1;  // flags of a frame of version 2.4
+
+// The content of a frame of version 2.4 as its flags say: freed of unsynchronisation and of the length in front.
+std::vector<uint8_t> plainContent(Bytes content, uint8_t flags) {
+  const Bytes text = slice(content, (flags & kLengthInFront) != 0 ? 4 : 0);
+  return (flags & kUnsynchronised) != 0 ? withoutUnsynchronisation(text)
+                                        : std::vector<uint8_t>(text.begin(), text.end());
+}
+
+// `frameFlags` hold for every frame besides its own.
+void readId3v2Frames(Bytes body, int version, bool extendedHeader, uint8_t frameFlags, TaggedAudio& result) {
   const size_t nameBytes = version == 2 ? 3 : 4, headerBytes = version == 2 ? 6 : 10;
   size_t at = 0;
   // Version 2.3 does not count the size field itself, 2.4 does.
@@ -122,9 +132,12 @@ void readId3v2Frames(Bytes body, int version, bool extendedHeader, TaggedAudio& 
                         : version == 3 ? bigEndian(body, at + 4, 4)
                                        : syncsafe(body, at + 4);
     const std::string name = asText(slice(body, at, nameBytes));
+    const Bytes content = slice(body, at + headerBytes, size);
+    const auto flags = static_cast<uint8_t>(frameFlags | (version == 2 ? 0 : body[at + 9]));
+    const bool isText = (flags & (version == 3 ? 0xC0 : 0x0C)) == 0;  // neither compressed nor encrypted
     for (const FieldName& known : kFieldNames)
-      if (name == (version == 2 ? known.v22 : known.v23))
-        keep(result, known.field, id3Text(slice(body, at + headerBytes, size)));
+      if (isText && name == (version == 2 ? known.v22 : known.v23))
+        keep(result, known.field, id3Text(version == 4 ? plainContent(content, flags) : content));
     at += headerBytes + size;
   }
 }
@@ -141,10 +154,12 @@ bool takeId3v2(TaggedAudio& result) {
   result.kinds.push_back("ID3v2." + std::to_string(version));
   if (version >= 2 && version <= 4) {
     const Bytes body = slice(bytes, 10, size);
-    if (unsynchronised)
-      readId3v2Frames(withoutUnsynchronisation(body), version, extendedHeader, result);
+    if (version == 4)  // each frame is unsynchronised by itself
+      readId3v2Frames(body, version, extendedHeader, unsynchronised ? kUnsynchronised : 0, result);
+    else if (unsynchronised)
+      readId3v2Frames(withoutUnsynchronisation(body), version, extendedHeader, 0, result);
     else
-      readId3v2Frames(body, version, extendedHeader, result);
+      readId3v2Frames(body, version, extendedHeader, 0, result);
   }
   result.audio = slice(bytes, 10 + size + (footer ? 10 : 0));
   return true;

@@ -12,7 +12,7 @@ namespace mox {
 struct TaggedAudio {
   Bytes audio;                                // what is left without the tags
   std::vector<std::string> kinds;             // "ID3v2.3", "APEv2", ... in the order found
-  std::map<std::string, std::string> fields;  // title, artist, album, year, track, genre, comment; UTF-8
+  std::map<std::string, std::string> fields;  // title, artist, album, year, track, genre; UTF-8
 };
 
 // Takes the tags off both ends. A tag whose length runs past the data swallows what is there and no more.

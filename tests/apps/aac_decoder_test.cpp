@@ -202,6 +202,10 @@ TEST(AacDecoder, FindsFramesAgainAndConcealsWhatIsMissing) {
   EXPECT_GT(decoded->stats.skippedBytes, 0);
   EXPECT_TRUE(same(*decoded, 0, 20) && !same(*decoded, 20, 21) && same(*decoded, 22, 50));
 
+  damaged = source.bytes;  // zeros behind are padding
+  damaged.resize(damaged.size() + 512);
+  EXPECT_TRUE(decodeBytes(damaged)->stats.faults.empty());
+
   damaged = source.bytes;  // foreign bytes in front and between, the end cut off
   damaged.resize(damaged.size() - 10);
   damaged.insert(damaged.begin() + static_cast<ptrdiff_t>(at(30)), 40, 0x5A);

@@ -57,12 +57,14 @@ TEST(CommandLine, UnusableInputWritesNothing) {
   writeFile(scratch / "empty", {});
   writeFile(scratch / "text", std::vector<uint8_t>(5000, 'x'));
   writeFile(scratch / "flac", {'f', 'L', 'a', 'C', 0, 0, 0, 0});
+  writeFile(scratch / "tagged", {'I', 'D', '3', 3, 0, 0, 0, 0, 0, 0, 'O', 'g', 'g', 'S', 0});
   writeFile(scratch / "tag", {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F, 1, 2, 3});
   const size_t before = scratch.entries();
   const std::pair<std::string, std::string> cases[] = {
       {"decode " + scratch / "empty" + " " + scratch / "out", "is empty"},
       {"decode " + scratch / "text" + " " + scratch / "out", "holds no"},
       {"decode " + scratch / "flac" + " " + scratch / "out", "FLAC"},
+      {"decode " + scratch / "tagged" + " " + scratch / "out", "Ogg"},
       {"decode " + scratch / "tag" + " " + scratch / "out", "holds no"},
       {"decode " + scratch / "missing" + " " + scratch / "out", "No such file"},
       {"decode /tmp " + scratch / "out", "directory"},

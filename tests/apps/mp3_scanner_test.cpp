@@ -76,6 +76,9 @@ TEST(Mp3Scanner, FindsTheStreamAgainBehindForeignBytes) {
     bytes.insert(bytes.end(), cast().begin(), cast().end());
     EXPECT_EQ(mox::surveyMp3(bytes)->bytesBefore, junk.size()) << trial;
   }
+  std::vector<uint8_t> padded = cast();
+  padded.resize(padded.size() + 4096);
+  EXPECT_TRUE(mox::surveyMp3(padded)->faults().empty());  // zeros fill the last sector
 }
 
 TEST(Mp3Scanner, KeepsTheNumberOfFramesWhenHeadersAreDamaged) {

@@ -71,6 +71,20 @@ TEST(Tags, EveryKindIsTakenOffBothEnds) {
   EXPECT_EQ(tagged.fields.at("year"), "1999");
   EXPECT_EQ(tagged.fields.at("track"), "9");
 
+  // In version 2.4 a frame's size counts the zeros of unsynchronisation; compressed and encrypted frames are no text.
+  const auto frame24 = [](const std::string& name, const std::string& content, char flags) {
+    return name + syncsafe(static_cast<uint32_t>(content.size())) + '\0' + flags + content;
+  };
+  for (const char ownFlag : {'\0', '\2'}) {
+    const std::string guarded =
+        id3v2(4,
+              frame24("TIT2", std::string("\1\xFF\0\xFEx\0", 6), ownFlag) + frame24("TALB", "\3zip", 8) +
+                  frame24("TPE1", std::string("\0\0\0\3\3me", 7), 1),
+              ownFlag == 0 ? 0x80 : 0) +
+        audio;
+    EXPECT_EQ(strip(guarded).fields, (std::map<std::string, std::string>{{"title", "x"}, {"artist", "me"}}));
+  }
+
   const std::string other = id3v2(4,
                                   "TIT2" + syncsafe(3) + std::string(2, '\0') +
                                       "\x03"
