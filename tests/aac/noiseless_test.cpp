@@ -7,6 +7,7 @@
 #include "aac/noiseless_reference.h"
 #include "aac/stream_model.h"
 #include "moxac/aac.h"
+#include "support/refusals.h"
 
 namespace {
 
@@ -207,43 +208,6 @@ TEST(Noiseless, EqualsTheOneBitAtATimeReference) {
     EXPECT_GT(statuses[wanted], 0) << "never seen: " << wanted;
 }
 
-// Every code word of every book with every sign pattern, at every bit offset: a long window of one section.
-TEST(Noiseless, EveryCodeWord) {
-  for (int32_t book = 1; book < 12; ++book)
-    for (const auto& [code, values] : codeBooks()[static_cast<size_t>(book)]) {
-      const auto nonzero = static_cast<int32_t>(values.size()) -
-                           static_cast<int32_t>(std::count(values.begin(), values.end(), 0));
-      const int32_t signs = isUnsignedBook(book) ? nonzero : 0;
-      for (uint32_t pattern = 0; pattern < 1u << signs; ++pattern) {
-        BitWriter out(static_cast<int32_t>(pattern) % 8);
-        out.put(0, 8).put(0, 4).put(1, 6).put(0, 1);  // gain; only long, one band, no prediction
-        out.put(static_cast<uint32_t>(book), 4).put(1, 5).put(0, 1);  // one section, difference 0
-        out.put(0, 3);                                                // no tools
-        std::vector<int32_t> want;
-        for (size_t filled = 0; filled < 4; filled += values.size()) {
-          out.put(code.second, code.first).put(pattern, signs);
-          int32_t left = signs;
-          for (const int32_t v : values)
-            want.push_back(left > 0 && v != 0 && ((pattern >> --left) & 1u) != 0 ? -v : v);
-          for (size_t i = filled; i < want.size(); ++i)
-            if (book == 11 && std::abs(want[i]) == 16) {
-              out.put(0xE, 4).put(5, 7);  // 2^7 + 5
-              want[i] = want[i] < 0 ? -133 : 133;
-            }
-        }
-        out.lay();
-        Outcome got;
-        got.stream.samplingRateIndex = 4;
-        got.stream.predSfbMax = 0;
-        run(out, {false, false, false, 0, 0, 0}, got);
-        ASSERT_EQ(got.status, moxStatusOk);
-        ASSERT_EQ(got.position, out.size());
-        want.resize(1024);
-        ASSERT_EQ(got.out.spectrum, want) << "book " << book << " code " << code.second;
-      }
-    }
-}
-
 BitWriter longChannel(uint32_t gain, uint32_t maxSfb) {
   BitWriter out;
   out.put(gain, 8).put(0, 4).put(maxSfb, 6).put(0, 1);
@@ -344,8 +308,8 @@ TEST(Noiseless, RefusesWindowsThatCannotBe) {
 
 TEST(Noiseless, RefusalsInOrder) {
   const uint8_t data[64] = {};
-  const uint8_t *p = data, *none = nullptr;
-  int32_t k = 0, bad = 8, negative = -1;
+  const uint8_t* p = data;
+  int32_t k = 8;
   MoxAacIcsInfo ics;
   auto main = noiseRecord<MoxAacMainHeader>();
   auto stream = noiseRecord<MoxAacChanStream>();
@@ -354,60 +318,43 @@ TEST(Noiseless, RefusalsInOrder) {
   int32_t* spectrum = out.spectrum.data();
   uint8_t* cb = out.sfbCb.data();
   int8_t* coef = out.tnsCoef.data();
-  stream.pIcsInfo = nullptr;
-  const auto lc = [&](const uint8_t** pp, int32_t* po, int32_t common) {
-    return moxsNoiselessDecoder_LC_AAC(pp, po, common, &stream, sf, spectrum, cb, coef);
+  const auto lc = [&](int32_t common) {
+    return moxsNoiselessDecoder_LC_AAC(&p, &k, common, &stream, sf, spectrum, cb, coef);
   };
-  const auto mp4 = [&](const uint8_t** pp, int32_t* po, int32_t ws, int32_t maxSfb, int32_t common,
-                       int32_t layer, int32_t aot) {
-    return moxsNoiselessDecode_AAC(pp, po, &main, sf, spectrum, cb, coef, &stream, ws, maxSfb, common, layer,
+  const auto mp4 = [&](int32_t ws, int32_t maxSfb, int32_t common, int32_t layer, int32_t aot) {
+    return moxsNoiselessDecode_AAC(&p, &k, &main, sf, spectrum, cb, coef, &stream, ws, maxSfb, common, layer,
                                    aot);
   };
-  EXPECT_EQ(lc(&p, &bad, 2), moxStatusNullPointer) << "pIcsInfo";
-  EXPECT_EQ(mp4(&p, &bad, 9, 99, 2, 0, 99), moxStatusNullPointer) << "pIcsInfo";
-  EXPECT_EQ(mp4(&p, &bad, 9, 99, 2, 1, 99), moxStatusBitOffsetError) << "a layer needs no pIcsInfo";
+  stream.pIcsInfo = nullptr;
+  EXPECT_EQ(lc(2), moxStatusNullPointer) << "pIcsInfo";
+  EXPECT_EQ(mp4(9, 99, 2, 0, 99), moxStatusNullPointer) << "pIcsInfo";
+  EXPECT_EQ(mp4(9, 99, 2, 1, 99), moxStatusBitOffsetError) << "a layer needs no pIcsInfo";
   stream.pIcsInfo = &ics;
-  for (const auto& [pp, po, want] :
-       {std::tuple{static_cast<const uint8_t**>(nullptr), &bad, moxStatusNullPointer},
-        {&none, &bad, moxStatusNullPointer},
-        {&p, nullptr, moxStatusNullPointer},
-        {&p, &bad, moxStatusBitOffsetError},
-        {&p, &negative, moxStatusBitOffsetError}}) {
-    EXPECT_EQ(lc(pp, po, 2), want);
-    EXPECT_EQ(mp4(pp, po, 9, 99, 2, 2, 99), want);
-  }
-  for (int missing = 0; missing < 5; ++missing) {
-    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
-    EXPECT_EQ(moxsNoiselessDecoder_LC_AAC(&p, &k, 0, at(0, &stream), at(1, sf), at(2, spectrum), at(3, cb),
-                                          at(4, coef)),
-              moxStatusNullPointer);
-    EXPECT_EQ(moxsNoiselessDecode_AAC(&p, &k, &main, at(1, sf), at(2, spectrum), at(3, cb), at(4, coef),
-                                      at(0, &stream), 0, 0, 0, 0, 0),
-              moxStatusNullPointer);
-  }
-  EXPECT_EQ(moxsNoiselessDecode_AAC(&p, &k, nullptr, sf, spectrum, cb, coef, &stream, 0, 0, 0, 0, 0),
-            moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsNoiselessDecoder_LC_AAC, &p, &k, 2, &stream, sf, spectrum, cb, coef);
+  expectNeedsEveryPointer(moxsNoiselessDecode_AAC, &p, &k, &main, sf, spectrum, cb, coef, &stream, 9, 99, 2,
+                          2, 99);
 
-  stream.samplingRateIndex = 12;
   stream.predSfbMax = 1;
-  for (int32_t wrong : {-1, 2}) {
-    EXPECT_EQ(lc(&p, &k, wrong), moxStatusAacCommonWindowError);
-    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, wrong, 17), moxStatusAacAotError);
-    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, wrong, 16), moxStatusAacLayerFlagError);
-    EXPECT_EQ(mp4(&p, &k, 4, 52, wrong, 1, 16), moxStatusAacCommonWindowError);
-    EXPECT_EQ(mp4(&p, &k, wrong * 2, 52, 0, 1, 0), moxStatusAacWinSeqError);
-    EXPECT_EQ(mp4(&p, &k, wrong * 2, 52, 0, 0, 0), moxStatusAacSampleRateError)
+  for (int32_t above : {0, 1}) {
+    const auto wrong = [above](int32_t limit) { return above != 0 ? limit + 1 : -1; };
+    k = wrong(7);
+    EXPECT_EQ(lc(2), moxStatusBitOffsetError);
+    EXPECT_EQ(mp4(9, 99, 2, 2, 99), moxStatusBitOffsetError);
+    k = 0;
+    stream.samplingRateIndex = wrong(11);
+    EXPECT_EQ(lc(wrong(1)), moxStatusAacCommonWindowError);
+    EXPECT_EQ(lc(0), moxStatusAacSampleRateError);
+    EXPECT_EQ(mp4(4, 52, 2, 2, wrong(16)), moxStatusAacAotError);
+    EXPECT_EQ(mp4(4, 52, 2, wrong(1), 16), moxStatusAacLayerFlagError);
+    EXPECT_EQ(mp4(4, 52, wrong(1), 1, 16), moxStatusAacCommonWindowError);
+    EXPECT_EQ(mp4(wrong(3), 52, 0, 1, 0), moxStatusAacWinSeqError);
+    EXPECT_EQ(mp4(3, 52, 0, 1, 0), moxStatusAacSampleRateError);
+    EXPECT_EQ(mp4(wrong(3), 52, 0, 0, 0), moxStatusAacSampleRateError)
         << "the sequence counts in layers only";
+    stream.samplingRateIndex = 0;
+    EXPECT_EQ(lc(0), moxStatusAacPredSfbError);
+    EXPECT_EQ(mp4(0, wrong(51), 0, 1, 0), moxStatusAacMaxSfbError);
   }
-  EXPECT_EQ(mp4(&p, &k, 0, 52, 0, 1, -1), moxStatusAacAotError);
-  for (int32_t wrong : {-1, 12}) {
-    stream.samplingRateIndex = wrong;
-    EXPECT_EQ(lc(&p, &k, 0), moxStatusAacSampleRateError);
-    EXPECT_EQ(mp4(&p, &k, 0, 52, 0, 1, 0), moxStatusAacSampleRateError);
-  }
-  stream.samplingRateIndex = 0;
-  EXPECT_EQ(lc(&p, &k, 0), moxStatusAacPredSfbError);
-  for (int32_t wrong : {-1, 52}) EXPECT_EQ(mp4(&p, &k, 0, wrong, 0, 1, 0), moxStatusAacMaxSfbError);
   EXPECT_TRUE(p == data && k == 0);
   const NoiselessOutput untouched;
   EXPECT_TRUE(out.spectrum == untouched.spectrum && out.sfbCb == untouched.sfbCb);

@@ -4,6 +4,7 @@
 
 #include "aac/stream_model.h"
 #include "moxac/aac.h"
+#include "support/refusals.h"
 
 namespace {
 
@@ -69,22 +70,29 @@ TEST(ChanPair, LimitsFoundWhileReading) {
 }
 
 TEST(Payload, DataStreamAndFillElementsOfEveryLength) {
+  // Writes `count` bytes behind the fields put so far, has them read, and compares.
+  const auto check = [](BitWriter& out, int32_t count, auto&& read) {
+    Block<uint8_t> want(count), got(count);
+    for (uint8_t byte : want) out.put(byte, 8);
+    out.lay();
+    int32_t gotCount = -1;
+    ASSERT_EQ(read(&gotCount, got.data()), moxStatusOk);
+    ASSERT_EQ(gotCount, count);
+    ASSERT_EQ(out.consumed(), out.size());
+    EXPECT_SAME_BITS(got, want);
+  };
   for (int32_t count = 0; count <= 510; ++count)
     for (uint32_t aligned : {0u, 1u}) {
       BitWriter out(count % 8);
-      const uint32_t tag = draw(4);
-      out.put(tag, 4).put(aligned, 1).put(static_cast<uint32_t>(std::min(count, 255)), 8);
+      int32_t tag, gotTag = -1;
+      put(out, 4, tag);
+      out.put(aligned, 1).put(static_cast<uint32_t>(std::min(count, 255)), 8);
       if (count >= 255) out.put(static_cast<uint32_t>(count - 255), 8);
       if (aligned != 0) out.align();
-      Block<uint8_t> want(count), got(count);
-      for (uint8_t byte : want) out.put(byte, 8);
-      out.lay();
-      int32_t gotTag = -1, gotCount = -1;
-      ASSERT_EQ(moxsDecodeDatStrElt_AAC(&out.stream, &out.offset, &gotTag, &gotCount, got), moxStatusOk);
-      ASSERT_EQ(gotTag, static_cast<int32_t>(tag));
-      ASSERT_EQ(gotCount, count);
-      ASSERT_EQ(out.consumed(), out.size());
-      EXPECT_SAME_BITS(got, want);
+      check(out, count, [&](int32_t* gotCount, uint8_t* data) {
+        return moxsDecodeDatStrElt_AAC(&out.stream, &out.offset, &gotTag, gotCount, data);
+      });
+      ASSERT_EQ(gotTag, tag);
     }
   for (int32_t count = 0; count <= 269; ++count) {
     BitWriter out(count % 8);
@@ -92,14 +100,9 @@ TEST(Payload, DataStreamAndFillElementsOfEveryLength) {
       out.put(static_cast<uint32_t>(count), 4);
     else
       out.put(15, 4).put(static_cast<uint32_t>(count) - 14, 8);
-    Block<uint8_t> want(count), got(count);
-    for (uint8_t byte : want) out.put(byte, 8);
-    out.lay();
-    int32_t gotCount = -1;
-    ASSERT_EQ(moxsDecodeFillElt_AAC(&out.stream, &out.offset, &gotCount, got), moxStatusOk);
-    ASSERT_EQ(gotCount, count);
-    ASSERT_EQ(out.consumed(), out.size());
-    EXPECT_SAME_BITS(got, want);
+    check(out, count, [&](int32_t* gotCount, uint8_t* data) {
+      return moxsDecodeFillElt_AAC(&out.stream, &out.offset, gotCount, data);
+    });
   }
 }
 
@@ -196,8 +199,7 @@ TEST(ExtensionHeader, EveryCombinationOfItsParts) {
 TEST(AacSyntax, RefusalsInOrder) {
   const uint8_t data[64] = {};
   const uint8_t* p = data;
-  const uint8_t* none = nullptr;
-  int32_t k = 0, bad = 8, negative = -1, tag, count;
+  int32_t k = 8, tag, count;
   uint8_t bytes[512], mask[480];
   MoxAacIcsInfo ics;
   MoxAacChanPairElt pair;
@@ -206,63 +208,47 @@ TEST(AacSyntax, RefusalsInOrder) {
   header.pMsUsed = ext.pMsUsed = mask;
   const MoxAacMainHeader headerBefore = header;
   const MoxAacExtensionHeader extBefore = ext;
-
-  const auto refusals = [&](auto&& call) {
-    EXPECT_EQ(call(nullptr, &bad), moxStatusNullPointer);
-    EXPECT_EQ(call(&none, &bad), moxStatusNullPointer);
-    EXPECT_EQ(call(&p, nullptr), moxStatusNullPointer);
-    EXPECT_EQ(call(&p, &bad), moxStatusBitOffsetError);
-    EXPECT_EQ(call(&p, &negative), moxStatusBitOffsetError);
+  const auto refused = [&](auto op, auto... arguments) {
+    expectNeedsEveryPointer(op, &p, &k, arguments...);
+    for (k = 8; k >= -1; k -= 9) EXPECT_EQ(op(&p, &k, arguments...), moxStatusBitOffsetError);
+    k = 8;
   };
-  refusals([&](auto pp, auto po) { return moxsDecodeChanPairElt_AAC(pp, po, &ics, &pair, 99); });
-  refusals(
-      [&](auto pp, auto po) { return moxsDecodeChanPairElt_MP4_AAC(pp, po, &ics, &pair, &header, 99, 1); });
-  refusals([&](auto pp, auto po) { return moxsDecodeDatStrElt_AAC(pp, po, &tag, &count, bytes); });
-  refusals([&](auto pp, auto po) { return moxsDecodeFillElt_AAC(pp, po, &count, bytes); });
-  refusals([&](auto pp, auto po) { return moxsDecodeMainHeader_AAC(pp, po, &header, 3, 2); });
-  refusals([&](auto pp, auto po) { return moxsDecodeExtensionHeader_AAC(pp, po, &ext, 2, 2, 2, 99, 99, 9); });
+  refused(moxsDecodeChanPairElt_AAC, &ics, &pair, 99);
+  refused(moxsDecodeChanPairElt_MP4_AAC, &ics, &pair, &header, 99, 1);
+  refused(moxsDecodeDatStrElt_AAC, &tag, &count, bytes);
+  refused(moxsDecodeFillElt_AAC, &count, bytes);
+  refused(moxsDecodeMainHeader_AAC, &header, 3, 2);
+  refused(moxsDecodeExtensionHeader_AAC, &ext, 2, 2, 2, 99, 99, 9);
 
-  for (int missing = 0; missing < 3; ++missing) {
-    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
-    EXPECT_EQ(moxsDecodeDatStrElt_AAC(&p, &k, at(0, &tag), at(1, &count), at(2, bytes)),
-              moxStatusNullPointer);
-    EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, at(0, &ics), at(1, &pair), at(2, &header), 99, 1),
-              moxStatusNullPointer);
-    if (missing == 2) continue;
-    EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, at(0, &ics), at(1, &pair), 99), moxStatusNullPointer);
-    EXPECT_EQ(moxsDecodeFillElt_AAC(&p, &k, at(0, &count), at(1, bytes)), moxStatusNullPointer);
+  k = 0;
+  const auto mainHeader = [&](int32_t channels, int32_t layer) {
+    return moxsDecodeMainHeader_AAC(&p, &k, &header, channels, layer);
+  };
+  const auto extension = [&](int32_t tns, int32_t stereo, int32_t diff, int32_t start, int32_t end,
+                             int32_t window) {
+    return moxsDecodeExtensionHeader_AAC(&p, &k, &ext, tns, stereo, diff, start, end, window);
+  };
+  for (int32_t above : {0, 1}) {
+    const auto wrong = [above](int32_t limit) { return above != 0 ? limit + 1 : -1; };
+    EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, &ics, &pair, wrong(41)), moxStatusAacPredSfbError);
+    EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, &ics, &pair, &header, wrong(51), 1),
+              moxStatusAacMaxSfbError);
+    EXPECT_EQ(mainHeader(3 * above, 2), moxStatusAacChanError);
+    EXPECT_EQ(mainHeader(1, wrong(1)), moxStatusAacTnsFlagError);
+    EXPECT_EQ(extension(wrong(1), 2, 2, 99, 99, 9), moxStatusAacTnsFlagError);
+    EXPECT_EQ(extension(1, wrong(1), 2, 99, 99, 9), moxStatusAacStereoFlagError);
+    EXPECT_EQ(extension(1, 1, wrong(1), 99, 99, 9), moxStatusAacDiffCtrlFlagError);
+    EXPECT_EQ(extension(1, 1, 1, wrong(51), 99, 9), moxStatusAacMaxSfbError);
+    EXPECT_EQ(extension(1, 1, 1, 0, wrong(51), 9), moxStatusAacMaxSfbError);
+    EXPECT_EQ(extension(1, 1, 1, 51, 51, wrong(3)), moxStatusAacWinSeqError);
   }
-  EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &k, nullptr, 1, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, nullptr, 0, 0, 0, 0, 0, 0), moxStatusNullPointer);
-
-  for (int32_t wrong : {-1, 42})
-    EXPECT_EQ(moxsDecodeChanPairElt_AAC(&p, &k, &ics, &pair, wrong), moxStatusAacPredSfbError);
-  for (int32_t wrong : {-1, 52})
-    EXPECT_EQ(moxsDecodeChanPairElt_MP4_AAC(&p, &k, &ics, &pair, &header, wrong, 1), moxStatusAacMaxSfbError);
-
-  for (int32_t wrong : {-1, 0, 3})
-    EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &k, &header, wrong, 2), moxStatusAacChanError);
-  for (int32_t wrong : {-1, 2}) {
-    EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &k, &header, 1, wrong), moxStatusAacTnsFlagError);
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, wrong, 2, 2, 99, 99, 9), moxStatusAacTnsFlagError);
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 1, wrong, 2, 99, 99, 9),
-              moxStatusAacStereoFlagError);
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 1, 1, wrong, 99, 99, 9),
-              moxStatusAacDiffCtrlFlagError);
-  }
-  for (int32_t wrong : {-1, 52}) {
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 1, 1, 1, wrong, 99, 9), moxStatusAacMaxSfbError);
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 1, 1, 1, 0, wrong, 9), moxStatusAacMaxSfbError);
-  }
-  for (int32_t wrong : {-1, 4})
-    EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 1, 1, 1, 51, 51, wrong), moxStatusAacWinSeqError);
   EXPECT_TRUE(same(header, headerBefore) && same(ext, extBefore) && p == data && k == 0);
 
-  header.pMsUsed = ext.pMsUsed = nullptr;
-  EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &bad, &header, 2, 2), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeMainHeader_AAC(&p, &k, &header, 1, 0), moxStatusOk);
-  EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &bad, &ext, 2, 1, 2, 0, 0, 0), moxStatusNullPointer);
-  EXPECT_EQ(moxsDecodeExtensionHeader_AAC(&p, &k, &ext, 0, 0, 1, 0, 51, 0), moxStatusOk);
+  header.pMsUsed = ext.pMsUsed = nullptr;  // wanted for two channels, and with the stereo flag
+  EXPECT_EQ(mainHeader(2, 2), moxStatusNullPointer);
+  EXPECT_EQ(mainHeader(1, 0), moxStatusOk);
+  EXPECT_EQ(extension(2, 1, 2, 0, 0, 0), moxStatusNullPointer);
+  EXPECT_EQ(extension(0, 0, 1, 0, 51, 0), moxStatusOk);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "moxac/vlc.h"
 #include "moxcore/moxcore.h"
 #include "support/alloc_spy.h"
+#include "support/refusals.h"
 #include "vlc/decode_spec.h"
 #include "vlc/vlc_reference.h"
 
@@ -222,7 +223,7 @@ TEST(VlcDecode, ConflictsAreFoundInEveryOrder) {
     }
 }
 
-TEST(VlcDecode, InitAllocConduct) {
+TEST(VlcDecode, InitAllocLeavesAnUnfinishedBlockToTheCaller) {
   const Rows good = {{0, 0, 1}, {1, 2, 2}}, conflict = {{0, 0, 1}, {1, 1, 4}};
   const int32_t width = 4;
   MoxVlcDecodeSpec* const untouched = reinterpret_cast<MoxVlcDecodeSpec*>(64);
@@ -230,31 +231,19 @@ TEST(VlcDecode, InitAllocConduct) {
   const auto initAlloc = [&](const Rows& rows, int32_t widths) {
     return moxsVLCDecodeInitAlloc_32s(words(rows), count(rows), &width, widths, &spec);
   };
-  {
-    AllocSpy spy;
-    EXPECT_EQ(initAlloc(good, 0), moxStatusVlcBadTable);
-    EXPECT_EQ(spec, untouched);
-    EXPECT_TRUE(spy.sizes().empty());
-  }
-  {
-    AllocSpy spy(0);
-    EXPECT_EQ(initAlloc(good, 1), moxStatusOutOfMemory);
-    EXPECT_EQ(spec, nullptr);
-  }
-  {
-    AllocSpy spy;
-    EXPECT_EQ(initAlloc(conflict, 1), moxStatusVlcBadTable);
-    ASSERT_NE(spec, nullptr);
-    EXPECT_EQ(spy.live(), 1);
-    moxsVLCDecodeFree_32s(spec);  // not marked allocated
-    EXPECT_EQ(spy.live(), 1);
-    moxFree(spec);
-  }
   AllocSpy spy;
-  int32_t size = 0;
-  ASSERT_EQ(moxsVLCDecodeGetSize_32s(words(good), count(good), &width, 1, &size), moxStatusOk);
+  EXPECT_EQ(initAlloc(good, 0), moxStatusVlcBadTable);
+  EXPECT_EQ(spec, untouched);
+  EXPECT_TRUE(spy.sizes().empty());
+  EXPECT_EQ(initAlloc(conflict, 1), moxStatusVlcBadTable);
+  moxsVLCDecodeFree_32s(spec);  // not marked allocated
+  EXPECT_EQ(spy.live(), 1);
+  moxFree(spec);
   ASSERT_EQ(initAlloc(good, 1), moxStatusOk);
-  EXPECT_EQ(spy.sizes(), std::vector<int32_t>{size});
+  int32_t size = 0;
+  ASSERT_EQ(sizeOf(good, {4}, size), moxStatusOk);
+  EXPECT_EQ(spy.sizes().back(), size);
+  EXPECT_EQ(spy.sizes().size(), 2u);
   moxsVLCDecodeFree_32s(spec);
   EXPECT_EQ(spy.live(), 0);
   moxsVLCDecodeFree_32s(nullptr);
@@ -264,45 +253,33 @@ TEST(VlcDecode, RefusalsInOrder) {
   const Rows rows = {{0, 0, 1}, {1, 2, 2}};
   const int32_t width = 2;
   int32_t size = 7;
-  const auto getSize = [&](const int32_t* table, int32_t n, const int32_t* widths, int32_t* pSize) {
-    return moxsVLCDecodeGetSize_32s(table, n, widths, 1, pSize);
-  };
-  EXPECT_EQ(getSize(nullptr, 0, &width, &size), moxStatusNullPointer);
-  EXPECT_EQ(getSize(words(rows), 0, nullptr, &size), moxStatusNullPointer);
-  EXPECT_EQ(getSize(words(rows), 0, &width, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(getSize(words(rows), 0, &width, &size), moxStatusVlcError);
-  EXPECT_EQ(moxsVLCDecodeInit_32s(words(rows), 2, &width, 1, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCDecodeInitAlloc_32s(words(rows), 2, &width, 1, nullptr), moxStatusNullPointer);
+  DecodeSpec spec(rows, {2});
+  MoxVlcDecodeSpec* allocated = nullptr;
+  expectNeedsEveryPointer(moxsVLCDecodeGetSize_32s, words(rows), 0, &width, 1, &size);
+  expectNeedsEveryPointer(moxsVLCDecodeInit_32s, words(rows), 0, &width, 1, spec);
+  expectNeedsEveryPointer(moxsVLCDecodeInitAlloc_32s, words(rows), 0, &width, 1, &allocated);
+  EXPECT_EQ(moxsVLCDecodeGetSize_32s(words(rows), 0, &width, 0, &size), moxStatusVlcError);
   EXPECT_EQ(size, 7);
 
-  DecodeSpec spec(rows, {2});
   Block<uint8_t> other(64);
   other.fill(0);
   const auto* const foreign = reinterpret_cast<const MoxVlcDecodeSpec*>(other.data());
   Stream stream("0100", 0);
   int16_t value = 77;
-  const uint8_t* null = nullptr;
-  int32_t bad = 8;
-  const auto block = [&](const uint8_t** at, int32_t* offset, int16_t* dst, int32_t len,
-                         const MoxVlcDecodeSpec* s) {
-    const moxStatus status = moxsVLCDecodeBlock_1u16s(at, offset, dst, len, s);
-    if (len == 1) {
-      EXPECT_EQ(moxsVLCDecodeOne_1u16s(at, offset, dst, s), status);
-    }
-    return status;
+  int32_t offset = 8;
+  expectNeedsEveryPointer(moxsVLCDecodeOne_1u16s, stream.pp(), &offset, &value, foreign);
+  expectNeedsEveryPointer(moxsVLCDecodeBlock_1u16s, stream.pp(), &offset, &value, 0, foreign);
+  const auto both = [&](int32_t k, const MoxVlcDecodeSpec* s, moxStatus want) {
+    offset = k;
+    EXPECT_EQ(moxsVLCDecodeOne_1u16s(stream.pp(), &offset, &value, s), want);
+    EXPECT_EQ(moxsVLCDecodeBlock_1u16s(stream.pp(), &offset, &value, 0, s), want);
   };
-  EXPECT_EQ(block(nullptr, &bad, &value, 1, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(stream.pp(), nullptr, &value, 1, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(stream.pp(), &bad, nullptr, 1, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(stream.pp(), &bad, &value, 1, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(block(&null, &bad, &value, 1, foreign), moxStatusNullPointer);
-  for (bad = 8; bad != -2; bad = bad == 8 ? -1 : -2)
-    EXPECT_EQ(block(stream.pp(), &bad, &value, 0, spec), moxStatusVlcError);
-  EXPECT_EQ(block(stream.pp(), &stream.offset, &value, 1, foreign), moxStatusVlcError);
-  EXPECT_EQ(block(stream.pp(), &stream.offset, &value, 0, foreign), moxStatusVlcError);
-  EXPECT_EQ(block(stream.pp(), &stream.offset, &value, 0, spec), moxStatusBadSize);
+  both(8, spec, moxStatusVlcError);
+  both(-1, spec, moxStatusVlcError);
+  both(0, foreign, moxStatusVlcError);
+  EXPECT_EQ(moxsVLCDecodeBlock_1u16s(stream.pp(), &offset, &value, 0, spec), moxStatusBadSize);
   moxsVLCDecodeFree_32s(spec);
-  EXPECT_EQ(block(stream.pp(), &stream.offset, &value, 1, spec), moxStatusVlcError);
+  both(0, spec, moxStatusVlcError);
   EXPECT_EQ(value, 77);
   EXPECT_EQ(stream.consumed(), 0);
 }

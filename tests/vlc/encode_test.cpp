@@ -1,9 +1,14 @@
 // Encoder specs, the writing of code words, and counting.
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
 #include "frame/align.h"
 #include "moxac/vlc.h"
 #include "support/alloc_spy.h"
+#include "support/refusals.h"
 #include "vlc/vlc_reference.h"
 
 namespace {
@@ -73,8 +78,8 @@ TEST(VlcEncode, RecordAndSizes) {
 }
 
 // Every cursor in a word, every length of a block up to 40 and some longer: the model, One and Block agree on
-// every bit of the memory; then the stream is decoded, and its bits counted.
-TEST(VlcEncode, OneBlockCountAndDecoderAgree) {
+// every bit of the memory, and counting on its length.
+TEST(VlcEncode, OneBlockAndCountAgree) {
   for (int32_t trial = 0; trial < 32 * 48; ++trial) {
     SCOPED_TRACE(trial);
     const int32_t n = 2 + below(trial % 8 == 0 ? 500 : 30);
@@ -113,97 +118,78 @@ TEST(VlcEncode, OneBlockCountAndDecoderAgree) {
     int32_t bits = 0;
     EXPECT_EQ(moxsVLCCountBits_16s32s(values, len, &bits, spec), moxStatusOk);
     EXPECT_EQ(bits, total);
-
-    const auto widths = randomWidths(longest(rows), 8);
-    MoxVlcDecodeSpec* decoder = nullptr;
-    ASSERT_EQ(moxsVLCDecodeInitAlloc_32s(words(rows), n, widths.data(), static_cast<int32_t>(widths.size()),
-                                         &decoder),
-              moxStatusOk);
-    std::vector<uint32_t> stream(memoryWords + 2);  // room to look ahead
-    std::memcpy(stream.data(), block.bytes.data(), memoryWords * 4);
-    const uint8_t* in = reinterpret_cast<const uint8_t*>(stream.data()) + start / 8;
-    offset = static_cast<int32_t>(start % 8);
-    Block<int16_t> decoded(len);
-    ASSERT_EQ(moxsVLCDecodeBlock_1u16s(&in, &offset, decoded, len, decoder), moxStatusOk);
-    if (n > 9) {  // wide enough entries keep the sign
-      EXPECT_SAME_BITS(decoded, values);
-    }
-    moxsVLCDecodeFree_32s(decoder);
   }
 }
 
+TEST(VlcEncode, CountsBeyond32BitsAreRefused) {
+  EncodeSpec spec({{0, 0, 32}});
+  constexpr int32_t kLen = 1 << 26;  // zeros that the system need not store
+  const std::unique_ptr<int16_t, void (*)(void*)> zeros(static_cast<int16_t*>(std::calloc(kLen, 2)),
+                                                        std::free);
+  ASSERT_NE(zeros, nullptr);
+  int32_t bits = 5;
+  EXPECT_EQ(moxsVLCCountBits_16s32s(zeros.get(), kLen, &bits, spec), moxStatusBadSize);
+  EXPECT_EQ(bits, 5);
+  EXPECT_EQ(moxsVLCCountBits_16s32s(zeros.get(), kLen - 1, &bits, spec), moxStatusOk);
+  EXPECT_EQ(bits, INT32_MAX - 31);
+}
+
 TEST(VlcEncode, RefusalsInOrder) {
-  Rows rows = {{-1, 0, 1}, {1, 2, 2}};
+  const Rows rows = {{-1, 0, 1}, {1, 2, 2}};
   int32_t size = 7;
-  EXPECT_EQ(moxsVLCEncodeGetSize_32s(nullptr, 0, &size), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 0, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 0, &size), moxStatusVlcError);
-  EXPECT_EQ(moxsVLCEncodeInit_32s(words(rows), 2, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, nullptr), moxStatusNullPointer);
-  Rows badRows = rows;
+  EncodeSpec spec(rows);
   MoxVlcEncodeSpec* const untouched = reinterpret_cast<MoxVlcEncodeSpec*>(64);
   MoxVlcEncodeSpec* allocated = untouched;
+  expectNeedsEveryPointer(moxsVLCEncodeGetSize_32s, words(rows), 0, &size);
+  expectNeedsEveryPointer(moxsVLCEncodeInit_32s, words(rows), 0, spec);
+  expectNeedsEveryPointer(moxsVLCEncodeInitAlloc_32s, words(rows), 0, &allocated);
+  EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(rows), 0, &size), moxStatusVlcError);
   for (const int32_t length : {0, -1, 33}) {
-    badRows[0].length = length;
-    EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(badRows), 2, &size), moxStatusVlcBadTable);
-    EXPECT_EQ(moxsVLCEncodeInit_32s(words(badRows), 2, untouched), moxStatusVlcBadTable);
-    EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(badRows), 2, &allocated), moxStatusVlcBadTable);
+    const Rows bad = {{-1, 0, length}, {1, 2, 2}};
+    EXPECT_EQ(moxsVLCEncodeGetSize_32s(words(bad), 2, &size), moxStatusVlcBadTable);
+    EXPECT_EQ(moxsVLCEncodeInit_32s(words(bad), 2, untouched), moxStatusVlcBadTable);
+    EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(bad), 2, &allocated), moxStatusVlcBadTable);
   }
-  EXPECT_EQ(allocated, untouched);
-  EXPECT_EQ(size, 7);
+  EXPECT_TRUE(allocated == untouched && size == 7);
   {
-    AllocSpy spy(0);
-    EXPECT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, &allocated), moxStatusOutOfMemory);
-    EXPECT_EQ(allocated, nullptr);
+    AllocSpy spy;
+    ASSERT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, &allocated), moxStatusOk);
+    EXPECT_EQ(spy.sizes(), std::vector<int32_t>{(2 + 4) * 4 + 132});
+    moxsVLCEncodeFree_32s(allocated);
+    EXPECT_EQ(spy.live(), 0);
+    moxsVLCEncodeFree_32s(nullptr);
   }
-  AllocSpy spy;
-  ASSERT_EQ(moxsVLCEncodeInitAlloc_32s(words(rows), 2, &allocated), moxStatusOk);
-  EXPECT_EQ(spy.sizes(), std::vector<int32_t>{(2 + 4) * 4 + 132});
 
   Block<uint8_t> stream(64);
   const Block<uint8_t> before = stream;
   uint8_t* at = stream;
-  uint8_t* null = nullptr;
-  int32_t offset = 5, bad = 8, bits = 11;
-  const int16_t values[4] = {1, -1, 1, -1};
+  int32_t offset = 8, bits = 11;
+  int16_t values[3] = {1, -1, 1};
   const auto* const foreign = reinterpret_cast<const MoxVlcEncodeSpec*>(before.data());
-  const auto block = [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k,
-                         const MoxVlcEncodeSpec* s) {
-    const moxStatus status = moxsVLCEncodeBlock_16s1u(src, len, p, k, s);
-    if (src != nullptr && len == 1) {
-      EXPECT_EQ(moxsVLCEncodeOne_16s1u(src[0], p, k, s), status);
+  expectNeedsEveryPointer(moxsVLCEncodeOne_16s1u, 1, &at, &offset, foreign);
+  expectNeedsEveryPointer(moxsVLCEncodeBlock_16s1u, values, 0, &at, &offset, foreign);
+  expectNeedsEveryPointer(moxsVLCCountBits_16s32s, values, 0, &bits, foreign);
+  const auto all = [&](int32_t k, int32_t len, const MoxVlcEncodeSpec* s) {
+    offset = k;
+    EXPECT_EQ(moxsVLCEncodeOne_16s1u(values[2], &at, &offset, s), moxStatusVlcError);
+    EXPECT_EQ(moxsVLCEncodeBlock_16s1u(values, len, &at, &offset, s), moxStatusVlcError);
+    if (k == 5) {
+      EXPECT_EQ(moxsVLCCountBits_16s32s(values, len, &bits, s), moxStatusVlcError);
     }
-    return status;
   };
-  EXPECT_EQ(block(nullptr, 1, &at, &bad, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(values, 1, nullptr, &bad, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(values, 1, &null, &bad, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(values, 1, &at, nullptr, foreign), moxStatusNullPointer);
-  EXPECT_EQ(block(values, 1, &at, &bad, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(block(values, 0, &at, &bad, allocated), moxStatusVlcError);
-  EXPECT_EQ(block(values, 1, &at, &offset, foreign), moxStatusVlcError);
-  EXPECT_EQ(block(values, 0, &at, &offset, allocated), moxStatusBadSize);
-  const auto countBits = [&](const int16_t* src, int32_t len, int32_t* p, const MoxVlcEncodeSpec* s) {
-    return moxsVLCCountBits_16s32s(src, len, p, s);
-  };
-  EXPECT_EQ(countBits(nullptr, 0, &bits, foreign), moxStatusNullPointer);
-  EXPECT_EQ(countBits(values, 0, nullptr, foreign), moxStatusNullPointer);
-  EXPECT_EQ(countBits(values, 0, &bits, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(countBits(values, 1, &bits, foreign), moxStatusVlcError);
-  EXPECT_EQ(countBits(values, 0, &bits, allocated), moxStatusVlcError);
+  all(8, 0, spec);
+  all(-1, 0, spec);
+  all(5, 0, foreign);
+  EXPECT_EQ(moxsVLCEncodeBlock_16s1u(values, 0, &at, &offset, spec), moxStatusBadSize);
+  EXPECT_EQ(moxsVLCCountBits_16s32s(values, 0, &bits, spec), moxStatusVlcError);
   // Outside the range, in it but without a row, and in the array's unused end.
   for (const int16_t missing : std::initializer_list<int16_t>{-2, 0, 2, -32768, 32767}) {
-    const int16_t mixed[3] = {1, -1, missing};
-    EXPECT_EQ(block(mixed, 3, &at, &offset, allocated), moxStatusVlcError);
-    EXPECT_EQ(block(mixed + 2, 1, &at, &offset, allocated), moxStatusVlcError);
-    EXPECT_EQ(countBits(mixed, 3, &bits, allocated), moxStatusVlcError);
+    values[2] = missing;
+    all(5, 3, spec);
   }
-  moxsVLCEncodeFree_32s(allocated);
-  EXPECT_EQ(spy.live(), 0);
-  moxsVLCEncodeFree_32s(nullptr);
-  EncodeSpec spec(rows);
+  values[2] = 1;
   moxsVLCEncodeFree_32s(spec);
-  EXPECT_EQ(block(values, 1, &at, &offset, spec), moxStatusVlcError);
+  all(5, 3, spec);
   EXPECT_SAME_BITS(stream, before);
   EXPECT_TRUE(at == stream.data() && offset == 5 && bits == 11);
 }

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "moxac/vlc.h"
+#include "support/refusals.h"
 #include "vlc/vlc_reference.h"
 
 namespace {
@@ -37,12 +38,29 @@ Encoder encoderOf(const Rows& rows) {
   return Encoder(spec);
 }
 
-// What an operation under test is called with.
+// What an operation under test is called with; linBits... is empty or one number.
 struct Operations {
   std::function<moxStatus(Stream&, int16_t*, int32_t)> decode;
   std::function<moxStatus(const int16_t*, int32_t, uint8_t**, int32_t*)> encode;
   std::function<moxStatus(const int16_t*, int32_t, int32_t*)> countBits;
 };
+template <class Op, class... LinBits>
+auto reading(Op op, const Decoder& spec, LinBits... linBits) {
+  return [=, &spec](Stream& s, int16_t* dst, int32_t len) {
+    return op(s.pp(), &s.offset, dst, len, linBits..., spec.get());
+  };
+}
+template <class Write, class Count, class... LinBits>
+Operations coding(std::function<moxStatus(Stream&, int16_t*, int32_t)> decode, Write write, Count count,
+                  const Encoder& spec, LinBits... linBits) {
+  return {std::move(decode),
+          [=, &spec](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
+            return write(src, len, linBits..., p, k, spec.get());
+          },
+          [=, &spec](const int16_t* src, int32_t len, int32_t* bits) {
+            return count(src, len, linBits..., bits, spec.get());
+          }};
+}
 
 // bits and values of `items` random symbols, written as the standard says.
 struct Coded {
@@ -128,14 +146,6 @@ WriteSymbol mp3Writer(int32_t linBits) {
   };
 }
 
-Operations tupleOperations(const Decoder& spec) {
-  return {[&](Stream& s, int16_t* dst, int32_t len) {
-            return moxsVLCDecodeUTupleBlock_1u16s(s.pp(), &s.offset, dst, len, spec.get());
-          },
-          {},
-          {}};
-}
-
 TEST(VlcEscape, AllAacBooks) {
   for (int32_t n = 1; n <= 11; ++n) {
     SCOPED_TRACE(n);
@@ -148,25 +158,12 @@ TEST(VlcEscape, AllAacBooks) {
     const Decoder decoder = decoderOf(rows);
     const Encoder encoder = encoderOf(rows);
     if (!isSigned) {
-      if (n != 11) operations.push_back(tupleOperations(tuples));
-      operations.push_back({[&](Stream& s, int16_t* dst, int32_t len) {
-                              return moxsVLCDecodeUTupleEscBlock_AAC_1u16s(s.pp(), &s.offset, dst, len,
-                                                                           tuples.get());
-                            },
-                            {},
-                            {}});
+      if (n != 11) operations.push_back({reading(moxsVLCDecodeUTupleBlock_1u16s, tuples), {}, {}});
+      operations.push_back({reading(moxsVLCDecodeUTupleEscBlock_AAC_1u16s, tuples), {}, {}});
     }
     if (tupleSize == 2)
-      operations.push_back({[&](Stream& s, int16_t* dst, int32_t len) {
-                              return moxsVLCDecodeEscBlock_AAC_1u16s(s.pp(), &s.offset, dst, len,
-                                                                     decoder.get());
-                            },
-                            [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
-                              return moxsVLCEncodeEscBlock_AAC_16s1u(src, len, p, k, encoder.get());
-                            },
-                            [&](const int16_t* src, int32_t len, int32_t* bits) {
-                              return moxsVLCCountEscBits_AAC_16s32s(src, len, bits, encoder.get());
-                            }});
+      operations.push_back(coding(reading(moxsVLCDecodeEscBlock_AAC_1u16s, decoder),
+                                  moxsVLCEncodeEscBlock_AAC_16s1u, moxsVLCCountEscBits_AAC_16s32s, encoder));
     expectAgreement(book, aacWriter(isSigned, n == 11), operations);
   }
 }
@@ -181,64 +178,24 @@ TEST(VlcEscape, AllLayer3Tables) {
     const Encoder encoder = encoderOf(rows);
     for (int32_t linBits = 0; linBits <= (n < 16 ? 0 : 13); ++linBits) {
       std::vector<Operations> operations = {
-          {[&](Stream& s, int16_t* dst, int32_t len) {
-             return moxsVLCDecodeUTupleEscBlock_MP3_1u16s(s.pp(), &s.offset, dst, len, linBits, tuples.get());
-           },
-           {},
-           {}},
-          {[&](Stream& s, int16_t* dst, int32_t len) {
-             return moxsVLCDecodeEscBlock_MP3_1u16s(s.pp(), &s.offset, dst, len, linBits, decoder.get());
-           },
-           [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
-             return moxsVLCEncodeEscBlock_MP3_16s1u(src, len, linBits, p, k, encoder.get());
-           },
-           [&](const int16_t* src, int32_t len, int32_t* bits) {
-             return moxsVLCCountEscBits_MP3_16s32s(src, len, linBits, bits, encoder.get());
-           }}};
-      if (linBits == 0) operations.push_back(tupleOperations(tuples));
+          {reading(moxsVLCDecodeUTupleEscBlock_MP3_1u16s, tuples, linBits), {}, {}},
+          coding(reading(moxsVLCDecodeEscBlock_MP3_1u16s, decoder, linBits), moxsVLCEncodeEscBlock_MP3_16s1u,
+                 moxsVLCCountEscBits_MP3_16s32s, encoder, linBits)};
+      if (linBits == 0) operations.push_back({reading(moxsVLCDecodeUTupleBlock_1u16s, tuples), {}, {}});
       expectAgreement(book, mp3Writer(linBits), operations);
     }
   }
-}
-
-// Books of plain values: AAC's signed fours (base 3), its scale factors; Layer III's quadruples as tuples.
-TEST(VlcEscape, PlainBooksAndQuadruples) {
-  for (int32_t n = 0; n <= 2; ++n) {
-    Book book = n == 0 ? aacScaleFactorBook() : aacBook(n);
-    Rows rows;
-    for (Symbol& symbol : book) {
-      int32_t value = 0;
-      for (const int32_t v : symbol.values) value = 3 * value + v;
-      symbol.values = {value};
-      rows.push_back(symbol.row);
-      rows.back().value = value;
-    }
-    const Decoder decoder = decoderOf(rows);
-    const Encoder encoder = encoderOf(rows);
-    expectAgreement(book, aacWriter(true, false),
-                    {{[&](Stream& s, int16_t* dst, int32_t len) {
-                        return moxsVLCDecodeBlock_1u16s(s.pp(), &s.offset, dst, len, decoder.get());
-                      },
-                      [&](const int16_t* src, int32_t len, uint8_t** p, int32_t* k) {
-                        return moxsVLCEncodeBlock_16s1u(src, len, p, k, encoder.get());
-                      },
-                      [&](const int16_t* src, int32_t len, int32_t* bits) {
-                        return moxsVLCCountBits_16s32s(src, len, bits, encoder.get());
-                      }}});
-  }
   for (const char* table : {"A", "B"}) {
     const Book book = mp3Quads(table);
-    const Decoder decoder = decoderOf(tupleRows(book, 1), 4, 1);
-    const Operations one = {[&](Stream& s, int16_t* dst, int32_t len) {
-                              moxStatus status = moxStatusOk;
-                              for (int32_t i = 0; i < len && status == moxStatusOk; i += 4)
-                                status =
-                                    moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, dst + i, decoder.get());
-                              return status;
-                            },
-                            {},
-                            {}};
-    expectAgreement(book, mp3Writer(0), {tupleOperations(decoder), one});
+    const Decoder quads = decoderOf(tupleRows(book, 1), 4, 1);
+    const auto one = [&](Stream& s, int16_t* dst, int32_t len) {
+      moxStatus status = moxStatusOk;
+      for (int32_t i = 0; i < len && status == moxStatusOk; i += 4)
+        status = moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, dst + i, quads.get());
+      return status;
+    };
+    expectAgreement(book, mp3Writer(0),
+                    {{reading(moxsVLCDecodeUTupleBlock_1u16s, quads), {}, {}}, {one, {}, {}}});
   }
 }
 
@@ -258,21 +215,19 @@ TEST(VlcEscape, TuplesWhoseLargestValueIsAPowerOfTwo) {
     }
 }
 
-// The worked examples of the header.
-TEST(VlcEscape, WorkedExamples) {
-  int16_t pair[2];
-  Stream aac("100101100100011" + std::string(64, '0'), 3);
-  const Decoder aacPairs = decoderOf(aacPairRows(aacBook(11), false));
-  ASSERT_EQ(moxsVLCDecodeEscBlock_AAC_1u16s(aac.pp(), &aac.offset, pair, 2, aacPairs.get()), moxStatusOk);
-  EXPECT_TRUE(pair[0] == 19 && pair[1] == -3 && aac.consumed() == 15);
-  Stream mp3("0010011001101" + std::string(64, '0'), 3);
-  const Decoder mp3Pairs = decoderOf(mp3PairRows(mp3Table(24)));
-  ASSERT_EQ(moxsVLCDecodeEscBlock_MP3_1u16s(mp3.pp(), &mp3.offset, pair, 2, 4, mp3Pairs.get()), moxStatusOk);
-  EXPECT_TRUE(pair[0] == 18 && pair[1] == -2 && mp3.consumed() == 13);
-  Stream seven("11010001" + std::string(64, '0'), 3);
-  const Decoder tuples = decoderOf(tupleRows(aacBook(7), 3), 2, 3);
-  ASSERT_EQ(moxsVLCDecodeUTupleOne_1u16s(seven.pp(), &seven.offset, pair, tuples.get()), moxStatusOk);
-  EXPECT_TRUE(pair[0] == 2 && pair[1] == -1 && seven.consumed() == 8);
+TEST(VlcEscape, WorkedExamplesOfTheHeader) {
+  const auto expect = [](const std::string& bits, int16_t x, int16_t y, auto read) {
+    Stream s(bits + std::string(64, '0'), 3);
+    int16_t pair[2];
+    ASSERT_EQ(read(s, pair, 2), moxStatusOk);
+    EXPECT_TRUE(pair[0] == x && pair[1] == y && s.consumed() == static_cast<int64_t>(bits.size()));
+  };
+  const Decoder eleven = decoderOf(aacPairRows(aacBook(11), false)),
+                table24 = decoderOf(mp3PairRows(mp3Table(24))),
+                seven = decoderOf(tupleRows(aacBook(7), 3), 2, 3);
+  expect("100101100100011", 19, -3, reading(moxsVLCDecodeEscBlock_AAC_1u16s, eleven));
+  expect("0010011001101", 18, -2, reading(moxsVLCDecodeEscBlock_MP3_1u16s, table24, 4));
+  expect("11010001", 2, -1, reading(moxsVLCDecodeUTupleBlock_1u16s, seven));
 }
 
 // Every 16-bit value through the AAC escape and back; 12 ones saturate, 13 are an error.
@@ -291,24 +246,17 @@ TEST(VlcEscape, AacEscapeLimits) {
   ASSERT_EQ(moxsVLCDecodeEscBlock_AAC_1u16s(&in, &offset, decoded.data(), 65536, decoder.get()), moxStatusOk);
   EXPECT_EQ(decoded, values);
 
-  const std::string good = "00000000";  // two pairs (0, 0)
   for (const int32_t ones : {12, 13, 64})
-    for (const auto& [spec, isTuple] : {std::pair(decoder.get(), false), std::pair(tuples.get(), true)})
-      for (int32_t shift = 0; shift < 32; ++shift) {
-        Stream s(good +
-                     "11100001"
-                     "01" +
-                     std::string(static_cast<size_t>(ones), '1') + '0' + bitsOf(5, 16),
+    for (const auto& read : {Operations{reading(moxsVLCDecodeEscBlock_AAC_1u16s, decoder), {}, {}},
+                             {reading(moxsVLCDecodeUTupleEscBlock_AAC_1u16s, tuples), {}, {}}})
+      for (int32_t shift = 0; shift < 32; ++shift) {  // two pairs (0, 0), then (-16, 0) with its sign
+        const bool good = ones == 12;
+        Stream s("000000001110000101" + std::string(static_cast<size_t>(ones), '1') + '0' + bitsOf(5, 16),
                  shift);
         int16_t got[6] = {1, 1, 1, 1, 7, 7};
-        const moxStatus status = isTuple
-                                     ? moxsVLCDecodeUTupleEscBlock_AAC_1u16s(s.pp(), &s.offset, got, 6, spec)
-                                     : moxsVLCDecodeEscBlock_AAC_1u16s(s.pp(), &s.offset, got, 6, spec);
-        EXPECT_EQ(status, ones == 12 ? moxStatusOk : moxStatusVlcError);
-        EXPECT_TRUE(got[0] == 0 && got[3] == 0);
-        EXPECT_EQ(got[4], ones == 12 ? -32768 : 7);
-        EXPECT_EQ(got[5], ones == 12 ? 0 : 7);
-        EXPECT_EQ(s.consumed(), ones == 12 ? 8 + 10 + 13 + 16 : 8);
+        EXPECT_EQ(read.decode(s, got, 6), good ? moxStatusOk : moxStatusVlcError);
+        EXPECT_TRUE(got[0] == 0 && got[3] == 0 && got[4] == (good ? -32768 : 7) && got[5] == (good ? 0 : 7));
+        EXPECT_EQ(s.consumed(), good ? 8 + 10 + 13 + 16 : 8);
       }
 }
 
@@ -334,117 +282,97 @@ TEST(VlcEscape, EncodersRefuseWhatTheirBookCannotExpress) {
   EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(past, 2, 5, &bits, big.get()), moxStatusOk);
 }
 
+// Null pointers by themselves; then offset, spec, linBits, length, each fault with those behind it.
 TEST(VlcEscape, RefusalsInOrder) {
   const Rows rows = mp3PairRows(mp3Table(24));
-  const Decoder plain = decoderOf(rows), tuples = decoderOf(tupleRows(mp3Quads("A"), 1), 4, 1);
+  const Decoder plain = decoderOf(rows), quads = decoderOf(tupleRows(mp3Quads("A"), 1), 4, 1);
   const Encoder encoder = encoderOf(rows);
+  const auto* const noDecoder = reinterpret_cast<MoxVlcDecodeSpec*>(encoder.get());
+  const auto* const noEncoder = reinterpret_cast<MoxVlcEncodeSpec*>(plain.get());
   int16_t values[8] = {};
-  Stream s(std::string(64, '0'), 0);
-  uint8_t* out = const_cast<uint8_t*>(s.at);
-  const uint8_t* nullIn = nullptr;
-  uint8_t* nullOut = nullptr;
-  int32_t bits = 0;
-
-  // Each operation with: what is null, the offset, a spec that fits or not, linBits, len.
-  enum What { nothing, cursor, byte, data, spec };
-  using Call = std::function<moxStatus(What, int32_t*, bool, int32_t, int32_t)>;
-  const auto decoder = [&](auto function, const Decoder& fitting) -> Call {
-    return [&, function](What null, int32_t* k, bool fits, int32_t linBits, int32_t len) {
-      const MoxVlcDecodeSpec* const c = null == spec ? nullptr
-                                        : fits       ? fitting.get()
-                                                     : reinterpret_cast<MoxVlcDecodeSpec*>(encoder.get());
-      const uint8_t* at = s.at;
-      return function(null == cursor ? nullptr
-                      : null == byte ? &nullIn
-                                     : &at,
-                      k, null == data ? nullptr : values, len, linBits, c);
-    };
-  };
-  const auto writer = [&](auto function) -> Call {
-    return [&, function](What null, int32_t* k, bool fits, int32_t linBits, int32_t len) {
-      const MoxVlcEncodeSpec* const c = null == spec ? nullptr
-                                        : fits       ? encoder.get()
-                                                     : reinterpret_cast<MoxVlcEncodeSpec*>(plain.get());
-      uint8_t* at = out;
-      return function(null == data ? nullptr : values, len, linBits,
-                      null == cursor ? nullptr
-                      : null == byte ? &nullOut
-                                     : &at,
-                      k, c);
-    };
-  };
+  Block<uint8_t> stream(64);
+  const Block<uint8_t> before(stream);
+  const uint8_t* in = stream;
+  uint8_t* out = stream;
+  int32_t bits = 77, offset = 8;
   struct Case {
-    Call call;
+    std::function<moxStatus(bool fits, int32_t linBits, int32_t len)> call;
     moxStatus badOffset;
     bool hasLinBits;
     int32_t badLen;
   };
+  const auto decoder = [&](auto op, const Decoder& fitting, moxStatus badOffset, int32_t badLen) -> Case {
+    expectNeedsEveryPointer(op, &in, &offset, values, 0, noDecoder);
+    return {[&, op](bool fits, int32_t, int32_t len) {
+              return op(&in, &offset, values, len, fits ? fitting.get() : noDecoder);
+            },
+            badOffset, false, badLen};
+  };
+  const auto linDecoder = [&](auto op, const Decoder& fitting, int32_t badLen) -> Case {
+    expectNeedsEveryPointer(op, &in, &offset, values, 0, 14, noDecoder);
+    return {[&, op](bool fits, int32_t linBits, int32_t len) {
+              return op(&in, &offset, values, len, linBits, fits ? fitting.get() : noDecoder);
+            },
+            moxStatusVlcBadBitOffset, true, badLen};
+  };
+  const auto writer = [&](bool fits) { return fits ? encoder.get() : noEncoder; };
+  expectNeedsEveryPointer(moxsVLCEncodeEscBlock_AAC_16s1u, values, 0, &out, &offset, noEncoder);
+  expectNeedsEveryPointer(moxsVLCEncodeEscBlock_MP3_16s1u, values, 0, 14, &out, &offset, noEncoder);
+  expectNeedsEveryPointer(moxsVLCCountEscBits_AAC_16s32s, values, 0, &bits, noEncoder);
+  expectNeedsEveryPointer(moxsVLCCountEscBits_MP3_16s32s, values, 0, 14, &bits, noEncoder);
   const Case cases[] = {
-      {decoder([](auto p, auto k, auto d, auto n, auto,
-                  auto c) { return moxsVLCDecodeEscBlock_AAC_1u16s(p, k, d, n, c); },
-               plain),
+      decoder(moxsVLCDecodeEscBlock_AAC_1u16s, plain, moxStatusVlcBadBitOffset, 3),
+      decoder(moxsVLCDecodeUTupleBlock_1u16s, quads, moxStatusVlcError, 6),
+      decoder(moxsVLCDecodeUTupleEscBlock_AAC_1u16s, quads, moxStatusVlcBadBitOffset, 6),
+      linDecoder(moxsVLCDecodeEscBlock_MP3_1u16s, plain, 3),
+      linDecoder(moxsVLCDecodeUTupleEscBlock_MP3_1u16s, quads, 6),
+      {[&](bool fits, int32_t, int32_t len) {
+         return moxsVLCEncodeEscBlock_AAC_16s1u(values, len, &out, &offset, writer(fits));
+       },
        moxStatusVlcBadBitOffset, false, 3},
-      {decoder([](auto p, auto k, auto d, auto n, auto l,
-                  auto c) { return moxsVLCDecodeEscBlock_MP3_1u16s(p, k, d, n, l, c); },
-               plain),
+      {[&](bool fits, int32_t linBits, int32_t len) {
+         return moxsVLCEncodeEscBlock_MP3_16s1u(values, len, linBits, &out, &offset, writer(fits));
+       },
        moxStatusVlcBadBitOffset, true, 3},
-      {decoder([](auto p, auto k, auto d, auto n, auto,
-                  auto c) { return moxsVLCDecodeUTupleBlock_1u16s(p, k, d, n, c); },
-               tuples),
-       moxStatusVlcError, false, 6},
-      {decoder([](auto p, auto k, auto d, auto n, auto,
-                  auto c) { return moxsVLCDecodeUTupleEscBlock_AAC_1u16s(p, k, d, n, c); },
-               tuples),
-       moxStatusVlcBadBitOffset, false, 6},
-      {decoder([](auto p, auto k, auto d, auto n, auto l,
-                  auto c) { return moxsVLCDecodeUTupleEscBlock_MP3_1u16s(p, k, d, n, l, c); },
-               tuples),
-       moxStatusVlcBadBitOffset, true, 6},
-      {writer([](auto d, auto n, auto, auto p, auto k, auto c) {
-         return moxsVLCEncodeEscBlock_AAC_16s1u(d, n, p, k, c);
-       }),
-       moxStatusVlcBadBitOffset, false, 3},
-      {writer([](auto d, auto n, auto l, auto p, auto k, auto c) {
-         return moxsVLCEncodeEscBlock_MP3_16s1u(d, n, l, p, k, c);
-       }),
-       moxStatusVlcBadBitOffset, true, 3},
+      {[&](bool fits, int32_t, int32_t len) {
+         return moxsVLCCountEscBits_AAC_16s32s(values, len, &bits, writer(fits));
+       },
+       moxStatusContextMismatch, false, 3},
+      {[&](bool fits, int32_t linBits, int32_t len) {
+         return moxsVLCCountEscBits_MP3_16s32s(values, len, linBits, &bits, writer(fits));
+       },
+       moxStatusContextMismatch, true, 3},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(&c - cases);
-    int32_t bad = 8, fine = 0;
-    EXPECT_EQ(c.call(nothing, nullptr, false, 14, 0), moxStatusNullPointer);
-    for (const What null : {cursor, byte, data, spec})
-      EXPECT_EQ(c.call(null, &bad, false, 14, 0), moxStatusNullPointer);
-    for (const int32_t k : {8, -1}) {
-      bad = k;
-      EXPECT_EQ(c.call(nothing, &bad, false, 14, 0), c.badOffset);
+    for (const int32_t bad : {8, -1}) {
+      offset = bad;
+      EXPECT_EQ(c.call(false, 14, 0), c.badOffset);
     }
-    EXPECT_EQ(c.call(nothing, &fine, false, 14, 0), moxStatusContextMismatch);
+    offset = 0;
+    EXPECT_EQ(c.call(false, 14, 0), moxStatusContextMismatch);
     for (const int32_t linBits : {-1, 14})
-      EXPECT_EQ(c.call(nothing, &fine, true, linBits, 0),
-                c.hasLinBits ? moxStatusOutOfRange : moxStatusBadSize);
-    for (const int32_t len : {0, -4, c.badLen})
-      EXPECT_EQ(c.call(nothing, &fine, true, 13, len), moxStatusBadSize);
-    EXPECT_EQ(c.call(nothing, &fine, true, 0, 8), moxStatusOk);
+      EXPECT_EQ(c.call(true, linBits, 0), c.hasLinBits ? moxStatusOutOfRange : moxStatusBadSize);
+    for (const int32_t len : {0, -4, c.badLen}) EXPECT_EQ(c.call(true, 13, len), moxStatusBadSize);
   }
-  EXPECT_EQ(moxsVLCDecodeUTupleOne_1u16s(s.pp(), &s.offset, values, plain.get()), moxStatusContextMismatch);
-  EXPECT_EQ(moxsVLCDecodeUTupleBlock_1u16s(s.pp(), &s.offset, values, 8, plain.get()),
-            moxStatusContextMismatch);
-  EXPECT_EQ(s.consumed(), 0);
-
-  const auto* const foreign = reinterpret_cast<MoxVlcEncodeSpec*>(plain.get());
-  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(nullptr, 0, &bits, foreign), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(values, 0, &bits, foreign), moxStatusContextMismatch);
-  EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(values, 3, &bits, encoder.get()), moxStatusBadSize);
-  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, nullptr, foreign), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, &bits, foreign), moxStatusContextMismatch);
-  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 0, 14, &bits, encoder.get()), moxStatusOutOfRange);
-  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(values, 3, 13, &bits, encoder.get()), moxStatusBadSize);
+  expectNeedsEveryPointer(moxsVLCDecodeUTupleOne_1u16s, &in, &offset, values, noDecoder);
+  for (const auto& [k, want] : {std::pair<int32_t, moxStatus>{8, moxStatusVlcError},
+                                {-1, moxStatusVlcError},
+                                {0, moxStatusContextMismatch}}) {
+    offset = k;
+    EXPECT_EQ(moxsVLCDecodeUTupleOne_1u16s(&in, &offset, values, plain.get()), want);
+  }
+  EXPECT_TRUE(in == stream.data() && out == stream.data() && bits == 77);
+  EXPECT_SAME_BITS(stream, before);
 
   // Tuple specs: the shape before the table, the table before its values.
   const Rows two = {{3, 0, 1}, {4, 2, 2}};
   const int32_t width = 2;
   int32_t size = 0;
+  MoxVlcDecodeSpec* spec = nullptr;
+  expectNeedsEveryPointer(moxsVLCDecodeUTupleGetSize_32s, words(two), 0, &width, 1, 3, 1, &size);
+  expectNeedsEveryPointer(moxsVLCDecodeUTupleInit_32s, words(two), 0, &width, 1, 3, 1, quads.get());
+  expectNeedsEveryPointer(moxsVLCDecodeUTupleInitAlloc_32s, words(two), 0, &width, 1, 3, 1, &spec);
   const auto getSize = [&](int32_t n, int32_t tupleSize, int32_t valueBits) {
     return moxsVLCDecodeUTupleGetSize_32s(words(two), n, &width, 1, tupleSize, valueBits, &size);
   };
@@ -453,9 +381,6 @@ TEST(VlcEscape, RefusalsInOrder) {
   EXPECT_EQ(getSize(0, 2, 1), moxStatusVlcError);
   EXPECT_EQ(getSize(2, 2, 1), moxStatusVlcBadTable);  // 4 needs a third bit
   EXPECT_EQ(getSize(2, 4, 6), moxStatusOk);
-  EXPECT_EQ(moxsVLCDecodeUTupleGetSize_32s(words(two), 0, &width, 1, 3, 1, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCDecodeUTupleInit_32s(words(two), 0, &width, 1, 3, 1, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsVLCDecodeUTupleInitAlloc_32s(words(two), 2, nullptr, 1, 2, 2, nullptr), moxStatusNullPointer);
 }
 
 }  // namespace

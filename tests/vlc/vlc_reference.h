@@ -137,7 +137,7 @@ struct Symbol {
 };
 using Book = std::vector<Symbol>;
 
-// The lines of a table whose first column is `key` (all when empty); the value columns end at an empty field.
+// The lines of a table whose first column is `key`; the value columns end at an empty field.
 inline Book readBook(const std::string& file, const std::string& key, size_t firstValue, size_t valueCount,
                      size_t lengthColumn, size_t codeColumn) {
   std::ifstream in(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + file);
@@ -148,7 +148,7 @@ inline Book readBook(const std::string& file, const std::string& key, size_t fir
     std::vector<std::string> fields;
     std::stringstream stream(line);
     for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
-    if (!key.empty() && fields[0] != key) continue;
+    if (fields[0] != key) continue;
     Symbol symbol;
     for (size_t i = firstValue; i < firstValue + valueCount && !fields[i].empty(); ++i)
       symbol.values.push_back(std::stoi(fields[i]));
@@ -158,7 +158,6 @@ inline Book readBook(const std::string& file, const std::string& key, size_t fir
   return book;
 }
 inline Book aacBook(int32_t n) { return readBook("aac_huffman_spectral.csv", std::to_string(n), 1, 4, 6, 7); }
-inline Book aacScaleFactorBook() { return readBook("aac_huffman_scalefactor.csv", "", 0, 1, 1, 2); }
 inline Book mp3Table(int32_t n) { return readBook("mp3_huffman_pairs.csv", std::to_string(n), 1, 2, 3, 4); }
 inline Book mp3Quads(const std::string& ab) { return readBook("mp3_huffman_quads.csv", ab, 1, 4, 5, 6); }
 
