@@ -22,8 +22,8 @@ class BitReservoir {
   std::optional<Bytes> assemble(Bytes own, size_t mainDataBegin);
 
   // A Huffman decoder notices only at the end of the big values that its data ran out: 288 pairs of at most
-  // 47 bits, and what its bit window looks ahead.
-  static constexpr size_t kPad = 288 * 47 / 8 + 64;
+  // 36 bits (code word, 13 linbits and a sign each), and what its bit window looks ahead.
+  static constexpr size_t kPad = 288 * 36 / 8 + 64;
 
  private:
   static constexpr size_t kMaxBegin = 511;

@@ -26,9 +26,9 @@ std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& opti
                                           const std::string& name) {
   if (bytes.empty()) throw Failure(name + ": is empty");
   TaggedAudio tagged = stripTags(bytes);
-  for (const Bytes start : {bytes, tagged.audio})
-    if (const std::string foreign = foreignFormat(start); !foreign.empty())
-      throw Failure(name + ": is " + foreign + ", which is not decoded");
+  std::string foreign = foreignFormat(bytes);
+  if (foreign.empty()) foreign = foreignFormat(tagged.audio);
+  if (!foreign.empty()) throw Failure(name + ": is " + foreign + ", which is not decoded");
 
   // Each decoder says whether the bytes are its own. A tag of damaged length may have swallowed the stream,
   // so all bytes are offered in a second round.

@@ -1,5 +1,5 @@
 target_link_libraries(bench_apps PRIVATE mox_parts)
-foreach(peer libmpg123 libavcodec mad)
+foreach(peer libmpg123 libavcodec mad faad2)
   string(TOUPPER ${peer} prefix)
   pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${peer})
   if(${prefix}_FOUND)

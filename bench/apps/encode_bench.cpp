@@ -45,7 +45,7 @@ void finish(benchmark::State& state, size_t bytes, double kilobits) {
                                                   benchmark::Counter::kIsRate);
 }
 
-void benchMox(benchmark::State& state) {
+void benchEncode(benchmark::State& state) {
   std::vector<uint8_t> stream;
   for (auto _ : state) {
     stream.clear();
@@ -55,7 +55,7 @@ void benchMox(benchmark::State& state) {
   }
   finish(state, stream.size(), 128);
 }
-BENCHMARK(benchMox)->Unit(benchmark::kMillisecond);
+BENCHMARK(benchEncode)->Unit(benchmark::kMillisecond);
 
 #ifdef HAVE_LAME
 void benchLame(benchmark::State& state) {

@@ -1,0 +1,76 @@
+// Whole AAC streams decoded from memory to memory, beside other decoders.
+#include "apps/decode_bench.h"
+#include "mox/aac_stream.h"
+
+#ifdef HAVE_FAAD2
+#include <neaacdec.h>
+#endif
+
+namespace {
+
+using namespace moxbench;
+
+struct Aac {
+  using Scanner = mox::AdtsScanner;
+  using Frame = mox::AdtsFrame;
+  // 128 kbit/s stereo, 144 kbit/s stereo with many short windows, 320 kbit/s 5.1.
+  static constexpr const char* kStreams[] = {"aac_44100_stereo128.aac", "aac_44100_short_crc.aac",
+                                             "aac_48000_51_320.aac"};
+  static int64_t samples(const Frame&) { return mox::kAacSamples; }
+  static int32_t rate(const Frame& frame) { return frame.header.rate(); }
+};
+
+// Syntax and noiseless decoding only.
+void benchMoxBlocks(benchmark::State& state) {
+  const Stream<Aac>& input = streamOf<Aac>(state);
+  int64_t decoded = 0;
+  mox::AacBlock block;
+  for (auto _ : state) {
+    decoded = 0;
+    const auto blocks = mox::AacStream::open(input.bytes);
+    while (blocks->next(block) == mox::AacEvent::block) decoded += mox::kAacSamples;
+  }
+  finish<Aac>(state, decoded);
+}
+
+#ifdef HAVE_FAAD2
+void benchFaad(benchmark::State& state, unsigned char format) {
+  const Stream<Aac>& input = streamOf<Aac>(state);
+  int64_t decoded = 0;
+  for (auto _ : state) {
+    const NeAACDecHandle decoder = NeAACDecOpen();
+    NeAACDecConfigurationPtr config = NeAACDecGetCurrentConfiguration(decoder);
+    config->outputFormat = format;
+    NeAACDecSetConfiguration(decoder, config);
+    unsigned long rate;
+    unsigned char channels;
+    NeAACDecInit(decoder, const_cast<uint8_t*>(input.frames[0].bytes.data()), input.frames[0].bytes.size(),
+                 &rate, &channels);
+    decoded = 0;
+    NeAACDecFrameInfo info;
+    for (const mox::AdtsFrame& source : input.frames) {
+      benchmark::DoNotOptimize(
+          NeAACDecDecode(decoder, &info, const_cast<uint8_t*>(source.bytes.data()), source.bytes.size()));
+      if (info.channels != 0) decoded += static_cast<int64_t>(info.samples) / info.channels;
+    }
+    NeAACDecClose(decoder);
+  }
+  finish<Aac>(state, decoded);
+}
+#endif
+
+constexpr auto benchMoxAac = benchMox<Aac>;
+BENCHMARK_CAPTURE(benchMoxAac, s16, false)->Apply(setUp);
+BENCHMARK_CAPTURE(benchMoxAac, f32, true)->Apply(setUp);
+BENCHMARK(benchMoxBlocks)->Apply(setUp);
+#ifdef HAVE_LIBAVCODEC
+constexpr auto benchAvcodecAac = benchAvcodec<Aac>;
+BENCHMARK_CAPTURE(benchAvcodecAac, float, "aac")->Apply(setUp);
+BENCHMARK_CAPTURE(benchAvcodecAac, fixed, "aac_fixed")->Apply(setUp);
+#endif
+#ifdef HAVE_FAAD2
+BENCHMARK_CAPTURE(benchFaad, s16, FAAD_FMT_16BIT)->Apply(setUp);
+BENCHMARK_CAPTURE(benchFaad, f32, FAAD_FMT_FLOAT)->Apply(setUp);
+#endif
+
+}  // namespace
