@@ -6,9 +6,11 @@
 
 #include "apps/decode_bytes.h"
 #include "apps/streams.h"
+#include "fuzz/mp3_encode_driver.h"
 #include "mox/mp3_encoder.h"
 #include "mox/mp3_scanner.h"
 #include "mox/vbr_header.h"
+#include "support/block.h"
 
 namespace {
 
@@ -127,6 +129,14 @@ TEST(Mp3Encoder, ConstantRateIsTheRateAndPiecesDoNotMatter) {
   EXPECT_EQ(*info->frames, frames);
   EXPECT_EQ(length, stream.size());
   EXPECT_NEAR(static_cast<double>(length) / (frames + 1), 144.0 * 96000 / 44100, 0.5);
+}
+
+// The fuzzer's driver over chance inputs, in the ordinary run.
+TEST(Mp3Encoder, ChanceInputs) {
+  for (int64_t size = 1; size < 4000; size += 37) {
+    const moxtest::Block<uint8_t> input(size);
+    moxac::fuzzMp3Encode(input.data(), static_cast<size_t>(size));
+  }
 }
 
 TEST(Mp3Encoder, SilenceAndFullScaleAreSound) {
