@@ -48,31 +48,34 @@ MOX_INLINE void dft4(Complex<L> (&a)[4]) {
   dft4(a[0], a[1], a[2], a[3]);
 }
 
-template <class L>
-MOX_INLINE void dft8(Complex<L> (&a)[8]) {
-  const typename L::V half = L::splat(std::numbers::sqrt2_v<float> / 2);
-  Complex<L> even[4], odd[4];
-  for (int n = 0; n < 4; ++n) {
-    even[n] = a[n] + a[n + 4];
-    odd[n] = a[n] - a[n + 4];
+// Eight points from load(n, four), which fills in points n, n+1, n+4 and n+5, to store(k, value): four points of
+// the sums, then of the differences, which are turned by n eighths; the sign of the last factor and the
+// quarter turn go into the next sums.
+template <class L, class LoadFour, class Store>
+MOX_INLINE void dft8(LoadFour&& loadFour, Store&& store) {
+  Complex<L> sum[4], odd[4];
+  for (int n = 0; n < 4; n += 2) {
+    Complex<L> a[4];
+    loadFour(n, a);
+    for (int i = 0; i < 2; ++i) {
+      sum[n + i] = a[i] + a[i + 2];
+      odd[n + i] = a[i] - a[i + 2];
+    }
   }
-  // The odd outputs: odd[n] times exp(-2*pi*i*n/8); the sign of the last factor and the quarter turn of
-  // odd[2] go into the sums.
+  dft4(sum);
+  for (int k = 0; k < 4; ++k) store(2 * k, sum[k]);
+
+  const typename L::V half = L::splat(std::numbers::sqrt2_v<float> / 2);
   const Complex<L> turned1 = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
   const Complex<L> turned3 = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * half};
   const Complex<L> s02 = {odd[0].re + odd[2].im, odd[0].im - odd[2].re};
   const Complex<L> d02 = {odd[0].re - odd[2].im, odd[0].im + odd[2].re};
   const Complex<L> s13 = {turned1.re + turned3.re, turned1.im - turned3.im};
   const Complex<L> d13 = {turned1.re - turned3.re, turned1.im + turned3.im};
-  dft4(even[0], even[1], even[2], even[3]);
-  a[0] = even[0];
-  a[2] = even[1];
-  a[4] = even[2];
-  a[6] = even[3];
-  a[1] = s02 + s13;
-  a[3] = {d02.re + d13.im, d02.im - d13.re};
-  a[5] = s02 - s13;
-  a[7] = {d02.re - d13.im, d02.im + d13.re};
+  store(1, s02 + s13);
+  store(3, Complex<L>{d02.re + d13.im, d02.im - d13.re});
+  store(5, s02 - s13);
+  store(7, Complex<L>{d02.re - d13.im, d02.im + d13.re});
 }
 
 // A block: eight real parts, then eight imaginary parts.
@@ -129,16 +132,17 @@ MOX_INLINE Complex<L> splatPair(const float* w) {
 }
 
 // The transform of 2^kBits blocks from load(n) to store(k, block). Eight fill the registers, therefore four points
-// of the even and of the odd inputs, and outputs leave as they are formed.
+// of the even and of the odd inputs, and outputs leave as they are formed: 0 4 1 5 2 6 3 7.
 template <int kBits, class Load, class Store>
 MOX_INLINE void dftBlocks(Load&& load, Store&& store) {
-  Complex8 even[4];
-  for (int n = 0; n < 4; ++n) even[n] = load(n << (kBits - 2));
-  dft4(even);
   if constexpr (kBits == 2) {
-    for (int k = 0; k < 4; ++k) store(k, even[k]);
+    Complex8 a[4] = {load(0), load(1), load(2), load(3)};
+    dft4(a);
+    for (int k = 0; k < 4; ++k) store(k, a[k]);
   } else {
     const f32x8 half = splat8(std::numbers::sqrt2_v<float> / 2);
+    Complex8 even[4] = {load(0), load(2), load(4), load(6)};
+    dft4(even);
     Complex8 odd[4] = {load(1), load(3), load(5), load(7)};
     dft4(odd);
     odd[1] = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
@@ -153,30 +157,20 @@ MOX_INLINE void dftBlocks(Load&& load, Store&& store) {
 
 // Eight rows of eight columns: the transform down the columns, outputs twiddled (seven blocks from `twiddles`
 // on, for rows 1 to 7) and transposed. load(r) gives row r in lane order; store(c, block) takes column c, its
-// outputs in lane order. Written in two halves, outputs 0 1 4 5 and then 2 3 6 7, so that additions, products
-// and shuffles alternate often enough to run side by side.
+// outputs in lane order. Each half is transposed as soon as it is there, so that additions, products and
+// shuffles alternate often enough to run side by side.
 template <class Load, class Store>
 MOX_INLINE void transposingDft8(const float* twiddles, Load&& load, Store&& store) {
-  Complex8 even[4] = {load(0), load(2), load(4), load(6)};
-  dft4(even);
-  Complex8 odd[4] = {load(1), load(3), load(5), load(7)};
-  dft4(odd);
-  const f32x8 half = splat8(std::numbers::sqrt2_v<float> / 2);
-  const auto twiddle = [&](int row) MOX_ALWAYS { return loadBlock(twiddles + (row - 1) * kBlockFloats); };
-
-  const Complex8 odd1 = {(odd[1].re + odd[1].im) * half, (odd[1].im - odd[1].re) * half};
-  Complex8 a[4] = {even[0] + odd[0], (even[1] + odd1) * twiddle(1), (even[0] - odd[0]) * twiddle(4),
-                   (even[1] - odd1) * twiddle(5)};
-  transposeHalves(a[0], a[1], a[2], a[3]);
-
-  const Complex8 odd2 = quarterTurn(odd[2]);
-  const Complex8 odd3 = {(odd[3].im - odd[3].re) * half, (odd[3].re + odd[3].im) * -half};
-  Complex8 b[4] = {(even[2] + odd2) * twiddle(2), (even[3] + odd3) * twiddle(3),
-                   (even[2] - odd2) * twiddle(6), (even[3] - odd3) * twiddle(7)};
-  transposeHalves(b[0], b[1], b[2], b[3]);
+  Complex8 a[8];
+  dftBlocks<3>(load, [&](int k, Complex8 block) MOX_ALWAYS {
+    a[k] = k == 0 ? block : block * loadBlock(twiddles + (k - 1) * kBlockFloats);
+    if (k == 5) transposeHalves(a[0], a[1], a[4], a[5]);
+    if (k == 7) transposeHalves(a[2], a[3], a[6], a[7]);
+  });
   for (int i = 0; i < 4; ++i) {
-    store(kLaneOrder[i], lowerHalves(a[i], b[i]));
-    store(kLaneOrder[i + 4], upperHalves(a[i], b[i]));
+    const Complex8 first = a[kLaneOrder[i]], second = a[kLaneOrder[i + 4]];
+    store(kLaneOrder[i], lowerHalves(first, second));
+    store(kLaneOrder[i + 4], upperHalves(first, second));
   }
 }
 

@@ -1,13 +1,13 @@
 // The arithmetic of the FFT engine, from straight-line transforms to those larger than the caches.
 //
-// A transform of N = 8*M points (order 13 to 18) reads its input as eight rows of M columns. The first pass
+// A transform of N = 8*M points (order 12 to 18) reads its input as eight rows of M columns. The first pass
 // takes eight points down every column, twiddles them, and transposes: what is left are eight independent
 // transforms of M points, one in every lane of M blocks. Passes over the blocks split them in place, without
 // a shuffle and with the same twiddle for all lanes, until butterflies of four or eight blocks remain; the
 // last pass does those, reading blocks in order and writing them where the bit-reversed index says, which is
 // natural order. Part by part they stay in the first-level cache.
 //
-// Orders 7 to 12 transpose in the last pass, which has the fewest products (fft_medium.h).
+// Orders 7 to 11 transpose in the last pass, which has the fewest products (fft_medium.h).
 #pragma once
 
 #include "transform/fft.h"

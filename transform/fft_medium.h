@@ -1,4 +1,4 @@
-// Transforms of 128 to 4096 points (order 7 to 12).
+// Transforms of 128 to 2048 points (order 7 to 11).
 //
 // A pass reads 2^n points as four or eight rows, takes four or eight points down every column, eight columns in
 // the lanes, twiddles them, and leaves output k in the row whose number is k with its bits reversed. Every row
@@ -62,20 +62,23 @@ MOX_INLINE void loadColumns(const float* rows, int64_t apart, f32x8& a, f32x8& b
   d = pair(3);
   transposeHalves(a, b, c, d);
 }
+template <bool kLast>
+MOX_INLINE void loadColumns(const float* rows, int64_t apart, Complex8 (&a)[4]) {
+  loadColumns<kLast>(rows, apart, a[0].re, a[1].re, a[2].re, a[3].re);
+  loadColumns<kLast>(rows + 8, apart, a[0].im, a[1].im, a[2].im, a[3].im);
+}
 
 // store(k, block) takes points 8*k..8*k+7 of the result in lane order.
 template <int kOrder, class Store>
 MOX_INLINE void transposingPass(const float* blocks, const int32_t* bitReversal, Store&& store) {
   constexpr int64_t kCount = int64_t{1} << (kOrder - 6), kApart = kCount * kBlockFloats;
   for (int64_t i = 0; i < kCount; ++i, blocks += kBlockFloats) {
-    Complex8 a[8];
-    loadColumns<false>(blocks, kApart, a[0].re, a[1].re, a[4].re, a[5].re);
-    loadColumns<false>(blocks + 8, kApart, a[0].im, a[1].im, a[4].im, a[5].im);
-    loadColumns<true>(blocks, kApart, a[2].re, a[3].re, a[6].re, a[7].re);
-    loadColumns<true>(blocks + 8, kApart, a[2].im, a[3].im, a[6].im, a[7].im);
     const int64_t k = bitReversal[i] >> 5;  // i reversed in kOrder - 6 bits
-    dftBlocks<3>([&](int n) MOX_ALWAYS { return a[n]; },
-                 [&](int j, Complex8 block) MOX_ALWAYS { store(k + j * kCount, block); });
+    dft8<Lanes8>(
+        [&](int n, Complex8(&a)[4]) MOX_ALWAYS {
+          n == 0 ? loadColumns<false>(blocks, kApart, a) : loadColumns<true>(blocks, kApart, a);
+        },
+        [&](int j, Complex8 block) MOX_ALWAYS { store(k + j * kCount, block); });
   }
 }
 
@@ -99,10 +102,8 @@ MOX_INLINE void transformMedium(const FftSpec& spec, float* work, const Load& lo
       return transformMedium<9>(spec, work, load, store);
     case 10:
       return transformMedium<10>(spec, work, load, store);
-    case 11:
-      return transformMedium<11>(spec, work, load, store);
     default:
-      return transformMedium<12>(spec, work, load, store);
+      return transformMedium<11>(spec, work, load, store);
   }
 }
 

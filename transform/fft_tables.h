@@ -89,9 +89,9 @@ constexpr float* fillPassTwiddles(float* table, const Twiddles& twiddles, int64_
   return table;
 }
 
-// Orders 7 to 12: the passes over 2^logPoints points split them in four or eight rows until eight points are
+// Orders 7 to 11: the passes over 2^logPoints points split them in four or eight rows until eight points are
 // left, as few passes as can be.
-constexpr int32_t kFftLastMediumOrder = 12;
+constexpr int32_t kFftLastMediumOrder = 11;
 constexpr int passBits(int logPoints) { return logPoints % 3 == 0 ? 3 : 2; }
 constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int32_t order) {
   for (int log = order; log > 3; log -= passBits(log))
@@ -104,7 +104,7 @@ constexpr int reversed(int k, int bits) {
   return bits == 2 ? k % 2 * 2 + k / 2 : k % 2 * 4 + k / 2 % 2 * 2 + k / 4;
 }
 
-// From order 13 on: the passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are
+// From order 12 on: the passes down a column of 2^logLength blocks split it in four, until 4 or 8 blocks are
 // left to the last.
 constexpr int lastBits(int logLength) { return logLength % 2 == 0 ? 2 : 3; }
 constexpr int64_t columnPassFloats(int logLength) { return (int64_t{1} << (logLength - 2)) * 6; }

@@ -43,7 +43,11 @@ MOX_INLINE void shortTransform(Complex1 (&z)[kPoints]) {
   else if constexpr (kPoints == 9)
     dft9(z);
   else
-    dft8(z);
+    dft8<Lanes1>(
+        [&](int n, Complex1(&four)[4]) {
+          for (int i = 0; i < 4; ++i) four[i] = z[n + i % 2 + i / 2 * 4];
+        },
+        [&](int k, Complex1 value) { z[k] = value; });
 }
 
 template <int kPoints>
