@@ -6,6 +6,8 @@
  * caller's. MPEG-1 is ISO/IEC 11172-3, MPEG-2 (lower sampling frequencies) ISO/IEC 13818-3; the unofficial
  * extension to still lower rates is not recognised: its header parses as MPEG-2.
  *
+ * An encoder's order of calls is told where its operations begin.
+ *
  * Nothing is kept between calls but in the caller's records and buffers: any number of threads may call any of
  * these operations, on data of their own.
  */
@@ -153,7 +155,8 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * hufSize           bits of Huffman data: part23Len less those of the scale factors
  * pSfbTableLong     6 rows of 23 long-band starts, the last 576; row id*3 + samplingFreq: MPEG-2 at 22.05,
  *                   24, 16 kHz, MPEG-1 at 44.1, 48, 32 kHz. The first form has the standards' own.
- * pSfbTableShort    6 rows of 14 short-band starts in lines of one window
+ * pSfbTableShort    6 rows of 14 short-band starts in lines of one window. Tables of no sense give a spectrum of
+ *                   no sense; nothing outside the arrays is touched.
  * pMbpTable         6 rows of 2: long bands in the long part of a mixed block (0..22, the nearer end is taken
  *                   outside); short band-windows by which region 0 reaches into its short part
  *
@@ -184,11 +187,12 @@ MOXAC_API moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream,
  * moxStatusMp3SideInfoErr     bigVals not 0..288, blockType not 0..3, winSwitch or cnt1TabSel not 0 or 1
  * moxStatusMp3FrameHeaderErr  id not 0 or 1, layer not 1, samplingFreq not 0..2
  * moxStatusMp3SideInfoErr     winSwitch 1 with blockType 0; winSwitch 0 with a negative region count or their
- *                             sum above 20
+ *                             sum above 20. Up to here nothing is written.
  * moxStatusMp3SideInfoErr     a table number not 0..31, looked at when its region's turn comes: the lines and
  *                             the cursor hold what earlier regions gave (with hufSize 0: nothing is written)
  * moxStatusBadData            the big values took more than hufSize bits: the lines below 2*bigVals are as
- *                             decoded, the cursor stands after the last code read
+ *                             decoded, the others and *pDstNonZeroBound as they were; the cursor stands after
+ *                             the last code read
  *
  * moxsHuffmanDecodeSfbMbp_MP3_1u32s checks in another order:
  * moxStatusNullPointer        any pointer, or *ppBitStream, is null
@@ -347,7 +351,13 @@ enum {
  *
  *   xr = sign(is) |is|^(4/3) 2^((globGain - 210 - 8 subBlockGain[window]) / 4) 2^(-m (sf + preFlag pretab))
  *
- * with m = 1/2 (sfScale 0) or 1, subBlockGain for short windows only, pretab for long bands only.
+ * with m = 1/2 (sfScale 0) or 1, subBlockGain for short windows only, pretab for long bands only. Then
+ *
+ *   M/S:                              L = (M + S) / sqrt 2,  R = (M - S) / sqrt 2
+ *   intensity, MPEG-1, position p:    L = X r / (1 + r),  R = X / (1 + r),  r = tan(p pi / 12);  p = 6: L = X, R = 0
+ *   MPEG-2, p even:                   L = X,  R = X i^(p/2);   p odd:  L = X i^((p+1)/2),  R = X
+ *
+ * with i = 2^(-1/4), or 2^(-1/2) where the low bit of the right channel's sfCompress is set.
  *
  * pSrcDstIsXr    576 values per channel, channel 0 first: quantised lines as the Huffman decoder leaves them;
  *                replaced by lines in Q26. A short block's lines, coded band by band and window by window,
@@ -427,6 +437,9 @@ MOXAC_API moxStatus moxsMDCTInvWindow_MP3_32s(const int32_t* pSrcXr, int32_t* pD
 
 /* Polyphase synthesis of one time slot: 32 sub-band samples become 32 samples. ISO/IEC 11172-3, 2.4.3.2.2.
  *
+ *   v_i = sum over k < 32 of S_k cos(pi (16 + i)(2k + 1) / 64),  i = 0..63, of this slot (age 0) and of 15 before it
+ *   out_j = sum over ages a < 16 of D[32 a + j] v_(j + 32 (a mod 2)) of age a,  D the window of Table B.3
+ *
  * pSrcXs        32 sub-band samples, Q26, lowest band first
  * pDstAudioOut  32 samples, rounded to nearest and saturated, at 0, stride, ... 31*stride; what lies between
  *               is not touched
@@ -488,6 +501,10 @@ MOXAC_API moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pD
 
 /* Polyphase analysis of one time slot, the partner of moxsSynthPQMF_MP3_32s16s. ISO/IEC 11172-3, Annex C.
  *
+ *   S_k = sum over i < 64 of cos(pi (2k + 1)(i - 16) / 64) sum over a < 8 of C[64 a + i] x_(64 a + i)
+ *
+ * with x_0 the newest sample, x_511 the oldest, and C the window of Table C.1.
+ *
  * pSrcAudioIn  32 samples, earliest first, at 0, stride, ... 31*stride
  * pDstXs       32 sub-band samples, Q26, lowest band first
  * pXBuffer     512 words of history, zero before the first slot: the bit patterns of floats, in an order of
@@ -530,7 +547,8 @@ MOXAC_API moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, 
  *
  * An MPEG-1 encoder feeds moxsPsychoacousticModelTwo_MP3_16s one granule ahead of moxsAnalysisPQMF_MP3_16s32s and
  * moxsMDCTFwd_MP3_32s, whose block type the model gives; then, a frame at a time, moxsJointStereoEncode_MP3_32s_I
- * and moxsQuantize_MP3_32s_I; then the packers and moxsHuffmanEncode_MP3_32s1u write what these decided. */
+ * and moxsQuantize_MP3_32s_I; then the packers and moxsHuffmanEncode_MP3_32s1u write what these decided. None of the
+ * three reads or writes past the arrays given. */
 
 /* What the model says of one granule of one channel: energies and masking thresholds by scale-factor band, in units
  * in which a sine of half a 16-bit step has energy 1 in the spectral line that it falls on. Coding noise of
@@ -540,9 +558,8 @@ typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
   float thresholdLong[21];     /* never below the threshold in quiet */
   float energyShort[12][3];    /* of three 256-point spectra, by band and window */
   float thresholdShort[12][3]; /* likewise */
-  float
-      perceptualEntropy; /* bits that the granule's audible part holds: half log2(energy / threshold) a line */
-  int32_t blockType;     /* 0 normal, 1 start, 2 short, 3 stop */
+  float perceptualEntropy;     /* bits of what is audible: half log2(energy / threshold) a line */
+  int32_t blockType;           /* 0 normal, 1 start, 2 short, 3 stop */
 } MoxMp3PsychoacousticModelTwoAnalysis;
 
 /* What the model keeps between granules, of both channels; all zero before the first. A copy continues where the
@@ -586,8 +603,8 @@ MOXAC_API moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioI
  * pSrcDstXr       576 lines in Q26 for granule 0 left, granule 0 right, granule 1 left, granule 1 right, as
  *                 moxsMDCTFwd_MP3_32s gives them; M replaces left, S right
  * pSrcDstPsyInfo  the four records in the same order. With mid/side the energies and thresholds of the block type in
- *                 use become those of M and S, in units of the spectrum: each of M and S may hold the noise that the
- *                 more sensitive of left and right allows in the band.
+ *                 use become those of M and S, their spectra's energies in the model's units: each of M and S may
+ *                 hold the noise that the more sensitive of left and right allows in the band.
  * pFrameHeader    id, samplingFreq and mode are looked at; modeExt becomes 2 (mid/side) or 0
  *
  * Mid/side is chosen when the frame's lines hold fewer bits that way: half log2(1 + energy / threshold) each, above
@@ -624,8 +641,10 @@ MOXAC_API moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
  * constantRate     1: spends about meanBits on a frame, more of a full reservoir when the frame needs more. 0: takes
  *                  the fewest bits that keep all noise at or below the thresholds, up to resBits + meanBits; a
  *                  caller with another quality in mind scales the thresholds.
- * pPsyInfo         2C records; thresholds of the block type in use, and the type, are looked at. Blocks are never
- *                  mixed.
+ * pPsyInfo         2C records; energies and thresholds of the block type in use, and the type, are looked at. Noise
+ *                  may be threshold / energy times what the band holds of the spectrum, in short blocks no more than
+ *                  twice the threshold itself. Any values will do: the ratio is kept between 10^-12 and 10^9.
+ *                  Blocks are never mixed.
  * pFrameHeader     id, layer, samplingFreq and mode are looked at
  *
  * Noise is shaped by the thresholds first: a run of lines x with noise n needs the step (n / (0.148 sum of
