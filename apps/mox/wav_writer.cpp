@@ -1,9 +1,12 @@
 #include "mox/wav_writer.h"
 
 #include <sndfile.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mox/failure.h"
@@ -44,15 +47,15 @@ std::vector<int> speakersOf(uint32_t mask) {
 }  // namespace
 
 WavWriter::WavWriter(int descriptor, const AudioFormat& format, bool floatSamples, int64_t expectedSamples)
-    : channels_(format.channels) {
+    : descriptor_(descriptor), channels_(format.channels) {
   const int64_t sampleBytes = int64_t{format.channels} * (floatSamples ? 4 : 2);
-  const bool large = expectedSamples > kWavBytes / sampleBytes;
-  limit_ = large ? INT64_MAX : kWavBytes / sampleBytes;
+  large_ = expectedSamples > kWavBytes / sampleBytes;
+  limit_ = large_ ? INT64_MAX : kWavBytes / sampleBytes;
 
   SF_INFO info{};
   info.samplerate = format.rate;
   info.channels = format.channels;
-  info.format = (large                     ? SF_FORMAT_RF64
+  info.format = (large_                    ? SF_FORMAT_RF64
                  : format.channelMask != 0 ? SF_FORMAT_WAVEX
                                            : SF_FORMAT_WAV) |
                 (floatSamples ? SF_FORMAT_FLOAT : SF_FORMAT_PCM_16);
@@ -87,6 +90,14 @@ void WavWriter::close() {
   SNDFILE* const file = file_;
   file_ = nullptr;
   if (sf_close(file) != 0) throw Failure("writing WAV: the file could not be completed");
+  if (!large_) return;
+  // RF64 has the peak chunk all the same: name, length and version, then the time of day.
+  std::array<char, 256> head{};
+  const ssize_t got = pread(descriptor_, head.data(), head.size(), 0);
+  const size_t peak =
+      std::string_view(head.data(), static_cast<size_t>(std::max<ssize_t>(got, 0))).find("PEAK");
+  if (peak != std::string_view::npos && pwrite(descriptor_, "\0\0\0", 4, static_cast<off_t>(peak) + 12) != 4)
+    failWithSystemError("writing WAV");
 }
 
 }  // namespace mox

@@ -28,6 +28,8 @@ class WavWriter {
   [[noreturn]] void fail() const;
 
   sf_private_tag* file_ = nullptr;
+  int descriptor_;
+  bool large_ = false;
   int32_t channels_;
   int64_t limit_;  // samples per channel that the header can count
   int64_t samples_ = 0;

@@ -1,20 +1,21 @@
 #!/usr/bin/env python3
 """What mox encode writes, decoded by mpg123, ffmpeg and mox: no warning, and as many samples as went in.
 
-encode_peers.py MOX. Leaves out what is not installed; exit code 77 (skipped) when nothing is.
+encoder_peers.py MOX. Leaves out what is not installed; exit code 77 (skipped) when nothing is.
 """
+import array
 import math
 import os
 import random
 import shutil
-import struct
 import subprocess
 import sys
 import tempfile
 
-MOX = sys.argv[1]
+from mp3_peers import MOX, write_wav
+
 OPTIONS = [["-b", str(b), "-m", m] for b in (32, 64, 96, 128, 192, 320) for m in ("joint", "stereo", "mono")]
-OPTIONS += [["-V", str(q)] for q in (0, 3, 6, 9)]
+OPTIONS += [["-V", str(q)] for q in range(10)]
 
 DECODERS = {
     "mpg123": lambda mp3: ["mpg123", "-s", "-e", "s16", mp3],
@@ -24,19 +25,16 @@ DECODERS = {
 COMPLAINTS = ("warn", "error", "invalid", "illegal", "missing", "overread", "resync", "big value", "overflow")
 
 
-def write_wav(path, rate, samples):
+def test_signal(rate, samples):
     """Two channels: chords, clicks, silence, noise at full scale; each a quarter."""
     noise = random.Random(rate)
-    data = bytearray()
+    values = array.array("h")
     for i in range(samples):
         part = 4 * i // samples
-        x = [9000 * math.sin(0.05 * i) + 5000 * math.sin(0.21 * i), 20000 * noise.uniform(-1, 1) * math.exp(-(i % 4000) / 100),
-             0, noise.choice((-32768, 32767))][part]
-        data += struct.pack("<hh", int(x), int(x * 0.6) if part != 3 else noise.choice((-32768, 32767)))
-    header = struct.pack("<4sI4s4sIHHIIHH4sI", b"RIFF", 36 + len(data), b"WAVE", b"fmt ", 16, 1, 2, rate, 4 * rate, 4, 16,
-                         b"data", len(data))
-    with open(path, "wb") as f:
-        f.write(header + data)
+        x = (9000 * math.sin(0.05 * i) + 5000 * math.sin(0.21 * i),
+             20000 * noise.uniform(-1, 1) * math.exp(-(i % 4000) / 100), 0, noise.choice((-32768, 32767)))[part]
+        values.extend((int(x), int(x * 0.6) if part != 3 else noise.choice((-32768, 32767))))
+    return values
 
 
 def main():
@@ -49,7 +47,7 @@ def main():
     with tempfile.TemporaryDirectory() as scratch:
         for rate, samples in ((44100, 30001), (48000, 28800), (32000, 17777)):
             wav, mp3 = os.path.join(scratch, "in.wav"), os.path.join(scratch, "out.mp3")
-            write_wav(wav, rate, samples)
+            write_wav(wav, rate, 2, test_signal(rate, samples))
             for options in OPTIONS:
                 subprocess.run([MOX, "encode", "-q", *options, wav, mp3], check=True)
                 expected = samples * (2 if "mono" in options else 4)
