@@ -9,10 +9,13 @@
 #include "aac/mdct_reference.h"
 #include "moxac/aac.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
 using moxtest::Block;
+using moxtest::expectNeedsEveryPointer;
+using moxtest::expectNeedsPointers;
 using moxtest::FrameReference;
 
 constexpr double kTimeUnit = 1 << MOX_AAC_TIME_FRAC_BITS;
@@ -122,16 +125,16 @@ TEST(Ltp, RefusesInTheDocumentedOrder) {
   }
   EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 0, 2, 0, &ltp, buffer), moxStatusOutOfRange);
   EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, &ltp, buffer), moxStatusAacWinSeqError);
-  EXPECT_EQ(moxsLongTermPredict_AAC_32s(h, X, 4, 2, 0, nullptr, buffer), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsLongTermPredict_AAC_32s, h, X, 4, 2, 0, &ltp, buffer);
   EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 15, 4, &ltp, nullptr), moxStatusAacMaxSfbError);
   EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 15, 12, &ltp, nullptr), moxStatusAacSampleRateError);
   EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 2, 52, 12, &ltp, nullptr), moxStatusAacMaxSfbError);
   EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, -1, 52, 12, &ltp, nullptr), moxStatusAacWinSeqError);
-  EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(nullptr, X, -1, 52, 12, &ltp, nullptr), moxStatusNullPointer);
+  expectNeedsPointers(moxsLongTermReconstruct_AAC_32s, 6, h, X, -1, 52, 12, &ltp, nullptr);
+  expectNeedsEveryPointer(moxsLtpUpdate_AAC_32s, X, X, h);
   MoxAacTnsInfo tns{};
   tns.tnsDataPresent = 1, tns.nFilt[0] = 4;
   EXPECT_EQ(moxsLongTermReconstruct_AAC_32s(h, X, 0, 40, 4, &ltp, &tns), moxStatusAacTnsNumFiltError);
-  EXPECT_EQ(moxsLtpUpdate_AAC_32s(X, X, nullptr), moxStatusNullPointer);
   EXPECT_SAME_BITS(X, was);
 }
 

@@ -10,11 +10,13 @@
 #include "aac/mdct_reference.h"
 #include "moxac/aac.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
 using namespace moxac;
 using moxtest::Block;
+using moxtest::expectNeedsEveryPointer;
 using moxtest::FrameReference;
 
 constexpr double kTimeUnit = 1 << MOX_AAC_TIME_FRAC_BITS;
@@ -177,8 +179,9 @@ TEST(AacMdct, RefusesInTheDocumentedOrder) {
     both(0, bad, 0, moxStatusOutOfRange);
     both(bad < 0 ? bad : 4, bad, bad, moxStatusAacWinSeqError);
   }
-  EXPECT_EQ(moxsMDCTInv_AAC_32s16s(X, pcm, nullptr, 9, 0, 0, 0, buffer), moxStatusNullPointer);
-  EXPECT_EQ(moxsMDCTFwd_AAC_32s(X, X, 9, 0, 0, nullptr), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsMDCTInv_AAC_32s16s, X, pcm, overlap, 9, 0, 0, 0, buffer);
+  expectNeedsEveryPointer(moxsMDCTFwd_AAC_32s, X, X, 9, 0, 0, buffer);
+  expectNeedsEveryPointer(moxsMDCTFwd_AAC_32s_I, X, 9, 0, 0, buffer);
   EXPECT_SAME_BITS(X, wasX);
   EXPECT_SAME_BITS(pcm, wasPcm);
   EXPECT_SAME_BITS(overlap, wasOverlap);

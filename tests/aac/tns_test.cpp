@@ -9,11 +9,13 @@
 #include "aac/band_tables.h"
 #include "moxac/aac.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
 using namespace moxac;
 using moxtest::Block;
+using moxtest::expectNeedsEveryPointer;
 
 struct Tns {
   int32_t numFilt[8] = {}, length[8] = {}, order[8] = {}, coefRes[8] = {3, 3, 3, 3, 3, 3, 3, 3},
@@ -136,48 +138,28 @@ TEST(Tns, EncodingUndoesDecoding) {
 TEST(Tns, RefusesInTheDocumentedOrder) {
   Tns t;
   Block<int32_t> x(1024), before(x);
-  t.numFilt[0] = 1, t.length[0] = 10, t.order[0] = 2, t.direction[0] = 2, t.coef[0] = 3;
-  EXPECT_EQ(t.decode(x), moxStatusAacTnsDirectionError);
-  for (int8_t coef : std::initializer_list<int8_t>{-9, 8}) {
-    t.coef[1] = coef;
-    EXPECT_EQ(t.decode(x), moxStatusAacTnsCoefError);
-  }
-  for (int32_t res : {2, 5}) {
-    t.coefRes[0] = res;
-    EXPECT_EQ(t.decode(x), moxStatusAacTnsCoefResError);
-  }
-  for (int32_t order : {-1, 13}) {
-    t.order[0] = order;
-    EXPECT_EQ(t.decode(x), moxStatusAacTnsOrderError);
-  }
-  for (int32_t length : {-1, 50}) {
-    t.length[0] = length;
-    EXPECT_EQ(t.decode(x), moxStatusAacTnsLengthError);
-  }
-  for (int32_t n : {-1, 4}) {
-    t.numFilt[0] = n;
-    EXPECT_EQ(t.decode(x), moxStatusAacTnsNumFiltError);
-  }
-  for (int32_t maxSfb : {-1, 50, 52}) {
-    t.maxSfb = maxSfb;
-    EXPECT_EQ(t.decode(x), moxStatusAacMaxSfbError);
-  }
-  for (int32_t rate : {-1, 12}) {
-    t.rate = rate;
-    EXPECT_EQ(t.decode(x), moxStatusAacSampleRateError);
-  }
-  t.mode = 0;
-  EXPECT_EQ(t.decode(x), moxStatusAacSampleRateError) << "the decoder ignores the mode";
+  const auto refused = [&](auto& field, std::initializer_list<int32_t> values, moxStatus want) {
+    for (const int32_t value : values) {
+      field = static_cast<std::decay_t<decltype(field)>>(value);
+      EXPECT_EQ(t.decode(x), want) << value;
+    }
+  };
+  t.numFilt[0] = 1, t.length[0] = 10, t.order[0] = 2, t.coef[0] = 3;
+  refused(t.direction[0], {-1, 2}, moxStatusAacTnsDirectionError);
+  refused(t.coef[1], {-9, 8}, moxStatusAacTnsCoefError);
+  refused(t.coefRes[0], {2, 5}, moxStatusAacTnsCoefResError);
+  refused(t.order[0], {-1, 13}, moxStatusAacTnsOrderError);
+  refused(t.length[0], {-1, 50}, moxStatusAacTnsLengthError);
+  refused(t.numFilt[0], {-1, 4}, moxStatusAacTnsNumFiltError);
+  refused(t.maxSfb, {-1, 50, 52}, moxStatusAacMaxSfbError);
+  refused(t.rate, {-1, 12}, moxStatusAacSampleRateError);
+  refused(t.mode, {0}, moxStatusAacSampleRateError);  // which the decoder ignores
   EXPECT_EQ(t.encode(x), moxStatusAacTnsModeError);
   t.windowLen = 512;
   EXPECT_EQ(t.encode(x), moxStatusAacWinLenError);
-  for (int missing = 0; missing < 7; ++missing) {
-    const auto at = [missing](int place, auto* pointer) { return missing == place ? nullptr : pointer; };
-    for (auto* op : {moxsDecodeTNS_AAC_32s_I, moxsEncodeTNS_AAC_32s_I})
-      EXPECT_EQ(op(at(0, x.data()), at(1, t.numFilt), at(2, t.length), at(3, t.order), at(4, t.coefRes),
-                   at(5, t.coef), at(6, t.direction), 99, 0, 12, 512),
-                moxStatusNullPointer);
-  }
+  for (auto* op : {moxsDecodeTNS_AAC_32s_I, moxsEncodeTNS_AAC_32s_I})
+    expectNeedsEveryPointer(op, x, t.numFilt, t.length, t.order, t.coefRes, t.coef, t.direction, 99, 0, 12,
+                            512);
   EXPECT_SAME_BITS(x, before);
 
   // Filters ahead of a bad one stay applied; order 0 needs neither resolution nor direction.
