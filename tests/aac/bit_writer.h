@@ -1,5 +1,4 @@
-// Writes streams for the parser tests: fields most significant bit first, at any bit offset of the first
-// byte.
+// Streams for the parser tests: fields most significant bit first, at any bit offset of the first byte.
 #pragma once
 
 #include <algorithm>
@@ -7,10 +6,15 @@
 #include <memory>
 #include <vector>
 
+#include "support/block.h"
 #include "support/guard_page.h"
 
 namespace moxtest {
 
+inline uint32_t draw(int32_t bits) { return static_cast<uint32_t>(noise()() & ((uint64_t{1} << bits) - 1)); }
+inline int32_t drawBelow(int32_t bound) { return static_cast<int32_t>(draw(31)) % bound; }
+
+// A stream that is drawn field by field, or one that is replayed: then the fields are what its bits say.
 class BitWriter {
  public:
   explicit BitWriter(int32_t startOffset = 0) : start_(startOffset) {
@@ -21,30 +25,38 @@ class BitWriter {
     for (int32_t i = bits - 1; i >= 0; --i) bits_.push_back(((value >> i) & 1u) != 0);
     return *this;
   }
-  BitWriter& align(bool fill = true) {
-    while (bits_.size() % 8 != 0) bits_.push_back(fill);
+  BitWriter& align() {
+    while (bits_.size() % 8 != 0) bits_.push_back(true);
     return *this;
   }
-  int32_t size() const { return static_cast<int32_t>(bits_.size()) - start_; }  // bits put
+  // The next field: `value` is appended; in a replay n bits are read.
+  int32_t field(int32_t n, int32_t value) {
+    if (!replayed_) return put(static_cast<uint32_t>(value), n), value;
+    for (value = 0; n > 0; --n) value = 2 * value + bitAt(static_cast<size_t>(start_ + replayedBits_++));
+    return value;
+  }
+  int32_t size() const {  // bits put or replayed
+    return replayed_ ? replayedBits_ : static_cast<int32_t>(bits_.size()) - start_;
+  }
 
-  BitWriter copy() const {  // of the bits; not laid
+  // The same bits, `flips` of those behind `from` flipped, to be read from there.
+  BitWriter replay(int32_t from, int32_t flips) const {
     BitWriter other(start_);
     other.bits_ = bits_;
+    for (int32_t i = 0; i < flips; ++i)
+      other.bits_[static_cast<size_t>(start_ + from + drawBelow(size() - from))].flip();
+    other.replayed_ = true;
+    other.replayedBits_ = from;
     return other;
   }
-  void flip(int32_t i) { bits_[static_cast<size_t>(start_ + i)].flip(); }
 
-  // Lays the stream in `bytes` bytes that end at an unreadable page, cut or filled up as needed; by default
-  // three bytes follow the last one that holds bits. The cursor lives until the next call.
-  void lay() { lay((bits_.size() + 7) / 8 + 3); }
-  void lay(size_t bytes) {
+  // Lays the stream so that three bytes follow the last one that holds bits, and then an unreadable page.
+  void lay() {
+    const size_t bytes = static_cast<size_t>(start_ + size() + 7) / 8 + 3;
     page_ = std::make_unique<GuardPage>(bytes);
-    for (size_t i = 0; i < bytes; ++i) page_->data()[i] = static_cast<uint8_t>(i * 167 + 0xB7);
-    for (size_t i = 0; i < std::min(bits_.size(), 8 * bytes); ++i) {
-      uint8_t& byte = page_->data()[i / 8];
-      const auto mask = static_cast<uint8_t>(0x80 >> (i % 8));
-      byte = static_cast<uint8_t>(bits_[i] ? byte | mask : byte & ~mask);
-    }
+    std::fill_n(page_->data(), bytes, uint8_t{0});
+    for (size_t i = 0; i < 8 * bytes; ++i)
+      page_->data()[i / 8] = static_cast<uint8_t>(page_->data()[i / 8] | bitAt(i) << (7 - i % 8));
     stream = page_->data();
     offset = start_;
   }
@@ -55,7 +67,13 @@ class BitWriter {
   int32_t offset = 0;
 
  private:
+  int32_t bitAt(size_t i) const {  // some pattern behind the bits put
+    return i < bits_.size() ? bits_[i] : static_cast<uint8_t>(i / 8 * 167 + 0xB7) >> (7 - i % 8) & 1;
+  }
+
   int32_t start_;
+  bool replayed_ = false;
+  int32_t replayedBits_ = 0;
   std::vector<bool> bits_;
   std::unique_ptr<GuardPage> page_;
 };

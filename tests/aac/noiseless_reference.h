@@ -1,11 +1,14 @@
-// The noiseless decoder as the syntax tables read: one bit at a time, code words found by comparing with the
-// code lists of tools/tables. Output records are the operation's own.
+// The noiseless decoder as the syntax tables read, field by field, code words found in the code lists of
+// tools/tables. It draws a stream that is fit to be decoded, or decodes one that is replayed; either way it
+// leaves what the operation must leave.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -13,6 +16,7 @@
 #include <vector>
 
 #include "aac/band_tables.h"
+#include "aac/stream_model.h"
 #include "moxac/aac.h"
 
 namespace moxtest {
@@ -58,19 +62,19 @@ struct NoiselessOutput {
   std::vector<int8_t> tnsCoef = std::vector<int8_t>(60, 0x44);
 };
 
-class NoiselessReference {
+class NoiselessModel {
  public:
-  NoiselessReference(const uint8_t* stream, int32_t offset) : p_(stream), position_(offset) {}
-  int64_t position() const { return position_; }  // bits from the start of the first byte
-
   struct Mode {
     bool mpeg4 = false, layer = false;
     int32_t windowSequence = 0, maxSfb = 0, numGroups = 1;
     const int32_t* groupLen = nullptr;
+    int32_t onlyBook = -1;  // of the sections drawn
   };
 
+  explicit NoiselessModel(BitWriter& stream) : stream_(stream) {}
+
   // Everything behind the window information.
-  moxStatus decode(const Mode& mode, MoxAacChanStream& to, NoiselessOutput& out) {
+  moxStatus run(const Mode& mode, MoxAacChanStream& to, NoiselessOutput& out) {
     const bool isShort = mode.windowSequence == 2;
     const auto table =
         isShort ? moxac::shortSwbTable(to.samplingRateIndex) : moxac::longSwbTable(to.samplingRateIndex);
@@ -79,16 +83,19 @@ class NoiselessReference {
     to.numSwb = table.numSwb;
     if (!mode.mpeg4 && mode.maxSfb > to.numSwb) return -162;
 
+    const int32_t pieceBits = isShort ? 3 : 5, escape = (1 << pieceBits) - 1;
     int32_t n = 0;
     for (int32_t g = 0; g < mode.numGroups; ++g) {
       to.numSec[g] = 0;
       int32_t end = 0;
       while (end < mode.maxSfb && to.numSec[g] < mode.maxSfb) {
-        const int32_t book = bits(4), start = end;
+        const int32_t start = end;
+        const int32_t book = stream_.field(4, drawnBook(mode));
+        int32_t left = std::min(1 + drawBelow(draw(2) == 0 ? 51 : 6), mode.maxSfb - start);
         for (;;) {
-          const int32_t piece = bits(isShort ? 3 : 5);
-          end += piece;
-          if (piece != (isShort ? 7 : 31) || end > mode.maxSfb) break;
+          const int32_t piece = stream_.field(pieceBits, std::min(left, escape));
+          end += piece, left -= piece;
+          if (piece != escape || end > mode.maxSfb) break;
         }
         if (end > mode.maxSfb || n == 120) return -158;
         to.sectCb[n] = static_cast<uint8_t>(book);
@@ -112,7 +119,7 @@ class NoiselessReference {
         value = gain = to.globalGain + bits(9) - 346;
         noise = true;
       } else if (book != 0) {
-        value = gain += word(0)[0];
+        value = gain += word(0, 255 - gain)[0];
       }
       if (book != 0 && book < 14 && gain > 255) return -164;
       out.scaleFactor[at(i)] = static_cast<int16_t>(value);
@@ -122,20 +129,17 @@ class NoiselessReference {
     if (mode.layer) {
       to.pulseDataPresent = to.tnsDataPresent = to.gainControlDataPresent = 0;
     } else {
-      if ((to.pulseDataPresent = bits(1)) != 0) {
+      to.pulseDataPresent = stream_.field(1, isShort ? 0 : drawBelow(2));
+      if (to.pulseDataPresent != 0) {
         if (isShort) return -160;
         pulses = bits(2) + 1;
-        if ((pulseSfb = bits(6)) > 51) return -160;
-        for (int32_t i = 0; i < pulses; ++i) {
-          pulseOffset[i] = bits(5);
-          pulseAmp[i] = bits(4);
-        }
+        put(stream_, 6, pulseSfb, to.numSwb - 1);
+        if (pulseSfb > 51) return -160;
+        for (int32_t i = 0; i < pulses; ++i) pulseOffset[i] = bits(5), pulseAmp[i] = bits(4);
         if (pulseSfb >= to.numSwb) return -160;
       }
-      to.tnsDataPresent = bits(1);
-      to.nFilt[0] = 0;
-      if (to.tnsDataPresent != 0 && !tns(isShort, to, out)) return -155;
-      if ((to.gainControlDataPresent = bits(1)) != 0) return -159;
+      if (!tns(isShort, to, out)) return -155;
+      if ((to.gainControlDataPresent = stream_.field(1, 0)) != 0) return -159;
     }
 
     int32_t* group = out.spectrum.data();
@@ -157,7 +161,7 @@ class NoiselessReference {
           for (int32_t* v = tuple; book == 11 && v < group + line; ++v) {
             if (std::abs(*v) != 16) continue;
             int32_t size = 4;
-            while (bits(1) != 0)
+            for (int32_t ones = drawBelow(9); stream_.field(1, ones > 0) != 0; --ones)
               if (++size > 12) return -163;
             const int32_t magnitude = (1 << size) + bits(size);
             *v = *v < 0 ? -magnitude : magnitude;
@@ -175,47 +179,54 @@ class NoiselessReference {
     return 0;
   }
 
-  int32_t bits(int32_t n) {
-    int32_t value = 0;
-    for (; n > 0; --n, ++position_) value = 2 * value + ((p_[position_ / 8] >> (7 - position_ % 8)) & 1);
-    return value;
-  }
-
  private:
   static size_t at(int32_t i) { return static_cast<size_t>(i); }
 
-  std::vector<int32_t> word(int32_t book) {
+  static int32_t drawnBook(const Mode& mode) {
+    const int32_t book = mode.onlyBook >= 0 ? mode.onlyBook : drawBelow(15);
+    return book < 12 ? book : book == 12 && !mode.mpeg4 ? 0 : book + 1;  // 12 is reserved, 13 is MPEG-4's
+  }
+
+  int32_t bits(int32_t n) {
+    int32_t value;
+    put(stream_, n, value);
+    return value;
+  }
+
+  // The values of a code word; a drawn one has a first value of at most `most`.
+  const std::vector<int32_t>& word(int32_t book, int32_t most = 255) {
     const CodeBook& codes = codeBooks()[at(book)];
+    auto drawn = codes.begin();
+    do
+      drawn = std::next(codes.begin(),
+                        drawBelow(static_cast<int32_t>(draw(1) != 0 ? 1 + codes.size() / 8 : codes.size())));
+    while (drawn->second[0] > most);
     uint32_t code = 0;
     for (int32_t length = 1;; ++length) {
-      code = 2 * code + static_cast<uint32_t>(bits(1));
+      const int32_t left = drawn->first.first - length;
+      code =
+          2 * code + static_cast<uint32_t>(stream_.field(1, left < 0 ? 0 : drawn->first.second >> left & 1));
       if (const auto found = codes.find({length, code}); found != codes.end()) return found->second;
     }
   }
 
   bool tns(bool isShort, MoxAacChanStream& to, NoiselessOutput& out) {
-    size_t coef = 0;
-    for (int32_t w = 0, f = 0, d = 0; w < (isShort ? 8 : 1); ++w) {
-      to.nFilt[w] = bits(isShort ? 1 : 2);
-      if (to.nFilt[w] != 0) to.coefRes[w] = bits(1) + 3;
-      for (int32_t i = 0; i < to.nFilt[w]; ++i, ++f) {
-        to.length[f] = bits(isShort ? 4 : 6);
-        to.order[f] = bits(isShort ? 3 : 5);
-        if (to.order[f] > (isShort ? 7 : 12)) return false;
-        if (to.order[f] == 0) continue;
-        to.direction[d++] = bits(1);
-        const int32_t width = to.coefRes[w] - bits(1);
-        for (int32_t c = 0; c < to.order[f]; ++c) {
-          const int32_t v = bits(width);
-          out.tnsCoef[coef++] = static_cast<int8_t>(v >= 1 << (width - 1) ? v - (1 << width) : v);
-        }
-      }
-    }
-    return true;
+    MoxAacTnsInfo info;
+    std::copy_n(out.tnsCoef.begin(), 60, info.coef);
+    const auto fields = [&](auto&& copy) {
+      copy(to.nFilt, info.nFilt), copy(to.coefRes, info.coefRes), copy(to.length, info.length);
+      copy(to.order, info.order), copy(to.direction, info.direction);
+    };
+    fields([](int32_t(&own)[8], int32_t(&its)[8]) { std::copy_n(own, 8, its); });
+    info.nFilt[0] = 0;
+    const bool good = putTns(stream_, isShort, isShort ? 7 : 12, info);
+    fields([](int32_t(&own)[8], int32_t(&its)[8]) { std::copy_n(its, 8, own); });
+    to.tnsDataPresent = info.tnsDataPresent;
+    std::copy_n(info.coef, 60, out.tnsCoef.begin());
+    return good;
   }
 
-  const uint8_t* p_;
-  int64_t position_;
+  BitWriter& stream_;
 };
 
 }  // namespace moxtest

@@ -1,5 +1,5 @@
-// Random syntax elements for the parser tests. Each put...() appends an element to the stream and changes in
-// the expected record exactly what a parser must write; everything else keeps the noise it held.
+// Random syntax elements for the parser tests. Each put...() draws an element and changes in the expected record
+// exactly what a parser must write; everything else keeps the noise it held. In a replay the element is read.
 #pragma once
 
 #include <algorithm>
@@ -12,16 +12,10 @@
 
 namespace moxtest {
 
-inline uint32_t draw(int32_t bits) { return static_cast<uint32_t>(noise()() & ((uint64_t{1} << bits) - 1)); }
-inline int32_t drawBelow(int32_t bound) { return static_cast<int32_t>(draw(31)) % bound; }
-
-inline void put(BitWriter& out, int32_t bits, int32_t& field) {
-  field = static_cast<int32_t>(draw(bits));
-  out.put(static_cast<uint32_t>(field), bits);
-}
-inline void putValue(BitWriter& out, int32_t bits, int32_t value, int32_t& field) {
-  field = value;
-  out.put(static_cast<uint32_t>(value), bits);
+// A field of any value up to `most`.
+inline void put(BitWriter& out, int32_t bits, int32_t& field, int32_t most = INT32_MAX) {
+  const auto value = static_cast<int32_t>(draw(bits));
+  field = out.field(bits, value > most ? value % (most + 1) : value);
 }
 
 template <class Record>
@@ -55,24 +49,21 @@ inline bool putTns(BitWriter& out, bool isShort, int32_t maxOrder, MoxAacTnsInfo
   for (int32_t w = 0; w < (isShort ? 8 : 1); ++w) {
     put(out, isShort ? 1 : 2, tns.nFilt[w]);
     if (tns.nFilt[w] == 0) continue;
-    const uint32_t res = draw(1);
-    out.put(res, 1);
-    tns.coefRes[w] = static_cast<int32_t>(res) + 3;
+    put(out, 1, tns.coefRes[w]);
+    tns.coefRes[w] += 3;
     for (int32_t f = 0; f < tns.nFilt[w]; ++f, ++filter) {
       put(out, isShort ? 4 : 6, tns.length[filter]);
-      const int32_t order = drawBelow(maxOrder + 1);
-      putValue(out, isShort ? 3 : 5, order, tns.order[filter]);
+      const int32_t& order = tns.order[filter];
+      put(out, isShort ? 3 : 5, tns.order[filter], maxOrder);
       if (order > 12) return false;
       if (order == 0) continue;
       put(out, 1, tns.direction[directed++]);
-      const uint32_t compress = draw(1);
-      out.put(compress, 1);
-      const int32_t width = tns.coefRes[w] - static_cast<int32_t>(compress);
+      int32_t compress, code;
+      put(out, 1, compress);
+      const int32_t width = tns.coefRes[w] - compress;
       for (int32_t i = 0; i < order; ++i) {
-        const uint32_t code = draw(width);
-        out.put(code, width);
-        *coef++ = static_cast<int8_t>(code < (1u << (width - 1)) ? static_cast<int32_t>(code)
-                                                                 : static_cast<int32_t>(code) - (1 << width));
+        put(out, width, code);
+        *coef++ = static_cast<int8_t>(code < 1 << (width - 1) ? code : code - (1 << width));
       }
     }
   }
@@ -103,9 +94,9 @@ inline void putLtp(BitWriter& out, bool isShort, int32_t maxSfb, MoxAacLtpInfo& 
     ltp.shortLagPresent[w] = 0;
     if (!first) put(out, 1, ltp.shortLagPresent[w]);
     if (ltp.shortLagPresent[w] != 0) {
-      const uint32_t delta = draw(5);
-      out.put(delta, 5);
-      lag += 16 - static_cast<int32_t>(delta);
+      int32_t delta;
+      put(out, 5, delta);
+      lag += 16 - delta;
     }
     ltp.shortLag[w] = lag;
     first = false;
@@ -126,11 +117,11 @@ inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo&
   put(out, 1, ics.windowShape);
   ics.predictorDataPresent = ics.predictorReset = 0;
   if (ics.windowSequence == 2) {
-    putValue(out, 4, drawBelow(options.maxSfbShort + 1), ics.maxSfb);
+    put(out, 4, ics.maxSfb, options.maxSfbShort);
     putGrouping(out, ics.scaleFactorGrouping, ics.numWindowGroups, ics.windowGroupLen);
     return;
   }
-  putValue(out, 6, drawBelow(options.maxSfbLong + 1), ics.maxSfb);
+  put(out, 6, ics.maxSfb, options.maxSfbLong);
   put(out, 1, ics.predictorDataPresent);
   ics.numWindowGroups = ics.windowGroupLen[0] = 1;
   if (ics.predictorDataPresent == 0) return;
@@ -144,9 +135,9 @@ inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo&
   put(out, 1, ics.predictorReset);
   if (ics.predictorReset != 0) put(out, 5, ics.predictorResetGroupNum);
   for (int32_t b = 0; b < options.predSfbMax; ++b) {
-    const bool coded = b < ics.maxSfb;
-    ics.predictionUsed[b] = static_cast<uint8_t>(coded ? draw(1) : 0);
-    if (coded) out.put(ics.predictionUsed[b], 1);
+    int32_t used = 0;
+    if (b < ics.maxSfb) put(out, 1, used);
+    ics.predictionUsed[b] = static_cast<uint8_t>(used);
   }
 }
 
@@ -154,8 +145,8 @@ inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo&
 inline void putMask(BitWriter& out, int32_t groups, int32_t first, int32_t last, uint8_t* msUsed) {
   for (int32_t g = 0; g < groups; ++g)
     for (int32_t b = first; b < last; ++b) {
-      const uint32_t used = draw(1);
-      out.put(used, 1);
+      int32_t used;
+      put(out, 1, used);
       msUsed[60 * g + b] = static_cast<uint8_t>(used);
     }
 }
