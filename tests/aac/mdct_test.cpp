@@ -43,20 +43,6 @@ std::vector<double> toDouble(const int32_t* v, size_t n, double unit) {
   return d;
 }
 
-TEST(AacWindows, AreTheFormulasAndReconstruct) {
-  for (int shape = 0; shape < 2; ++shape) {
-    const auto check = [&](const float* w, int n) {
-      const std::vector<double> slope = moxtest::slopeReference(shape, n);
-      for (int i = 0; i < n; ++i) {
-        ASSERT_EQ(w[i], static_cast<float>(slope.data()[i])) << shape << " " << i;
-        ASSERT_NEAR(double{w[i]} * w[i] + double{w[n - 1 - i]} * w[n - 1 - i], 1, 2e-7);
-      }
-    };
-    check(kLongSlopes.shape[shape], 1024);
-    check(kShortSlopes.shape[shape], 128);
-  }
-}
-
 TEST(AacMdct, InverseIsWithinOneOfDoublePrecisionAndEqualsItsTwin) {
   double worst = 0;
   int differing = 0;

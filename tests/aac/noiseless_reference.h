@@ -56,9 +56,9 @@ inline bool isUnsignedBook(int32_t book) { return book == 3 || book == 4 || book
 
 // What one call leaves behind.
 struct NoiselessOutput {
-  std::vector<int16_t> scaleFactor = std::vector<int16_t>(120, 0x1111);
+  std::vector<int16_t> scaleFactor = std::vector<int16_t>(8 * 51, 0x1111);
   std::vector<int32_t> spectrum = std::vector<int32_t>(1024, 0x22222222);
-  std::vector<uint8_t> sfbCb = std::vector<uint8_t>(120, 0x33);
+  std::vector<uint8_t> sfbCb = std::vector<uint8_t>(8 * 51, 0x33);
   std::vector<int8_t> tnsCoef = std::vector<int8_t>(60, 0x44);
 };
 
@@ -84,24 +84,24 @@ class NoiselessModel {
     if (!mode.mpeg4 && mode.maxSfb > to.numSwb) return -162;
 
     const int32_t pieceBits = isShort ? 3 : 5, escape = (1 << pieceBits) - 1;
-    int32_t n = 0;
+    const int32_t longest = 1 << drawBelow(draw(1) != 0 ? 2 : 6);
     for (int32_t g = 0; g < mode.numGroups; ++g) {
       to.numSec[g] = 0;
       int32_t end = 0;
       while (end < mode.maxSfb && to.numSec[g] < mode.maxSfb) {
         const int32_t start = end;
         const int32_t book = stream_.field(4, drawnBook(mode));
-        int32_t left = std::min(1 + drawBelow(draw(2) == 0 ? 51 : 6), mode.maxSfb - start);
+        int32_t left = std::min(1 + drawBelow(longest), mode.maxSfb - start);
         for (;;) {
           const int32_t piece = stream_.field(pieceBits, std::min(left, escape));
           end += piece, left -= piece;
           if (piece != escape || end > mode.maxSfb) break;
         }
-        if (end > mode.maxSfb || n == 120) return -158;
-        to.sectCb[n] = static_cast<uint8_t>(book);
-        to.sectEnd[n] = static_cast<uint8_t>(end);
+        if (end > mode.maxSfb || sections == 120) return -158;
+        to.sectCb[sections] = static_cast<uint8_t>(book);
+        to.sectEnd[sections] = static_cast<uint8_t>(end);
         for (int32_t b = start; b < end; ++b) out.sfbCb[at(g * mode.maxSfb + b)] = static_cast<uint8_t>(book);
-        ++n;
+        ++sections;
         ++to.numSec[g];
       }
       if (end != mode.maxSfb) return -158;
@@ -178,6 +178,8 @@ class NoiselessModel {
     }
     return 0;
   }
+
+  int32_t sections = 0;  // read
 
  private:
   static size_t at(int32_t i) { return static_cast<size_t>(i); }

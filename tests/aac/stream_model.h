@@ -111,7 +111,7 @@ struct IcsOptions {
   int32_t maxSfbShort = 15;
 };
 
-inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo& ics) {
+inline moxStatus putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo& ics) {
   put(out, 1, ics.icsReservedBit);
   put(out, 2, ics.windowSequence);
   put(out, 1, ics.windowShape);
@@ -119,26 +119,33 @@ inline void putIcsInfo(BitWriter& out, const IcsOptions& options, MoxAacIcsInfo&
   if (ics.windowSequence == 2) {
     put(out, 4, ics.maxSfb, options.maxSfbShort);
     putGrouping(out, ics.scaleFactorGrouping, ics.numWindowGroups, ics.windowGroupLen);
-    return;
+    return moxStatusOk;
   }
   put(out, 6, ics.maxSfb, options.maxSfbLong);
+  if (ics.maxSfb > 51) return moxStatusAacMaxSfbError;
   put(out, 1, ics.predictorDataPresent);
+  const MoxAacIcsInfo before = ics;
   ics.numWindowGroups = ics.windowGroupLen[0] = 1;
-  if (ics.predictorDataPresent == 0) return;
+  if (ics.predictorDataPresent == 0) return moxStatusOk;
   if (options.ltpHolder != nullptr) {
     options.ltpHolder->windowSequence = ics.windowSequence;
     options.ltpHolder->maxSfb = ics.maxSfb;
     for (int32_t ch = 0; ch < options.ltpChannels; ++ch)
       putLtp(out, false, ics.maxSfb, options.ltpHolder->ltp[ch]);
-    return;
+    return moxStatusOk;
   }
   put(out, 1, ics.predictorReset);
   if (ics.predictorReset != 0) put(out, 5, ics.predictorResetGroupNum);
+  if (options.predSfbMax > 41) {  // the groups are not reached
+    ics.numWindowGroups = before.numWindowGroups, ics.windowGroupLen[0] = before.windowGroupLen[0];
+    return moxStatusAacPredSfbError;
+  }
   for (int32_t b = 0; b < options.predSfbMax; ++b) {
     int32_t used = 0;
     if (b < ics.maxSfb) put(out, 1, used);
     ics.predictionUsed[b] = static_cast<uint8_t>(used);
   }
+  return moxStatusOk;
 }
 
 // A mask of `groups` rows; bands first .. last - 1 of each are coded.

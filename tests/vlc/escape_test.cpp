@@ -267,18 +267,18 @@ TEST(VlcEscape, EncodersRefuseWhatTheirBookCannotExpress) {
   const Block<uint8_t> before = stream;
   uint8_t* at = stream;
   int32_t offset = 3, bits = 9;
-  const int16_t tooBig[6] = {0, 1, 0, 5, 0, 0}, escaped[2] = {16, 0}, wrapping[2] = {0, 2},
-                past[2] = {0, -31};
-  for (const int16_t* src : {tooBig, escaped}) {
-    const int32_t len = src == tooBig ? 6 : 2;
-    EXPECT_EQ(moxsVLCEncodeEscBlock_AAC_16s1u(src, len, &at, &offset, five.get()), moxStatusVlcError);
-    EXPECT_EQ(moxsVLCCountEscBits_AAC_16s32s(src, len, &bits, five.get()), moxStatusVlcError);
-  }
-  EXPECT_EQ(moxsVLCEncodeEscBlock_MP3_16s1u(wrapping, 2, 0, &at, &offset, one.get()), moxStatusVlcError);
-  EXPECT_EQ(moxsVLCEncodeEscBlock_MP3_16s1u(past, 2, 4, &at, &offset, big.get()), moxStatusVlcError);
-  EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(past, 2, 4, &bits, big.get()), moxStatusVlcError);
+  const auto refused = [&](std::vector<int16_t> v, auto write, auto count, const Encoder& spec, auto... lin) {
+    const auto len = static_cast<int32_t>(v.size());
+    EXPECT_EQ(write(v.data(), len, lin..., &at, &offset, spec.get()), moxStatusVlcError);
+    EXPECT_EQ(count(v.data(), len, lin..., &bits, spec.get()), moxStatusVlcError);
+  };
+  refused({0, 1, 0, 5, 0, 0}, moxsVLCEncodeEscBlock_AAC_16s1u, moxsVLCCountEscBits_AAC_16s32s, five);
+  refused({16, 0}, moxsVLCEncodeEscBlock_AAC_16s1u, moxsVLCCountEscBits_AAC_16s32s, five);
+  refused({0, 2}, moxsVLCEncodeEscBlock_MP3_16s1u, moxsVLCCountEscBits_MP3_16s32s, one, 0);
+  refused({0, -31}, moxsVLCEncodeEscBlock_MP3_16s1u, moxsVLCCountEscBits_MP3_16s32s, big, 4);
   EXPECT_SAME_BITS(stream, before);
   EXPECT_TRUE(at == stream.data() && offset == 3 && bits == 9);
+  const int16_t past[2] = {0, -31};
   EXPECT_EQ(moxsVLCCountEscBits_MP3_16s32s(past, 2, 5, &bits, big.get()), moxStatusOk);
 }
 
@@ -295,66 +295,46 @@ TEST(VlcEscape, RefusalsInOrder) {
   const uint8_t* in = stream;
   uint8_t* out = stream;
   int32_t bits = 77, offset = 8;
-  struct Case {
-    std::function<moxStatus(bool fits, int32_t linBits, int32_t len)> call;
-    moxStatus badOffset;
-    bool hasLinBits;
-    int32_t badLen;
-  };
-  const auto decoder = [&](auto op, const Decoder& fitting, moxStatus badOffset, int32_t badLen) -> Case {
-    expectNeedsEveryPointer(op, &in, &offset, values, 0, noDecoder);
-    return {[&, op](bool fits, int32_t, int32_t len) {
-              return op(&in, &offset, values, len, fits ? fitting.get() : noDecoder);
-            },
-            badOffset, false, badLen};
-  };
-  const auto linDecoder = [&](auto op, const Decoder& fitting, int32_t badLen) -> Case {
-    expectNeedsEveryPointer(op, &in, &offset, values, 0, 14, noDecoder);
-    return {[&, op](bool fits, int32_t linBits, int32_t len) {
-              return op(&in, &offset, values, len, linBits, fits ? fitting.get() : noDecoder);
-            },
-            moxStatusVlcBadBitOffset, true, badLen};
-  };
-  const auto writer = [&](bool fits) { return fits ? encoder.get() : noEncoder; };
-  expectNeedsEveryPointer(moxsVLCEncodeEscBlock_AAC_16s1u, values, 0, &out, &offset, noEncoder);
-  expectNeedsEveryPointer(moxsVLCEncodeEscBlock_MP3_16s1u, values, 0, 14, &out, &offset, noEncoder);
-  expectNeedsEveryPointer(moxsVLCCountEscBits_AAC_16s32s, values, 0, &bits, noEncoder);
-  expectNeedsEveryPointer(moxsVLCCountEscBits_MP3_16s32s, values, 0, 14, &bits, noEncoder);
-  const Case cases[] = {
-      decoder(moxsVLCDecodeEscBlock_AAC_1u16s, plain, moxStatusVlcBadBitOffset, 3),
-      decoder(moxsVLCDecodeUTupleBlock_1u16s, quads, moxStatusVlcError, 6),
-      decoder(moxsVLCDecodeUTupleEscBlock_AAC_1u16s, quads, moxStatusVlcBadBitOffset, 6),
-      linDecoder(moxsVLCDecodeEscBlock_MP3_1u16s, plain, 3),
-      linDecoder(moxsVLCDecodeUTupleEscBlock_MP3_1u16s, quads, 6),
-      {[&](bool fits, int32_t, int32_t len) {
-         return moxsVLCEncodeEscBlock_AAC_16s1u(values, len, &out, &offset, writer(fits));
-       },
-       moxStatusVlcBadBitOffset, false, 3},
-      {[&](bool fits, int32_t linBits, int32_t len) {
-         return moxsVLCEncodeEscBlock_MP3_16s1u(values, len, linBits, &out, &offset, writer(fits));
-       },
-       moxStatusVlcBadBitOffset, true, 3},
-      {[&](bool fits, int32_t, int32_t len) {
-         return moxsVLCCountEscBits_AAC_16s32s(values, len, &bits, writer(fits));
-       },
-       moxStatusContextMismatch, false, 3},
-      {[&](bool fits, int32_t linBits, int32_t len) {
-         return moxsVLCCountEscBits_MP3_16s32s(values, len, linBits, &bits, writer(fits));
-       },
-       moxStatusContextMismatch, true, 3},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  // call(fits, len, lin...): with the right spec or a wrong one; lin is empty or the lowest wrong linBits.
+  const auto check = [&](auto&& call, moxStatus badOffset, int32_t badLen, auto... lin) {
     for (const int32_t bad : {8, -1}) {
       offset = bad;
-      EXPECT_EQ(c.call(false, 14, 0), c.badOffset);
+      EXPECT_EQ(call(false, 0, lin...), badOffset);
     }
     offset = 0;
-    EXPECT_EQ(c.call(false, 14, 0), moxStatusContextMismatch);
-    for (const int32_t linBits : {-1, 14})
-      EXPECT_EQ(c.call(true, linBits, 0), c.hasLinBits ? moxStatusOutOfRange : moxStatusBadSize);
-    for (const int32_t len : {0, -4, c.badLen}) EXPECT_EQ(c.call(true, 13, len), moxStatusBadSize);
-  }
+    EXPECT_EQ(call(false, 0, lin...), moxStatusContextMismatch);
+    if constexpr (sizeof...(lin) > 0) {
+      for (const int32_t linBits : {-1, 14}) EXPECT_EQ(call(true, 0, linBits), moxStatusOutOfRange);
+    }
+    for (const int32_t len : {0, -4, badLen}) EXPECT_EQ(call(true, len, (lin - 1)...), moxStatusBadSize);
+  };
+  const auto decoder = [&](auto op, const Decoder& spec, moxStatus badOffset, int32_t badLen, auto... lin) {
+    expectNeedsEveryPointer(op, &in, &offset, values, 0, lin..., noDecoder);
+    check([&](bool fits, int32_t len,
+              auto... l) { return op(&in, &offset, values, len, l..., fits ? spec.get() : noDecoder); },
+          badOffset, badLen, lin...);
+  };
+  const auto writer = [&](auto op, auto... lin) {
+    expectNeedsEveryPointer(op, values, 0, lin..., &out, &offset, noEncoder);
+    check([&](bool fits, int32_t len,
+              auto... l) { return op(values, len, l..., &out, &offset, fits ? encoder.get() : noEncoder); },
+          moxStatusVlcBadBitOffset, 3, lin...);
+  };
+  const auto counter = [&](auto op, auto... lin) {
+    expectNeedsEveryPointer(op, values, 0, lin..., &bits, noEncoder);
+    check([&](bool fits, int32_t len,
+              auto... l) { return op(values, len, l..., &bits, fits ? encoder.get() : noEncoder); },
+          moxStatusContextMismatch, 3, lin...);
+  };
+  decoder(moxsVLCDecodeEscBlock_AAC_1u16s, plain, moxStatusVlcBadBitOffset, 3);
+  decoder(moxsVLCDecodeEscBlock_MP3_1u16s, plain, moxStatusVlcBadBitOffset, 3, 14);
+  decoder(moxsVLCDecodeUTupleBlock_1u16s, quads, moxStatusVlcError, 6);
+  decoder(moxsVLCDecodeUTupleEscBlock_AAC_1u16s, quads, moxStatusVlcBadBitOffset, 6);
+  decoder(moxsVLCDecodeUTupleEscBlock_MP3_1u16s, quads, moxStatusVlcBadBitOffset, 6, 14);
+  writer(moxsVLCEncodeEscBlock_AAC_16s1u);
+  writer(moxsVLCEncodeEscBlock_MP3_16s1u, 14);
+  counter(moxsVLCCountEscBits_AAC_16s32s);
+  counter(moxsVLCCountEscBits_MP3_16s32s, 14);
   expectNeedsEveryPointer(moxsVLCDecodeUTupleOne_1u16s, &in, &offset, values, noDecoder);
   for (const auto& [k, want] : {std::pair<int32_t, moxStatus>{8, moxStatusVlcError},
                                 {-1, moxStatusVlcError},
