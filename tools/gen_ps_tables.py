@@ -1,0 +1,197 @@
+#!/usr/bin/env python3
+"""Writes apps/mox/ps_tables.h and .cpp, the constants of parametric stereo, from tools/tables/sbr/ps_*.csv.
+
+usage: gen_ps_tables.py [--check]     (--check: compare with the committed files and write nothing)
+"""
+import csv
+import sys
+from pathlib import Path
+
+SOURCE = Path(__file__).resolve().parent.parent
+TABLES = SOURCE / "tools" / "tables" / "sbr"
+MADE = "// Made by tools/gen_ps_tables.py from tools/tables/sbr; do not edit."
+
+
+def rows(name):
+    with open(TABLES / name, newline="") as file:
+        return list(csv.DictReader(file))
+
+
+def wrapped(values, indent="    ", width=110):
+    """The values as comma-separated lines of at most `width` columns."""
+    lines, line = [], indent
+    for value in values:
+        word = f"{value},"
+        if len(line) + len(word) > width:
+            lines.append(line.rstrip())
+            line = indent
+        line += word + " "
+    return lines + [line.rstrip()]
+
+
+def camel(name):
+    return "".join(part[0].upper() + part[1:] for part in name.split("_"))
+
+
+def tree(name, codes):
+    """The prefix code as a binary tree: a node is the pair of what a 0 and what a 1 lead to."""
+    nodes = [[None, None]]
+    for row in codes:
+        at, length, code = 0, int(row["length"]), int(row["code"], 16)
+        for place in reversed(range(length)):
+            bit = code >> place & 1
+            if place == 0:
+                assert nodes[at][bit] is None
+                nodes[at][bit] = f"{{0, {row['delta']}}}"
+            else:
+                if nodes[at][bit] is None:
+                    nodes.append([None, None])
+                    nodes[at][bit] = len(nodes) - 1
+                at = nodes[at][bit]
+    assert all(branch is not None for node in nodes for branch in node)
+    words = [branch if isinstance(branch, str) else f"{{{branch}, 0}}" for node in nodes for branch in node]
+    pairs = [f"{{{words[i]}, {words[i + 1]}}}" for i in range(0, len(words), 2)]
+    return [f"const PsBranch kPs{camel(name)}[{len(pairs)}][2] = {{"] + wrapped(pairs) + ["};", ""]
+
+
+def books():
+    found = {}
+    for row in rows("ps_huffman.csv"):
+        found.setdefault(row["book"], []).append(row)
+    return found
+
+
+# Constants that come in one kind, by the name in the table; what they are, for a reader.
+DOUBLES = {"allpass_coef": "coefficient of each all-pass link",
+           "allpass_fraction": "fractional delay of each link",
+           "fraction_phi": "and of the delay in front of the links",
+           "decay_slope": "by which the links' coefficients shrink a band, above the cutoff",
+           "transient_peak_decay": "of the peak power, a slot",
+           "transient_smooth": "of the powers",
+           "transient_impact": "",
+           "phase_smooth_previous": "weight of the phasor one envelope ago",
+           "phase_smooth_before_previous": "and two envelopes ago",
+           "mix_b_rho_min": "the least coherence in mixing procedure B"}
+INTEGERS = {"allpass_delay": "slots", "base_delay": "slots; in front of the links",
+            "long_delay": "slots; from allpass_bands on", "short_delay": "slots; from short_delay_band on",
+            "hybrid_delay": "slots", "nr_iid_par": "by iid_mode", "nr_icc_par": "by icc_mode",
+            "nr_ipdopd_par": "by iid_mode", "border_bits": "",
+            "num_env_fixed": "by num_env_idx", "num_env_variable": "by num_env_idx"}
+# What the hybrid filter bank's configurations differ in: the field's name, and what it counts.
+CONFIGURED = {"decay_cutoff": ("decayCutoff", "the all-pass links' coefficients shrink above this band"),
+              "allpass_bands": ("allpassBands", "all-pass links below, delays from here on"),
+              "short_delay_band": ("shortDelayBand", "from here on the short delay"),
+              "hybrid_bands": ("hybridBands", "in all"),
+              "hybrid_subbands": ("splitBands", "of these, parts of QMF bands"),
+              "param_bands": ("stereoBands", ""),
+              "ipd_opd_bands": ("phaseBands", "of these, with phases")}
+
+
+def header():
+    constants = {}
+    for row in rows("ps_constants.csv"):
+        constants.setdefault(row["name"], []).append(row["value"])
+    assert sorted(constants) == sorted([*DOUBLES, *INTEGERS, *CONFIGURED])
+    quant = {}
+    for row in rows("ps_quant.csv"):
+        quant.setdefault(row["table"], []).append(row)
+
+    out = [MADE, "// The constants of parametric stereo. ISO/IEC 14496-3, 8.6.4.", "// clang-format off",
+           "#pragma once", "", "#include <cstdint>", "", "namespace mox {", ""]
+
+    def constant(kind, name, values, comment):
+        text = f"inline constexpr {kind} {name}"
+        array = f"{text}[{len(values)}] = {{"
+        line = f"{text} = {values[0]};" if len(values) == 1 else f"{array}{', '.join(values)}}};"
+        if len(line) + 4 + len(comment) <= 110:
+            out.append(f"{line}  // {comment}" if comment else line)
+        else:
+            out.append(f"// {comment}")
+            out.extend([line] if len(line) <= 110 else [array] + wrapped(values) + ["};"])
+
+    for name, comment in INTEGERS.items():
+        constant("int32_t", f"kPs{camel(name)}", constants[name], comment)
+    for name, comment in DOUBLES.items():
+        constant("double", f"kPs{camel(name)}", constants[name], comment)
+
+    out += ["", "// What the two configurations of the hybrid filter bank differ in.",
+            "struct PsConfiguration {"]
+    out += [f"  int32_t {name};  // {what}".removesuffix("  // ") for name, what in CONFIGURED.values()]
+    out += ["};"]
+    for at, bands in enumerate([20, 34]):
+        values = ", ".join(constants[name][at] for name in CONFIGURED)
+        out.append(f"inline constexpr PsConfiguration kPsConfiguration{bands} = {{{values}}};")
+
+    out += ["", "// The hybrid bands in their order: the QMF band each is part of, its stereo band, whether it",
+            "// lies at negative frequencies, where phases turn the other way, and its centre in QMF bands.",
+            "struct PsHybridBand {", "  int8_t qmfBand, stereoBand;", "  bool conjugate;", "  double centre;",
+            "};"]
+    bands = rows("ps_hybrid_bands.csv")
+    for config in (20, 34):
+        part = [row for row in bands if row["config"] == str(config)]
+        assert [int(row["k"]) for row in part] == list(range(len(part)))
+        out.append(f"extern const PsHybridBand kPsHybridBands{config}[{len(part)}];")
+
+    out += ["", "// Terms of the conversions between numbers of stereo bands: out = sum of weight * in / divisor.",
+            "struct PsMapTerm {", "  int8_t out, in, weight, divisor;", "};"]
+    for name, terms in maps().items():
+        out.append(f"extern const PsMapTerm kPs{name}[{len(terms)}];")
+
+    out.append("")
+    for name, table in (("IidCoarse", "iid_coarse"), ("IidFine", "iid_fine")):
+        first = int(quant[table][0]["index"])
+        assert len(quant[table]) == 1 - 2 * first
+        values = [row["db"] for row in quant[table]]
+        constant("int32_t", f"kPs{name}", values, f"level difference in dB, from {first} on")
+    constant("double", "kPsIcc", [row["value"] for row in quant["icc"]], "coherence by index")
+
+    out += ["", "// The Huffman codes as binary trees: a node says where a 0 and a 1 lead, which is a node's number",
+            "// or, where that is 0, the end of a code word with its difference.",
+            "struct PsBranch {", "  int8_t node, delta;", "};"]
+    for name, codes in books().items():
+        out.append(f"extern const PsBranch kPs{camel(name)}[{len(codes) - 1}][2];")
+    return "\n".join(out + ["", "}  // namespace mox", ""])
+
+
+def maps():
+    found = {}
+    for row in rows("ps_band_maps.csv"):
+        name = row["map"].replace("to", "To")
+        term = ", ".join(row[key] for key in ("out_band", "in_band", "weight", "divisor"))
+        found.setdefault(name, []).append(f"{{{term}}}")
+    return found
+
+
+def source():
+    out = [MADE, "// clang-format off", '#include "mox/ps_tables.h"', "", "namespace mox {", ""]
+    bands = rows("ps_hybrid_bands.csv")
+    for config in (20, 34):
+        truth = {"0": "false", "1": "true"}
+        part = [row for row in bands if row["config"] == str(config)]
+        cells = [f"{{{row['qmf_band']}, {row['param_band']}, {truth[row['conjugate_ipd']]}, {row['f_center']}}}"
+                 for row in part]
+        out += [f"const PsHybridBand kPsHybridBands{config}[{len(cells)}] = {{"] + wrapped(cells) + ["};", ""]
+    for name, terms in maps().items():
+        out += [f"const PsMapTerm kPs{name}[{len(terms)}] = {{"] + wrapped(terms) + ["};", ""]
+    for name, codes in books().items():
+        out += tree(name, codes)
+    return "\n".join(out + ["}  // namespace mox", ""])
+
+
+FILES = {"apps/mox/ps_tables.h": header, "apps/mox/ps_tables.cpp": source}
+
+
+def main():
+    stale = []
+    for name, make in FILES.items():
+        path, text = SOURCE / name, make()
+        if "--check" not in sys.argv:
+            path.write_text(text)
+        elif not path.exists() or path.read_text() != text:
+            stale.append(name)
+    for name in stale:
+        print(f"{name} differs from what tools/gen_ps_tables.py makes")
+    sys.exit(bool(stale))
+
+
+main()
