@@ -3,21 +3,21 @@
 
 #include <cmath>
 #include <complex>
-#include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "frame/context_ids.h"
 #include "moxac/sbr.h"
+#include "sbr/hybrid_tables.h"
 #include "sbr/qmf_banks.h"
 #include "sbr/qmf_reference.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
 using moxtest::Block;
+using moxtest::expectNeedsEveryPointer;
 
 struct Bank {
   explicit Bank(int64_t shift = 0) : memory(bytes(), shift) {
@@ -91,7 +91,7 @@ TEST(QmfEncoder, RefusalsInOrder) {
   Bank bank;
   float x[64] = {};
   Mox32fc y[64];
-  EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, nullptr, 0, bank.state()), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsAnalysisFilterEnc_SBR_32f32fc, x, y, x, 0, bank.state());
   EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, x, 0, bank.state()), moxStatusBadSize);
   *reinterpret_cast<moxac::ContextId*>(bank.memory.data()) = moxac::ContextId::mp3Analysis;
   EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, x, 0, bank.state()), moxStatusContextMismatch);
@@ -173,7 +173,7 @@ TEST(Transient, AttacksAreFoundInTheirSlot) {
 TEST(Transient, RefusalsInOrder) {
   float e = 1, mean = 1, strength = 7;
   int32_t position = 7;
-  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, nullptr, &position, &strength, 0, 0, 0), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsDetectTransient_SBR_32f, &e, &mean, &position, &strength, 0, 0, 0);
   EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 65, 1), moxStatusOutOfRange);
   EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, NAN), moxStatusOutOfRange);
   EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, 1), moxStatusBadSize);
@@ -212,36 +212,25 @@ TEST(ToneToNoise, FallsFromPureToneToWhiteNoise) {
   float tnr = 5;
   EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 0, 0), moxStatusOutOfRange);
   EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 0), moxStatusBadSize);
-  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, nullptr, &tnr, 1, 0), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsEstimateTNR_SBR_32f, rows, rows, &tnr, 0, 0);
   EXPECT_EQ(tnr, 5);
   EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 1), moxStatusOk);
   EXPECT_EQ(tnr, 0);
 }
 
-// The standard's prototypes as printed, by configuration and band.
+// The standard's filters of a band: how many, whether real, and the prototype's first seven taps.
 struct HybridFilter {
   int Q;
   bool real;
-  std::vector<double> g;
+  const float* g;
 };
-std::map<std::pair<int, int>, HybridFilter> hybridFilters() {
-  std::map<std::pair<int, int>, HybridFilter> filters;
-  std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/ps_hybrid_filters.csv");
-  std::string line;
-  std::getline(file, line);
-  while (std::getline(file, line)) {
-    std::istringstream fields(line);
-    std::string field[6];
-    for (std::string& f : field) std::getline(fields, f, ',');
-    std::istringstream bands(field[1]);
-    for (int band; bands >> band;) {
-      HybridFilter& f = filters[{std::stoi(field[0]), band}];
-      f.Q = std::stoi(field[2]);
-      f.real = field[3] == "real";
-      f.g.push_back(std::stod(field[5]));
-    }
-  }
-  return filters;
+HybridFilter hybridFilter(int configuration, int band) {
+  if (configuration == 20)
+    return band == 0 ? HybridFilter{8, false, moxac::kHybrid20Band0}
+                     : HybridFilter{2, true, moxac::kHybrid20Band1};
+  if (band == 0) return {12, false, moxac::kHybrid34Band0};
+  return band == 1 ? HybridFilter{8, false, moxac::kHybrid34Band1}
+                   : HybridFilter{4, false, moxac::kHybrid34Band2};
 }
 
 // The sub-bands of a row in order: a band, and the filters of it that are added up.
@@ -260,7 +249,6 @@ std::vector<HybridSubBand> hybridSubBands(int configuration) {
 }
 
 TEST(Hybrid, EqualsTheStandardsSums) {
-  const auto filters = hybridFilters();
   constexpr int kSlots = 40;
   std::vector<const Mox32fc*> rows;
   std::vector<std::vector<Mox32fc>> source(kSlots + moxPsHistorySlots, std::vector<Mox32fc>(64));
@@ -278,14 +266,14 @@ TEST(Hybrid, EqualsTheStandardsSums) {
     for (int l = 0; l < kSlots; ++l) {
       for (size_t k = 0; k < subBands.size(); ++k) {
         const auto& [band, qs] = subBands[k];
-        const auto& f = filters.at({configuration, band});
+        const HybridFilter f = hybridFilter(configuration, band);
         std::complex<double> want;
         for (const int q : qs)
           for (int n = 0; n <= 12; ++n) {
             const Mox32fc x = source[static_cast<size_t>(l + 12 - n)][static_cast<size_t>(band)];
             const double angle = 2 * M_PI / f.Q * (f.real ? q : q + 0.5) * (n - 6);
             const auto turn = f.real ? std::cos(angle) : std::polar(1.0, angle);
-            want += f.g[static_cast<size_t>(n)] * turn * std::complex<double>(x.re, x.im);
+            want += static_cast<double>(f.g[std::min(n, 12 - n)]) * turn * std::complex<double>(x.re, x.im);
           }
         const Mox32fc got = out[static_cast<size_t>(l)][k];
         ASSERT_LT(std::abs(std::complex<double>(got.re, got.im) - want), 1e-6)
@@ -295,7 +283,7 @@ TEST(Hybrid, EqualsTheStandardsSums) {
     }
   }
   Mox32fc* none = nullptr;
-  EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(nullptr, &none, 0, 0), moxStatusNullPointer);
+  expectNeedsEveryPointer(moxsAnalysisFilter_PS_32fc_D2, rows.data(), &none, 0, 0);
   EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(rows.data(), &none, 0, 10), moxStatusOutOfRange);
   EXPECT_EQ(moxsAnalysisFilter_PS_32fc_D2(rows.data(), &none, 0, 20), moxStatusBadSize);
 }

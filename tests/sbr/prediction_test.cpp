@@ -6,6 +6,7 @@
 
 #include "moxac/sbr.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
@@ -206,18 +207,12 @@ TEST(PredictCoef, RefusesInOrderAndWritesNothing) {
   const int32_t* lp[3] = {};
   Mox32sc h{7, 7};
   int32_t l = 7;
-  for (int missing = 0; missing < 6; ++missing) {  // a null wins over band and length
-    const auto at = [&](int i, auto* p) { return i == missing ? nullptr : p; };
-    EXPECT_EQ(
-        moxsPredictCoef_SBR_C_32f_D2L(at(0, re), at(1, re), at(2, o), at(3, o), at(4, o), at(5, o), 1, 0),
-        moxStatusNullPointer);
-    if (missing >= 3) continue;
-    EXPECT_EQ(moxsPredictCoef_SBR_R_32f_D2L(at(0, re), at(1, o), at(2, o), 1, 0), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictCoef_SBR_C_32fc_D2L(at(0, pairs), at(1, c), at(2, c), 1, 0), moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(at(0, hq), at(1, &h), at(2, &h), 64, 0),
-              moxStatusNullPointer);
-    EXPECT_EQ(moxsPredictOneCoef_SBRLP_32s_D2L(at(0, lp), at(1, &l), at(2, &l), -1, 0), moxStatusNullPointer);
-  }
+  // A null wins over band and length.
+  expectNeedsEveryPointer(moxsPredictCoef_SBR_R_32f_D2L, re, o, o, 1, 0);
+  expectNeedsEveryPointer(moxsPredictCoef_SBR_C_32f_D2L, re, re, o, o, o, o, 1, 0);
+  expectNeedsEveryPointer(moxsPredictCoef_SBR_C_32fc_D2L, pairs, c, c, 1, 0);
+  expectNeedsEveryPointer(moxsPredictOneCoef_SBRHQ_32sc_D2L, hq, &h, &h, 64, 0);
+  expectNeedsEveryPointer(moxsPredictOneCoef_SBRLP_32s_D2L, lp, &l, &l, -1, 0);
   for (const int band : {-1, 0, 63, 64}) {
     const moxStatus want = band == 0 || band == 63 ? moxStatusOk : moxStatusOutOfRange;
     EXPECT_EQ(moxsPredictOneCoef_SBRHQ_32sc_D2L(hq, &h, &h, band, 0), want);

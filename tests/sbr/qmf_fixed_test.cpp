@@ -5,6 +5,7 @@
 #include "moxac/sbr.h"
 #include "sbr/qmf_reference.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
@@ -221,9 +222,7 @@ TEST(QmfFixed, RefusesInOrder) {
     run(bank, src, 2, own);
     const auto before = own.memory;
     const auto untouched = dst;
-    EXPECT_EQ(bank.filter(nullptr, dst, 0, 33, foreign), moxStatusNullPointer);
-    EXPECT_EQ(bank.filter(src, nullptr, 0, 33, foreign), moxStatusNullPointer);
-    EXPECT_EQ(bank.filter(src, dst, 0, 33, nullptr), moxStatusNullPointer);
+    expectNeedsEveryPointer(bank.filter, src, dst, 0, 33, foreign);
     EXPECT_EQ(bank.filter(src, dst, 0, 33, foreign), moxStatusContextMismatch);
     if (bank.analysis) {
       for (const int kx : {33, -1, INT32_MIN})

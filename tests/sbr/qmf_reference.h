@@ -4,9 +4,9 @@
 #include <cmath>
 #include <complex>
 #include <cstdio>
-#include <fstream>
-#include <string>
 #include <vector>
+
+#include "sbr/qmf_window_tables.h"
 
 namespace moxtest {
 
@@ -15,12 +15,8 @@ using Slot = std::vector<std::complex<double>>;  // sub-band samples; real banks
 // The 640 coefficients of the prototype in the standard's order and signs, or every `step`-th of them.
 template <class T = float>
 std::vector<T> qmfWindow(int step) {
-  std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/sbr_qmf_window.csv");
   std::vector<T> window;
-  std::string line;
-  std::getline(file, line);
-  for (int i = 0; std::getline(file, line); ++i)
-    if (i % step == 0) window.push_back(static_cast<T>(std::stod(line.substr(line.find(',') + 1))));
+  for (int i = 0; i < 640; i += step) window.push_back(static_cast<T>(moxac::kQmfPrototype[i]));
   return window;
 }
 

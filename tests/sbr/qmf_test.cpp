@@ -5,6 +5,7 @@
 #include "sbr/qmf_banks.h"
 #include "sbr/qmf_context.h"
 #include "sbr/qmf_reference.h"
+#include "support/refusals.h"
 
 namespace {
 
@@ -185,9 +186,7 @@ TEST(QmfRoundTrip, GivesTheInputBackWithinThePrototypesLimit) {
 template <class BankT, class Spec>
 void expectStatedSizesAndLayout(const BankT& bank) {
   int32_t spec = 0, init = 0, work = 0;
-  EXPECT_EQ(bank.getSize(nullptr, &init, &work), moxStatusNullPointer);
-  EXPECT_EQ(bank.getSize(&spec, nullptr, &work), moxStatusNullPointer);
-  EXPECT_EQ(bank.getSize(&spec, &init, nullptr), moxStatusNullPointer);
+  expectNeedsEveryPointer(bank.getSize, &spec, &init, &work);
   ASSERT_EQ(bank.getSize(&spec, &init, &work), moxStatusOk);
   EXPECT_EQ(spec, bank.bytes);
   EXPECT_EQ(init, 4);
@@ -215,9 +214,7 @@ void expectStatedSizesAndLayout(const BankT& bank) {
 
   uint8_t memory[8192], buffer[4];
   Spec* out = nullptr;
-  EXPECT_EQ(bank.init(nullptr, memory, buffer), moxStatusNullPointer);
-  EXPECT_EQ(bank.init(&out, nullptr, buffer), moxStatusNullPointer);
-  EXPECT_EQ(bank.init(&out, memory, nullptr), moxStatusNullPointer);
+  expectNeedsEveryPointer(bank.init, &out, memory, buffer);
   EXPECT_EQ(out, nullptr);
 }
 

@@ -1,41 +1,31 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "frame/context_ids.h"
 #include "moxac/transform.h"
 #include "support/block.h"
+#include "support/refusals.h"
+#include "transform/dts_tables.h"
 
 namespace {
 
 using moxtest::Block;
 
-// Column 1 or 3 of the prototypes' table, as printed.
-std::vector<double> prototype(int column) {
-  std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/dts_qmf_window.csv");
-  std::vector<double> d;
-  std::string line;
-  std::getline(file, line);
-  while (std::getline(file, line)) {
-    std::istringstream fields(line);
-    std::string field;
-    for (int c = 0; c <= column; ++c) std::getline(fields, field, ',');
-    d.push_back(std::stod(field));
-  }
-  return d;
+using Prototype = const float (&)[512];
+Prototype prototype(int filter) {
+  return filter == moxDtsPerfect ? moxac::kDtsPerfect : moxac::kDtsNonPerfect;
 }
 
-double filterTap(const std::vector<double>& d, int k, int i) {
+double filterTap(Prototype d, int k, int i) {
   const double sign = (i / 64 % 2 == 0 ? 1 : -1) * (k % 4 == 0 || k % 4 == 3 ? 1 : -1);
-  return 64 * sign * d[static_cast<size_t>(i)] * std::cos(M_PI / 32 * (k + 0.5) * (i + 16.5));
+  return 64 * sign * d[i] * std::cos(M_PI / 32 * (k + 0.5) * (i + 16.5));
 }
 
 // The direct double sum over all slots from the start.
-std::vector<double> synthesize(const std::vector<double>& d, const std::vector<float>& x, int slots) {
+std::vector<double> synthesize(Prototype d, const std::vector<float>& x, int slots) {
   std::vector<double> y(static_cast<size_t>(32 * (slots + 15)));
   for (int k = 0; k < 32; ++k)
     for (int i = 0; i < 512; ++i) {
@@ -63,7 +53,7 @@ struct State {
 TEST(Dts, EqualsTheDirectSumAndItselfInAnySplit) {
   constexpr int kSlots = 70;
   for (const int filter : {moxDtsNonPerfect, moxDtsPerfect}) {
-    const auto d = prototype(filter == moxDtsPerfect ? 3 : 1);
+    Prototype d = prototype(filter);
     Block<float> x(32 * kSlots, 4);
     const auto want = synthesize(d, std::vector<float>(x.begin(), x.end()), kSlots);
     double peak = 0;
@@ -92,7 +82,7 @@ TEST(Dts, EqualsTheDirectSumAndItselfInAnySplit) {
 TEST(Dts, TheMatchedAnalysisComesBackWithGain32) {
   constexpr int kSlots = 64;
   for (const int filter : {moxDtsNonPerfect, moxDtsPerfect}) {
-    const auto d = prototype(filter == moxDtsPerfect ? 3 : 1);
+    Prototype d = prototype(filter);
     Block<float> input(32 * kSlots);
     std::vector<float> bands(32 * kSlots);
     for (int t = 0; t < kSlots; ++t)
@@ -126,7 +116,7 @@ TEST(Dts, RefusalsInOrder) {
   State state(0);
   Block<float> x(32), y(32);
   const Block<float> before = y;
-  EXPECT_EQ(moxsSynthesisFilter_DTS_32f(nullptr, y, 0, 2, state.get()), moxStatusNullPointer);
+  moxtest::expectNeedsEveryPointer(moxsSynthesisFilter_DTS_32f, x, y, 0, 2, state.get());
   EXPECT_EQ(moxsSynthesisFilter_DTS_32f(x, y, 0, 2, state.get()), moxStatusOutOfRange);
   EXPECT_EQ(moxsSynthesisFilter_DTS_32f(x, y, 0, 1, state.get()), moxStatusBadSize);
   *reinterpret_cast<moxac::ContextId*>(state.memory.data()) = moxac::ContextId::mp3Synthesis;

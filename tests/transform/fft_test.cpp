@@ -7,6 +7,7 @@
 
 #include "support/alloc_spy.h"
 #include "support/block.h"
+#include "support/refusals.h"
 #include "transform/fft_reference.h"
 #include "transform/fft_tables.h"
 
@@ -96,9 +97,7 @@ TEST(Fft, RefusalsComeInOrder) {
   for (auto* size : {FftGetSize_C_32fc, FftGetSizeWithCopy_C_32fc}) {
     Sizes s;
     EXPECT_EQ(size(31, 3, 0, nullptr, &s.init, &s.work), moxStatusBadFftOrder);
-    EXPECT_EQ(size(30, 3, 0, nullptr, &s.init, &s.work), moxStatusNullPointer);
-    EXPECT_EQ(size(5, 8, 0, &s.spec, nullptr, &s.work), moxStatusNullPointer);
-    EXPECT_EQ(size(5, 8, 0, &s.spec, &s.init, nullptr), moxStatusNullPointer);
+    expectNeedsEveryPointer(size, 30, 3, 0, &s.spec, &s.init, &s.work);
     EXPECT_EQ(size(30, 3, 0, &s.spec, &s.init, &s.work), moxStatusBadFftFlag);
     for (int32_t order : {-1, 29, 30})
       EXPECT_EQ(size(order, 8, 0, &s.spec, &s.init, &s.work), moxStatusBadFftOrder);
@@ -125,11 +124,9 @@ TEST(Fft, RefusalsComeInOrder) {
     EXPECT_EQ(FftGetWorkSize_C_32fc(spec, &bytes), moxStatusContextMismatch);
   }
   Fft good(3);
-  EXPECT_EQ(FftFwd_CToC_32fc(x, x, nullptr, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(FftFwd_CToC_32fc(nullptr, x, good.spec, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(FftFwd_CToC_32fc(x, nullptr, good.spec, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(FftGetWorkSize_C_32fc(nullptr, &bytes), moxStatusNullPointer);
-  EXPECT_EQ(FftGetWorkSize_C_32fc(good.spec, nullptr), moxStatusNullPointer);
+  for (auto* transform : {FftFwd_CToC_32fc, FftInv_CToC_32fc})
+    expectNeedsPointers(transform, 3, x, x, good.spec, nullptr);
+  expectNeedsEveryPointer(FftGetWorkSize_C_32fc, good.spec, &bytes);
 }
 
 TEST(Fft, WorkBufferIsTheCallersOrOneAllocation) {

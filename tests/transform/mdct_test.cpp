@@ -9,6 +9,7 @@
 #include "moxac/transform.h"
 #include "support/alloc_spy.h"
 #include "support/block.h"
+#include "support/refusals.h"
 #include "transform/mdct_kernels.h"
 #include "transform/mdct_reference.h"
 
@@ -101,9 +102,7 @@ TEST(Mdct, RefusalsComeInOrder) {
   for (const Kind& kind : kKinds) {
     Sizes s;
     MoxMdctSpec* spec = nullptr;
-    EXPECT_EQ(kind.getSize(24, nullptr, &s.init, &s.work), moxStatusNullPointer);
-    EXPECT_EQ(kind.getSize(24, &s.spec, nullptr, &s.work), moxStatusNullPointer);
-    EXPECT_EQ(kind.getSize(24, &s.spec, &s.init, nullptr), moxStatusNullPointer);
+    expectNeedsEveryPointer(kind.getSize, 24, &s.spec, &s.init, &s.work);
     for (int32_t N : {INT32_MIN, -32, 0, 1, 2, 8, 12, 16, 24, 33, 36, 48, 1 << 29, 1 << 30, INT32_MAX}) {
       if (kind.mp3Lengths && (N == 12 || N == 36)) continue;
       EXPECT_EQ(kind.getSize(N, &s.spec, &s.init, &s.work), moxStatusBadSize) << N;
@@ -112,18 +111,15 @@ TEST(Mdct, RefusalsComeInOrder) {
       EXPECT_EQ(kind.initAlloc(&spec, N), moxStatusBadSize) << N;
     }
     EXPECT_EQ(s.spec, -1);
-    EXPECT_EQ(kind.init(nullptr, 32, memory, memory), moxStatusNullPointer);
-    EXPECT_EQ(kind.init(&spec, 32, nullptr, memory), moxStatusNullPointer);
-    EXPECT_EQ(kind.init(&spec, 32, memory, nullptr), moxStatusNullPointer);
+    expectNeedsEveryPointer(kind.init, &spec, 32, memory, memory);
     EXPECT_EQ(spec, nullptr);
     if (kind.mp3Lengths) {
       EXPECT_EQ(kind.init(&spec, 12, memory, nullptr), moxStatusOk);
     }
     EXPECT_EQ(kind.init(&spec, 64, memory, memory), moxStatusOk);
     int32_t bytes = -1;
-    EXPECT_EQ(kind.getBufSize(nullptr, &bytes), moxStatusNullPointer);
-    EXPECT_EQ(kind.getBufSize(spec, nullptr), moxStatusNullPointer);
-    EXPECT_EQ(kind.free(nullptr), moxStatusNullPointer);
+    expectNeedsEveryPointer(kind.getBufSize, spec, &bytes);
+    expectNeedsEveryPointer(kind.free, spec);
     for (const Kind& other : kKinds) {
       if (other.name == kind.name) continue;
       EXPECT_EQ(other.getBufSize(spec, &bytes), moxStatusContextMismatch);
