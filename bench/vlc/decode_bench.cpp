@@ -106,7 +106,7 @@ class TwoLevel {
 
 Rows bookRows(int32_t which) {
   if (which == 0) {
-    const Book book = aacScaleFactorBook();
+    const Book book = readBook("aac_huffman_scalefactor.csv", "", 0, 1, 1, 2);
     Rows rows;
     for (const Symbol& symbol : book) {
       rows.push_back(symbol.row);
