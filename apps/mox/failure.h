@@ -9,7 +9,7 @@ enum ExitCode : int {
   exitComplete = 0,  // everything was decoded
   exitUnusable = 1,  // nothing written: the input cannot be used, or reading or writing failed
   exitUsage = 2,     // the command line was not understood
-  exitDamaged = 3,   // the output is there, but parts of the input were damaged and concealed
+  exitDamaged = 3,   // the output is there, but parts of the input were damaged and concealed, or missing
 };
 
 // The input cannot be used, or the output not written: printed as one line, exit code 1.

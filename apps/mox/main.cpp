@@ -22,7 +22,7 @@ int runProgram(int argc, char** argv) {
   program.footer(
       "Exit codes: 0 complete; 1 nothing written, because the input is unusable or reading or writing "
       "failed;\n"
-      "2 wrong usage; 3 output written, but parts of the input were damaged and concealed.");
+      "2 wrong usage; 3 output written, but parts of the input were damaged and concealed, or missing.");
 
   int exitCode = mox::exitComplete;
   mox::addDecodeCommand(program, exitCode);
