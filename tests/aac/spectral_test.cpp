@@ -274,9 +274,9 @@ TEST(Deinterleave, PutsEveryWindowInLineOrder) {
     ASSERT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 1, kOneGroup, rate, 1024), moxStatusOk);
     EXPECT_SAME_BITS(dst, src);
   }
-  const int32_t bad[3] = {1, 5, 3}, zero[3] = {0, 6, 2};
+  const int32_t bad[3] = {1, 5, 3}, less[3] = {1, 5, 1};  // other tools take less than a frame
   EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, bad, 12, 12), moxStatusAacWinLenError);
-  for (const int32_t* lens : {bad, zero})
+  for (const int32_t* lens : {bad, less})
     EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, lens, 12, 128), moxStatusAacWinGrpError);
   EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 1, kGroups + 2, 12, 1024), moxStatusAacWinGrpError);
   EXPECT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, kGroups, 12, 128), moxStatusAacSampleRateError);

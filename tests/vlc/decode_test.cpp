@@ -117,7 +117,7 @@ TEST(VlcDecode, RandomCodesDecodeAsBitByBit) {
       bits += codeOf(rows[static_cast<size_t>(below(n))]);
     }
     const auto codeBits = static_cast<int64_t>(bits.size());
-    std::string lookedAt = bits.substr(0, lastCode + static_cast<size_t>(longest(rows)));
+    std::string lookedAt = bits;
     while (lookedAt.size() < lastCode + static_cast<size_t>(longest(rows)))
       lookedAt += below(2) != 0 ? '1' : '0';
     const BitByBit reader(rows);

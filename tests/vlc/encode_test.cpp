@@ -31,25 +31,6 @@ class EncodeSpec {
   Block<uint8_t> memory_;
 };
 
-// Words of a stream as the caller sees them, most significant bit first, and what One does to them.
-class Memory {
- public:
-  explicit Memory(size_t size) : bytes(static_cast<int64_t>(size) * 4) {}
-
-  void writeOne(const std::string& code, size_t& at) {
-    const size_t end = at + code.size();
-    for (const char bit : code) set(at++, bit == '1');
-    if (end % 32 != 0 && end / 32 == (end - code.size()) / 32)
-      for (size_t i = end; i % 32 != 0; ++i) set(i, true);
-  }
-  void set(size_t i, bool one) {
-    uint8_t& byte = bytes[static_cast<int64_t>(i / 8)];
-    const auto mask = static_cast<uint8_t>(0x80 >> i % 8);
-    byte = static_cast<uint8_t>(one ? byte | mask : byte & ~mask);
-  }
-  Block<uint8_t> bytes;
-};
-
 TEST(VlcEncode, RecordAndSizes) {
   int32_t size = 0;
   const Rows one = {{7, 1, 1}};
@@ -98,9 +79,8 @@ TEST(VlcEncode, OneBlockAndCountAgree) {
       total += chosen.back()->length;
     }
     const size_t memoryWords = (start + static_cast<size_t>(total) + 31) / 32;
-    Memory want(memoryWords), one(memoryWords), block(memoryWords);
-    for (int64_t i = 0; i < want.bytes.size(); ++i) one.bytes[i] = block.bytes[i] = want.bytes[i];
-    for (const Row* row : chosen) want.writeOne(codeOf(*row), at);
+    Memory want(memoryWords), one(want), block(want);
+    for (const Row* row : chosen) want.writeItem(codeOf(*row), at);
 
     uint8_t* p = one.bytes.data() + start / 8;
     auto offset = static_cast<int32_t>(start % 8);

@@ -62,49 +62,44 @@ Operations coding(std::function<moxStatus(Stream&, int16_t*, int32_t)> decode, W
           }};
 }
 
-// bits and values of `items` random symbols, written as the standard says.
-struct Coded {
-  std::string bits, ahead;  // ahead: the bits that the decoder may look at
-  std::vector<int16_t> values;
-};
-using WriteSymbol = std::function<void(const Symbol&, Coded&)>;
+// Writes a symbol as the standard says: returns its bits, appends its values.
+using WriteSymbol = std::function<std::string(const Symbol&, std::vector<int16_t>&)>;
 
 void expectAgreement(const Book& book, const WriteSymbol& write, const std::vector<Operations>& operations) {
   int32_t maxLength = 0;
   for (const Symbol& symbol : book) maxLength = std::max(maxLength, symbol.row.length + 4);
   for (int32_t trial = 0; trial < 48; ++trial) {
-    Coded coded;
-    const int32_t items = trial < 32 ? 1 + below(8) : 100 + below(200);
+    std::vector<int16_t> want;
+    std::vector<std::string> items;
+    std::string bits;
     size_t last = 0;
-    for (int32_t i = 0; i < items; ++i) {
-      last = coded.bits.size();
-      write(book[static_cast<size_t>(below(static_cast<int64_t>(book.size())))], coded);
+    for (int32_t i = trial < 32 ? 1 + below(8) : 100 + below(200); i > 0; --i) {
+      items.push_back(write(book[static_cast<size_t>(below(static_cast<int64_t>(book.size())))], want));
+      last = bits.size();
+      bits += items.back();
     }
-    const size_t lookedAt = std::max(coded.bits.size(), last + static_cast<size_t>(maxLength));
-    const std::string padded = coded.bits + std::string(lookedAt - coded.bits.size(), '1');
-    const auto len = static_cast<int32_t>(coded.values.size());
+    std::string padded = bits;  // by what the decoder may look at
+    padded.resize(std::max(bits.size(), last + static_cast<size_t>(maxLength)), '1');
+    const auto len = static_cast<int32_t>(want.size());
     const int32_t shift = trial % 32;
     for (const Operations& op : operations) {
       Stream stream(padded, shift, trial % 2 == 0 ? GuardPage::Side::behind : GuardPage::Side::before);
       Block<int16_t> values(len, 2 * below(8));
       ASSERT_EQ(op.decode(stream, values, len), moxStatusOk);
-      EXPECT_EQ(std::vector<int16_t>(values.begin(), values.end()), coded.values);
-      EXPECT_EQ(stream.consumed(), static_cast<int64_t>(coded.bits.size()));
+      EXPECT_EQ(std::vector<int16_t>(values.begin(), values.end()), want);
+      EXPECT_EQ(stream.consumed(), static_cast<int64_t>(bits.size()));
       if (!op.encode) continue;
 
-      Stream want(coded.bits, shift), got(std::string(coded.bits.size(), '0'), shift);
-      uint8_t* out = const_cast<uint8_t*>(got.at);
-      const uint8_t* const outStart = out;
-      int32_t offset = got.offset;
+      auto at = static_cast<size_t>(shift);
+      Memory wantMemory((at + bits.size() + 31) / 32), memory(wantMemory);
+      for (const std::string& item : items) wantMemory.writeItem(item, at);
+      uint8_t* out = memory.bytes.data() + shift / 8;
+      int32_t offset = shift % 8, counted = 0;
       ASSERT_EQ(op.encode(values, len, &out, &offset), moxStatusOk);
-      EXPECT_EQ(8 * (out - outStart) + offset - shift % 8, static_cast<int64_t>(coded.bits.size()));
-      for (size_t i = 0; i < coded.bits.size(); ++i) {
-        const size_t position = static_cast<size_t>(shift % 8) + i;
-        ASSERT_EQ((outStart[position / 8] ^ want.at[position / 8]) >> (7 - position % 8) & 1, 0) << i;
-      }
-      int32_t bits = 0;
-      ASSERT_EQ(op.countBits(values, len, &bits), moxStatusOk);
-      EXPECT_EQ(bits, static_cast<int32_t>(coded.bits.size()));
+      EXPECT_SAME_BITS(memory.bytes, wantMemory.bytes);
+      EXPECT_EQ(8 * (out - memory.bytes.data()) + offset, static_cast<int64_t>(at));
+      ASSERT_EQ(op.countBits(values, len, &counted), moxStatusOk);
+      EXPECT_EQ(counted, static_cast<int32_t>(bits.size()));
     }
   }
 }
@@ -113,9 +108,8 @@ int32_t sign(int32_t magnitude) { return below(2) != 0 ? -magnitude : magnitude;
 
 // An unsigned book of AAC: code word, signs, escapes. A signed one: the code word.
 WriteSymbol aacWriter(bool isSigned, bool escapes) {
-  return [=](const Symbol& symbol, Coded& coded) {
-    coded.bits += codeOf(symbol.row);
-    std::string behind;
+  return [=](const Symbol& symbol, std::vector<int16_t>& values) {
+    std::string bits = codeOf(symbol.row), behind;
     for (int32_t value : symbol.values) {
       if (escapes && value == 16) {
         value = 16 << below(10);
@@ -123,26 +117,27 @@ WriteSymbol aacWriter(bool isSigned, bool escapes) {
         behind += aacEscape(value);
       }
       if (!isSigned) value = sign(value);
-      if (!isSigned && value != 0) coded.bits += value < 0 ? '1' : '0';
-      coded.values.push_back(static_cast<int16_t>(value));
+      if (!isSigned && value != 0) bits += value < 0 ? '1' : '0';
+      values.push_back(static_cast<int16_t>(value));
     }
-    coded.bits += behind;
+    return bits + behind;
   };
 }
 
 WriteSymbol mp3Writer(int32_t linBits) {
-  return [=](const Symbol& symbol, Coded& coded) {
-    coded.bits += codeOf(symbol.row);
+  return [=](const Symbol& symbol, std::vector<int16_t>& values) {
+    std::string bits = codeOf(symbol.row);
     for (int32_t value : symbol.values) {
       if (value == 15 && linBits > 0) {
         const int32_t extra = below(1 << linBits);
-        coded.bits += bitsOf(extra, linBits);
+        bits += bitsOf(extra, linBits);
         value += extra;
       }
       value = sign(value);
-      if (value != 0) coded.bits += value < 0 ? '1' : '0';
-      coded.values.push_back(static_cast<int16_t>(value));
+      if (value != 0) bits += value < 0 ? '1' : '0';
+      values.push_back(static_cast<int16_t>(value));
     }
+    return bits;
   };
 }
 

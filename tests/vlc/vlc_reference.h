@@ -129,6 +129,26 @@ class Stream {
   int32_t firstOffset_;
 };
 
+// Words of a stream as the caller sees them, most significant bit first, and what an encoder does to
+// them with one item.
+class Memory {
+ public:
+  explicit Memory(size_t size) : bytes(static_cast<int64_t>(size) * 4) {}
+
+  void writeItem(const std::string& code, size_t& at) {
+    const size_t end = at + code.size();
+    for (const char bit : code) set(at++, bit == '1');
+    if (end % 32 != 0 && end / 32 == (end - code.size()) / 32)
+      for (size_t i = end; i % 32 != 0; ++i) set(i, true);
+  }
+  void set(size_t i, bool one) {
+    uint8_t& byte = bytes[static_cast<int64_t>(i / 8)];
+    const auto mask = static_cast<uint8_t>(0x80 >> i % 8);
+    byte = static_cast<uint8_t>(one ? byte | mask : byte & ~mask);
+  }
+  Block<uint8_t> bytes;
+};
+
 // ---- The standards' books. A symbol is a tuple of values as the table names them.
 
 struct Symbol {
