@@ -21,8 +21,7 @@ std::array<double, 4> mixingA(double c, double rho) {
 
 std::array<double, 4> mixingB(double c, double coherence) {
   const double rho = std::max(coherence, kPsMixBRhoMin), spread = c + 1 / c;
-  double alpha = std::atan2(2 * c * rho, c * c - 1) / 2;
-  if (alpha < 0) alpha += std::numbers::pi / 2;
+  const double alpha = std::atan2(2 * c * rho, c * c - 1) / 2;
   const double mu = std::sqrt(1 + (4 * rho * rho - 4) / (spread * spread));
   const double gamma = std::atan(std::sqrt((1 - mu) / (1 + mu)));
   return {kSqrt2 * std::cos(alpha) * std::cos(gamma), kSqrt2 * std::sin(alpha) * std::cos(gamma),

@@ -531,13 +531,14 @@ TEST(ParametricStereo, AHeaderOfOtherModesKeepsTheMeaningOfWhatWasSent) {
   Writer writer;
   PsPayload payload;
   Frame frame;
-  frame.header = {true, true, true, true, 0, 0};  // ten bands
+  frame.header = {true, true, true, true, 1, 1};  // 20 bands
   frame.phasesOn = true;
   frame.borders = {kSlots - 1};
   frame.envelopes.resize(1);
-  for (size_t b = 0; b < 10; ++b) {
+  for (size_t b = 0; b < 20; ++b) {
     frame.envelopes[0].iid[b] = 7;
-    frame.envelopes[0].icc[b] = static_cast<int8_t>(b / 2);
+    frame.envelopes[0].icc[b] = static_cast<int8_t>(b / 4);
+    frame.envelopes[0].opd[b] = b < 11 ? 5 : 0;
   }
   const auto read = [&](const Bits& bits) {
     const auto bytes = bits.bytes();
@@ -545,15 +546,22 @@ TEST(ParametricStereo, AHeaderOfOtherModesKeepsTheMeaningOfWhatWasSent) {
     ASSERT_TRUE(payload.read(in));
   };
   read(writer.write(frame, false, random));
-  for (const int32_t mode : {4, 5, 1, 3, 2, 0}) {  // no envelopes come with these
+  for (const int32_t mode :
+       {4, 5, 1, 2, 3, 0}) {  // no envelopes come with these, and no phases with the last
     const auto bits = static_cast<uint32_t>(mode);
-    read(Bits().put(1, 1).put(1, 1).put(bits, 3).put(1, 1).put(bits, 3).put(0, 1).put(0, 3));
+    const bool phases = mode != 0;
+    const Bits header = Bits().put(3, 2).put(bits, 3).put(1, 1).put(bits, 3).put(phases, 1);
+    read(Bits(header).put(0, 3).put(0x120, phases ? 12 : 0));
     ASSERT_EQ(payload.count(), 1);
-    const auto bands = static_cast<size_t>(payload.header().iidBands());
-    for (size_t b = 0; b < bands; ++b) {
-      EXPECT_EQ(payload.envelope(0).iid[b], mode >= 3 ? 10 : 7) << mode << " " << b;  // 25 dB
-      if (bands != 34) {
-        EXPECT_EQ(payload.envelope(0).icc[b], b * 10 / bands / 2) << mode << " " << b;
+    const PsHeader& modes = payload.header();
+    const auto bands = static_cast<size_t>(modes.iidBands());
+    const size_t phaseBands = phases ? static_cast<size_t>(modes.phaseBands()) : 0;
+    for (size_t b = 0; b < 34; ++b) {
+      const PsEnvelope& envelope = payload.envelope(0);
+      EXPECT_EQ(envelope.iid[b], b >= bands ? 0 : mode >= 3 ? 10 : 7) << mode << " " << b;  // 25 dB
+      EXPECT_EQ(envelope.opd[b], b < phaseBands ? 5 : 0) << mode << " " << b;
+      if (bands != 34 && b < bands) {
+        EXPECT_EQ(envelope.icc[b], b * 10 / bands / 2) << mode << " " << b;
       }
     }
     EXPECT_EQ(payload.wide(), bands == 34);
@@ -576,7 +584,7 @@ TEST(ParametricStereo, DamagedPayloadsChangeNothing) {
   EXPECT_TRUE(refused(Bits().put(0, 16)));  // no header yet
   EXPECT_TRUE(refused(header(6, 0, false).put(0, 3 + 16)));
   EXPECT_TRUE(refused(header(0, 7, false).put(0, 3 + 16)));
-  EXPECT_TRUE(refused(header(0, 0, false).put(5, 3).put(9, 5).put(8, 5).put(0, 64)));  // borders run back
+  EXPECT_TRUE(refused(header(0, 0, false).put(5, 3).put(9, 5).put(8, 5).put(0, 32)));  // borders run back
   EXPECT_TRUE(refused(header(0, 0, true).put(0, 3).put(0, 4)) == false);               // an empty extension
   EXPECT_TRUE(
       refused(Bits().put(0, 1).put(1, 3).put(0, 11 + 11).put(1, 4).put(1, 3).put(0xFFFF, 16)));  // overruns
