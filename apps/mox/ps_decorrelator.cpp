@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 #include "mox/ps_tables.h"
@@ -14,6 +15,14 @@ const PsHybridBand* hybridBands(bool wide) { return wide ? kPsHybridBands34 : kP
 
 int32_t wholeVectors(int32_t bands) { return (bands + 7) / 8 * 8; }
 
+float sum(const float* from, const float* to) {
+  float parts[4]{};
+  for (; to - from >= 4; from += 4)
+    for (int32_t i = 0; i < 4; ++i) parts[i] += from[i];
+  for (; from < to; ++from) parts[0] += *from;
+  return parts[0] + parts[1] + (parts[2] + parts[3]);
+}
+
 }  // namespace
 
 void PsDecorrelator::start(bool wide) {
@@ -24,6 +33,10 @@ void PsDecorrelator::start(bool wide) {
   for (Link& link : links_) link = {};
   turn_ = {};
   peak_ = mean_ = excess_ = {};
+
+  whole_.fill(config.hybridBands);
+  for (int32_t k = config.hybridBands; k-- > config.splitBands;)
+    std::fill_n(whole_.begin(), hybridBands(wide)[k].stereoBand + 1, k);
 
   for (int32_t k = 0; k < config.allpassBands; ++k) {
     const auto turnBy = [&](AllpassRow& row, double fraction) {
@@ -90,31 +103,31 @@ void PsDecorrelator::allpass(AllpassRow& x) {
   }
 }
 
-// While the power of a stereo band is well below its recent peak, its diffuse signal would smear the
-// transient: the gains fall as the mean excess of the peak grows beyond the mean power.
+// While the power of a stereo band is well below its recent peak, its diffuse signal would smear the transient:
+// the gains fall as the mean excess of the peak grows beyond the mean power.
 void PsDecorrelator::attenuate(const PsHybridRow& mono, float* gains) {
-  const PsConfiguration& config = configuration(wide_);
+  const int32_t splitBands = configuration(wide_).splitBands;
   const PsHybridBand* bands = hybridBands(wide_);
   alignas(32) float powers[PsHybridRow::kWidth];
   for (int32_t k = 0; k < PsHybridRow::kWidth; ++k)
     powers[k] = mono.re[k] * mono.re[k] + mono.im[k] * mono.im[k];
-  BandPowers power{}, gain;
-  for (int32_t k = 0; k < config.hybridBands; ++k)
-    power[static_cast<size_t>(bands[k].stereoBand)] += powers[k];
+  BandValues power, gain;
+  for (size_t b = 0; b < kBands; ++b) power[b] = sum(powers + whole_[b], powers + whole_[b + 1]);
+  for (int32_t k = 0; k < splitBands; ++k) power[static_cast<size_t>(bands[k].stereoBand)] += powers[k];
 
-  constexpr float kMost = 1e30f;  // keeps what follows finite
+  constexpr float kLeast = std::numeric_limits<float>::min(), kMost = 1e30f;  // keep what follows finite
   constexpr auto kDecay = static_cast<float>(kPsTransientPeakDecay);
   constexpr auto kSmooth = static_cast<float>(kPsTransientSmooth);
   constexpr auto kImpact = static_cast<float>(kPsTransientImpact);
-  for (size_t b = 0; b < power.size(); ++b) {
+  for (size_t b = 0; b < kBands; ++b) {
     const float p = power[b] < kMost ? power[b] : kMost;
     peak_[b] = std::max(kDecay * peak_[b], p);
     mean_[b] += kSmooth * (p - mean_[b]);
     excess_[b] += kSmooth * (peak_[b] - p - excess_[b]);
-    const float limit = kImpact * excess_[b];
-    gain[b] = limit > mean_[b] ? mean_[b] / limit : 1.0f;
+    gain[b] = mean_[b] / std::max(std::max(mean_[b], kImpact * excess_[b]), kLeast);
   }
-  for (int32_t k = 0; k < config.hybridBands; ++k) gains[k] = gain[static_cast<size_t>(bands[k].stereoBand)];
+  for (int32_t k = 0; k < splitBands; ++k) gains[k] = gain[static_cast<size_t>(bands[k].stereoBand)];
+  for (size_t b = 0; b < kBands; ++b) std::fill(gains + whole_[b], gains + whole_[b + 1], gain[b]);
 }
 
 }  // namespace mox

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "mox/ps_hybrid_row.h"
@@ -32,7 +33,8 @@ class PsDecorrelator {
     alignas(32) float feedback[kAllpassWidth]{};  // coefficient
     AllpassRow state[kLinkRows];
   };
-  using BandPowers = std::array<float, 34>;
+  static constexpr size_t kBands = 34;  // stereo bands, or 20 of them
+  using BandValues = std::array<float, kBands>;
 
   void start(bool wide);
   void attenuate(const PsHybridRow& mono, float* gains);
@@ -43,7 +45,9 @@ class PsDecorrelator {
   PsHybridRow line_[kLineRows];  // the mono signal's last slots
   AllpassRow turn_;
   Link links_[kLinks];
-  BandPowers peak_{}, mean_{}, excess_{};  // decaying peak of the power; smoothed: power, and peak above it
+  // Of the hybrid bands that are whole QMF bands, whole_[b] up to whole_[b + 1] belong to stereo band b.
+  std::array<int32_t, kBands + 1> whole_{};
+  BandValues peak_{}, mean_{}, excess_{};  // decaying peak of the power; smoothed: power, and peak above it
 };
 
 }  // namespace mox
