@@ -48,9 +48,9 @@ MOX_INLINE void dft4(Complex<L> (&a)[4]) {
   dft4(a[0], a[1], a[2], a[3]);
 }
 
-// Eight points from load(n, four), which fills in points n, n+1, n+4 and n+5, to store(k, value): four points of
-// the sums, then of the differences, which are turned by n eighths; the sign of the last factor and the
-// quarter turn go into the next sums.
+// Eight points from loadFour(n, four), which fills in points n, n+1, n+4 and n+5, to store(k, value): four
+// points of the sums, then of the differences, which are turned by n eighths; the sign of the last factor and
+// the quarter turn go into the next sums.
 template <class L, class LoadFour, class Store>
 MOX_INLINE void dft8(LoadFour&& loadFour, Store&& store) {
   Complex<L> sum[4], odd[4];
@@ -131,8 +131,8 @@ MOX_INLINE Complex<L> splatPair(const float* w) {
   return {L::splat(w[0]), L::splat(w[1])};
 }
 
-// The transform of 2^kBits blocks from load(n) to store(k, block). Eight fill the registers, therefore four points
-// of the even and of the odd inputs, and outputs leave as they are formed: 0 4 1 5 2 6 3 7.
+// The transform of 2^kBits blocks from load(n) to store(k, block). Eight fill the registers, therefore four
+// points of the even and of the odd inputs, and outputs leave as they are formed: 0 4 1 5 2 6 3 7.
 template <int kBits, class Load, class Store>
 MOX_INLINE void dftBlocks(Load&& load, Store&& store) {
   if constexpr (kBits == 2) {

@@ -46,8 +46,8 @@ inline ColumnTables columnTables(const FftSpec& spec) {
           2 + lastBits(logLength)};
 }
 
-// load(i, upper): points i..i+7, which lie in the lower or in the upper half of all points, as a block in lane
-// order.
+// load(i, upper): points i..i+7, which lie in the lower or in the upper half of all points, as a block in
+// lane order.
 template <class Load>
 MOX_INLINE void firstPass(int64_t columns, const float* twiddles, float* blocks, Load&& load) {
   for (int64_t column = 0; column < columns; column += 8, twiddles += 7 * kBlockFloats)
@@ -99,8 +99,8 @@ MOX_INLINE void shortColumn(float* blocks, const float* twiddles, int64_t first,
                                  store);
 }
 
-// The transform down a column of 512 blocks or more, in parts of 128 or 256, so that a part's last pass finds it
-// in the cache.
+// The transform down a column of 512 blocks or more, in parts of 128 or 256, so that a part's last pass finds
+// it in the cache.
 template <class Store>
 void transformColumn(float* blocks, int logLength, const float* twiddles, int64_t first,
                      const ColumnTables& tables, const Store& store) {

@@ -1,11 +1,11 @@
 // Transforms of 128 to 2048 points (order 7 to 11).
 //
-// A pass reads 2^n points as four or eight rows, takes four or eight points down every column, eight columns in
-// the lanes, twiddles them, and leaves output k in the row whose number is k with its bits reversed. Every row
-// is then a transform of its own for the next pass, until a row is one block of eight points. The last pass
-// takes the blocks of eight neighbouring outputs, transposes them, and has eight points down the columns left
-// to do; what it stores lies together. Shuffles stand there, since it has no twiddles: additions are what
-// limits the other passes.
+// A pass reads 2^n points as four or eight rows, takes four or eight points down every column, eight columns
+// in the lanes, twiddles them, and leaves output k in the row whose number is k with its bits reversed. Every
+// row is then a transform of its own for the next pass, until a row is one block of eight points. The last
+// pass takes the blocks of eight neighbouring outputs, transposes them, and has eight points down the columns
+// left to do; what it stores lies together. The shuffles stand there because additions limit the other passes,
+// and this one is spared those of the twiddles.
 #pragma once
 
 #include "transform/fft.h"
@@ -13,8 +13,8 @@
 
 namespace moxac {
 
-// One pass over 2^kLog points to `blocks`; load(i, upper) gives points i..i+7, which lie in the lower or in the
-// upper half, as a block in lane order.
+// One pass over 2^kLog points to `blocks`; load(i, upper) gives points i..i+7, which lie in the lower or in
+// the upper half, as a block in lane order.
 template <int kLog, class Load>
 MOX_INLINE void rowPass(float* blocks, const float* twiddles, Load&& load) {
   constexpr int kBits = passBits(kLog), kRows = 1 << kBits;
@@ -48,8 +48,8 @@ MOX_INLINE f32x8 joinedHalves(const float* low, const float* high) {
                : _mm256_blend_ps(repeat4(high), load8(low), 0x0F);
 }
 
-// Four columns of eight rows, which stand `apart` floats from each other in bit-reversed order: those in the first
-// four lanes, or in the last.
+// Four columns of eight rows, which stand `apart` floats from each other in bit-reversed order: those in the
+// first four lanes, or in the last.
 template <bool kLast>
 MOX_INLINE void loadColumns(const float* rows, int64_t apart, f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
   const auto pair = [&](int lane) MOX_ALWAYS {
