@@ -163,10 +163,10 @@ void run(benchmark::State& state, const Input& input, Decode&& decode) {
 // range(0): the book; range(1): width of the first level; range(2): code words in a call.
 void BM_Block(benchmark::State& state) {
   const Input input = makeInput(bookRows(static_cast<int32_t>(state.range(0))));
-  const int32_t widths[] = {static_cast<int32_t>(state.range(1)), 32};
+  const int32_t widths[] = {static_cast<int32_t>(state.range(1)), 4, 32};
   const auto len = static_cast<int32_t>(state.range(2));
   MoxVlcDecodeSpec* spec = nullptr;
-  if (moxsVLCDecodeInitAlloc_32s(words(input.rows), count(input.rows), widths, 2, &spec) != moxStatusOk)
+  if (moxsVLCDecodeInitAlloc_32s(words(input.rows), count(input.rows), widths, 3, &spec) != moxStatusOk)
     return state.SkipWithError("no spec");
   run(state, input, [&](int16_t* dst) {
     const uint8_t* at = reinterpret_cast<const uint8_t*>(input.stream.data());
@@ -188,7 +188,7 @@ constexpr int32_t kBooks[] = {0, 3, 7, 9, 11, 101, 107, 113, 124};
 
 void blocks(benchmark::internal::Benchmark* bench) {
   for (const int32_t book : kBooks)
-    for (const int32_t width : {9, 32}) bench->Args({book, width, kCodeWords});
+    for (const int32_t width : {9, 10, 32}) bench->Args({book, width, kCodeWords});
   for (const int32_t len : {16, 64, 128, 256, 1024}) bench->Args({11, 9, len});
 }
 void twoLevels(benchmark::internal::Benchmark* bench) {

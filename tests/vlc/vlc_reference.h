@@ -157,7 +157,7 @@ struct Symbol {
 };
 using Book = std::vector<Symbol>;
 
-// The lines of a table whose first column is `key`; the value columns end at an empty field.
+// The lines of a table whose first column is `key`, or all; the value columns end at an empty field.
 inline Book readBook(const std::string& file, const std::string& key, size_t firstValue, size_t valueCount,
                      size_t lengthColumn, size_t codeColumn) {
   std::ifstream in(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + file);
@@ -168,7 +168,7 @@ inline Book readBook(const std::string& file, const std::string& key, size_t fir
     std::vector<std::string> fields;
     std::stringstream stream(line);
     for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
-    if (fields[0] != key) continue;
+    if (!key.empty() && fields[0] != key) continue;
     Symbol symbol;
     for (size_t i = firstValue; i < firstValue + valueCount && !fields[i].empty(); ++i)
       symbol.values.push_back(std::stoi(fields[i]));
