@@ -185,7 +185,7 @@ TEST(Noiseless, RefusesWindowsThatCannotBe) {
       got.ics.numWindowGroups = got.main.numWindowGroups = c.groups;
       std::fill_n(got.ics.windowGroupLen, 8, c.len);
       std::fill_n(got.main.windowGroupLen, 8, c.len);
-      out.put(0, 64).lay();
+      out.put(0, 32).lay();
       run(out, {mpeg4, true, layer, 2, c.sequence, c.maxSfb}, got);
       EXPECT_EQ(got.status, c.want) << c.sequence << " " << c.groups << " " << c.len << " " << c.maxSfb;
       EXPECT_EQ(got.out.spectrum, NoiselessOutput().spectrum);
