@@ -126,6 +126,7 @@ AacElement& AacBlockReader::nextElement(AacBlock& block, AacElementId id) {
   AacElement& element = *block.storage[block.elements++];
   element.id = id;
   element.tag = bits(4);
+  element.replicationBytes = 0;
   return element;
 }
 
@@ -292,7 +293,13 @@ bool AacBlockReader::readFill(AacBlock& block) {
   moxsDecodeFillElt_AAC(&stream_, &offset_, &count, data.data());
   if (count > 0) {
     const int32_t extension = data[0] >> 4;
-    block.hasSbr |= extension == kExtSbrData || extension == kExtSbrDataCrc;
+    if (extension != kExtSbrData && extension != kExtSbrDataCrc) return true;
+    if (block.elements == 0) return true;
+    AacElement& element = *block.storage[block.elements - 1];
+    if (element.id == AacElementId::lfe) return true;  // which has no high band
+    block.hasSbr = true;
+    element.replicationBytes = static_cast<size_t>(count);
+    std::copy_n(data.begin(), count, element.replication.begin());
   }
   return true;
 }

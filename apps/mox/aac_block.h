@@ -19,6 +19,8 @@ namespace mox {
 struct AacConfig {
   int32_t objectType = 2;  // 1 Main, 2 LC, 4 LTP
   int32_t rateIndex = 0;   // 0..11
+  // What the container announces; most say nothing, and the blocks tell.
+  bool replication = false, parametricStereo = false;
 };
 
 // One channel as the noiseless decoder leaves it; spectrum in grouped order.
@@ -44,7 +46,11 @@ struct AacElement {
   int32_t tag;
   MoxAacChanPairElt pair;  // of pairs
   std::array<AacChannel, 2> channel;
+  // Spectral band replication: the data of the fill element that followed, from its extension type on.
+  std::array<uint8_t, 269> replication;
+  size_t replicationBytes;
 
+  Bytes sbr() const { return Bytes(replication).first(replicationBytes); }
   size_t channels() const { return id == AacElementId::cpe ? 2 : 1; }
 };
 
@@ -57,7 +63,7 @@ struct AacBlock {
   std::vector<std::unique_ptr<AacElement>> storage;  // kept from block to block
   size_t elements = 0;                               // of them in use
   std::optional<MoxAacPrgCfgElt> program;            // a program configuration element
-  bool hasSbr = false;                               // a fill element carries spectral band replication
+  bool hasSbr = false;                               // some fill element carries spectral band replication
   bool hasCoupling = false;                          // a coupling channel element was passed over
   std::vector<ProtectedBits> protectedBits;
   size_t bytes = 0;  // consumed

@@ -6,6 +6,8 @@
 #include "mox/aac_stream.h"
 #include "mox/aac_survey.h"
 #include "mox/aac_tools.h"
+#include "mox/sbr_decoder.h"
+#include "moxac/util.h"
 
 namespace mox {
 namespace {
@@ -21,26 +23,35 @@ class AacDecoder final : public AudioDecoder {
         options_(options),
         stream_(std::move(stream)),
         layout_(stream_->layout()),
+        replication_(findReplication(*stream_)),
+        format_(formatOf(stream_->config(), layout_, replication_)),
+        blockSamples_(replication_.bands ? 2 * kAacSamples : kAacSamples),
         tools_(stream_->config(), layout_.channels),
-        synthesis_(layout_.channels, options.floatSamples, stream_->config().objectType == kAotLtp) {
-    const auto channels = static_cast<size_t>(layout_.channels);
-    for (auto& spectra : spectra_) spectra.resize(channels);
-    lastSample_ = stream_->expectedBlocks() * kAacSamples;
-    if (!options.raw && stream_->delay() + stream_->padding() <= lastSample_) {
-      firstSample_ = stream_->delay();
-      padding_ = stream_->padding();
+        synthesis_(layout_.channels, options.floatSamples || replication_.bands,
+                   stream_->config().objectType == kAotLtp) {
+    for (auto& spectra : spectra_) spectra.resize(static_cast<size_t>(layout_.channels));
+    lastSample_ = stream_->expectedBlocks() * blockSamples_;
+    const int64_t delay = stream_->delay(format_.rate), padding = stream_->padding(format_.rate);
+    if (!options.raw && delay + padding <= lastSample_) {
+      firstSample_ = delay;
+      padding_ = padding;
       lastSample_ -= padding_;
     }
+    const auto values = static_cast<size_t>(blockSamples_ * format_.channels);
     if (options.floatSamples)
-      floats_.resize(kAacSamples * channels);
+      floats_.resize(values);
     else
-      shorts_.resize(kAacSamples * channels);
+      shorts_.resize(values);
+    if (replication_.bands) {
+      for (const AacLayout::Element& element : layout_.elements)
+        elements_.emplace_back(element.id == AacElementId::cpe ? 2 : 1, format_.rate, replication_.stereo);
+      payloads_.resize(elements_.size());
+      core_.resize(static_cast<size_t>(layout_.channels));
+      full_.resize(static_cast<size_t>(format_.channels));
+    }
   }
 
-  AudioFormat format() const override {
-    return {kAacRates[stream_->config().rateIndex], layout_.channels,
-            layout_.channels > 2 ? layout_.mask : 0};
-  }
+  AudioFormat format() const override { return format_; }
   int64_t expectedSamples() const override { return lastSample_ - firstSample_; }
   double progress() const override { return stream_->progress(); }
 
@@ -49,17 +60,28 @@ class AacDecoder final : public AudioDecoder {
   std::vector<std::pair<std::string, std::string>> describe() const override;
 
  private:
+  static AudioFormat formatOf(const AacConfig& config, const AacLayout& layout,
+                              const AacReplication& replication) {
+    return {kAacRates[config.rateIndex] * (replication.bands ? 2 : 1),
+            layout.channels + (replication.stereo ? 1 : 0), layout.channels > 2 ? layout.mask : 0};
+  }
+
   std::vector<AacSpectrum>& current() { return spectra_[1 - good_]; }
   void decodeNext(AacEvent event);
   bool trim(PcmView& block);
   bool decodeElements();
   void conceal();
+  void readReplication();
   void synthesise(const std::vector<AacSpectrum>& spectra);
+  void synthesiseReplicated(const std::vector<AacSpectrum>& spectra);
 
   TaggedAudio tagged_;
   DecodeOptions options_;
   std::unique_ptr<AacStream> stream_;
   AacLayout layout_;
+  AacReplication replication_;
+  AudioFormat format_;
+  int64_t blockSamples_;  // that a block brings
   AacBlock block_;
   AacTools tools_;
   AacSynthesis synthesis_;
@@ -69,10 +91,17 @@ class AacDecoder final : public AudioDecoder {
   size_t good_ = 0;
   int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
 
+  // Of HE-AAC: the elements of the layout, what the block at hand holds for each, and channels on the 16-bit scale.
+  std::vector<SbrElement> elements_;
+  std::vector<Bytes> payloads_;
+  std::vector<std::array<float, kSbrCoreSamples>> core_;
+  std::vector<std::array<float, kSbrSamples>> full_;
+
   std::vector<int16_t> shorts_;
   std::vector<float> floats_;
   int64_t firstSample_ = 0, lastSample_ = 0, padding_ = 0;  // what is delivered
-  int64_t blocks_ = 0, concealed_ = 0, damaged_ = 0, coupling_ = 0, sbr_ = 0;
+  int64_t blocks_ = 0, concealed_ = 0, damaged_ = 0, coupling_ = 0;
+  int64_t replicated_ = 0, damagedBands_ = 0;
 };
 
 bool AacDecoder::decodeBlock(PcmView& block) {
@@ -89,9 +118,11 @@ void AacDecoder::decodeNext(AacEvent event) {
   if (event == AacEvent::block && decodeElements()) {
     good_ = 1 - good_;
     repeats_ = 0;
+    readReplication();
     synthesise(spectra_[good_]);
   } else {
     damaged_ += event != AacEvent::lost;
+    for (SbrElement& element : elements_) element.hold();
     conceal();
   }
 }
@@ -99,12 +130,12 @@ void AacDecoder::decodeNext(AacEvent event) {
 // The part of the block just decoded that lies between delay and padding; false when there is none. Without padding
 // the end is where the blocks end, whatever was expected.
 bool AacDecoder::trim(PcmView& block) {
-  const int64_t position = (blocks_ - 1) * kAacSamples;
-  const int64_t from = std::clamp<int64_t>(firstSample_ - position, 0, kAacSamples);
+  const int64_t position = (blocks_ - 1) * blockSamples_;
+  const int64_t from = std::clamp<int64_t>(firstSample_ - position, 0, blockSamples_);
   const int64_t to =
-      padding_ == 0 ? kAacSamples : std::clamp<int64_t>(lastSample_ - position, 0, kAacSamples);
+      padding_ == 0 ? blockSamples_ : std::clamp<int64_t>(lastSample_ - position, 0, blockSamples_);
   if (from >= to) return false;
-  const auto channels = static_cast<size_t>(layout_.channels);
+  const auto channels = static_cast<size_t>(format_.channels);
   const size_t offset = static_cast<size_t>(from) * channels,
                count = static_cast<size_t>(to - from) * channels;
   block = {};
@@ -118,7 +149,7 @@ bool AacDecoder::trim(PcmView& block) {
 // The block must hold exactly the elements of the layout, in its order where no tags tell them apart.
 bool AacDecoder::decodeElements() {
   coupling_ += block_.hasCoupling;
-  sbr_ += block_.hasSbr;
+  replicated_ += block_.hasSbr;
   if (block_.elements != layout_.elements.size()) return false;
   uint32_t done = 0;
   for (size_t i = 0; i < block_.elements; ++i) {
@@ -130,6 +161,7 @@ bool AacDecoder::decodeElements() {
       ++place;
     if (place == layout_.elements.size()) return false;
     done |= 1u << place;
+    if (replication_.bands) payloads_[place] = element.sbr();
     if (!tools_.run(element, layout_.elements[place].output, synthesis_, current())) return false;
   }
   return true;
@@ -153,7 +185,41 @@ void AacDecoder::conceal() {
   synthesise(spectra);
 }
 
+void AacDecoder::readReplication() {
+  bool good = true;
+  for (size_t place = 0; place < elements_.size(); ++place)
+    good = elements_[place].read(payloads_[place]) && good;
+  damagedBands_ += !good;
+}
+
+void AacDecoder::synthesiseReplicated(const std::vector<AacSpectrum>& spectra) {
+  for (size_t ch = 0; ch < core_.size(); ++ch) {
+    synthesis_.run(ch, spectra[ch], core_[ch].data(), 1);
+    for (float& sample : core_[ch]) sample *= 32768;
+  }
+  for (size_t place = 0; place < elements_.size(); ++place) {
+    const AacLayout::Element& element = layout_.elements[place];
+    const auto first = static_cast<size_t>(element.output[0]),
+               second = static_cast<size_t>(element.output[1]);
+    elements_[place].run({core_[first].data(), core_[second].data()},
+                         {full_[first].data(), full_[replication_.stereo ? 1 : second].data()});
+  }
+
+  std::array<const float*, 8> channels{};
+  for (size_t ch = 0; ch < full_.size(); ++ch) channels[ch] = full_[ch].data();
+  if (!options_.floatSamples) {
+    moxsJoin_32f16s_D2L(channels.data(), format_.channels, kSbrSamples, shorts_.data());
+    return;
+  }
+  moxsInterleave_32f(channels.data(), format_.channels, kSbrSamples, floats_.data());
+  for (float& sample : floats_) sample /= 32768;
+}
+
 void AacDecoder::synthesise(const std::vector<AacSpectrum>& spectra) {
+  if (replication_.bands) {
+    synthesiseReplicated(spectra);
+    return;
+  }
   for (size_t ch = 0; ch < spectra.size(); ++ch)
     if (options_.floatSamples)
       synthesis_.run(ch, spectra[ch], floats_.data() + ch, layout_.channels);
@@ -173,7 +239,9 @@ DecodeStats AacDecoder::stats() const {
   if (damaged_ > 0) stats.faults.push_back(counted(damaged_) + " with damaged audio data");
   if (concealed_ > 0)
     stats.faults.push_back(std::to_string(concealed_) + " of " + counted(blocks_) + " concealed");
-  if (sbr_ > 0) stats.notices.emplace_back("HE-AAC: the core is decoded, without spectral band replication");
+  if (damagedBands_ > 0) stats.faults.push_back(counted(damagedBands_) + " with damaged high-band data");
+  if (replicated_ > 0 && !replication_.bands)
+    stats.notices.push_back("spectral band replication in " + counted(replicated_) + " is left out");
   if (coupling_ > 0) stats.notices.push_back("coupling channels in " + counted(coupling_) + " are left out");
   return stats;
 }
@@ -182,8 +250,8 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
   const std::unique_ptr<AacStream> stream = AacStream::open(tagged_.audio);
   const AacSurvey survey = surveyAac(*stream);
   const AacConfig& config = stream->config();
-  const int32_t rate = kAacRates[config.rateIndex];
-  const int64_t samples = survey.blocks * kAacSamples - firstSample_ - padding_;
+  const int32_t rate = format_.rate;
+  const int64_t samples = survey.blocks * blockSamples_ - firstSample_ - padding_;
   const double seconds = static_cast<double>(samples) / rate;
   const auto minutes = static_cast<long long>(seconds / 60);
   static constexpr const char* kObjectTypes[] = {"", "Main", "LC", "SSR", "LTP"};
@@ -193,29 +261,37 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
   std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
                 seconds > 0 ? static_cast<double>(stream->audioBytes()) * 8 / 1000 / seconds : 0.0);
 
+  const std::string coder = std::string("AAC ") + kObjectTypes[config.objectType];
+  const std::string kind = replication_.stereo  ? "HE-AAC v2 (" + coder + ", SBR, parametric stereo)"
+                           : replication_.bands ? "HE-AAC (" + coder + ", SBR)"
+                                                : coder;
+  const std::string coreRate =
+      replication_.bands ? ", of the core " + std::to_string(kAacRates[config.rateIndex]) + " Hz" : "";
+  const std::string channels = replication_.stereo ? "2 (L R), of one coded"
+                               : layout_.channels == 1
+                                   ? "1 (mono)"
+                                   : std::to_string(layout_.channels) + " (" + layout_.speakers() + ")";
   std::vector<std::pair<std::string, std::string>> lines = {
-      {"format", std::string("AAC ") + kObjectTypes[config.objectType] + " in " + stream->container()},
-      {"sample rate", std::to_string(rate) + " Hz"},
-      {"channels", std::to_string(layout_.channels) +
-                       (layout_.channels == 1 ? " (mono)" : " (" + layout_.speakers() + ")")},
+      {"format", kind + " in " + stream->container()},
+      {"sample rate", std::to_string(rate) + " Hz" + coreRate},
+      {"channels", channels},
       {"bit rate", bitRate},
       {"duration", duration},
-      {"frames", std::to_string(survey.blocks) + " of " + std::to_string(kAacSamples) + " samples"},
+      {"frames", std::to_string(survey.blocks) + " of " + std::to_string(blockSamples_) + " samples"},
   };
   if (const std::string tools = survey.tools(); !tools.empty()) lines.emplace_back("tools", tools);
   if (survey.sbrBlocks > 0)
-    lines.emplace_back(
-        "SBR", "in " + std::to_string(survey.sbrBlocks) + " frames (HE-AAC); the core below it is decoded");
+    lines.emplace_back("SBR", "in " + std::to_string(survey.sbrBlocks) + " frames" +
+                                  (replication_.bands ? "" : ", left out"));
   if (survey.couplingBlocks > 0)
     lines.emplace_back(
         "note", "coupling channels in " + std::to_string(survey.couplingBlocks) + " frames are left out");
   if (survey.damaged > 0)
     lines.emplace_back("note", std::to_string(survey.damaged) + " frames cannot be parsed");
-  if (stream->delay() > 0 || stream->padding() > 0)
-    lines.emplace_back("delay, padding", std::to_string(stream->delay()) + ", " +
-                                             std::to_string(stream->padding()) + " samples");
+  if (const int64_t delay = stream->delay(rate), padding = stream->padding(rate); delay + padding > 0)
+    lines.emplace_back("delay, padding", std::to_string(delay) + ", " + std::to_string(padding) + " samples");
   for (const std::string& note : stream->notes()) lines.emplace_back("note", note);
-  for (const std::string& kind : tagged_.kinds) lines.emplace_back("tag", kind);
+  for (const std::string& tag : tagged_.kinds) lines.emplace_back("tag", tag);
   for (const auto& [field, value] : tagged_.fields) lines.emplace_back(field, value);
   return lines;
 }

@@ -58,6 +58,8 @@ SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
   result.config.rateIndex = rateIndex();
   const int32_t configuration = bits(4);
   if (result.config.objectType == kAotSbr || result.config.objectType == kAotPs) {
+    result.config.replication = true;
+    result.config.parametricStereo = result.config.objectType == kAotPs;
     rateIndex();  // of the replicated band
     result.config.objectType = bits(5);
   }
@@ -223,7 +225,7 @@ std::unique_ptr<AacStream> openAdts(Bytes bytes) {
   AdtsScanner scanner(bytes);
   if (!scanner.found()) return nullptr;
   const AdtsHeader& header = scanner.firstHeader();
-  const AacConfig config{header.objectType(), header.fields.samplingRateIndex};
+  const AacConfig config{.objectType = header.objectType(), .rateIndex = header.fields.samplingRateIndex};
   refuseSsr(config);
   std::optional<AacLayout> layout = AacLayout::ofConfiguration(header.fields.channelConfig);
   if (!layout) {
@@ -308,7 +310,8 @@ std::unique_ptr<AacStream> openAdif(Bytes bytes) {
   if (moxsUnpackADIFHeader_AAC(&at, &header, programs.data(), 16) != moxStatusOk) return nullptr;
   const auto headerBytes = static_cast<size_t>(at - padded.data());
   if (headerBytes >= bytes.size()) throw Failure("the ADIF header is incomplete");
-  const AacConfig config{programs[0].objectType + 1, programs[0].samplingRateIndex};
+  const AacConfig config{.objectType = programs[0].objectType + 1,
+                         .rateIndex = programs[0].samplingRateIndex};
   if (config.rateIndex > 11) throw Failure("the ADIF header names no usable sample rate");
   refuseSsr(config);
   return std::make_unique<AdifStream>(slice(bytes, headerBytes), header, config, layoutOf(programs[0]));
@@ -337,15 +340,15 @@ class Mp4Stream final : public AacStream {
     return bytes;
   }
   int64_t skippedBytes() const override { return 0; }
-  int64_t delay() const override { return atCoreRate(audio_.delay); }
-  int64_t padding() const override { return atCoreRate(audio_.padding); }
+  int64_t delay(int32_t rate) const override { return atRate(audio_.delay, rate); }
+  int64_t padding(int32_t rate) const override { return atRate(audio_.padding, rate); }
   std::vector<std::string> faults() const override { return {}; }
   std::vector<std::string> notes() const override { return {}; }
 
  private:
-  // Of HE-AAC the file counts samples at twice the rate of the core.
-  int64_t atCoreRate(int64_t samples) const {
-    return audio_.rate > 0 ? samples * kAacRates[config_.rateIndex] / audio_.rate : samples;
+  // Of HE-AAC some files count samples at the rate of the core, some at twice that.
+  int64_t atRate(int64_t samples, int32_t rate) const {
+    return audio_.rate > 0 ? samples * rate / audio_.rate : samples;
   }
 
   Mp4Audio audio_;

@@ -36,9 +36,10 @@ class AacStream {
   virtual std::vector<std::string> faults() const = 0;
   virtual std::vector<std::string> notes() const = 0;
 
-  // Samples that the encoder put in front of the first block and behind the last, where the container tells.
-  virtual int64_t delay() const { return 0; }
-  virtual int64_t padding() const { return 0; }
+  // Samples at that rate which the encoder put in front of the first block and behind the last, where the container
+  // tells.
+  virtual int64_t delay(int32_t /*rate*/) const { return 0; }
+  virtual int64_t padding(int32_t /*rate*/) const { return 0; }
 
   const AacConfig& config() const { return config_; }
   const AacLayout& layout() const { return layout_; }

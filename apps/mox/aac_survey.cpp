@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "mox/aac_tables.h"
+#include "mox/sbr_parser.h"
+
 namespace mox {
 namespace {
 
@@ -35,6 +38,39 @@ AacSurvey surveyAac(AacStream& stream) {
     for (size_t i = 0; i < block.elements; ++i) note(block.element(i), stream.config().objectType, survey);
   }
   return survey;
+}
+
+AacReplication findReplication(AacStream& stream) {
+  constexpr int32_t kMaxOutputRate = 96000;
+  // Whether there is replication shows at once; parametric stereo only behind a header, which comes every half second.
+  constexpr int64_t kBlocks = 16, kBlocksToHeader = 64;
+  const AacConfig& config = stream.config();
+  const int32_t outputRate = 2 * kAacRates[config.rateIndex];
+  if (outputRate > kMaxOutputRate) return {};
+  const bool mono = stream.layout().channels == 1;
+  AacReplication found{config.replication, config.parametricStereo && mono};
+
+  SbrParser parser(outputRate);
+  SbrFrame frame;
+  AacBlock block;
+  int64_t read = 0, replicated = 0, understood = 0;
+  stream.rewind();
+  for (AacEvent event; (event = stream.next(block)) != AacEvent::end;) {
+    if (event != AacEvent::block) continue;
+    ++read;
+    replicated += block.hasSbr;
+    if (mono && block.elements == 1 && !block.element(0).sbr().empty() &&
+        parser.read(block.element(0).sbr(), false, frame) == SbrRead::good) {
+      ++understood;
+      found.stereo |= frame.stereo.has_value();
+    }
+    const bool enough = !mono || found.stereo || replicated == 0 || understood > 0;
+    if (read == kBlocksToHeader || (read >= kBlocks && enough)) break;
+  }
+  found.bands |= 2 * replicated > read;
+  found.stereo &= found.bands;
+  stream.rewind();
+  return found;
 }
 
 std::string AacSurvey::tools() const {

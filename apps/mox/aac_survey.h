@@ -18,4 +18,13 @@ struct AacSurvey {
 // Walks from the start of the stream, and leaves it at its end.
 AacSurvey surveyAac(AacStream& stream);
 
+// What doubles a stream's sample rate, and makes two channels of one.
+struct AacReplication {
+  bool bands = false;   // spectral band replication: HE-AAC
+  bool stereo = false;  // with parametric stereo: HE-AAC v2
+};
+
+// What the container announces or most of the first blocks hold. Leaves the stream at its start.
+AacReplication findReplication(AacStream& stream);
+
 }  // namespace mox

@@ -248,20 +248,4 @@ TEST(AacDecoder, CouplingChannelsArePassedOverWithANotice) {
   EXPECT_EQ(decoded->s16, whole->s16);
 }
 
-// Without replication the core must still be what lies below the crossover, at half the rate.
-TEST(AacDecoder, TheCoreOfHeAacIsTheLowBandOfItsReference) {
-  for (const char* name : {"heaac_44100_stereo48", "heaac_48000_mono24", "heaacv2_44100_32"}) {
-    const auto decoded = decodeBytes(readFile(streamPath(std::string(name) + ".aac")));
-    const Wav reference = moxtest::readWav(streamPath(std::string(name) + ".ref.wav"));
-    ASSERT_TRUE(decoded) << name;
-    ASSERT_EQ(decoded->format.rate * 2, reference.info.samplerate) << name;
-    ASSERT_EQ(decoded->samples * 2, reference.info.frames) << name;
-    EXPECT_EQ(decoded->stats.notices.size(), 1u);
-    for (size_t width = 8; width <= 64; width *= 2)
-      EXPECT_NEAR(level(decoded->s16, decoded->format.channels, width),
-                  level(reference.samples, reference.info.channels, 2 * width), 1.5)
-          << name << " " << width;
-  }
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""mox decode beside installed AAC decoders, on what ffmpeg encodes at every rate, and out of MP4 files.
+"""mox decode beside installed AAC decoders: what ffmpeg encodes at every rate, with random high bands, in MP4 files.
 
 aac_peers.py MOX SOURCE_DIR. Needs ffmpeg, and faad for a second opinion; exit code 77 (skipped) without
 ffmpeg. The bundled streams have references by these decoders, which the unit tests compare.
@@ -12,6 +12,7 @@ import sys
 import tempfile
 
 import mp3_peers as peers
+import sbr_writer
 
 RATES = (96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000)
 
@@ -33,6 +34,16 @@ def compare(name, stream, rate, scratch, have_faad):
     if have_faad and channels == 2 and rate >= 32000:
         first = 1024 * channels
         peers.compare(f"faad {name}", got16[first:], got_float[first:], faad(stream, scratch))
+
+
+def compare_high_band(core, rate, channels, seed, scratch):
+    """A core below a high band that draws all of the syntax at random. ffmpeg makes two equal channels of one."""
+    stream = os.path.join(scratch, "high.aac")
+    with open(core, "rb") as source, open(stream, "wb") as target:
+        target.write(sbr_writer.add_high_band(source.read(), seed))
+    want = array.array("f", peers.run("ffmpeg", "-v", "error", "-i", stream, "-f", "f32le", "-"))
+    peers.compare(f"ffmpeg {rate} Hz doubled, {channels} channels, seed {seed}", peers.mox(stream)[1],
+                  peers.mox(stream, "--float")[1], want if channels == 2 else want[::2])
 
 
 def compare_mp4(entry, scratch):
@@ -61,12 +72,16 @@ def main():
         print("faad is not installed: left out")
     with tempfile.TemporaryDirectory() as scratch:
         compare_mp4("aac_48000_51_320.aac", scratch)
+        compare_mp4("heaac_44100_stereo48.aac", scratch)
         for rate, channels in zip(RATES, (2, 1, 6) * 4):
             wav, aac = os.path.join(scratch, "in.wav"), os.path.join(scratch, "in.aac")
             peers.write_wav(wav, rate, channels, peers.test_signal(rate, channels, 0.6))
             peers.run("ffmpeg", "-v", "error", "-y", "-i", wav, "-c:a", "aac", "-b:a", f"{channels * rate // 600}k",
                       "-aac_pns", "0", "-f", "adts", aac)
             compare(f"{rate} Hz, {channels} channels", aac, rate, scratch, have_faad)
+            if rate <= 48000 and channels <= 2:
+                for seed in (rate + 1, rate + 2):
+                    compare_high_band(aac, rate, channels, seed, scratch)
     print("all within bounds" if not peers.failures else f"{len(peers.failures)} failures")
     return 1 if peers.failures else 0
 

@@ -15,12 +15,10 @@ namespace {
 using moxtest::decodeBytes;
 using moxtest::readFile;
 
-// All but HE-AAC, whose references hold the replicated band too.
 std::vector<std::string> streams() {
   std::vector<std::string> paths;
   for (const char* suffix : {".mp3", ".aac", ".adif"})
-    for (const std::string& path : moxtest::bundledStreams(suffix))
-      if (path.find("heaac") == std::string::npos) paths.push_back(path + suffix);
+    for (const std::string& path : moxtest::bundledStreams(suffix)) paths.push_back(path + suffix);
   return paths;
 }
 
@@ -63,7 +61,8 @@ TEST(Decoder, EveryBundledStreamEqualsItsReferenceWithinOneBit) {
                 std::filesystem::path(path).filename().c_str(), worst, rms, worstFloat);
     EXPECT_LE(worst, 1);
     EXPECT_LT(rms, 0.35);
-    EXPECT_LE(worstFloat, path.ends_with(".mp3") ? 0.52 : 1);
+    // Parametric stereo fades in from silence in the reference; here it begins with what was there, the mono signal.
+    EXPECT_LE(worstFloat, path.ends_with(".mp3") ? 0.52 : path.find("heaacv2") != path.npos ? 1.5 : 1);
   }
 }
 
@@ -80,7 +79,7 @@ TEST(Decoder, DamagedStreamsAreDecodedOrRefused) {
     if (!result) continue;
     ++decoded;
     // No more audio than the bytes can hold frames, but for those made up in gaps.
-    EXPECT_LE(result->samples, static_cast<int64_t>(bytes.size()) * 1152 / 9);
+    EXPECT_LE(result->samples, static_cast<int64_t>(bytes.size()) * 2048 / 9);
   }
   EXPECT_GT(decoded, 450);
 }
