@@ -41,15 +41,13 @@ inline bool validSamplingRate(int32_t samplingRateIndex) {
 // The checks behind the pointer test; operations without an M/S mode pass validMsMask = true.
 inline moxStatus checkBandLayout(const BandLayout& layout, bool validMsMask = true) {
   MOX_REQUIRE(validWindowLen(layout.windowLen), moxStatusAacWinLenError);
-  MOX_REQUIRE(inRange(layout.numWindowGroups, 1, 1024 / layout.windowLen), moxStatusAacWinGrpError);
+  MOX_REQUIRE(countWindows(layout.numWindowGroups, layout.windowGroupLen, layout.windowLen) > 0,
+              moxStatusAacWinGrpError);
   MOX_REQUIRE(inRange(layout.maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
   MOX_REQUIRE(validSamplingRate(layout.samplingRateIndex), moxStatusAacSampleRateError);
   MOX_REQUIRE(validMsMask, moxStatusAacMsMaskError);
   MOX_REQUIRE(layout.maxSfb <= swbTable(layout.samplingRateIndex, layout.windowLen).numSwb,
               moxStatusAacMaxSfbError);
-  MOX_REQUIRE(
-      layout.maxSfb == 0 || countWindows(layout.numWindowGroups, layout.windowGroupLen, layout.windowLen) > 0,
-      moxStatusAacWinGrpError);
   return moxStatusOk;
 }
 

@@ -38,9 +38,9 @@ inline moxStatus enterLayout(const ChannelLayout& layout, int32_t mostSfb, MoxAa
   stream.numWindows = layout.isShort() ? 8 : 1;
   stream.numSwb = layout.swb.numSwb;
   MOX_REQUIRE(inRange<int32_t>(layout.windowSequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
-  MOX_REQUIRE(inRange(layout.maxSfb, 0, mostSfb), moxStatusAacMaxSfbError);
   MOX_REQUIRE(countWindows(layout.numGroups, layout.groupLen, layout.swb.windowLen) > 0,
               moxStatusAacWinGrpError);
+  MOX_REQUIRE(inRange(layout.maxSfb, 0, mostSfb), moxStatusAacMaxSfbError);
   return moxStatusOk;
 }
 

@@ -13,7 +13,6 @@ add_library(moxac_kernel_options INTERFACE)
 target_compile_options(moxac_kernel_options INTERFACE -mavx -ffp-contract=off)
 
 if(MOXAC_SANITIZE)
-  # Line numbers are all that reports need; tracking variables as well takes the compiler twice the time.
-  add_compile_options(-fsanitize=${MOXAC_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
+  add_compile_options(-fsanitize=${MOXAC_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${MOXAC_SANITIZE})
 endif()

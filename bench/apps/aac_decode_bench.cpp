@@ -20,6 +20,14 @@ struct Aac {
   static int32_t rate(const Frame& frame) { return frame.header.rate(); }
 };
 
+// With spectral band replication: 48 kbit/s stereo, 24 kbit/s mono, and 32 kbit/s with parametric stereo.
+struct HeAac : Aac {
+  static constexpr const char* kStreams[] = {"heaac_44100_stereo48.aac", "heaac_48000_mono24.aac",
+                                             "heaacv2_44100_32.aac"};
+  static int64_t samples(const Frame&) { return 2 * mox::kAacSamples; }
+  static int32_t rate(const Frame& frame) { return 2 * frame.header.rate(); }
+};
+
 // Syntax and noiseless decoding only.
 void benchMoxBlocks(benchmark::State& state) {
   const Stream<Aac>& input = streamOf<Aac>(state);
@@ -34,8 +42,9 @@ void benchMoxBlocks(benchmark::State& state) {
 }
 
 #ifdef HAVE_FAAD2
+template <class Codec>
 void benchFaad(benchmark::State& state, unsigned char format) {
-  const Stream<Aac>& input = streamOf<Aac>(state);
+  const Stream<Codec>& input = streamOf<Codec>(state);
   int64_t decoded = 0;
   for (auto _ : state) {
     const NeAACDecHandle decoder = NeAACDecOpen();
@@ -55,22 +64,29 @@ void benchFaad(benchmark::State& state, unsigned char format) {
     }
     NeAACDecClose(decoder);
   }
-  finish<Aac>(state, decoded);
+  finish<Codec>(state, decoded);
 }
 #endif
 
-constexpr auto benchMoxAac = benchMox<Aac>;
+constexpr auto benchMoxAac = benchMox<Aac>, benchMoxHeAac = benchMox<HeAac>;
 BENCHMARK_CAPTURE(benchMoxAac, s16, false)->Apply(setUp);
 BENCHMARK_CAPTURE(benchMoxAac, f32, true)->Apply(setUp);
+BENCHMARK_CAPTURE(benchMoxHeAac, s16, false)->Apply(setUp);
+BENCHMARK_CAPTURE(benchMoxHeAac, f32, true)->Apply(setUp);
 BENCHMARK(benchMoxBlocks)->Apply(setUp);
 #ifdef HAVE_LIBAVCODEC
-constexpr auto benchAvcodecAac = benchAvcodec<Aac>;
+constexpr auto benchAvcodecAac = benchAvcodec<Aac>, benchAvcodecHeAac = benchAvcodec<HeAac>;
 BENCHMARK_CAPTURE(benchAvcodecAac, float, "aac")->Apply(setUp);
 BENCHMARK_CAPTURE(benchAvcodecAac, fixed, "aac_fixed")->Apply(setUp);
+BENCHMARK_CAPTURE(benchAvcodecHeAac, float, "aac")->Apply(setUp);
+BENCHMARK_CAPTURE(benchAvcodecHeAac, fixed, "aac_fixed")->Apply(setUp);
 #endif
 #ifdef HAVE_FAAD2
-BENCHMARK_CAPTURE(benchFaad, s16, FAAD_FMT_16BIT)->Apply(setUp);
-BENCHMARK_CAPTURE(benchFaad, f32, FAAD_FMT_FLOAT)->Apply(setUp);
+constexpr auto benchFaadAac = benchFaad<Aac>, benchFaadHeAac = benchFaad<HeAac>;
+BENCHMARK_CAPTURE(benchFaadAac, s16, FAAD_FMT_16BIT)->Apply(setUp);
+BENCHMARK_CAPTURE(benchFaadAac, f32, FAAD_FMT_FLOAT)->Apply(setUp);
+BENCHMARK_CAPTURE(benchFaadHeAac, s16, FAAD_FMT_16BIT)->Apply(setUp);
+BENCHMARK_CAPTURE(benchFaadHeAac, f32, FAAD_FMT_FLOAT)->Apply(setUp);
 #endif
 
 }  // namespace

@@ -396,10 +396,10 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  * moxStatusAacMaxSfbError        a long window's coded maxSfb above 51
  * moxStatusAacPredSfbError       MPEG-4, object type 1, prediction data present: predSfbMax outside 0..41
  * moxStatusAacWinSeqError        windowSequence of the caller's *pIcsInfo outside 0..3
- * moxStatusAacMaxSfbError        maxSfb below 0 or, LC, above the number of bands; MPEG-4: above 51 (long
- *                                windows) or 15 (eight short, without a layer)
  * moxStatusAacWinGrpError        the window groups of the caller's record (*pIcsInfo; with layerFlag 1
  *                                *pMainHeader): none, an empty one, or more windows than the frame has
+ * moxStatusAacMaxSfbError        maxSfb below 0 or, LC, above the number of bands; MPEG-4: above 51 (long
+ *                                windows) or 15 (eight short, without a layer)
  * moxStatusAacSectionError       section ends do not reach maxSfb exactly, or more than 120 sections
  * moxStatusAacCodebookError      code book 12; LC: 13
  * moxStatusAacScaleFactorError   a scale factor or noise energy above 255
@@ -461,12 +461,12 @@ MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t
  * and these statuses, in this order, before anything is written:
  *   moxStatusNullPointer       a pointer is null
  *   moxStatusAacWinLenError    windowLen neither 128 nor 1024
- *   moxStatusAacWinGrpError    numWindowGroups outside the range of the window length
+ *   moxStatusAacWinGrpError    numWindowGroups outside the range of the window length, or group lengths that
+ *                              do not fit the frame
  *   moxStatusAacMaxSfbError    maxSfb outside 0..51
  *   moxStatusAacSampleRateError  samplingRateIndex outside 0..11
  *   moxStatusAacMsMaskError    msMaskPresent outside its range (only where it is an argument)
  *   moxStatusAacMaxSfbError    maxSfb above the bands of this sampling rate and window length
- *   moxStatusAacWinGrpError    group lengths that do not fit the frame (with maxSfb 0 they are not looked at)
  * No operation reads or writes past the lines of bands below maxSfb. All are reentrant: they keep nothing
  * between calls.
  */

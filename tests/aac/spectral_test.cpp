@@ -302,14 +302,15 @@ TEST(SpectralTools, RefuseInTheDocumentedOrderAndTouchNothing) {
         EXPECT_EQ(call(), want) << op << " " << value;
       }
     };
-    for (const auto& lens : {std::array{1, 5, 3}, {1, 0, 2}, {-1, 5, 2}}) {
-      f.groupLen = lens.data();
-      EXPECT_EQ(call(), moxStatusAacWinGrpError);
-    }
     refused(f.maxSfb, {15}, moxStatusAacMaxSfbError);
     if (op == 1 || op == 4) refused(f.msMask, {3, -1}, moxStatusAacMsMaskError);
     refused(f.rate, {-1, 12}, moxStatusAacSampleRateError);
     refused(f.maxSfb, {-1, 52}, moxStatusAacMaxSfbError);
+    for (const auto& lens : {std::array{1, 5, 3}, {1, 0, 2}, {-1, 5, 2}}) {
+      f.groupLen = lens.data();
+      EXPECT_EQ(call(), moxStatusAacWinGrpError);
+    }
+    f.groupLen = kGroups;
     refused(f.groups, {0, -1, 9}, moxStatusAacWinGrpError);
     f.windowLen = 1024;
     refused(f.groups, {0, 2}, moxStatusAacWinGrpError);

@@ -122,6 +122,8 @@ struct Layer3Codes {
     }
   }
 
+  bool hasEscape(int32_t table) const { return tables[static_cast<size_t>(table)].linBits > 0; }
+
   void putPair(BitString& out, int32_t table, int32_t x, int32_t y) const {
     const Table& t = tables[static_cast<size_t>(table)];
     if (t.book == nullptr) return;

@@ -11,18 +11,17 @@
 
 #include "fuzz/mp3_parse_driver.h"
 #include "moxac/mp3.h"
+#include "mp3/band_tables.h"
 #include "mp3/layer3_reference.h"
 #include "mp3/mp3_stream.h"
 #include "support/block.h"
 #include "support/guard_page.h"
-#include "support/refusals.h"
 
 namespace {
 
 using moxtest::BitString;
 using moxtest::Block;
 using moxtest::draw;
-using moxtest::expectNeedsEveryPointer;
 
 // A record as a row of integers.
 template <class Record>
@@ -187,7 +186,7 @@ std::vector<Run> mpeg1Runs(const ScaleFactorCall& call) {
   static const auto slen = moxtest::csvRows("mp3_scalefac_slen.csv");
   const auto& row = slen[static_cast<size_t>(call.record.sfCompress)];
   const int32_t slen1 = std::stoi(row[1]), slen2 = std::stoi(row[2]);
-  if (call.record.blockType == 2 && call.record.mixedBlock < 2)
+  if (call.record.blockType == 2)
     return {{call.record.mixedBlock != 0 ? 17 : 18, slen1, false}, {18, slen2, false}};
   std::vector<Run> runs = {{6, slen1, false}, {5, slen1, false}, {5, slen2, false}, {5, slen2, false}};
   for (size_t g = 0; g < 4; ++g) runs[g].skipped = call.granule == 1 && call.scfsi[g] == 1;
@@ -199,19 +198,30 @@ std::vector<Run> mpeg2Runs(const ScaleFactorCall& call, int32_t& preFlag) {
   const bool is = call.intensity();
   const int32_t c = is ? call.record.sfCompress / 2 : call.record.sfCompress;
   const int32_t limits[6] = {0, 400, 500, 0, 180, 244};
-  const int32_t row = is ? (c < 180 ? 3 : c < 244 ? 4 : 5) : (c < 400 ? 0 : c < 500 ? 1 : 2);
+  int32_t row = is ? (c < 180 ? 3 : c < 244 ? 4 : 5) : (c < 400 ? 0 : c < 500 ? 1 : 2);
   const int32_t v = c - limits[row];
-  const int32_t widths[6][4] = {{v / 16 / 5, v / 16 % 5, v / 4 % 4, v % 4},
-                                {v / 4 / 5, v / 4 % 5, v % 4, 0},
-                                {v / 3, v % 3, 0, 0},
-                                {v / 36, v % 36 / 6, v % 6, 0},
-                                {v / 16, v / 4 % 4, v % 4, 0},
-                                {v / 3, v % 3, 0, 0}};
+  int32_t widths[4] = {};
+  switch (row) {
+    case 0:
+      widths[0] = v / 16 / 5, widths[1] = v / 16 % 5, widths[2] = v / 4 % 4, widths[3] = v % 4;
+      break;
+    case 1:
+      widths[0] = v / 4 / 5, widths[1] = v / 4 % 5, widths[2] = v % 4;
+      break;
+    case 3:
+      widths[0] = v / 36, widths[1] = v % 36 / 6, widths[2] = v % 6;
+      break;
+    case 4:
+      widths[0] = v / 16, widths[1] = v / 4 % 4, widths[2] = v % 4;
+      break;
+    default:
+      widths[0] = v / 3, widths[1] = v % 3;
+  }
   preFlag = row == 2;
   const int32_t kind = call.record.blockType != 2 ? 0 : 1 + (call.record.mixedBlock & 1);
   const auto& numbers = counts[static_cast<size_t>(row * 3 + kind)];
   std::vector<Run> runs;
-  for (size_t k = 0; k < 4; ++k) runs.push_back({std::stoi(numbers[2 + k]), widths[row][k], false});
+  for (size_t k = 0; k < 4; ++k) runs.push_back({std::stoi(numbers[2 + k]), widths[k], false});
   return runs;
 }
 
@@ -235,7 +245,7 @@ void expectScaleFactors(ScaleFactorCall call) {
       bits.put(static_cast<uint32_t>(value), run.width);
       want[at] = static_cast<int8_t>(call.intensity() && value == illegal ? -value : value);
     }
-  if (!mpeg1 || runs.size() == 2)
+  if (!mpeg1 || call.record.blockType == 2)
     for (int i = 0; i < 3; ++i) want[at++] = 0;
 
   const int32_t offset = draw(0, 7);
@@ -282,7 +292,6 @@ TEST(Mp3ScaleFactors, EveryCompressionOfEveryBlockKindComesOutAndGoesBack) {
           call.record.sfCompress = compress;
           call.record.blockType = kind % 3 == 0 ? draw(0, 1) * 3 : 2;
           call.record.mixedBlock = kind % 3 == 2 ? 1 : 0;
-          if (id == 1 && kind % 3 == 2) call.record.mixedBlock = draw(1, 2);  // 2 is no flag: long
           if (id == 0) call.record.mixedBlock += draw(-2, 2) * 2;
           call.granule = kind / 3 % 2;
           call.channel = kind / 6;
@@ -292,15 +301,24 @@ TEST(Mp3ScaleFactors, EveryCompressionOfEveryBlockKindComesOutAndGoesBack) {
 }
 
 TEST(Mp3ScaleFactors, PackerTakesAMixedFlagBeyondOneAsLong) {
-  MoxMp3FrameHeader header{};  // MPEG-2; MPEG-1 is among the calls above
-  MoxMp3SideInfo record{};
-  record.sfCompress = 15, record.blockType = 2, record.mixedBlock = 2;
-  const int8_t values[39] = {};
-  const int32_t scfsi[4] = {};
-  uint8_t out[64], *p = out;
-  int32_t k = 0;
-  moxsPackScaleFactors_MP3_8s1u(values, &p, &k, &header, &record, scfsi, 0, 0);
-  EXPECT_EQ(8 * (p - out) + k, 3 * (5 + 5)) << "widths 0, 0, 3, 3 of 6, 5, 5, 5 long bands";
+  for (const int32_t id : {0, 1}) {
+    ScaleFactorCall call;
+    call.header.id = id;
+    call.record.sfCompress = 15;
+    call.record.blockType = 2;
+    call.record.mixedBlock = 2;
+    MoxMp3SideInfo longRecord = call.record;
+    longRecord.blockType = 0;
+    const Block<int8_t> values(39);
+    uint8_t a[64] = {}, b[64] = {};
+    uint8_t *pa = a, *pb = b;
+    int32_t ka = 0, kb = 0;
+    moxsPackScaleFactors_MP3_8s1u(values, &pa, &ka, &call.header, &call.record, call.scfsi, 0, 0);
+    moxsPackScaleFactors_MP3_8s1u(values, &pb, &kb, &call.header, &longRecord, call.scfsi, 0, 0);
+    EXPECT_EQ(pa - a, pb - b);
+    EXPECT_EQ(ka, kb);
+    EXPECT_EQ(std::memcmp(a, b, sizeof a), 0);
+  }
 }
 
 TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
@@ -309,13 +327,18 @@ TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
     ASSERT_GT(stream.granules.size(), 20u);
     for (const std::vector<uint8_t>& frame : stream.frames) {
       MoxMp3FrameHeader header{};
-      auto s = noiseRecord<SideInfo>();
+      auto side = noiseRecord<SideInfo>();
       const uint8_t* p = frame.data();
-      uint8_t out[64] = {}, *w = out;
-      moxsUnpackFrameHeader_MP3(&p, &header);
-      moxsUnpackSideInfo_MP3(&p, s.records, &s.mainDataBegin, &s.privateBits, s.scfsi, &header);
-      moxsPackFrameHeader_MP3(&header, &w);
-      moxsPackSideInfo_MP3(s.records, &w, s.mainDataBegin, s.privateBits, s.scfsi, &header);
+      ASSERT_EQ(moxsUnpackFrameHeader_MP3(&p, &header), moxStatusOk);
+      ASSERT_EQ(moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin, &side.privateBits, side.scfsi,
+                                       &header),
+                moxStatusOk);
+      uint8_t out[64] = {};
+      uint8_t* w = out;
+      ASSERT_EQ(moxsPackFrameHeader_MP3(&header, &w), moxStatusOk);
+      ASSERT_EQ(
+          moxsPackSideInfo_MP3(side.records, &w, side.mainDataBegin, side.privateBits, side.scfsi, &header),
+          moxStatusOk);
       ASSERT_EQ(w - out, p - frame.data());
       out[1] = static_cast<uint8_t>(out[1] & (frame[1] | 0xEF));  // the extension's marker is no field
       ASSERT_EQ(std::memcmp(out, frame.data(), static_cast<size_t>(w - out)), 0);
@@ -326,15 +349,30 @@ TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
       const auto offset = static_cast<int32_t>(g.firstBit % 8);
       const uint8_t* p = start;
       int32_t k = offset;
-      moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, &g.record, g.scfsi, &g.header, g.granule, g.channel);
-      uint8_t out[64] = {static_cast<uint8_t>(start[0] & ~(0xFF >> offset))}, *w = out;
+      ASSERT_EQ(moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, &g.record, g.scfsi, &g.header, g.granule,
+                                                g.channel),
+                moxStatusOk);
+      uint8_t out[64] = {static_cast<uint8_t>(start[0] & ~(0xFF >> offset))};
+      uint8_t* w = out;
       int32_t wk = offset;
-      moxsPackScaleFactors_MP3_8s1u(values, &w, &wk, &g.header, &g.record, g.scfsi, g.granule, g.channel);
+      ASSERT_EQ(
+          moxsPackScaleFactors_MP3_8s1u(values, &w, &wk, &g.header, &g.record, g.scfsi, g.granule, g.channel),
+          moxStatusOk);
       ASSERT_EQ(w - out, p - start);
       ASSERT_EQ(wk, k);
       ASSERT_EQ(std::memcmp(out, start, static_cast<size_t>(w - out)), 0);
       ASSERT_EQ(*w, *p & ~(0xFF >> k));
     }
+  }
+}
+
+TEST(Mp3BandTables, EqualTheTablesOwnFilesAndCloseTheSpectrum) {
+  const auto longs = moxtest::csvRows("mp3_sfb_long.csv"), shorts = moxtest::csvRows("mp3_sfb_short.csv");
+  for (size_t row = 0; row < 6; ++row) {
+    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxac::kSfbLong[row][i], std::stoi(longs[row][3 + i]));
+    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxac::kSfbShort[row][i], std::stoi(shorts[row][3 + i]));
+    EXPECT_EQ(moxac::kSfbLong[row][22], 576);
+    EXPECT_EQ(moxac::kSfbShort[row][13], 192);
   }
 }
 
@@ -353,12 +391,15 @@ TEST(Mp3BitReservoir, HoldsWhatADecoderCanHold) {
       EXPECT_EQ(reservoir.resBits, 0);
       EXPECT_EQ(reservoir.maxResBits, frame >= 7680 ? 0 : std::min(7680 - frame, 4088));
     }
-  for (const auto& [id, rate, freq] :
-       {std::array{0, 9, 0}, {2, 9, 0}, {1, 15, 0}, {1, -1, 0}, {1, 9, 3}, {1, 9, -1}}) {
+  const auto refused = [&](int32_t id, int32_t rate, int32_t freq) {
     header.id = id, header.bitRateIndex = rate, header.samplingFreq = freq;
-    EXPECT_EQ(moxsBitReservoirInit_MP3(&reservoir, &header), moxStatusMp3FrameHeaderErr);
-  }
-  expectNeedsEveryPointer(moxsBitReservoirInit_MP3, &reservoir, &header);
+    return moxsBitReservoirInit_MP3(&reservoir, &header);
+  };
+  for (const auto& [id, rate, freq] :
+       {std::array{0, 9, 0}, {2, 9, 0}, {1, 15, 0}, {1, -1, 0}, {1, 9, 3}, {1, 9, -1}})
+    EXPECT_EQ(refused(id, rate, freq), moxStatusMp3FrameHeaderErr);
+  EXPECT_EQ(moxsBitReservoirInit_MP3(nullptr, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsBitReservoirInit_MP3(&reservoir, nullptr), moxStatusNullPointer);
 }
 
 TEST(Mp3Parse, SurvivesArbitraryBytes) {
@@ -371,27 +412,57 @@ TEST(Mp3Parse, SurvivesArbitraryBytes) {
 
 TEST(Mp3Parse, RefusesInOrder) {
   const uint8_t bytes[64] = {};
-  const uint8_t* p = bytes;
-  uint8_t buffer[64], *w = buffer;
+  const uint8_t *p = bytes, *none = nullptr;
+  uint8_t buffer[64];
+  uint8_t *w = buffer, *noBuffer = nullptr;
   MoxMp3FrameHeader header{};
   header.layer = 1;
   SideInfo side{};
   int8_t values[39];
   int32_t k = 0;
 
-  // The pointers first, with a bad header and a bad cursor behind them.
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(nullptr, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&none, &header), moxStatusNullPointer);
+  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&p, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(nullptr, &w), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, nullptr), moxStatusNullPointer);
+  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, &noBuffer), moxStatusNullPointer);
+
+  // Each pointer in turn, with a bad header behind it: the pointer wins.
   MoxMp3FrameHeader bad = header;
   bad.mode = 4;
-  k = 8;
-  expectNeedsEveryPointer(moxsUnpackFrameHeader_MP3, &p, &header);
-  expectNeedsEveryPointer(moxsPackFrameHeader_MP3, &header, &w);
-  expectNeedsEveryPointer(moxsUnpackSideInfo_MP3, &p, side.records, &side.mainDataBegin, &side.privateBits,
-                          side.scfsi, &bad);
-  expectNeedsEveryPointer(moxsPackSideInfo_MP3, side.records, &w, 0, 0, side.scfsi, &bad);
-  expectNeedsEveryPointer(moxsUnpackScaleFactors_MP3_1u8s, &p, &k, values, side.records, side.scfsi, &header,
-                          2, 2);
-  expectNeedsEveryPointer(moxsPackScaleFactors_MP3_8s1u, values, &w, &k, &header, side.records, side.scfsi, 0,
-                          0);
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(moxsUnpackSideInfo_MP3(i == 0   ? nullptr
+                                     : i == 1 ? &none
+                                              : &p,
+                                     i == 2 ? nullptr : side.records, i == 3 ? nullptr : &side.mainDataBegin,
+                                     i == 4 ? nullptr : &side.privateBits, i == 5 ? nullptr : side.scfsi,
+                                     i == 6 ? nullptr : &bad),
+              moxStatusNullPointer);
+    if (i < 5) {
+      EXPECT_EQ(moxsPackSideInfo_MP3(i == 2 ? nullptr : side.records,
+                                     i == 0   ? nullptr
+                                     : i == 1 ? &noBuffer
+                                              : &w,
+                                     0, 0, i == 3 ? nullptr : side.scfsi, i == 4 ? nullptr : &bad),
+                moxStatusNullPointer);
+    }
+    EXPECT_EQ(moxsUnpackScaleFactors_MP3_1u8s(i == 0   ? nullptr
+                                              : i == 1 ? &none
+                                                       : &p,
+                                              i == 2 ? nullptr : &(k = 8), i == 3 ? nullptr : values,
+                                              i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi,
+                                              i == 6 ? nullptr : &header, 2, 2),
+              moxStatusNullPointer);
+    EXPECT_EQ(
+        moxsPackScaleFactors_MP3_8s1u(i == 3 ? nullptr : values,
+                                      i == 0   ? nullptr
+                                      : i == 1 ? &noBuffer
+                                               : &w,
+                                      i == 2 ? nullptr : &k, i == 6 ? nullptr : &header,
+                                      i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi, 0, 0),
+        moxStatusNullPointer);
+  }
 
   int32_t MoxMp3FrameHeader::*const members[] = {&MoxMp3FrameHeader::id, &MoxMp3FrameHeader::layer,
                                                  &MoxMp3FrameHeader::mode};

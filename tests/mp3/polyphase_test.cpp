@@ -10,21 +10,20 @@
 #include "mp3/polyphase_kernels.h"
 #include "mp3/polyphase_reference.h"
 #include "support/block.h"
-#include "support/refusals.h"
 
 namespace {
 
 using moxtest::Block;
-using moxtest::expectNeedsEveryPointer;
 using moxtest::Slot;
 
 constexpr double kUnit = 1 << 26;
+constexpr int32_t kStateBytes = 2107;
 
 // A synthesis or analysis bank in memory of its own, `shift` bytes past a boundary.
 template <class State>
 struct Bank {
   Block<uint8_t> memory;
-  explicit Bank(int64_t shift = 0) : memory(2107, shift) {}
+  explicit Bank(int64_t shift = 0) : memory(kStateBytes, shift) {}
   State* state() { return reinterpret_cast<State*>(memory.data()); }
 };
 using SynthesisBank = Bank<MoxMp3SynthesisState>;
@@ -53,7 +52,7 @@ TEST(CosineTransform, VectorFormsEqualTheirScalarTwins) {
 TEST(PolyphaseSynthesis, EqualsTheFormulaAtEveryPositionStrideAndAlignment) {
   for (const int32_t stride : {1, 2, 3, 8}) {
     moxtest::SynthesisReference reference;
-    SynthesisBank bank(17 * stride);
+    SynthesisBank bank(stride);
     ASSERT_EQ(moxsSynthesisFilterInit_PQMF_MP3_32f(bank.state()), moxStatusOk);
     Block<int32_t> v(512, 4);
     v.fill(0);
@@ -88,7 +87,7 @@ TEST(PolyphaseSynthesis, EqualsTheFormulaAtEveryPositionStrideAndAlignment) {
 TEST(PolyphaseAnalysis, EqualsTheFormulaAtEveryPositionAndStride) {
   for (const int32_t stride : {1, 2, 5}) {
     moxtest::AnalysisReference reference;
-    AnalysisBank bank(17 * stride);
+    AnalysisBank bank(stride);
     ASSERT_EQ(moxsAnalysisFilterInit_PQMF_MP3_32f(bank.state()), moxStatusOk);
     Block<int32_t> x(512, 4);
     x.fill(0);
@@ -139,39 +138,64 @@ TEST(Polyphase, SynthesisAfterAnalysisGivesTonesBack481SamplesLater) {
   }
 }
 
-TEST(Polyphase, RefusesInOrderAndWritesNothing) {
-  Block<int32_t> xs(32), history(512);
-  Block<int16_t> audio(64);
-  const Block<int32_t> xsBefore = xs, historyBefore = history;
-  const Block<int16_t> audioBefore = audio;
-  int32_t place = 16;
-  const auto expect = [&](moxStatus status, int32_t position, int32_t stride) {
-    place = position;
-    EXPECT_EQ(moxsSynthPQMF_MP3_32s16s(xs, audio, history, &place, stride), status);
-    EXPECT_EQ(moxsAnalysisPQMF_MP3_16s32s(audio, xs, history, &place, stride), status);
-    EXPECT_EQ(place, position);
-  };
-  expectNeedsEveryPointer(moxsSynthPQMF_MP3_32s16s, xs, audio, history, &place, 0);
-  expectNeedsEveryPointer(moxsAnalysisPQMF_MP3_16s32s, audio, xs, history, &place, 0);
-  for (const int32_t position : {INT_MIN, -1, 16, INT_MAX}) expect(moxStatusOutOfRange, position, 0);
-  for (const int32_t stride : {INT_MIN, -1, 0}) expect(moxStatusBadSize, 15, stride);
-  EXPECT_SAME_BITS(xs, xsBefore);
-  EXPECT_SAME_BITS(history, historyBefore);
-  EXPECT_SAME_BITS(audio, audioBefore);
+TEST(PolyphaseBanks, KeepToTheirBytesAndSoundAlikeAtEveryAlignment) {
+  Block<float> in(32 * 20), bands(32 * 20), out(32 * 20);
+  for (int64_t shift = 0; shift < 64; ++shift) {
+    SynthesisBank synthesis(shift);  // Block's guards catch any byte outside
+    AnalysisBank analysis(shift);
+    ASSERT_EQ(moxsSynthesisFilterInit_PQMF_MP3_32f(synthesis.state()), moxStatusOk);
+    ASSERT_EQ(moxsAnalysisFilterInit_PQMF_MP3_32f(analysis.state()), moxStatusOk);
+    Block<float> b(32 * 20, 4 * (shift % 16)), o(32 * 20, 4 * (shift % 16));
+    for (int slot = 0; slot < 20; ++slot) {
+      moxsAnalysisFilter_PQMF_MP3_32f(in + 32 * slot, b + 32 * slot, analysis.state());
+      moxsSynthesisFilter_PQMF_MP3_32f(b + 32 * slot, o + 32 * slot, synthesis.state());
+    }
+    if (shift == 0) std::copy(b.begin(), b.end(), bands.begin()), std::copy(o.begin(), o.end(), out.begin());
+    ASSERT_TRUE(moxtest::sameBits(b, bands) && moxtest::sameBits(o, out)) << shift;
+  }
+}
 
+TEST(PolyphaseBanks, RefuseInOrder) {
   SynthesisBank synthesis;
   AnalysisBank analysis;
   moxsSynthesisFilterInit_PQMF_MP3_32f(synthesis.state());
   moxsAnalysisFilterInit_PQMF_MP3_32f(analysis.state());
-  auto* const noSynthesis = reinterpret_cast<MoxMp3SynthesisState*>(analysis.state());
-  auto* const noAnalysis = reinterpret_cast<MoxMp3AnalysisState*>(synthesis.state());
   Block<float> x(32), y(32);
   const Block<float> before = y;
-  expectNeedsEveryPointer(moxsSynthesisFilter_PQMF_MP3_32f, x, y, noSynthesis);
-  expectNeedsEveryPointer(moxsAnalysisFilter_PQMF_MP3_32f, x, y, noAnalysis);
-  EXPECT_EQ(moxsSynthesisFilter_PQMF_MP3_32f(x, y, noSynthesis), moxStatusContextMismatch);
-  EXPECT_EQ(moxsAnalysisFilter_PQMF_MP3_32f(x, y, noAnalysis), moxStatusContextMismatch);
+  const auto expect = [&](auto filter, auto* own, auto* other) {
+    auto* const foreign = reinterpret_cast<decltype(own)>(other);
+    EXPECT_EQ(filter(nullptr, y, foreign), moxStatusNullPointer);
+    EXPECT_EQ(filter(x, nullptr, foreign), moxStatusNullPointer);
+    EXPECT_EQ(filter(x, y, nullptr), moxStatusNullPointer);
+    EXPECT_EQ(filter(x, y, foreign), moxStatusContextMismatch);
+  };
+  expect(moxsSynthesisFilter_PQMF_MP3_32f, synthesis.state(), analysis.state());
+  expect(moxsAnalysisFilter_PQMF_MP3_32f, analysis.state(), synthesis.state());
   EXPECT_SAME_BITS(y, before);
+}
+
+TEST(Polyphase, FixedFormsRefuseInOrderAndWriteNothing) {
+  Block<int32_t> xs(32), history(512);
+  Block<int16_t> audio(64);
+  const Block<int32_t> xsBefore = xs, historyBefore = history;
+  const Block<int16_t> audioBefore = audio;
+  const auto expect = [&](moxStatus status, int without, int32_t position, int32_t stride) {
+    const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
+    int32_t place = position;
+    EXPECT_EQ(moxsSynthPQMF_MP3_32s16s(p(0, xs.data()), p(1, audio.data()), p(2, history.data()),
+                                       p(3, &place), stride),
+              status);
+    EXPECT_EQ(moxsAnalysisPQMF_MP3_16s32s(p(1, audio.data()), p(0, xs.data()), p(2, history.data()),
+                                          p(3, &place), stride),
+              status);
+    EXPECT_EQ(place, position);
+  };
+  for (int without = 0; without < 4; ++without) expect(moxStatusNullPointer, without, 16, 0);
+  for (const int32_t position : {INT_MIN, -1, 16, INT_MAX}) expect(moxStatusOutOfRange, -1, position, 0);
+  for (const int32_t stride : {INT_MIN, -1, 0}) expect(moxStatusBadSize, -1, 15, stride);
+  EXPECT_SAME_BITS(xs, xsBefore);
+  EXPECT_SAME_BITS(history, historyBefore);
+  EXPECT_SAME_BITS(audio, audioBefore);
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "mp3/requantize_kernels.h"
 #include "mp3/requantize_reference.h"
 #include "support/block.h"
-#include "support/refusals.h"
 
 namespace {
 
@@ -146,7 +145,11 @@ TEST(Requantize, RefusesInOrderAndWritesNothing) {
     EXPECT_SAME_BITS(got.buffer, before.buffer);
   };
   // From the last check to the first: each fault is met before all those made already.
-  const std::pair<std::function<void(CodedGranule&)>, moxStatus> faults[] = {
+  struct Fault {
+    std::function<void(CodedGranule&)> make;
+    moxStatus status;
+  };
+  const Fault faults[] = {
       {[](CodedGranule& g) { g.bound[1] = 576, g.lines[1][575] = 8207; }, moxStatusBadData},
       {[](CodedGranule& g) { g.lines[1][575] = INT_MIN; }, moxStatusBadData},
       {[](CodedGranule& g) { g.side[1].globGain = 256; }, moxStatusMp3SideInfoErr},
@@ -155,23 +158,32 @@ TEST(Requantize, RefusesInOrderAndWritesNothing) {
       {[](CodedGranule& g) { g.header.id = 2; }, moxStatusMp3FrameHeaderErr},
   };
   CodedGranule g = good;
-  for (const auto& [make, status] : faults) {
-    make(g);
-    refused(g, status);
+  for (const Fault& fault : faults) {
+    fault.make(g);
+    refused(g, fault.status);
   }
   Outcome o(g);
-  moxtest::expectNeedsEveryPointer(moxsReQuantizeSfb_MP3_32s_I, o.lines, o.bound, g.scaleFactors[0], g.side,
-                                   &g.header, moxac::kSfbLong[0], moxac::kSfbShort[0], o.buffer);
+  const auto call = [&](int without) {
+    const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
+    return moxsReQuantizeSfb_MP3_32s_I(p(0, o.lines.data()), p(1, o.bound.data()), p(2, g.scaleFactors[0]),
+                                       p(3, g.side), p(4, &g.header), p(5, moxac::kSfbLong[0]),
+                                       p(6, moxac::kSfbShort[0]), p(7, o.buffer.data()));
+  };
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(call(i), moxStatusNullPointer) << i;
+  EXPECT_EQ(call(-1), moxStatusMp3FrameHeaderErr);
 
   // Every field, both sides of its range.
   const auto field = [&](auto member, int32_t first, int32_t last, moxStatus status) {
-    for (const int32_t v : {first - 1, first, last, last + 1}) {
-      CodedGranule tried = good;
-      member(tried) = v;
-      if (v < first || v > last)
-        refused(tried, status);
-      else
-        EXPECT_EQ(Outcome(tried).run(tried), moxStatusOk);
+    for (const int32_t v : {INT_MIN, first - 1, last + 1, INT_MAX}) {
+      CodedGranule bad = good;
+      member(bad) = v;
+      refused(bad, status);
+    }
+    for (const int32_t v : {first, last}) {
+      CodedGranule fine = good;
+      member(fine) = v;
+      Outcome got(fine);
+      EXPECT_EQ(got.run(fine), moxStatusOk);
     }
   };
 #define HEADER(name) [](CodedGranule& c) -> int32_t& { return c.header.name; }
