@@ -3,29 +3,7 @@
 
 usage: gen_aac_tables.py [--check]     (--check: compare with the committed files and write nothing)
 """
-import csv
-import sys
-from pathlib import Path
-
-SOURCE = Path(__file__).resolve().parent.parent
-TABLES = SOURCE / "tools" / "tables"
-
-
-def rows(name):
-    with open(TABLES / name, newline="") as file:
-        return list(csv.DictReader(file))
-
-
-def wrapped(values, indent="    ", width=110):
-    """The values as comma-separated lines of at most `width` columns."""
-    lines, line = [], indent
-    for value in values:
-        word = f"{value},"
-        if len(line) + len(word) > width:
-            lines.append(line.rstrip())
-            line = indent
-        line += word + " "
-    return lines + [line.rstrip()]
+from table_files import deliver, rows, wrapped
 
 
 def offsets(row, length, cells):
@@ -131,18 +109,4 @@ FILES = {"aac/ltp_tables.h": ltp_gains, "aac/band_tables.cpp": band_tables, "aac
          "apps/mox/aac_tables.cpp": program_tables}
 
 
-def main():
-    stale = []
-    for name, make in FILES.items():
-        text = make()
-        if "--check" in sys.argv:
-            if (SOURCE / name).read_text() != text:
-                stale.append(name)
-        else:
-            (SOURCE / name).write_text(text)
-    for name in stale:
-        print(f"{name} differs from what tools/gen_aac_tables.py makes")
-    sys.exit(bool(stale))
-
-
-main()
+deliver(FILES)

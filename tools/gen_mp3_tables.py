@@ -5,18 +5,9 @@ usage: gen_mp3_tables.py [--check]
 
 With --check nothing is written: the exit status tells whether the committed files are what would be written.
 """
-import csv
-import sys
-from pathlib import Path
+from table_files import deliver, rows, wrapped
 
-ROOT = Path(__file__).resolve().parent.parent
-TABLES = ROOT / "tools" / "tables"
 NOTE = "// Made by tools/gen_mp3_tables.py from tools/tables; edit neither by hand.\n"
-
-
-def rows(name):
-    with open(TABLES / name, newline="") as f:
-        return list(csv.DictReader(f))
 
 
 def columns(row, prefix):
@@ -27,17 +18,8 @@ def braced(values):
     return "{" + ", ".join(str(v) for v in values) + "}"
 
 
-def lines(values, indent=4, width=110):
-    """Values, comma-separated, broken into lines of at most `width` columns."""
-    text, line = [], " " * indent
-    for v in values:
-        piece = f"{v}, "
-        if len(line) + len(piece.rstrip()) > width:
-            text.append(line.rstrip())
-            line = " " * indent
-        line += piece
-    text.append(line.rstrip())
-    return "\n".join(text)
+def lines(values, indent=4):
+    return "\n".join(wrapped(values, " " * indent))
 
 
 def source(header, body):
@@ -177,17 +159,4 @@ FILES = {
 }
 
 
-def main():
-    stale = []
-    for name, make in FILES.items():
-        path, text = ROOT / name, make()
-        if "--check" not in sys.argv:
-            path.write_text(text)
-        elif not path.exists() or path.read_text() != text:
-            stale.append(name)
-    for name in stale:
-        print(f"{name} is not what the tables give")
-    sys.exit(bool(stale))
-
-
-main()
+deliver(FILES)

@@ -3,30 +3,9 @@
 
 usage: gen_ps_tables.py [--check]     (--check: compare with the committed files and write nothing)
 """
-import csv
-import sys
-from pathlib import Path
+from table_files import deliver, rows, wrapped
 
-SOURCE = Path(__file__).resolve().parent.parent
-TABLES = SOURCE / "tools" / "tables" / "sbr"
 MADE = "// Made by tools/gen_ps_tables.py from tools/tables/sbr; do not edit."
-
-
-def rows(name):
-    with open(TABLES / name, newline="") as file:
-        return list(csv.DictReader(file))
-
-
-def wrapped(values, indent="    ", width=110):
-    """The values as comma-separated lines of at most `width` columns."""
-    lines, line = [], indent
-    for value in values:
-        word = f"{value},"
-        if len(line) + len(word) > width:
-            lines.append(line.rstrip())
-            line = indent
-        line += word + " "
-    return lines + [line.rstrip()]
 
 
 def camel(name):
@@ -56,7 +35,7 @@ def tree(name, codes):
 
 def books():
     found = {}
-    for row in rows("ps_huffman.csv"):
+    for row in rows("sbr/ps_huffman.csv"):
         found.setdefault(row["book"], []).append(row)
     return found
 
@@ -89,11 +68,11 @@ CONFIGURED = {"decay_cutoff": ("decayCutoff", "the all-pass links' coefficients 
 
 def header():
     constants = {}
-    for row in rows("ps_constants.csv"):
+    for row in rows("sbr/ps_constants.csv"):
         constants.setdefault(row["name"], []).append(row["value"])
     assert sorted(constants) == sorted([*DOUBLES, *INTEGERS, *CONFIGURED])
     quant = {}
-    for row in rows("ps_quant.csv"):
+    for row in rows("sbr/ps_quant.csv"):
         quant.setdefault(row["table"], []).append(row)
 
     out = [MADE, "// The constants of parametric stereo. ISO/IEC 14496-3, 8.6.4.", "// clang-format off",
@@ -126,7 +105,7 @@ def header():
             "// lies at negative frequencies, where phases turn the other way, and its centre in QMF bands.",
             "struct PsHybridBand {", "  int8_t qmfBand, stereoBand;", "  bool conjugate;", "  double centre;",
             "};"]
-    bands = rows("ps_hybrid_bands.csv")
+    bands = rows("sbr/ps_hybrid_bands.csv")
     for config in (20, 34):
         part = [row for row in bands if row["config"] == str(config)]
         assert [int(row["k"]) for row in part] == list(range(len(part)))
@@ -155,7 +134,7 @@ def header():
 
 def maps():
     found = {}
-    for row in rows("ps_band_maps.csv"):
+    for row in rows("sbr/ps_band_maps.csv"):
         name = row["map"].replace("to", "To")
         term = ", ".join(row[key] for key in ("out_band", "in_band", "weight", "divisor"))
         found.setdefault(name, []).append(f"{{{term}}}")
@@ -164,7 +143,7 @@ def maps():
 
 def source():
     out = [MADE, "// clang-format off", '#include "mox/ps_tables.h"', "", "namespace mox {", ""]
-    bands = rows("ps_hybrid_bands.csv")
+    bands = rows("sbr/ps_hybrid_bands.csv")
     for config in (20, 34):
         truth = {"0": "false", "1": "true"}
         part = [row for row in bands if row["config"] == str(config)]
@@ -181,17 +160,4 @@ def source():
 FILES = {"apps/mox/ps_tables.h": header, "apps/mox/ps_tables.cpp": source}
 
 
-def main():
-    stale = []
-    for name, make in FILES.items():
-        path, text = SOURCE / name, make()
-        if "--check" not in sys.argv:
-            path.write_text(text)
-        elif not path.exists() or path.read_text() != text:
-            stale.append(name)
-    for name in stale:
-        print(f"{name} differs from what tools/gen_ps_tables.py makes")
-    sys.exit(bool(stale))
-
-
-main()
+deliver(FILES)

@@ -7,18 +7,13 @@ examples/qmf_prototype.h    the QMF prototype, for programs that need to pass a 
 sbr/hybrid_tables.h         the prototypes of the hybrid analysis
 sbr/qmf_window_tables.h     the QMF prototype in double precision, for the banks that hold their own window
 """
-import csv
 import struct
-import sys
-from pathlib import Path
 
-ROOT = Path(__file__).resolve().parent.parent
-TABLES = ROOT / "tools" / "tables" / "sbr"
+from table_files import deliver, rows
 
 
-def column(name, key):
-    with open(TABLES / name, newline="") as file:
-        return [float(row[key]) for row in csv.DictReader(file)]
+def prototype():
+    return [float(row["c"]) for row in rows("sbr/sbr_qmf_window.csv")]
 
 
 def as_float(value):
@@ -31,29 +26,28 @@ def as_float(value):
     return text if "." in text or "e" in text else text + ".0"
 
 
-def rows(values, per_line):
+def floats(values, per_line):
     lines = [", ".join(as_float(v) + "f" for v in values[i:i + per_line]) for i in range(0, len(values), per_line)]
     return ",\n    ".join(lines)
 
 
 def prototype_header():
-    c = column("sbr_qmf_window.csv", "c")
+    c = prototype()
     return f"""/* The prototype of the SBR filter banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3
  * (Table 4.A.87). The 64-band bank takes it as it is, the 32-band banks every second value.
  * Made by tools/gen_sbr_tables.py; do not edit. */
 /* clang-format off */
 static const float kQmfPrototype[640] = {{
-    {rows(c, 8)}}};
+    {floats(c, 8)}}};
 """
 
 
 def hybrid_prototypes():
     """The 13 taps are symmetric: the first seven say all."""
     taps = {}
-    with open(TABLES / "ps_hybrid_filters.csv", newline="") as file:
-        for row in csv.DictReader(file):
-            name = f"kHybrid{row['config']}Band{row['qmf_bands'].split()[0]}"
-            taps.setdefault(name, []).append(float(row["g"]))
+    for row in rows("sbr/ps_hybrid_filters.csv"):
+        name = f"kHybrid{row['config']}Band{row['qmf_bands'].split()[0]}"
+        taps.setdefault(name, []).append(float(row["g"]))
     out = ["// Made by tools/gen_sbr_tables.py from tools/tables/sbr/ps_hybrid_filters.csv; not edited by hand.",
            "// The 13-tap prototypes of the hybrid analysis, g[0..6]; g[12 - n] = g[n]. ISO/IEC 14496-3, 8.6.4.3.",
            "#pragma once", "", "namespace moxac {", "", "// clang-format off"]
@@ -64,7 +58,7 @@ def hybrid_prototypes():
 
 
 def qmf_window():
-    c = column("sbr_qmf_window.csv", "c")
+    c = prototype()
     text = ",\n    ".join(", ".join(repr(v) for v in c[i:i + 4]) for i in range(0, len(c), 4))
     return f"""// Made by tools/gen_sbr_tables.py from tools/tables/sbr/sbr_qmf_window.csv; not edited by hand.
 // The prototype of the QMF banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3, Table 4.A.87.
@@ -85,16 +79,4 @@ OUTPUTS = {"examples/qmf_prototype.h": prototype_header, "sbr/hybrid_tables.h": 
            "sbr/qmf_window_tables.h": qmf_window}
 
 
-def main():
-    differing = 0
-    for name, make in OUTPUTS.items():
-        path, text = ROOT / name, make()
-        if "--check" not in sys.argv:
-            path.write_text(text)
-        elif not path.exists() or path.read_text() != text:
-            print(f"{name} differs from what tools/gen_sbr_tables.py makes")
-            differing += 1
-    sys.exit(1 if differing else 0)
-
-
-main()
+deliver(OUTPUTS)
