@@ -326,4 +326,30 @@ TEST(HeAac, ADamagedHighBandIsReportedAndLeavesTheCore) {
   EXPECT_NE(whole->s16, decoded->s16);
 }
 
+// Also where the first frames, with the header, are cut off: until the next header the core is brought to the rate.
+TEST(HeAac, ItsKindIsKnownBeforeTheFirstSample) {
+  const struct {
+    const char *name, *kind;
+    int32_t rate, channels;
+  } kStreams[] = {{"heaac_44100_stereo48.aac", "HE-AAC (AAC LC, SBR) in ADTS", 44100, 2},
+                  {"heaac_48000_mono24.aac", "HE-AAC (AAC LC, SBR) in ADTS", 48000, 1},
+                  {"heaacv2_44100_32.aac", "HE-AAC v2 (AAC LC, SBR, parametric stereo) in ADTS", 44100, 2}};
+  for (const auto& [name, kind, rate, channels] : kStreams) {
+    const std::vector<uint8_t> bytes = moxtest::readFile(moxtest::streamPath(name));
+    mox::AdtsScanner scanner(bytes);
+    mox::AdtsFrame frame;
+    for (int first = 0; first < 4; ++first) {
+      ASSERT_TRUE(scanner.next(frame));
+      const mox::Bytes rest = mox::Bytes(bytes).subspan(frame.position);
+      const auto decoder = mox::openDecoder(rest, {}, name);
+      EXPECT_EQ(decoder->describe()[0].second, kind);
+      EXPECT_EQ(decoder->format().rate, rate) << name;
+      EXPECT_EQ(decoder->format().channels, channels) << name;
+      const auto decoded = moxtest::decodeBytes(rest);
+      EXPECT_EQ(decoded->samples, decoder->expectedSamples()) << name;
+      EXPECT_TRUE(decoded->stats.faults.empty()) << name;
+    }
+  }
+}
+
 }  // namespace
