@@ -3,7 +3,7 @@
 
 usage: gen_ps_tables.py [--check]     (--check: compare with the committed files and write nothing)
 """
-from table_files import deliver, rows, wrapped
+from table_files import deliver, difference_tree, rows, wrapped
 
 MADE = "// Made by tools/gen_ps_tables.py from tools/tables/sbr; do not edit."
 
@@ -13,24 +13,8 @@ def camel(name):
 
 
 def tree(name, codes):
-    """The prefix code as a binary tree: a node is the pair of what a 0 and what a 1 lead to."""
-    nodes = [[None, None]]
-    for row in codes:
-        at, length, code = 0, int(row["length"]), int(row["code"], 16)
-        for place in reversed(range(length)):
-            bit = code >> place & 1
-            if place == 0:
-                assert nodes[at][bit] is None
-                nodes[at][bit] = f"{{0, {row['delta']}}}"
-            else:
-                if nodes[at][bit] is None:
-                    nodes.append([None, None])
-                    nodes[at][bit] = len(nodes) - 1
-                at = nodes[at][bit]
-    assert all(branch is not None for node in nodes for branch in node)
-    words = [branch if isinstance(branch, str) else f"{{{branch}, 0}}" for node in nodes for branch in node]
-    pairs = [f"{{{words[i]}, {words[i + 1]}}}" for i in range(0, len(words), 2)]
-    return [f"const PsBranch kPs{camel(name)}[{len(pairs)}][2] = {{"] + wrapped(pairs) + ["};", ""]
+    nodes = difference_tree(codes)
+    return [f"const DifferenceCodeNode kPs{camel(name)}[{len(nodes)}] = {{"] + wrapped(nodes) + ["};", ""]
 
 
 def books():
@@ -76,7 +60,7 @@ def header():
         quant.setdefault(row["table"], []).append(row)
 
     out = [MADE, "// The constants of parametric stereo. ISO/IEC 14496-3, 8.6.4.", "// clang-format off",
-           "#pragma once", "", "#include <cstdint>", "", "namespace mox {", ""]
+           "#pragma once", "", "#include <cstdint>", "", '#include "mox/difference_code.h"', "", "namespace mox {", ""]
 
     def constant(kind, name, values, comment):
         text = f"inline constexpr {kind} {name}"
@@ -124,11 +108,9 @@ def header():
         constant("int32_t", f"kPs{name}", values, f"level difference in dB, from {first} on")
     constant("double", "kPsIcc", [row["value"] for row in quant["icc"]], "coherence by index")
 
-    out += ["", "// The Huffman codes as binary trees: a node says where a 0 and a 1 lead, which is a node's number",
-            "// or, where that is 0, the end of a code word with its difference.",
-            "struct PsBranch {", "  int8_t node, delta;", "};"]
+    out.append("")
     for name, codes in books().items():
-        out.append(f"extern const PsBranch kPs{camel(name)}[{len(codes) - 1}][2];")
+        out.append(f"extern const DifferenceCodeNode kPs{camel(name)}[{len(codes) - 1}];")
     return "\n".join(out + ["", "}  // namespace mox", ""])
 
 

@@ -24,6 +24,26 @@ def wrapped(values, indent="    ", width=110):
     return lines + [line.rstrip()]
 
 
+def difference_tree(codes):
+    """A code of differences as the nodes of its binary tree, the way readDifference() of the program walks it."""
+    nodes = [[None, None]]
+    for row in codes:
+        node, length, code = 0, int(row["length"]), int(row["code"], 16)
+        for shift in range(length - 1, -1, -1):
+            bit = code >> shift & 1
+            if shift == 0:
+                assert nodes[node][bit] is None
+                nodes[node][bit] = int(row["delta"]) - 256
+            else:
+                if nodes[node][bit] is None:
+                    nodes.append([None, None])
+                    nodes[node][bit] = len(nodes) - 1
+                node = nodes[node][bit]
+                assert node > 0
+    assert all(value is not None for node in nodes for value in node)
+    return [f"{{{zero}, {one}}}" for zero, one in nodes]
+
+
 def deliver(files):
     """Writes the files, a function of each one's text by name; with --check compares instead, and the exit status
     tells whether the committed ones are what would be written."""

@@ -9,20 +9,10 @@ namespace mox {
 namespace {
 
 using Indices = PsEnvelope::Indices;
-using Tree = const PsBranch (*)[2];
-
-int32_t decode(BitReader& bits, Tree tree) {
-  int32_t node = 0;
-  for (;;) {
-    const PsBranch& branch = tree[node][bits.bits(1)];
-    if (branch.node == 0) return branch.delta;
-    node = branch.node;
-  }
-}
 
 // How one kind of index is coded: differences to the band below or to the same band an envelope earlier.
 struct Coding {
-  Tree frequency, time;
+  const DifferenceCodeNode *frequency, *time;
   int32_t least, most;
   bool wraps;  // phases count modulo 8
 };
@@ -36,8 +26,8 @@ bool readIndices(BitReader& bits, const Coding& coding, int32_t bands, const Ind
   const bool overTime = bits.flag();
   int32_t below = 0;
   for (size_t b = 0; b < static_cast<size_t>(bands); ++b) {
-    int32_t index =
-        overTime ? earlier[b] + decode(bits, coding.time) : below + decode(bits, coding.frequency);
+    int32_t index = overTime ? earlier[b] + readDifference(bits, coding.time)
+                             : below + readDifference(bits, coding.frequency);
     if (coding.wraps) index &= 7;
     if (index < coding.least || index > coding.most) return false;
     out[b] = static_cast<int8_t>(index);

@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "mox/difference_code.h"
+
 namespace mox {
 
 inline constexpr int32_t kPsAllpassDelay[3] = {3, 4, 5};  // slots
@@ -73,20 +75,15 @@ inline constexpr int32_t kPsIidFine[31] = {
 // coherence by index
 inline constexpr double kPsIcc[8] = {1.0, 0.937, 0.84118, 0.60092, 0.36764, 0.0, -0.589, -1.0};
 
-// The Huffman codes as binary trees: a node says where a 0 and a 1 lead, which is a node's number
-// or, where that is 0, the end of a code word with its difference.
-struct PsBranch {
-  int8_t node, delta;
-};
-extern const PsBranch kPsIidDfCoarse[28][2];
-extern const PsBranch kPsIidDtCoarse[28][2];
-extern const PsBranch kPsIidDfFine[60][2];
-extern const PsBranch kPsIidDtFine[60][2];
-extern const PsBranch kPsIccDf[14][2];
-extern const PsBranch kPsIccDt[14][2];
-extern const PsBranch kPsIpdDf[7][2];
-extern const PsBranch kPsIpdDt[7][2];
-extern const PsBranch kPsOpdDf[7][2];
-extern const PsBranch kPsOpdDt[7][2];
+extern const DifferenceCodeNode kPsIidDfCoarse[28];
+extern const DifferenceCodeNode kPsIidDtCoarse[28];
+extern const DifferenceCodeNode kPsIidDfFine[60];
+extern const DifferenceCodeNode kPsIidDtFine[60];
+extern const DifferenceCodeNode kPsIccDf[14];
+extern const DifferenceCodeNode kPsIccDt[14];
+extern const DifferenceCodeNode kPsIpdDf[7];
+extern const DifferenceCodeNode kPsIpdDt[7];
+extern const DifferenceCodeNode kPsOpdDf[7];
+extern const DifferenceCodeNode kPsOpdDt[7];
 
 }  // namespace mox

@@ -22,13 +22,6 @@ uint32_t checkWord(BitReader bits) {
   return crc;
 }
 
-int32_t difference(BitReader& bits, const SbrCodeNode* tree) {
-  int32_t node = 0;
-  do node = tree[node][bits.flag() ? 1 : 0];
-  while (node > 0);
-  return node + 256;
-}
-
 int32_t field(BitReader& bits, int32_t count) { return static_cast<int32_t>(bits.bits(count)); }
 
 }  // namespace
@@ -193,11 +186,11 @@ bool SbrParser::readEnvelopes(BitReader& bits, const Directions& directions, boo
         int32_t same = b;
         if (grid.highRes[l] && !previous.highRes) same = (b + odd) / 2;
         if (!grid.highRes[l] && previous.highRes && b > 0) same = 2 * b - odd;
-        value = previous.envelope[static_cast<size_t>(same)] + step * difference(bits, codes[1]);
+        value = previous.envelope[static_cast<size_t>(same)] + step * readDifference(bits, codes[1]);
       } else if (b == 0) {
         value = step * field(bits, 7 - grid.coarse - balance);
       } else {
-        value += step * difference(bits, codes[0]);
+        value += step * readDifference(bits, codes[0]);
       }
       if (value < 0 || value > largest) return false;
       channel.envelope[l][static_cast<size_t>(b)] = static_cast<int16_t>(value);
@@ -218,9 +211,9 @@ bool SbrParser::readNoise(BitReader& bits, const Directions& directions, bool ba
     int32_t value = 0;
     for (int32_t b = 0; b < state_.bands.noise.bands; ++b) {
       if (directions.noise[q])
-        value = previous.noise[static_cast<size_t>(b)] + step * difference(bits, codes[1]);
+        value = previous.noise[static_cast<size_t>(b)] + step * readDifference(bits, codes[1]);
       else
-        value = b == 0 ? step * field(bits, 5) : value + step * difference(bits, codes[0]);
+        value = b == 0 ? step * field(bits, 5) : value + step * readDifference(bits, codes[0]);
       if (value < 0 || value > kLargest) return false;
       channel.noise[q][static_cast<size_t>(b)] = static_cast<int16_t>(value);
     }

@@ -5,7 +5,7 @@
 namespace mox {
 namespace {
 
-constexpr SbrCodeNode kTHuffmanEnv15[] = {
+constexpr DifferenceCodeNode kTHuffmanEnv15[] = {
     {78, 1}, {77, 2}, {76, 3}, {75, 4}, {74, 5}, {73, 6}, {72, 7}, {71, 8}, {70, 9}, {68, 10}, {64, 11},
     {57, 12}, {13, 29}, {51, 14}, {15, 18}, {56, 16}, {54, 17}, {-316, -315}, {19, 22}, {20, 21},
     {-314, -313}, {-312, -311}, {23, 26}, {24, 25}, {-310, -309}, {-308, -307}, {27, 28}, {-306, -305},
@@ -23,7 +23,7 @@ constexpr SbrCodeNode kTHuffmanEnv15[] = {
     {118, 119}, {-199, -198}, {-197, -196},
 };
 
-constexpr SbrCodeNode kFHuffmanEnv15[] = {
+constexpr DifferenceCodeNode kFHuffmanEnv15[] = {
     {88, 1}, {87, 2}, {86, 3}, {85, 4}, {84, 5}, {82, 6}, {80, 7}, {78, 8}, {76, 9}, {73, 10}, {70, 11},
     {67, 12}, {58, 13}, {29, 14}, {15, 43}, {16, 19}, {52, 17}, {108, 18}, {-208, -316}, {20, 26}, {21, 23},
     {-315, 22}, {-314, -313}, {24, 25}, {-312, -311}, {-310, -309}, {27, 35}, {28, 34}, {-308, -306},
@@ -41,7 +41,7 @@ constexpr SbrCodeNode kFHuffmanEnv15[] = {
     {118, 119}, {-199, -198}, {-197, -196},
 };
 
-constexpr SbrCodeNode kTHuffmanEnvBal15[] = {
+constexpr DifferenceCodeNode kTHuffmanEnvBal15[] = {
     {-256, 1}, {-255, 2}, {-257, 3}, {-254, 4}, {-258, 5}, {-253, 6}, {-259, 7}, {-252, 8}, {-260, 9},
     {34, 10}, {33, 11}, {12, 24}, {13, 17}, {31, 14}, {15, 16}, {-280, -279}, {-278, -277}, {18, 21},
     {19, 20}, {-276, -275}, {-274, -273}, {22, 23}, {-272, -271}, {-270, -269}, {25, 36}, {26, 29}, {27, 28},
@@ -50,7 +50,7 @@ constexpr SbrCodeNode kTHuffmanEnvBal15[] = {
     {-239, -238}, {-237, -236}, {46, 47}, {-235, -234}, {-233, -232},
 };
 
-constexpr SbrCodeNode kFHuffmanEnvBal15[] = {
+constexpr DifferenceCodeNode kFHuffmanEnvBal15[] = {
     {-256, 1}, {-257, 2}, {-255, 3}, {-258, 4}, {-254, 5}, {-253, 6}, {-259, 7}, {-260, 8}, {-252, 9},
     {35, 10}, {-262, 11}, {-250, 12}, {32, 13}, {14, 28}, {15, 21}, {16, 18}, {-264, 17}, {-280, -279},
     {19, 20}, {-278, -277}, {-276, -275}, {22, 25}, {23, 24}, {-274, -273}, {-272, -271}, {26, 27},
@@ -59,7 +59,7 @@ constexpr SbrCodeNode kFHuffmanEnvBal15[] = {
     {-240, -239}, {-238, -237}, {45, 46}, {-236, -235}, {-234, 47}, {-233, -232},
 };
 
-constexpr SbrCodeNode kTHuffmanEnv30[] = {
+constexpr DifferenceCodeNode kTHuffmanEnv30[] = {
     {-256, 1}, {-257, 2}, {-255, 3}, {-258, 4}, {-254, 5}, {-259, 6}, {-253, 7}, {-260, 8}, {-252, 9},
     {45, 10}, {43, 11}, {40, 12}, {36, 13}, {14, 20}, {39, 15}, {35, 16}, {17, 18}, {-244, -287}, {-286, 19},
     {-285, -284}, {21, 47}, {22, 29}, {23, 26}, {24, 25}, {-283, -282}, {-281, -280}, {27, 28}, {-279, -278},
@@ -70,7 +70,7 @@ constexpr SbrCodeNode kTHuffmanEnv30[] = {
     {-228, -227}, {-226, -225},
 };
 
-constexpr SbrCodeNode kFHuffmanEnv30[] = {
+constexpr DifferenceCodeNode kFHuffmanEnv30[] = {
     {-256, 1}, {-257, 2}, {-255, 3}, {-258, 4}, {-254, 5}, {-259, 6}, {51, 7}, {50, 8}, {49, 9}, {48, 10},
     {47, 11}, {45, 12}, {41, 13}, {37, 14}, {24, 15}, {27, 16}, {17, 54}, {18, 21}, {19, 20}, {-287, -286},
     {-285, -284}, {22, 23}, {-283, -282}, {-281, -273}, {25, 30}, {40, 26}, {-274, -280}, {35, 28}, {29, 33},
@@ -81,19 +81,19 @@ constexpr SbrCodeNode kFHuffmanEnv30[] = {
     {-228, -227}, {-226, -225},
 };
 
-constexpr SbrCodeNode kTHuffmanEnvBal30[] = {
+constexpr DifferenceCodeNode kTHuffmanEnvBal30[] = {
     {-256, 1}, {-255, 2}, {-257, 3}, {-258, 4}, {-254, 5}, {-253, 6}, {-259, 7}, {-260, 8}, {-252, 9},
     {10, 16}, {11, 13}, {-261, 12}, {-268, -267}, {14, 15}, {-266, -265}, {-264, -263}, {17, 20}, {18, 19},
     {-262, -251}, {-250, -249}, {21, 22}, {-248, -247}, {-246, 23}, {-245, -244},
 };
 
-constexpr SbrCodeNode kFHuffmanEnvBal30[] = {
+constexpr DifferenceCodeNode kFHuffmanEnvBal30[] = {
     {-256, 1}, {-257, 2}, {-255, 3}, {-258, 4}, {-254, 5}, {-253, 6}, {-259, 7}, {-260, 8}, {-252, 9},
     {10, 13}, {-261, 11}, {-251, 12}, {-250, -268}, {14, 17}, {15, 16}, {-267, -266}, {-265, -264}, {18, 21},
     {19, 20}, {-263, -262}, {-249, -248}, {22, 23}, {-247, -246}, {-245, -244},
 };
 
-constexpr SbrCodeNode kTHuffmanNoise30[] = {
+constexpr DifferenceCodeNode kTHuffmanNoise30[] = {
     {-256, 1}, {-255, 2}, {-257, 3}, {-258, 4}, {-254, 5}, {-259, 6}, {37, 7}, {8, 28}, {9, 13}, {-252, 10},
     {-261, 11}, {38, 12}, {-287, -286}, {14, 21}, {15, 18}, {16, 17}, {-285, -284}, {-283, -282}, {19, 20},
     {-281, -280}, {-279, -278}, {22, 25}, {23, 24}, {-277, -276}, {-275, -274}, {26, 27}, {-273, -272},
@@ -104,7 +104,7 @@ constexpr SbrCodeNode kTHuffmanNoise30[] = {
     {-227, 61}, {-226, -225},
 };
 
-constexpr SbrCodeNode kTHuffmanNoiseBal30[] = {
+constexpr DifferenceCodeNode kTHuffmanNoiseBal30[] = {
     {-256, 1}, {-257, 2}, {-255, 3}, {4, 9}, {-258, 5}, {-254, 6}, {7, 8}, {-268, -267}, {-266, -265},
     {10, 17}, {11, 14}, {12, 13}, {-264, -263}, {-262, -261}, {15, 16}, {-260, -259}, {-253, -252}, {18, 21},
     {19, 20}, {-251, -250}, {-249, -248}, {22, 23}, {-247, -246}, {-245, -244},
@@ -112,12 +112,12 @@ constexpr SbrCodeNode kTHuffmanNoiseBal30[] = {
 
 }  // namespace
 
-const SbrCodeNode* const kSbrEnvelopeCodes[2][2][2] = {
+const DifferenceCodeNode* const kSbrEnvelopeCodes[2][2][2] = {
     {{kFHuffmanEnv15, kTHuffmanEnv15}, {kFHuffmanEnv30, kTHuffmanEnv30}},
     {{kFHuffmanEnvBal15, kTHuffmanEnvBal15}, {kFHuffmanEnvBal30, kTHuffmanEnvBal30}},
 };
 
-const SbrCodeNode* const kSbrNoiseCodes[2][2] = {
+const DifferenceCodeNode* const kSbrNoiseCodes[2][2] = {
     {kFHuffmanEnv30, kTHuffmanNoise30},
     {kFHuffmanEnvBal30, kTHuffmanNoiseBal30},
 };

@@ -3,15 +3,13 @@
 
 #include <cstdint>
 
+#include "mox/difference_code.h"
 #include "moxac/sbr.h"
 
 namespace mox {
 
-// A node of a Huffman code's tree: by the next bit, the index of the next node, or (below 0) a difference less 256.
-using SbrCodeNode = int16_t[2];
-
-extern const SbrCodeNode* const kSbrEnvelopeCodes[2][2][2];  // [balance][3 dB steps][time direction]
-extern const SbrCodeNode* const kSbrNoiseCodes[2][2];        // [balance][time direction]
+extern const DifferenceCodeNode* const kSbrEnvelopeCodes[2][2][2];  // [balance][3 dB steps][time direction]
+extern const DifferenceCodeNode* const kSbrNoiseCodes[2][2];        // [balance][time direction]
 
 // What depends on the rate of the output.
 struct SbrRate {
