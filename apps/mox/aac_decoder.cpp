@@ -135,14 +135,7 @@ bool AacDecoder::trim(PcmView& block) {
   const int64_t to =
       padding_ == 0 ? blockSamples_ : std::clamp<int64_t>(lastSample_ - position, 0, blockSamples_);
   if (from >= to) return false;
-  const auto channels = static_cast<size_t>(format_.channels);
-  const size_t offset = static_cast<size_t>(from) * channels,
-               count = static_cast<size_t>(to - from) * channels;
-  block = {};
-  if (options_.floatSamples)
-    block.f32 = std::span(floats_).subspan(offset, count);
-  else
-    block.s16 = std::span(shorts_).subspan(offset, count);
+  block = PcmView{shorts_, floats_}.part(from, to, format_.channels);
   return true;
 }
 

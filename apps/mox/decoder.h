@@ -29,6 +29,15 @@ struct DecodeOptions {
 struct PcmView {
   std::span<const int16_t> s16;
   std::span<const float> f32;
+
+  // The samples from `from` up to `to` of each channel.
+  PcmView part(int64_t from, int64_t to, int32_t channels) const {
+    const auto cut = [first = static_cast<size_t>(from * channels),
+                      count = static_cast<size_t>((to - from) * channels)](auto samples) {
+      return samples.empty() ? samples : samples.subspan(first, count);
+    };
+    return {cut(s16), cut(f32)};
+  }
 };
 
 struct DecodeStats {

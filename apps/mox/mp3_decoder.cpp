@@ -167,14 +167,7 @@ bool Mp3Decoder::trim(PcmView& block) {
   const int64_t to = std::clamp<int64_t>(lastSample_ - position_, 0, samples);
   position_ += samples;
   if (from >= to) return false;
-  const auto channels = static_cast<size_t>(survey_.first.channels);
-  const size_t offset = static_cast<size_t>(from) * channels,
-               count = static_cast<size_t>(to - from) * channels;
-  block = {};
-  if (options_.floatSamples)
-    block.f32 = std::span(floats_).subspan(offset, count);
-  else
-    block.s16 = std::span(shorts_).subspan(offset, count);
+  block = PcmView{shorts_, floats_}.part(from, to, survey_.first.channels);
   return true;
 }
 
