@@ -35,10 +35,9 @@ def tables():
         out += [f"const float {name}[{len(values)}] = {{{', '.join(values)}}};", ""]
     noise = [f"{{{float(row['re'])!r}f, {float(row['im'])!r}f}}" for row in rows("sbr/sbr_noise_table.csv")]
     assert len(noise) == 512
-    out += ["const Mox32fc kSbrNoise[512 + 64] = {"] + wrapped(noise + noise[:64]) + ["};", ""]
+    out += ["const Mox32fc kSbrNoise[512] = {"] + wrapped(noise) + ["};", ""]
     window = [f"{float(row['c'])!r}f" for row in rows("sbr/sbr_qmf_window.csv")]
-    out += ["const float kSbrWindow[640] = {"] + wrapped(window) + ["};", ""]
-    out += ["const float kSbrHalfWindow[320] = {"] + wrapped(window[::2]) + ["};", "", "}  // namespace mox"]
+    out += ["const float kSbrWindow[640] = {"] + wrapped(window) + ["};", "", "}  // namespace mox"]
     return "\n".join(out) + "\n"
 
 

@@ -10,6 +10,12 @@ namespace {
 
 constexpr float kMaxGain = 1e5f, kMaxBoost = 1.584893192f;
 constexpr float kEpsilon = 1e-12f;
+// The noise with its beginning once more behind it: the sub-bands of a slot never wrap.
+const std::array<Mox32fc, 512 + 64> kNoise = [] {
+  std::array<Mox32fc, 512 + 64> noise;
+  std::copy_n(kSbrNoise, 64, std::copy_n(kSbrNoise, 512, noise.begin()));
+  return noise;
+}();
 // (-1)^k from an even or an odd sub-band on
 constexpr std::array<float, 66> kAlternating = [] {
   std::array<float, 66> signs{};
@@ -203,7 +209,7 @@ void SbrAdjuster::apply(const SbrHeader& header, const SbrBands& bands, const Sb
       static constexpr std::array<float, 4> kSineRe = {1, 0, -1, 0}, kSineIm = {0, 1, 0, -1};
       const float sineRe = kSineRe[static_cast<size_t>(sineIndex_)],
                   sineIm = kSineIm[static_cast<size_t>(sineIndex_)];
-      const Mox32fc* const random = kSbrNoise + (noiseIndex_ + 1) % 512;
+      const Mox32fc* const random = kNoise.data() + (noiseIndex_ + 1) % 512;
       Mox32fc* const row = high[slot] + bands.begin();
       for (size_t m = 0; m < count; ++m) {
         const float sine = envelope.sine[m], level = sine != 0 ? 0 : (*noise)[m];

@@ -10,6 +10,13 @@ namespace {
 
 constexpr int32_t kMaxHeld = 6;
 
+// The prototype of the 32-band bank: every second value.
+const std::array<float, 320> kHalfWindow = [] {
+  std::array<float, 320> window;
+  for (size_t i = 0; i < window.size(); ++i) window[i] = kSbrWindow[2 * i];
+  return window;
+}();
+
 // A filter bank's context in memory of its own.
 template <class Spec>
 class Bank {
@@ -78,8 +85,8 @@ void SbrElement::Channel::analyse(const float* core, int32_t bands) {
   for (int32_t i = 0; i < kSbrHistory; ++i) std::copy_n(low[kSbrSlots + i], 32, low[i]);
   std::array<Mox32fc*, kSbrLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kSbrHalfWindow, kSbrSlots, kSbrHistory, bands,
-                                          analysis.spec(), analysis.work());
+  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), kSbrSlots, kSbrHistory,
+                                          bands, analysis.spec(), analysis.work());
 }
 
 void SbrElement::Channel::assemble(int32_t from, int32_t to, const SbrHighRow* highRows, int32_t begin,

@@ -21,11 +21,10 @@ struct SbrRate {
 };
 extern const SbrRate kSbrRates[9];
 
-extern const float kSbrChirps[4];          // by bs_invf_mode: off, low, intermediate, strong
-extern const float kSbrLimiterGains[4];    // by bs_limiter_gains
-extern const float kSbrSmoothing[5];       // of gains, the newest slot's share first
-extern const Mox32fc kSbrNoise[512 + 64];  // the first 64 once more at the end
-extern const float kSbrWindow[640];        // the prototype of the 64-band bank
-extern const float kSbrHalfWindow[320];    // of the 32-band bank: every second value
+extern const float kSbrChirps[4];        // by bs_invf_mode: off, low, intermediate, strong
+extern const float kSbrLimiterGains[4];  // by bs_limiter_gains
+extern const float kSbrSmoothing[5];     // of gains, the newest slot's share first
+extern const Mox32fc kSbrNoise[512];
+extern const float kSbrWindow[640];  // the prototype of the 64-band bank
 
 }  // namespace mox
