@@ -5,6 +5,7 @@
 
 #include "mox/aac_crc.h"
 #include "mox/failure.h"
+#include "mox/mp3_scanner.h"
 #include "mox/mp4_audio.h"
 
 namespace mox {
@@ -224,6 +225,10 @@ MoxAacPrgCfgElt programOf(const AacBlock& block) {
 std::unique_ptr<AacStream> openAdts(Bytes bytes) {
   AdtsScanner scanner(bytes);
   if (!scanner.found()) return nullptr;
+  if (scanner.bytesBefore() > 0) {  // a frame at the very end may be chance within the frames of MPEG audio
+    const Mp3Scanner other(bytes);
+    if (other.found() && other.bytesBefore() < scanner.bytesBefore()) return nullptr;
+  }
   const AdtsHeader& header = scanner.firstHeader();
   const AacConfig config{.objectType = header.objectType(), .rateIndex = header.fields.samplingRateIndex};
   refuseSsr(config);

@@ -66,6 +66,16 @@ TEST(Decoder, EveryBundledStreamEqualsItsReferenceWithinOneBit) {
   }
 }
 
+// An ADTS header by chance, whose frame would end with the data.
+TEST(Decoder, ALayer3StreamStaysOneWhateverItsFramesHold) {
+  std::vector<uint8_t> bytes = readFile(moxtest::streamPath("mp3_22050_joint64.mp3"));
+  const std::vector<uint8_t> adts44100 = {0xFF, 0xF1, 0x50, 0x80, 0x08, 0x1F, 0xFC};
+  std::copy(adts44100.begin(), adts44100.end(), bytes.end() - 64);
+  const auto decoded = decodeBytes(bytes);
+  ASSERT_TRUE(decoded);
+  EXPECT_EQ(decoded->format.rate, 22050);
+}
+
 TEST(Decoder, DamagedStreamsAreDecodedOrRefused) {
   const std::vector<std::string> paths = streams();
   const char* const chosen = std::getenv("MOX_DAMAGE_SEED");
