@@ -69,7 +69,7 @@ check_format() {
 
 check_tidy() {
   git ls-files 'frame/*.cpp' 'moxcore/*.cpp' 'vlc/*.cpp' 'mp3/*.cpp' 'aac/*.cpp' 'transform/*.cpp' 'sbr/*.cpp' \
-      'util/*.cpp' 'apps/*.cpp' |
+      'util/*.cpp' 'codec/*.cpp' 'apps/*.cpp' |
     grep -v '_tables\.cpp$' | xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build --quiet 2>/dev/null
 }
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "apps/decode_bytes.h"
+#include "codec/mp3/encoder.h"
 #include "fuzz/fuzz_input.h"
-#include "mox/mp3_encoder.h"
 #include "moxac/mp3.h"
 
 namespace moxac {

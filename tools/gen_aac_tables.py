@@ -71,7 +71,7 @@ def program_tables():
     long_rows = rows("aac_swb_long_1024.csv")
     rates = [row["rate_hz"] for row in rows("aac_sampling_rates.csv")][:12]
     out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
-           '#include "mox/aac_tables.h"', "", "namespace mox {", "",
+           '#include "codec/aac/tables.h"', "", "namespace mox {", "",
            "const int32_t kAacRates[12] = {"] + wrapped(rates) + ["};", "",
            "const int32_t kPredSfbMax[12] = {"]
     out += wrapped([row["pred_sfb_max"] for row in rows("aac_pred_sfb_max.csv")]) + ["};", ""]
@@ -106,7 +106,7 @@ inline constexpr double kLtpGains[8] = {{{gains}}};
 
 
 FILES = {"aac/ltp_tables.h": ltp_gains, "aac/band_tables.cpp": band_tables, "aac/huffman_codes.h": huffman_codes,
-         "apps/mox/aac_tables.cpp": program_tables}
+         "codec/aac/tables.cpp": program_tables}
 
 
 deliver(FILES)

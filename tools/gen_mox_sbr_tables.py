@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes apps/mox/sbr_tables.cpp, the program's SBR tables, from tools/tables/sbr.
+"""Writes codec/sbr/tables.cpp, the program's SBR tables, from tools/tables/sbr.
 
 usage: gen_mox_sbr_tables.py [--check]     (--check: compare with the committed file and write nothing)
 """
@@ -8,7 +8,7 @@ from table_files import deliver, difference_tree, rows, wrapped
 
 def tables():
     out = ["// Made by tools/gen_mox_sbr_tables.py from tools/tables/sbr; do not edit.", "// clang-format off",
-           '#include "mox/sbr_tables.h"', "", "namespace mox {", "namespace {", ""]
+           '#include "codec/sbr/tables.h"', "", "namespace mox {", "namespace {", ""]
     books, names = {}, {}
     for row in rows("sbr/sbr_huffman.csv"):
         books.setdefault(row["book"], []).append(row)
@@ -41,4 +41,4 @@ def tables():
     return "\n".join(out) + "\n"
 
 
-deliver({"apps/mox/sbr_tables.cpp": tables})
+deliver({"codec/sbr/tables.cpp": tables})

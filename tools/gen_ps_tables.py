@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes apps/mox/ps_tables.h and .cpp, the constants of parametric stereo, from tools/tables/sbr/ps_*.csv.
+"""Writes codec/ps/tables.h and .cpp, the constants of parametric stereo, from tools/tables/sbr/ps_*.csv.
 
 usage: gen_ps_tables.py [--check]     (--check: compare with the committed files and write nothing)
 """
@@ -60,7 +60,7 @@ def header():
         quant.setdefault(row["table"], []).append(row)
 
     out = [MADE, "// The constants of parametric stereo. ISO/IEC 14496-3, 8.6.4.", "// clang-format off",
-           "#pragma once", "", "#include <cstdint>", "", '#include "mox/difference_code.h"', "", "namespace mox {", ""]
+           "#pragma once", "", "#include <cstdint>", "", '#include "codec/io/difference_code.h"', "", "namespace mox {", ""]
 
     def constant(kind, name, values, comment):
         text = f"inline constexpr {kind} {name}"
@@ -124,7 +124,7 @@ def maps():
 
 
 def source():
-    out = [MADE, "// clang-format off", '#include "mox/ps_tables.h"', "", "namespace mox {", ""]
+    out = [MADE, "// clang-format off", '#include "codec/ps/tables.h"', "", "namespace mox {", ""]
     bands = rows("sbr/ps_hybrid_bands.csv")
     for config in (20, 34):
         truth = {"0": "false", "1": "true"}
@@ -139,7 +139,7 @@ def source():
     return "\n".join(out + ["}  // namespace mox", ""])
 
 
-FILES = {"apps/mox/ps_tables.h": header, "apps/mox/ps_tables.cpp": source}
+FILES = {"codec/ps/tables.h": header, "codec/ps/tables.cpp": source}
 
 
 deliver(FILES)

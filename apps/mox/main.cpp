@@ -7,8 +7,8 @@
 #include <new>
 #include <string>
 
-#include "mox/commands.h"
-#include "mox/failure.h"
+#include "codec/io/failure.h"
+#include "mox/commands/commands.h"
 #include "moxac.h"
 
 namespace {

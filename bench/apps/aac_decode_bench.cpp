@@ -1,6 +1,6 @@
 // Whole AAC streams decoded from memory to memory, beside other decoders.
 #include "apps/decode_bench.h"
-#include "mox/aac_stream.h"
+#include "codec/aac/stream.h"
 
 #ifdef HAVE_FAAD2
 #include <neaacdec.h>

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "mox/decoder.h"
+#include "codec/decoder.h"
 
 #ifdef HAVE_LIBAVCODEC
 extern "C" {

@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "mox/mp3_encoder.h"
+#include "codec/mp3/encoder.h"
 
 #ifdef HAVE_LAME
 #include <lame/lame.h>

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "apps/decode_bench.h"
-#include "mox/mp3_scanner.h"
+#include "codec/mp3/scanner.h"
 
 #ifdef HAVE_LIBMPG123
 #include <mpg123.h>

@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "mox/decoder.h"
-#include "mox/mp3_encoder.h"
+#include "codec/decoder.h"
+#include "codec/mp3/encoder.h"
 #include "moxac.h"
 
 namespace {

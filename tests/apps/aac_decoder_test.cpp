@@ -5,8 +5,8 @@
 #include "apps/adts_writer.h"
 #include "apps/decode_bytes.h"
 #include "apps/streams.h"
-#include "mox/aac_crc.h"
-#include "mox/aac_stream.h"
+#include "codec/aac/crc.h"
+#include "codec/aac/stream.h"
 
 namespace {
 

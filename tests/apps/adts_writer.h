@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "mox/adts_frame.h"
+#include "codec/stream/adts_frame.h"
 
 namespace moxtest {
 

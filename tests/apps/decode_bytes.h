@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <memory>
 
-#include "mox/decoder.h"
-#include "mox/failure.h"
+#include "codec/decoder.h"
+#include "codec/io/failure.h"
 
 namespace moxtest {
 

@@ -2,7 +2,7 @@
 
 #include "apps/decode_bytes.h"
 #include "apps/streams.h"
-#include "mox/mp3_scanner.h"
+#include "codec/mp3/scanner.h"
 
 namespace {
 

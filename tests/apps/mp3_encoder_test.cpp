@@ -6,10 +6,10 @@
 
 #include "apps/decode_bytes.h"
 #include "apps/streams.h"
+#include "codec/mp3/encoder.h"
+#include "codec/mp3/info_frame.h"
+#include "codec/mp3/scanner.h"
 #include "fuzz/mp3_encode_driver.h"
-#include "mox/mp3_encoder.h"
-#include "mox/mp3_scanner.h"
-#include "mox/vbr_header.h"
 #include "support/block.h"
 
 namespace {

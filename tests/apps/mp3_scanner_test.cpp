@@ -1,11 +1,11 @@
-#include "mox/mp3_scanner.h"
+#include "codec/mp3/scanner.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "apps/streams.h"
-#include "mox/mp3_survey.h"
+#include "codec/mp3/survey.h"
 
 namespace {
 

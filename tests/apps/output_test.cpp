@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "apps/streams.h"
-#include "mox/atomic_file.h"
-#include "mox/failure.h"
-#include "mox/wav_writer.h"
+#include "codec/io/failure.h"
+#include "mox/files/atomic_file.h"
+#include "mox/files/wav_writer.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // Parametric stereo against a double-precision model of all of it, and its side information against a writer.
-#include "mox/parametric_stereo.h"
+#include "codec/ps/decoder.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 #include <string>
 
 #include "apps/adts_writer.h"
-#include "mox/ps_tables.h"
+#include "codec/ps/tables.h"
 #include "sbr/hybrid_tables.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <random>
 
-#include "mox/sbr_decoder.h"
-#include "mox/sbr_tables.h"
+#include "codec/sbr/decoder.h"
+#include "codec/sbr/tables.h"
 
 namespace moxtest {
 

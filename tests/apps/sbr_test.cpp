@@ -10,7 +10,7 @@
 #include "apps/decode_bytes.h"
 #include "apps/sbr_payloads.h"
 #include "apps/streams.h"
-#include "mox/aac_stream.h"
+#include "codec/aac/stream.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <cmath>
 
 #include "apps/streams.h"
-#include "mox/atomic_file.h"
-#include "mox/failure.h"
-#include "mox/input_file.h"
-#include "mox/level_chart.h"
-#include "mox/wav_writer.h"
+#include "codec/io/failure.h"
+#include "mox/files/atomic_file.h"
+#include "mox/files/input_file.h"
+#include "mox/files/wav_writer.h"
+#include "mox/picture/level_chart.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "mox/tags.h"
+#include "codec/stream/tags.h"
 
 #include <gtest/gtest.h>
 

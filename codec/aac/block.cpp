@@ -1,0 +1,327 @@
+#include "codec/aac/block.h"
+
+#include <algorithm>
+
+#include "codec/aac/tables.h"
+
+namespace mox {
+namespace {
+
+// Eight channels of 6144 bits are the most that a block may hold; data and fill elements come on top.
+constexpr size_t kMaxBlockBytes = 16384;
+constexpr size_t kMaxElements = 64;
+// The library's operations see the end of the data only when they have passed it: by a channel at most, whose 512
+// code words of two lines take at most 12 + 2 + 2 * 21 bits each, and by what comes before its spectrum.
+constexpr size_t kPad = 512 * 56 / 8 + 1024;
+
+constexpr int32_t kAotMain = 1;
+constexpr int32_t kEightShort = 2;
+constexpr int32_t kNoiseBook = 13;
+constexpr int32_t kExtSbrData = 13, kExtSbrDataCrc = 14;  // extension_type
+
+}  // namespace
+
+AacBlockReader::AacBlockReader(const AacConfig& config)
+    : config_(config),
+      scaleFactorCode_(nullptr, moxsVLCDecodeFree_32s),
+      buffer_(kMaxBlockBytes + kPad),
+      couplingChannel_(std::make_unique<AacChannel>()) {
+  static constexpr int32_t kLookupLevels[] = {8, 11};
+  MoxVlcDecodeSpec* spec = nullptr;
+  if (moxsVLCDecodeInitAlloc_32s(kScaleFactorRows[0], 121, kLookupLevels, 2, &spec) != moxStatusOk)
+    throw std::bad_alloc();
+  scaleFactorCode_.reset(spec);
+}
+
+int32_t AacBlockReader::bits(int32_t count) {
+  uint32_t word = 0;
+  for (int32_t i = 0; i < 3; ++i) word = (word << 8) | stream_[i];
+  const int32_t end = offset_ + count;
+  stream_ += end / 8;
+  offset_ = end % 8;
+  return static_cast<int32_t>((word >> (24 - end)) & ((1u << count) - 1));
+}
+
+size_t AacBlockReader::position() const {
+  return static_cast<size_t>(stream_ - buffer_.data()) * 8 + static_cast<size_t>(offset_);
+}
+
+void AacBlockReader::moveTo(size_t position) {
+  stream_ = buffer_.data() + position / 8;
+  offset_ = static_cast<int32_t>(position % 8);
+}
+
+bool AacBlockReader::read(Bytes bytes, AacBlock& block) {
+  bytes = slice(bytes, 0, kMaxBlockBytes);
+  std::copy(bytes.begin(), bytes.end(), buffer_.begin());
+  std::fill_n(buffer_.begin() + static_cast<ptrdiff_t>(bytes.size()), kPad, uint8_t{0});
+  stream_ = buffer_.data();
+  offset_ = 0;
+  end_ = 8 * bytes.size();
+
+  block.elements = 0;
+  block.program.reset();
+  block.hasSbr = block.hasCoupling = false;
+  block.protectedBits.clear();
+  const bool good = readElements(block);
+  block.bytes = std::min((position() + 7) / 8, bytes.size());
+  return good;
+}
+
+bool AacBlockReader::readElements(AacBlock& block) {
+  for (;;) {
+    const auto id = static_cast<AacElementId>(bits(3));
+    if (!within()) return false;
+    if (id == AacElementId::end) return true;
+
+    const size_t start = position();
+    size_t firstChannelEnd = 0;  // of a pair
+    bool good = true;
+    switch (id) {
+      case AacElementId::sce:
+      case AacElementId::lfe:
+        good = block.elements < kMaxElements && readChannel(false, nextElement(block, id).channel[0]);
+        break;
+      case AacElementId::cpe: {
+        if (block.elements == kMaxElements) return false;
+        AacElement& element = nextElement(block, id);
+        good = readPair(element) && readChannel(element.pair.commonWindow == 1, element.channel[0]);
+        firstChannelEnd = position();
+        good = good && readChannel(element.pair.commonWindow == 1, element.channel[1]);
+        break;
+      }
+      case AacElementId::cce:
+        good = readCoupling();
+        block.hasCoupling = true;
+        break;
+      case AacElementId::dse: {
+        int32_t tag, count;
+        std::array<uint8_t, 510> data;
+        moxsDecodeDatStrElt_AAC(&stream_, &offset_, &tag, &count, data.data());
+        break;
+      }
+      case AacElementId::pce:
+        moxsDecodePrgCfgElt_AAC(&stream_, &offset_, &block.program.emplace());
+        break;
+      default:
+        good = readFill(block);
+    }
+    if (!good || !within()) return false;
+
+    // ISO/IEC 13818-7, 6.2.3: 192 bits of every channel element, 128 of a pair's second channel, and program
+    // configuration and data stream elements whole are protected.
+    const size_t length = position() - start;
+    if (id == AacElementId::dse || id == AacElementId::pce)
+      block.protectedBits.push_back({start, length, length});
+    else if (id != AacElementId::fil)
+      block.protectedBits.push_back({start, std::min<size_t>(length, 192), 192});
+    if (id == AacElementId::cpe)
+      block.protectedBits.push_back(
+          {firstChannelEnd, std::min<size_t>(position() - firstChannelEnd, 128), 128});
+  }
+}
+
+AacElement& AacBlockReader::nextElement(AacBlock& block, AacElementId id) {
+  if (block.elements == block.storage.size()) block.storage.push_back(std::make_unique<AacElement>());
+  AacElement& element = *block.storage[block.elements++];
+  element.id = id;
+  element.tag = bits(4);
+  element.replicationBytes = 0;
+  return element;
+}
+
+// What stands before the channels of a pair: under a common window, its window information and M/S mask.
+bool AacBlockReader::readPair(AacElement& element) {
+  AacChannel &left = element.channel[0], &right = element.channel[1];
+  const moxStatus status =
+      moxsDecodeChanPairElt_MP4_AAC(&stream_, &offset_, &left.ics, &element.pair, &ltpHolder_,
+                                    kPredSfbMax[config_.rateIndex], config_.objectType);
+  if (status != moxStatusOk) return false;
+  if (element.pair.commonWindow == 0) {
+    element.pair.msMaskPresent = 0;
+    return true;
+  }
+  right.ics = left.ics;
+  left.ltp = ltpHolder_.ltp[0];
+  right.ltp = ltpHolder_.ltp[1];
+  return element.pair.msMaskPresent != 3;  // reserved
+}
+
+bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
+  channel.stream.samplingRateIndex = config_.rateIndex;
+  channel.stream.predSfbMax = kPredSfbMax[config_.rateIndex];
+  channel.stream.pIcsInfo = &channel.ics;
+  channel.longTns.numFilters = 0;
+  const size_t start = position();
+  moxStatus status =
+      moxsNoiselessDecode_AAC(&stream_, &offset_, &ltpHolder_, channel.scaleFactor.data(),
+                              channel.spectrum.data(), channel.sfbCb.data(), channel.tnsCoef.data(),
+                              &channel.stream, 0, 0, commonWindow, 0, config_.objectType);
+  if (status == moxStatusAacTnsOrderError && config_.objectType == kAotMain) {
+    moveTo(start);
+    if (readAroundLongTns(commonWindow, channel)) status = moxStatusOk;
+  }
+  if (status != moxStatusOk || channel.ics.maxSfb > channel.stream.numSwb || !within()) return false;
+  if (!commonWindow) channel.ltp = ltpHolder_.ltp[0];
+  // LC has neither kind of prediction, and a predictor can be reset by groups 1 to 30 only.
+  if (channel.ics.predictorDataPresent != 0 && config_.objectType == 2) return false;
+  if (channel.ics.predictorReset != 0 &&
+      (channel.ics.predictorResetGroupNum < 1 || channel.ics.predictorResetGroupNum > 30))
+    return false;
+  separateNoiseEnergies(channel);
+  return true;
+}
+
+// The Main profile's filters have up to 20 coefficients, the library's 12. Its noiseless decoder stops at such a
+// filter; but it also decodes the channels of layered streams, which have no pulse, TNS and gain-control data between
+// scale factors and spectrum. So these data are read here, and the channel is decoded from a copy without them.
+bool AacBlockReader::readAroundLongTns(bool commonWindow, AacChannel& channel) {
+  const MoxAacIcsInfo& ics = channel.ics;
+  const MoxAacChanStream& stream = channel.stream;
+  if (ics.windowSequence == kEightShort) return false;
+
+  const size_t gainAt = position();
+  const size_t sectionsAt = gainAt + 8 + (commonWindow ? 0 : icsInfoBits(ics));
+  size_t factorsAt = sectionsAt;
+  for (int32_t s = 0, start = 0; s < stream.numSec[0]; start = stream.sectEnd[s++])
+    factorsAt += 4 + 5 * static_cast<size_t>((stream.sectEnd[s] - start) / 31 + 1);
+  moveTo(factorsAt);
+  bool noiseSeen = false;
+  for (int32_t band = 0; band < ics.maxSfb; ++band) {
+    const int32_t book = channel.sfbCb[static_cast<size_t>(band)];
+    int16_t difference;
+    if (book == kNoiseBook && !noiseSeen) {
+      bits(9);
+      noiseSeen = true;
+    } else if (book != 0 && moxsVLCDecodeOne_1u16s(&stream_, &offset_, &difference, scaleFactorCode_.get()) !=
+                                moxStatusOk) {
+      return false;
+    }
+  }
+
+  const size_t toolsAt = position();
+  struct Pulse {
+    int32_t offset, amplitude;
+  };
+  std::vector<Pulse> pulses;
+  int32_t line = 0;
+  if (bits(1) != 0) {
+    pulses.resize(static_cast<size_t>(bits(2)) + 1);
+    const int32_t firstBand = bits(6);
+    if (firstBand >= stream.numSwb) return false;
+    line = kLongBands[config_.rateIndex][firstBand];
+    for (Pulse& pulse : pulses) {
+      pulse.offset = bits(5);
+      pulse.amplitude = bits(4);
+    }
+  }
+  bits(1);  // tns_data_present
+  if (!channel.longTns.read([this](int32_t count) { return bits(count); })) return false;
+  if (bits(1) != 0 || !within()) return false;  // gain control
+  const size_t spectrumAt = position();
+
+  std::vector<uint8_t> joined(buffer_.size());
+  size_t written = 0;
+  const auto copy = [&](size_t from, size_t to) {
+    for (; from < to; ++from, ++written)
+      joined[written / 8] |=
+          static_cast<uint8_t>(((buffer_[from / 8] >> (7 - from % 8)) & 1) << (7 - written % 8));
+  };
+  copy(gainAt, gainAt + 8);
+  copy(sectionsAt, toolsAt);
+  const size_t headBits = written;
+  copy(spectrumAt, end_);
+
+  ltpHolder_.numWindowGroups = ltpHolder_.windowGroupLen[0] = 1;
+  const uint8_t* at = joined.data();
+  int32_t bit = 0;
+  if (moxsNoiselessDecode_AAC(&at, &bit, &ltpHolder_, channel.scaleFactor.data(), channel.spectrum.data(),
+                              channel.sfbCb.data(), channel.tnsCoef.data(), &channel.stream,
+                              ics.windowSequence, ics.maxSfb, commonWindow, 1,
+                              config_.objectType) != moxStatusOk)
+    return false;
+  moveTo(spectrumAt + static_cast<size_t>(at - joined.data()) * 8 + static_cast<size_t>(bit) - headBits);
+
+  for (const Pulse& pulse : pulses) {
+    line += pulse.offset;
+    if (line >= 1024) return false;
+    int32_t& value = channel.spectrum[static_cast<size_t>(line)];
+    value += value > 0 ? pulse.amplitude : -pulse.amplitude;
+  }
+  return true;
+}
+
+// Length of a long window's ics_info(), as it was read.
+size_t AacBlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
+  if (ics.predictorDataPresent == 0) return 11;
+  const auto flags = static_cast<size_t>(std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]));
+  return 11 + (ics.predictorReset != 0 ? 6 : 1) + flags;
+}
+
+// coupling_channel_element(): a channel that is to be added to others, with gain lists for each of them. Only the
+// way to its end is of interest. ISO/IEC 14496-3, Table 4.8.
+bool AacBlockReader::readCoupling() {
+  bits(4);  // element_instance_tag
+  const bool independent = bits(1) != 0;
+  const int32_t coupled = bits(3) + 1;
+  int32_t gainLists = coupled;
+  for (int32_t i = 0; i < coupled; ++i) {
+    const bool isPair = bits(1) != 0;
+    bits(4);  // the target's tag
+    if (isPair && bits(2) == 3) ++gainLists;
+  }
+  bits(4);  // domain, sign and scale of the gains
+  AacChannel& channel = *couplingChannel_;
+  if (!readChannel(false, channel)) return false;
+
+  const auto codedBands =
+      std::count_if(channel.books().begin(), channel.books().end(), [](uint8_t book) { return book != 0; });
+  int16_t gain;
+  for (int32_t list = 1; list < gainLists; ++list) {
+    const bool common = independent || bits(1) != 0;
+    for (int64_t n = common ? 1 : codedBands; n > 0; --n)
+      if (moxsVLCDecodeOne_1u16s(&stream_, &offset_, &gain, scaleFactorCode_.get()) != moxStatusOk ||
+          !within())
+        return false;
+  }
+  return true;
+}
+
+bool AacBlockReader::readFill(AacBlock& block) {
+  int32_t count;
+  std::array<uint8_t, 269> data;
+  moxsDecodeFillElt_AAC(&stream_, &offset_, &count, data.data());
+  if (count > 0) {
+    const int32_t extension = data[0] >> 4;
+    if (extension != kExtSbrData && extension != kExtSbrDataCrc) return true;
+    if (block.elements == 0) return true;
+    AacElement& element = *block.storage[block.elements - 1];
+    if (element.id == AacElementId::lfe) return true;  // which has no high band
+    block.hasSbr = true;
+    element.replicationBytes = static_cast<size_t>(count);
+    std::copy_n(data.begin(), count, element.replication.begin());
+  }
+  return true;
+}
+
+void separateNoiseEnergies(AacChannel& channel) {
+  const std::span<const uint8_t> books = channel.books();
+  size_t i = static_cast<size_t>(std::find(books.begin(), books.end(), kNoiseBook) - books.begin());
+  if (i == books.size()) return;
+
+  // Up to the first noise band both chains are right; behind it the differences belong to either.
+  int32_t scaleFactor = channel.stream.globalGain;
+  for (size_t k = 0; k < i; ++k)
+    if (books[k] > 0 && books[k] < kNoiseBook) scaleFactor = channel.scaleFactor[k];
+  int32_t chain = channel.scaleFactor[i], energy = chain;
+  for (++i; i < books.size(); ++i) {
+    if (books[i] == 0 || books[i] > kNoiseBook) continue;
+    const int32_t difference = channel.scaleFactor[i] - chain;
+    chain = channel.scaleFactor[i];
+    int32_t& own = books[i] == kNoiseBook ? energy : scaleFactor;
+    own += difference;
+    channel.scaleFactor[i] = static_cast<int16_t>(own);
+  }
+}
+
+}  // namespace mox

@@ -1,0 +1,110 @@
+// Raw data blocks: from bytes to the coded data of every channel.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "codec/aac/layout.h"
+#include "codec/aac/long_tns.h"
+#include "codec/io/bytes.h"
+#include "moxac/vlc.h"
+
+namespace mox {
+
+// What the decoding of a stream depends on besides the blocks.
+struct AacConfig {
+  int32_t objectType = 2;  // 1 Main, 2 LC, 4 LTP
+  int32_t rateIndex = 0;   // 0..11
+  // What the container announces; most say nothing, and the blocks tell.
+  bool replication = false, parametricStereo = false;
+};
+
+// One channel as the noiseless decoder leaves it; spectrum in grouped order.
+struct AacChannel {
+  MoxAacIcsInfo ics;
+  MoxAacChanStream stream;
+  MoxAacLtpInfo ltp;
+  std::array<int16_t, 120> scaleFactor;
+  std::array<uint8_t, 120> sfbCb;
+  std::array<int8_t, 60> tnsCoef;
+  AacLongTns longTns;  // instead of the stream's TNS data, if its numFilters is not 0
+  alignas(32) std::array<int32_t, 1024> spectrum;
+
+  // The code books of all bands that are coded.
+  std::span<const uint8_t> books() const {
+    return std::span(sfbCb).first(static_cast<size_t>(ics.numWindowGroups) * static_cast<size_t>(ics.maxSfb));
+  }
+};
+
+// A single channel, a low-frequency channel or a pair.
+struct AacElement {
+  AacElementId id;
+  int32_t tag;
+  MoxAacChanPairElt pair;  // of pairs
+  std::array<AacChannel, 2> channel;
+  // Spectral band replication: the data of the fill element that followed, from its extension type on.
+  std::array<uint8_t, 269> replication;
+  size_t replicationBytes;
+
+  Bytes sbr() const { return Bytes(replication).first(replicationBytes); }
+  size_t channels() const { return id == AacElementId::cpe ? 2 : 1; }
+};
+
+// Bits that the CRC of a protected frame covers: `count` bits, followed by zeros up to `padTo`.
+struct ProtectedBits {
+  size_t first, count, padTo;
+};
+
+struct AacBlock {
+  std::vector<std::unique_ptr<AacElement>> storage;  // kept from block to block
+  size_t elements = 0;                               // of them in use
+  std::optional<MoxAacPrgCfgElt> program;            // a program configuration element
+  bool hasSbr = false;                               // some fill element carries spectral band replication
+  bool hasCoupling = false;                          // a coupling channel element was passed over
+  std::vector<ProtectedBits> protectedBits;
+  size_t bytes = 0;  // consumed
+
+  const AacElement& element(size_t i) const { return *storage[i]; }
+};
+
+class AacBlockReader {
+ public:
+  explicit AacBlockReader(const AacConfig& config);
+
+  // Reads one raw data block from the front of the bytes. False when the bytes are no such block or end within it.
+  bool read(Bytes bytes, AacBlock& block);
+
+ private:
+  bool readElements(AacBlock& block);
+  bool readPair(AacElement& element);
+  bool readChannel(bool commonWindow, AacChannel& channel);
+  bool readAroundLongTns(bool commonWindow, AacChannel& channel);
+  size_t icsInfoBits(const MoxAacIcsInfo& ics) const;
+  bool readCoupling();
+  bool readFill(AacBlock& block);
+  AacElement& nextElement(AacBlock& block, AacElementId id);
+
+  int32_t bits(int32_t count);   // up to 16
+  size_t position() const;       // bits from the start of the block
+  void moveTo(size_t position);  // to such a position
+  bool within() const { return position() <= end_; }
+
+  AacConfig config_;
+  std::unique_ptr<MoxVlcDecodeSpec, void (*)(MoxVlcDecodeSpec*)> scaleFactorCode_;
+  std::vector<uint8_t> buffer_;  // the block, with room behind for an operation that runs over its end
+  const uint8_t* stream_ = nullptr;
+  int32_t offset_ = 0;
+  size_t end_ = 0;                               // bits of the block
+  MoxAacMainHeader ltpHolder_{};                 // where the library puts long-term-prediction data
+  std::unique_ptr<AacChannel> couplingChannel_;  // decoded to get past it
+};
+
+// Noise energies and scale factors come from the noiseless decoder as one chain of sums, whereas in streams each
+// of the two continues from its own last value. Puts that right.
+void separateNoiseEnergies(AacChannel& channel);
+
+}  // namespace mox

@@ -1,0 +1,12 @@
+#include "codec/io/failure.h"
+
+#include <cerrno>
+#include <system_error>
+
+namespace mox {
+
+void failWithSystemError(const std::string& what) {
+  throw Failure(what + ": " + std::generic_category().message(errno));
+}
+
+}  // namespace mox

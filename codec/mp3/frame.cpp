@@ -1,0 +1,76 @@
+#include "codec/mp3/frame.h"
+
+#include <array>
+
+namespace mox {
+namespace {
+
+// Bit rates in kbit/s by index; ISO/IEC 11172-3 and 13818-3, 2.4.2.3. Index 0 is the free format.
+constexpr int32_t kBitRates[2][15] = {
+    {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+    {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
+};
+constexpr int32_t kMpeg1Rates[3] = {44100, 48000, 32000};
+
+// The CRC of one more byte, for every value of the register's upper byte.
+constexpr std::array<uint16_t, 256> crcTable() {
+  std::array<uint16_t, 256> table{};
+  for (uint32_t byte = 0; byte < 256; ++byte) {
+    uint32_t crc = byte << 8;
+    for (int bit = 0; bit < 8; ++bit) crc = (crc << 1) ^ ((crc & 0x8000u) != 0 ? 0x8005u : 0u);
+    table[byte] = static_cast<uint16_t>(crc);
+  }
+  return table;
+}
+constexpr std::array<uint16_t, 256> kCrcTable = crcTable();
+
+uint16_t crcOf(Bytes bytes, uint16_t crc) {
+  for (const uint8_t byte : bytes)
+    crc = static_cast<uint16_t>((crc << 8) ^ kCrcTable[static_cast<uint8_t>((crc >> 8) ^ byte)]);
+  return crc;
+}
+
+}  // namespace
+
+const char* versionName(MpegVersion version) {
+  constexpr const char* kNames[] = {"MPEG-1", "MPEG-2", "MPEG-2.5"};
+  return kNames[static_cast<int>(version)];
+}
+
+std::optional<Mp3Header> parseMp3Header(Bytes bytes) {
+  // The parser checks no sync bits and no values; the few that matter are looked at here. Of the twelve sync
+  // bits the last tells MPEG-2.5, which is not in the standard: the parser takes its headers as MPEG-2.
+  if (bytes.size() < 4 || bytes[0] != 0xFF || (bytes[1] & 0xE6) != 0xE2) return std::nullopt;
+  const bool mpeg25 = (bytes[1] & 0x10) == 0;
+  if (mpeg25 && (bytes[1] & 0x08) != 0) return std::nullopt;  // a reserved combination
+
+  std::array<uint8_t, 12> window{};  // header and CRC word, and room for what the bit reader touches beyond
+  std::copy_n(bytes.begin(), std::min<size_t>(bytes.size(), 6), window.begin());
+  const uint8_t* cursor = window.data();
+  Mp3Header header;
+  MoxMp3FrameHeader& fields = header.fields;
+  if (moxsUnpackFrameHeader_MP3(&cursor, &fields) != moxStatusOk) return std::nullopt;
+  if (fields.bitRateIndex == 15 || fields.samplingFreq == 3) return std::nullopt;
+
+  header.version = mpeg25 ? MpegVersion::mpeg25 : fields.id == 1 ? MpegVersion::mpeg1 : MpegVersion::mpeg2;
+  header.rate = kMpeg1Rates[fields.samplingFreq] >> static_cast<int>(header.version);
+  header.channels = fields.mode == 3 ? 1 : 2;
+  header.bitRate = kBitRates[fields.id][fields.bitRateIndex];
+  // The mode extension means something in joint stereo only; later stages look at its bits alone.
+  if (fields.mode != 1) fields.modeExt = 0;
+
+  if (header.bitRate != 0) {
+    const int32_t length = header.samples() / 8 * header.bitRate * 1000 / header.rate + fields.paddingBit;
+    header.frameBytes = static_cast<size_t>(length);
+    if (header.frameBytes < header.mainDataAt()) return std::nullopt;
+  }
+  return header;
+}
+
+bool crcMatches(const Mp3Frame& frame) {
+  const uint16_t header = crcOf(slice(frame.bytes, 2, 2), 0xFFFF);
+  const Bytes sideInfo = slice(frame.bytes, frame.header.sideInfoAt(), frame.header.sideInfoBytes());
+  return crcOf(sideInfo, header) == frame.header.fields.crcWord;
+}
+
+}  // namespace mox

@@ -1,0 +1,60 @@
+// One MPEG audio Layer III frame: where it lies and what its header says.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "codec/io/bytes.h"
+#include "moxac/mp3.h"
+
+namespace mox {
+
+enum class MpegVersion { mpeg1, mpeg2, mpeg25 };
+
+const char* versionName(MpegVersion version);
+
+struct Mp3Header {
+  MoxMp3FrameHeader fields{};
+  MpegVersion version = MpegVersion::mpeg1;
+  int32_t rate = 0;       // Hz
+  int32_t channels = 0;   // 1 or 2
+  int32_t bitRate = 0;    // kbit/s; 0 is the free format
+  size_t frameBytes = 0;  // whole frame, padding included; 0 in the free format
+
+  int32_t granules() const { return version == MpegVersion::mpeg1 ? 2 : 1; }
+  int32_t samples() const { return 576 * granules(); }  // per channel
+  bool hasCrc() const { return fields.protectionBit == 0; }
+  size_t sideInfoAt() const { return hasCrc() ? 6 : 4; }
+  size_t sideInfoBytes() const {
+    const bool mpeg1 = version == MpegVersion::mpeg1;
+    return channels == 1 ? (mpeg1 ? 17 : 9) : (mpeg1 ? 32 : 17);
+  }
+  size_t mainDataAt() const { return sideInfoAt() + sideInfoBytes(); }
+
+  // Whether a frame with that header may stand in the same stream: what a decoder's output depends on is
+  // equal.
+  bool sameStream(const Mp3Header& other) const {
+    return version == other.version && rate == other.rate && channels == other.channels &&
+           (bitRate == 0) == (other.bitRate == 0);
+  }
+};
+
+struct Mp3Frame {
+  Mp3Header header;
+  size_t position = 0;
+  Bytes bytes;  // from the header to the frame's end
+  // Bytes in front of this frame were no frame: main data held from earlier frames do not join on.
+  bool afterGap = false;
+  int32_t lostBefore = 0;       // frames that must have stood in that gap, judging by its length
+  bool lengthDoubtful = false;  // another frame begins before this one's end: some header bit is wrong
+};
+
+// Reads the header at the start of the bytes. Nothing where there is no Layer III header: no sync bits,
+// a reserved version, rate or bit rate, another layer, or a frame too short for its own side information.
+std::optional<Mp3Header> parseMp3Header(Bytes bytes);
+
+// The CRC over the last two header bytes and the side information against the frame's CRC word.
+// ISO/IEC 11172-3, 2.4.3.1: x^16 + x^15 + x^2 + 1, starting at all ones.
+bool crcMatches(const Mp3Frame& frame);
+
+}  // namespace mox

@@ -1,0 +1,54 @@
+#include "codec/mp3/frame_queue.h"
+
+#include <algorithm>
+#include <array>
+
+namespace mox {
+
+uint16_t crc16(Bytes bytes, uint16_t crc) {
+  static constexpr auto kTable = [] {
+    std::array<uint16_t, 256> table{};
+    for (uint32_t i = 0; i < 256; ++i) {
+      uint32_t value = i;
+      for (int bit = 0; bit < 8; ++bit) value = (value >> 1) ^ ((value & 1) != 0 ? 0xA001u : 0u);
+      table[i] = static_cast<uint16_t>(value);
+    }
+    return table;
+  }();
+  for (const uint8_t byte : bytes)
+    crc = static_cast<uint16_t>((crc >> 8) ^ kTable[static_cast<size_t>((crc ^ byte) & 0xFF)]);
+  return crc;
+}
+
+void Mp3FrameQueue::addFrame(Bytes start, size_t bytes) {
+  Frame frame{std::vector<uint8_t>(bytes), start.size()};
+  std::copy(start.begin(), start.end(), frame.bytes.begin());
+  frames_.push_back(std::move(frame));
+}
+
+void Mp3FrameQueue::addMainData(Bytes data) {
+  for (Frame& frame : frames_) {
+    const size_t fits = std::min(data.size(), frame.bytes.size() - frame.filled);
+    std::copy_n(data.begin(), fits, frame.bytes.begin() + static_cast<std::ptrdiff_t>(frame.filled));
+    frame.filled += fits;
+    data = data.subspan(fits);
+    if (data.empty()) return;
+  }
+}
+
+void Mp3FrameQueue::takeFinished(std::vector<uint8_t>& out) {
+  for (; !frames_.empty() && frames_.front().filled == frames_.front().bytes.size(); frames_.pop_front()) {
+    const Frame& frame = frames_.front();
+    offsets_.push_back(bytes_);
+    bytes_ += frame.bytes.size();
+    crc_ = crc16(frame.bytes, crc_);
+    out.insert(out.end(), frame.bytes.begin(), frame.bytes.end());
+  }
+}
+
+void Mp3FrameQueue::finish(std::vector<uint8_t>& out) {
+  for (Frame& frame : frames_) frame.filled = frame.bytes.size();
+  takeFinished(out);
+}
+
+}  // namespace mox

@@ -1,0 +1,56 @@
+#include "codec/mp3/synthesis.h"
+
+namespace mox {
+namespace {
+
+constexpr int32_t kSlots = 18, kBands = 32;
+
+}  // namespace
+
+Mp3Synthesis::Mp3Synthesis(int32_t channels) : channels_(static_cast<size_t>(channels)) {
+  int32_t bytes = 0;
+  moxsSynthesisFilterGetSize_PQMF_MP3_32f(&bytes);
+  for (Channel& channel : channels_) {
+    channel.memory.resize(static_cast<size_t>(bytes));
+    channel.floatBank = reinterpret_cast<MoxMp3SynthesisState*>(channel.memory.data());
+    moxsSynthesisFilterInit_PQMF_MP3_32f(channel.floatBank);
+  }
+}
+
+const int32_t* Mp3Synthesis::hybrid(const Mp3Spectrum& spectrum, int32_t ch) {
+  const auto c = static_cast<size_t>(ch);
+  moxsMDCTInv_MP3_32s(spectrum.channel(ch), slots_.data(), channels_[c].overlap.data(),
+                      spectrum.nonZeroBound[c], &channels_[c].previousImdcts, spectrum.blockType[c],
+                      spectrum.mixedBlock[c]);
+  return slots_.data();
+}
+
+void Mp3Synthesis::run(const Mp3Spectrum& spectrum, int16_t* samples) {
+  const auto channels = static_cast<int32_t>(channels_.size());
+  for (int32_t ch = 0; ch < channels; ++ch) {
+    const int32_t* const slots = hybrid(spectrum, ch);
+    Channel& channel = channels_[static_cast<size_t>(ch)];
+    for (int32_t slot = 0; slot < kSlots; ++slot)
+      moxsSynthPQMF_MP3_32s16s(slots + slot * kBands, samples + slot * kBands * channels + ch,
+                               channel.bank.data(), &channel.bankPosition, channels);
+  }
+}
+
+void Mp3Synthesis::run(const Mp3Spectrum& spectrum, float* samples) {
+  const auto channels = static_cast<int32_t>(channels_.size());
+  for (int32_t ch = 0; ch < channels; ++ch) {
+    const int32_t* const slots = hybrid(spectrum, ch);
+    Channel& channel = channels_[static_cast<size_t>(ch)];
+    std::array<float, kBands> bands, out;
+    for (int32_t slot = 0; slot < kSlots; ++slot) {
+      for (int32_t band = 0; band < kBands; ++band)
+        bands[static_cast<size_t>(band)] =
+            static_cast<float>(slots[slot * kBands + band]) * (1.0f / (1 << 26));
+      moxsSynthesisFilter_PQMF_MP3_32f(bands.data(), out.data(), channel.floatBank);
+      for (int32_t i = 0; i < kBands; ++i)
+        samples[(slot * kBands + i) * channels + ch] = out[static_cast<size_t>(i)];
+    }
+  }
+}
+
+}  // namespace mox

@@ -1,0 +1,72 @@
+#include "codec/sbr/generator.h"
+
+#include <algorithm>
+
+#include "codec/sbr/tables.h"
+
+namespace mox {
+namespace {
+
+// By bs_invf_mode of the frame before and of this one.
+float targetChirp(int32_t previous, int32_t mode) {
+  const bool betweenOffAndLow = previous + mode == 1;
+  return betweenOffAndLow ? 0.6f : kSbrChirps[mode];
+}
+
+// a + t*b of complex values
+inline Mox32fc plus(Mox32fc a, Mox32fc t, Mox32fc b) {
+  return {a.re + t.re * b.re - t.im * b.im, a.im + t.re * b.im + t.im * b.re};
+}
+
+}  // namespace
+
+void SbrGenerator::updateChirps(const SbrBands& bands, const SbrChannelFrame& frame) {
+  for (size_t b = 0; b < static_cast<size_t>(bands.noise.bands); ++b) {
+    const float target = targetChirp(mode_[b], frame.inverseFilter[b]);
+    const float moved =
+        target < chirp_[b] ? 0.75f * target + 0.25f * chirp_[b] : 0.90625f * target + 0.09375f * chirp_[b];
+    chirp_[b] = moved < 0.015625f ? 0.0f : std::min(moved, 0.99609375f);
+    mode_[b] = frame.inverseFilter[b];
+  }
+}
+
+void SbrGenerator::run(const SbrBands& bands, const SbrChannelFrame& frame, const SbrLowRow* low,
+                       SbrHighRow* high) {
+  updateChirps(bands, frame);
+
+  std::array<const Mox32fc*, kSbrLowRows> rows;
+  for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
+  moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand,
+                                 kSbrLowRows - 2);
+
+  std::array<float, 64> chirps{};
+  for (int32_t b = 0; b < bands.noise.bands; ++b)
+    std::fill(chirps.begin() + bands.noise[b], chirps.begin() + bands.noise[b + 1],
+              chirp_[static_cast<size_t>(b)]);
+  for (int32_t p = 0; p < bands.numPatches; ++p) {
+    const SbrBands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+    for (size_t x = 0; x < static_cast<size_t>(patch.count); ++x) {
+      const size_t from = static_cast<size_t>(patch.from) + x, to = static_cast<size_t>(patch.to) + x;
+      const float chirp = chirps[to], squared = chirp * chirp;
+      tap1_[to] = {chirp * alpha0_[from].re, chirp * alpha0_[from].im};
+      tap2_[to] = {squared * alpha1_[from].re, squared * alpha1_[from].im};
+    }
+  }
+
+  const SbrBands::Patch& last = bands.patches[static_cast<size_t>(bands.numPatches) - 1];
+  for (int32_t slot = 2 * frame.grid.border[0]; slot < 2 * frame.grid.end(); ++slot) {
+    const SbrLowRow* const at = low + kSbrAhead + slot;
+    Mox32fc* const row = high[slot];
+    for (int32_t p = 0; p < bands.numPatches; ++p) {
+      const SbrBands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+      const Mox32fc *const x0 = at[0] + patch.from, *const x1 = at[-1] + patch.from,
+                           *const x2 = at[-2] + patch.from;
+      const Mox32fc *const t1 = tap1_.data() + patch.to, *const t2 = tap2_.data() + patch.to;
+      Mox32fc* const out = row + patch.to;
+      for (int32_t x = 0; x < patch.count; ++x) out[x] = plus(plus(x0[x], t1[x], x1[x]), t2[x], x2[x]);
+    }
+    std::fill(row + last.to + last.count, row + bands.high.end(), Mox32fc{0, 0});
+  }
+}
+
+}  // namespace mox
