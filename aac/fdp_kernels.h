@@ -172,7 +172,7 @@ inline void fdpForwardLines(const FdpArrays& s, int32_t len, const float* src, f
 }
 
 // Lines first, first + step, .. below last.
-inline void fdpResetLines(const FdpArrays& s, int64_t first, int64_t last, int64_t step) {
+inline void fdpResetLines(FdpArrays s, int64_t first, int64_t last, int64_t step) {
   for (int64_t i = first; i < last; i += step) {
     s.cor0[i] = s.cor1[i] = s.r0[i] = s.r1[i] = 0;
     s.var0[i] = s.var1[i] = 1;
