@@ -60,7 +60,7 @@ double pairError(const float* x, const float* w, int32_t n, const Book& a, int32
 TEST(Vq, WithAllCandidatesTheSearchIsExhaustiveAndTiesTakeTheLowestCodeWords) {
   for (int round = 0; round < 60; ++round) {
     const int32_t len = 1 + round % 21;
-    Book a(len, 1 + round % 13, round & 1, round % 64),
+    Book a(len + round % 2, 1 + round % 13, round & 1, round % 64),
         b(len + round % 3, 1 + round % 9, (round >> 1) & 1, 64 - round);
     const int32_t lengths[] = {len, (len + 1) / 2};
     Block<float> x(2 * len), w(2 * len);
@@ -109,6 +109,38 @@ TEST(Vq, PreliminaryListsTheNearestFirst) {
   }
 }
 
+// A mean that dwarfs the spread: every distance is a hundred-millionth of the vectors' own energies.
+TEST(Vq, FindsTheNearestOfVectorsFarFromTheOrigin) {
+  for (int round = 0; round < 100; ++round) {
+    const int32_t len = 3 + round % 17;
+    Book a(len, 30, round & 1, 0), b(len, 20, round >> 1 & 1, 0);
+    Block<float> x(len), w(len);
+    const auto farOff = [](Block<float>& values) {
+      for (float& v : values) v = 1000.0f + 0.01f * moxtest::noiseValue<float>();
+    };
+    for (Block<float>* values : {&a.vectors, &b.vectors, &x}) farOff(*values);
+    for (float& v : w) v = 1.5f + v;
+    for (Book* book : {&a, &b})
+      ASSERT_EQ(moxsVQCodeBookInit_32f(book->vectors, len, book->count, book->polarity, book->spec()),
+                moxStatusOk);
+
+    int32_t nearest = -1, got[2];
+    std::pair<double, int32_t> best{1e30, 0};
+    for (int32_t k = 0; k < a.count; ++k) best = std::min(best, {pairError(x, w, len, a, k, a, k), k});
+    ASSERT_EQ(moxsVQPreliminarySelect_32f(x, w, &nearest, len, 1, a.spec()), moxStatusOk);
+    EXPECT_EQ(nearest, best.second) << "round " << round;
+
+    std::tuple<double, int32_t, int32_t> pair{1e30, 0, 0};
+    for (int32_t i = 0; i < a.words(); ++i)
+      for (int32_t k = 0; k < b.words(); ++k)
+        pair = std::min(pair, std::tuple{pairError(x, w, len, a, i, b, k), i, k});
+    ASSERT_EQ(moxsVQIndexSelect_32f(x, w, &len, &got[0], &got[1], 1, a.count, b.count, a.spec(), b.spec()),
+              moxStatusOk);
+    EXPECT_EQ(std::pair(got[0], got[1]), std::pair(std::get<1>(pair), std::get<2>(pair)))
+        << "round " << round;
+  }
+}
+
 TEST(Vq, LifecycleAndSizes) {
   AllocSpy spy;
   Block<float> vectors(8);
@@ -133,7 +165,7 @@ TEST(Vq, LifecycleAndSizes) {
 }
 
 TEST(Vq, RefusalsInOrder) {
-  Book a(4, 3, 1, 0), other(4, 3, 0, 0);
+  Book a(4, 3, 1, 0), other(4, 3, 0, 0), shorter(3, 3, 0, 0);
   float x[8] = {}, w[8] = {};
   int32_t out[8], out1[8];
   std::fill_n(out, 8, 77);
@@ -146,7 +178,12 @@ TEST(Vq, RefusalsInOrder) {
             moxStatusOutOfRange);
   EXPECT_EQ(moxsVQMainSelect_32f(x, w, cand, cand, out, out1, 9, 2, 2, a.spec(), other.spec()),
             moxStatusBadSize);
+  EXPECT_EQ(moxsVQMainSelect_32f(x, w, cand, cand, out, out1, 4, 2, 2, a.spec(), shorter.spec()),
+            moxStatusBadSize);
   const int32_t lengths[] = {4, 5};
+  EXPECT_EQ(moxsVQIndexSelect_32f(x, w, lengths, out, out1, 1, 1, 1, a.spec(), shorter.spec()),
+            moxStatusBadSize);
+  EXPECT_EQ(moxsVQReconstruction_32f(cand, cand, lengths, x, 1, a.spec(), shorter.spec()), moxStatusBadSize);
   EXPECT_EQ(moxsVQIndexSelect_32f(x, w, lengths, out, out1, 0, 0, 1, a.spec(), other.spec()),
             moxStatusOutOfRange);
   EXPECT_EQ(moxsVQIndexSelect_32f(x, w, lengths, out, out1, 0, 1, 1, a.spec(), other.spec()),
