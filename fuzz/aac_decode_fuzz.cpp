@@ -1,7 +1,7 @@
 // The program's AAC decoder: the bytes as they are, or as the blocks of ADTS frames made around them, which spares
 // the fuzzer to find headers. tests/data/streams is a good corpus for the first form.
-#include "apps/adts_writer.h"
-#include "apps/decode_bytes.h"
+#include "codec/decode_bytes.h"
+#include "codec/stream/adts_writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-namespace moxac {
+namespace moxfuzz {
 
 class FuzzInput {
  public:
@@ -44,4 +44,4 @@ inline void require(bool condition) {
   if (!condition) std::abort();
 }
 
-}  // namespace moxac
+}  // namespace moxfuzz

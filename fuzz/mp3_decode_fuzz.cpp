@@ -1,5 +1,5 @@
 // The program's decoder over arbitrary bytes; tests/data/streams is a good corpus.
-#include "apps/decode_bytes.h"
+#include "codec/decode_bytes.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

@@ -1,5 +1,5 @@
 // The program's spectral band replication and parametric stereo on arbitrary payloads.
-#include "apps/sbr_payloads.h"
+#include "codec/sbr/sbr_payloads.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

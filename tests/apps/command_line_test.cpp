@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "apps/streams.h"
+#include "support/streams.h"
 
 namespace {
 

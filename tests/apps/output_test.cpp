@@ -7,10 +7,10 @@
 #include <csignal>
 #include <string_view>
 
-#include "apps/streams.h"
 #include "codec/io/failure.h"
 #include "mox/files/atomic_file.h"
 #include "mox/files/wav_writer.h"
+#include "support/streams.h"
 
 namespace {
 

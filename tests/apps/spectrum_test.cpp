@@ -4,12 +4,12 @@
 
 #include <cmath>
 
-#include "apps/streams.h"
 #include "codec/io/failure.h"
 #include "mox/files/atomic_file.h"
 #include "mox/files/input_file.h"
 #include "mox/files/wav_writer.h"
 #include "mox/picture/level_chart.h"
+#include "support/streams.h"
 
 namespace {
 

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/mp3_parse_driver.h"
 #include "moxac/mp3.h"
 #include "mp3/band_tables.h"
 #include "mp3/layer3_reference.h"
@@ -400,14 +399,6 @@ TEST(Mp3BitReservoir, HoldsWhatADecoderCanHold) {
     EXPECT_EQ(refused(id, rate, freq), moxStatusMp3FrameHeaderErr);
   EXPECT_EQ(moxsBitReservoirInit_MP3(nullptr, &header), moxStatusNullPointer);
   EXPECT_EQ(moxsBitReservoirInit_MP3(&reservoir, nullptr), moxStatusNullPointer);
-}
-
-TEST(Mp3Parse, SurvivesArbitraryBytes) {
-  for (int round = 0; round < 3000; ++round) {
-    SCOPED_TRACE(round);
-    const Block<uint8_t> bytes(draw(0, 2500));
-    moxac::fuzzMp3Parse(bytes.data(), static_cast<size_t>(bytes.size()));
-  }
 }
 
 TEST(Mp3Parse, RefusesInOrder) {

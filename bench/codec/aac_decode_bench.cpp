@@ -1,5 +1,5 @@
 // Whole AAC streams decoded from memory to memory, beside other decoders.
-#include "apps/decode_bench.h"
+#include "codec/decode_bench.h"
 #include "codec/aac/stream.h"
 
 #ifdef HAVE_FAAD2

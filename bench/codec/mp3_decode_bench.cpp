@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/decode_bench.h"
+#include "codec/decode_bench.h"
 #include "codec/mp3/scanner.h"
 
 #ifdef HAVE_LIBMPG123

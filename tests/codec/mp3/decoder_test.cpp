@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "apps/decode_bytes.h"
-#include "apps/streams.h"
+#include "codec/decode_bytes.h"
 #include "codec/mp3/scanner.h"
+#include "support/streams.h"
 
 namespace {
 

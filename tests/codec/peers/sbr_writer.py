@@ -10,7 +10,7 @@ import os
 import random
 import sys
 
-TABLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tools", "tables", "sbr")
+TABLES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "..", "tools", "tables", "sbr")
 RATES = (96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000)
 SLOTS = 16
 

@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "apps/adts_writer.h"
-#include "apps/decode_bytes.h"
-#include "apps/streams.h"
 #include "codec/aac/crc.h"
 #include "codec/aac/stream.h"
+#include "codec/decode_bytes.h"
+#include "codec/stream/adts_writer.h"
+#include "support/streams.h"
 
 namespace {
 

@@ -6,11 +6,11 @@
 #include <numbers>
 #include <random>
 
-#include "apps/adts_writer.h"
-#include "apps/decode_bytes.h"
-#include "apps/sbr_payloads.h"
-#include "apps/streams.h"
 #include "codec/aac/stream.h"
+#include "codec/decode_bytes.h"
+#include "codec/sbr/sbr_payloads.h"
+#include "codec/stream/adts_writer.h"
+#include "support/streams.h"
 
 namespace {
 

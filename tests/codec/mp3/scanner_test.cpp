@@ -4,8 +4,8 @@
 
 #include <random>
 
-#include "apps/streams.h"
 #include "codec/mp3/survey.h"
+#include "support/streams.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "apps/adts_writer.h"
-#include "apps/damage.h"
-#include "apps/decode_bytes.h"
-#include "apps/streams.h"
+#include "codec/damage.h"
+#include "codec/decode_bytes.h"
+#include "codec/stream/adts_writer.h"
+#include "support/streams.h"
 
 namespace {
 

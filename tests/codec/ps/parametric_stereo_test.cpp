@@ -13,8 +13,8 @@
 #include <sstream>
 #include <string>
 
-#include "apps/adts_writer.h"
 #include "codec/ps/tables.h"
+#include "codec/stream/adts_writer.h"
 #include "sbr/hybrid_tables.h"
 
 namespace {

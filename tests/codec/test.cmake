@@ -1,0 +1,12 @@
+target_link_libraries(test_codec PRIVATE moxcodec PkgConfig::SNDFILE)
+if(TARGET mox)
+  foreach(name IN ITEMS mp3_peers aac_peers encoder_peers)
+    add_test(NAME ${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/codec/peers/${name}.py
+      $<TARGET_FILE:mox> ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES LABELS "codec;peers" SKIP_RETURN_CODE 77)
+  endforeach()
+endif()
+foreach(name IN ITEMS ps mox_sbr)
+  add_test(NAME ${name}_tables COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/tools/gen_${name}_tables.py --check)
+  set_tests_properties(${name}_tables PROPERTIES LABELS "codec;tools")
+endforeach()
