@@ -100,7 +100,7 @@ for step in "${steps[@]}"; do
       if build release "" "$(dpkg-query -W -f='ON' libbenchmark-dev 2>/dev/null || echo OFF)"; then run_tests build; fi ;;
     clang) if build clang; then run_tests build-clang; fi ;;
     asan) if build asan; then run_tests build-asan; fi ;;
-    tsan) if build tsan "$(grep -lE 'std::(j?thread|async)' tests/*/*_test.cpp | xargs -r -n1 dirname | xargs -r -n1 basename |
+    tsan) if build tsan "$(grep -rlE 'std::(j?thread|async)' tests --include='*_test.cpp' | cut -d/ -f2 |
                            sort -u | sed 's/^/test_/' | tr '\n' ' ')"; then run_tests build-tsan Thread; fi ;;
     fuzz) if build fuzz; then check "fuzzing" run_fuzzers; fi ;;
     tidy) check "static analysis" check_tidy ;;
@@ -108,6 +108,8 @@ for step in "${steps[@]}"; do
   esac
 done
 
+say "lines of code"
+tools/count_lines.py
 say "done"
 for failure in "${failures[@]}"; do echo "FAILED: $failure"; done
 echo "$passed passed, $failed failed"
