@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "codec/aac/tables.h"
+#include "moxac/extras.h"
 
 namespace mox {
 namespace {
@@ -168,7 +169,8 @@ bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
   if (channel.ics.predictorReset != 0 &&
       (channel.ics.predictorResetGroupNum < 1 || channel.ics.predictorResetGroupNum > 30))
     return false;
-  separateNoiseEnergies(channel);
+  moxSeparateNoiseEnergies(channel.scaleFactor.data(), channel.sfbCb.data(),
+                           static_cast<int32_t>(channel.books().size()), channel.stream.globalGain);
   return true;
 }
 
@@ -302,26 +304,6 @@ bool AacBlockReader::readFill(AacBlock& block) {
     std::copy_n(data.begin(), count, element.replication.begin());
   }
   return true;
-}
-
-void separateNoiseEnergies(AacChannel& channel) {
-  const std::span<const uint8_t> books = channel.books();
-  size_t i = static_cast<size_t>(std::find(books.begin(), books.end(), kNoiseBook) - books.begin());
-  if (i == books.size()) return;
-
-  // Up to the first noise band both chains are right; behind it the differences belong to either.
-  int32_t scaleFactor = channel.stream.globalGain;
-  for (size_t k = 0; k < i; ++k)
-    if (books[k] > 0 && books[k] < kNoiseBook) scaleFactor = channel.scaleFactor[k];
-  int32_t chain = channel.scaleFactor[i], energy = chain;
-  for (++i; i < books.size(); ++i) {
-    if (books[i] == 0 || books[i] > kNoiseBook) continue;
-    const int32_t difference = channel.scaleFactor[i] - chain;
-    chain = channel.scaleFactor[i];
-    int32_t& own = books[i] == kNoiseBook ? energy : scaleFactor;
-    own += difference;
-    channel.scaleFactor[i] = static_cast<int16_t>(own);
-  }
 }
 
 }  // namespace mox

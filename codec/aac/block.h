@@ -103,8 +103,4 @@ class AacBlockReader {
   std::unique_ptr<AacChannel> couplingChannel_;  // decoded to get past it
 };
 
-// Noise energies and scale factors come from the noiseless decoder as one chain of sums, whereas in streams each
-// of the two continues from its own last value. Puts that right.
-void separateNoiseEnergies(AacChannel& channel);
-
 }  // namespace mox

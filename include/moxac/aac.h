@@ -362,7 +362,7 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  *               stream order: it starts at global_gain, the first noise band sets it to global_gain - 346
  *               plus 9 bits, every other band adds its coded difference
  *               (streams of the standard have two chains, for scale factors and for noise: with code book 13
- *               in use, take the differences of neighbouring values and add them up apart)
+ *               in use, moxSeparateNoiseEnergies of moxac/extras.h takes them apart)
  * pSfbCb        [group][maxSfb]: code books. Room for 120 bands here and there (with layerFlag 1: maxSfb
  *               times the groups)
  * pSpectrum     [group][windowLen * group length], 1024 values in all. Inside a group band by band, each
@@ -527,7 +527,7 @@ MOXAC_API moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pD
  * energies beyond the range saturate.
  *
  * pScaleFactor   the standard's noise energies in the noise bands. What the noiseless decoder stores there is
- *                counted together with the scale factors; docs/fixed_point.md shows how to take both apart
+ *                counted together with the scale factors; moxSeparateNoiseEnergies (moxac/extras.h) takes both apart
  * pLtpUsedFlags  maxSfb + 1 words: longUsedAll of a MoxAacLtpInfo, its longUsed[] behind it (and, from band 40
  *                on, its reserved words). With one window group the flag of every noise band,
  *                pLtpUsedFlags[band + 1], is cleared: prediction skips noise. May be null with more than one
