@@ -1,0 +1,103 @@
+#!/usr/bin/env python3
+"""Checks one example: check.py NAME DIRECTORY_OF_PROGRAMS SOURCE_DIRECTORY, or check.py pages - SOURCE_DIRECTORY
+
+Decoders are compared with the bundled references, the encoder by decoding what it wrote; programs without arguments
+check themselves. `pages` looks at the sources: their length, and that every family of the library appears in one."""
+import cmath
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+name, programs, source = sys.argv[1], Path(sys.argv[2]), Path(sys.argv[3])
+sys.path.insert(0, str(source / "tools"))
+from compare_wav import read_wav  # noqa: E402
+
+streams = source / "tests/data/streams"
+DECODED = {
+    "mp3_decode": ["mp3_44100_joint128_short.mp3", "mp3_22050_intensity48.mp3", "mp3_44100_random_mixed.mp3",
+                   "mp3_24000_random_mixed.mp3", "mp3_32000_mono64_crc.mp3", "mp3_48000_random_intensity.mp3"],
+    "aac_decode": ["aac_44100_stereo128.aac", "aac_44100_short_crc.aac", "aac_44100_random_lc.aac",
+                   "aac_48000_mono64_tns.aac", "aac_96000_stereo160.aac"],
+}
+FAMILIES = ["AAC headers moxsUnpack.*_AAC", "AAC elements moxsDecode.*Elt_AAC", "AAC noiseless moxsNoiseless",
+            "AAC tools moxsQuantInv_AAC", "AAC stereo moxsDecodeMsStereo", "AAC noise moxsDecodePNS",
+            "AAC shaping moxsDecodeTNS", "AAC transform moxsMDCTInv_AAC", "AAC prediction moxsFDP",
+            "AAC long-term prediction moxsLongTerm", "MP3 parsers moxsUnpackSideInfo_MP3", "MP3 codes moxsHuffmanDecode",
+            "MP3 requantisation moxsReQuantize", "MP3 hybrid moxsMDCTInv_MP3", "MP3 polyphase moxsSynthPQMF",
+            "MP3 psychoacoustics moxsPsycho", "MP3 stereo moxsJoint", "MP3 quantisation moxsQuantize_MP3",
+            "MP3 packing moxsPack", "MDCT moxsMDCTFwd_32f", "DTS _DTS_", "QMF analysis moxsAnalysisFilter_SBR",
+            "QMF synthesis moxsSynthesisFilter_SBR", "SBR prediction moxsPredictCoef",
+            "VLC moxsVLCDecode",
+            "VLC moxsVLCEncode", "VLC moxsVLCCount", "gains moxsCalcSF", "block FIR moxsFIRBlock", "VQ moxsVQIndexSelect"]
+
+
+def run(program, *arguments):
+    done = subprocess.run([programs / f"example_{program}", *arguments], capture_output=True, text=True)
+    if done.returncode != 0:
+        sys.exit(f"{program} ends with {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def expect(condition, what):
+    if not condition:
+        sys.exit(f"{name}: {what}")
+
+
+def decoders(scratch):
+    for stream in DECODED[name]:
+        run(name, streams / stream, scratch / "out.wav")
+        rate, channels, samples = read_wav(scratch / "out.wav")
+        want_rate, want_channels, want = read_wav((streams / stream).with_suffix(".ref.wav"))
+        expect((rate, channels, len(samples)) == (want_rate, want_channels, len(want)), f"{stream}: another format")
+        worst = max(abs(a - b) for a, b in zip(samples, want))
+        expect(worst <= 1, f"{stream}: off by {worst}")
+
+
+def mp3_encode(scratch):
+    original = streams / "mp3_48000_vbr_v3.ref.wav"
+    run(name, original, scratch / "out.mp3")
+    run("mp3_decode", scratch / "out.mp3", scratch / "out.wav")
+    rate, channels, want = read_wav(original)
+    got_rate, got_channels, got = read_wav(scratch / "out.wav")
+    delay = (481 + 576) * channels  # both polyphase banks, and the hybrid ones
+    expect((got_rate, got_channels) == (rate, channels) and len(got) >= len(want) + delay, "the decoder got less")
+    expect(abs((scratch / "out.mp3").stat().st_size - len(got) / channels / rate * 16000) < 2, "not 128 kbit/s")
+    error = sum((a - b) ** 2 for a, b in zip(want, got[delay:]))
+    expect(error * 20 < sum(a * a for a in want), "the signal-to-noise ratio is below 13 dB")
+
+
+def aac_spectrum(scratch):
+    stream = streams / "aac_48000_mono64_tns.aac"
+    text = run(name, stream)
+    rows = re.findall(r"^ *\d+ [-/S\\] .{64}$", text, re.M)
+    _, _, samples = read_wav(stream.with_suffix(".ref.wav"))
+    expect(len(rows) == len(samples) // 1024, "a row for every frame")
+    # The strongest of 64 columns, from the decoded samples: a plain Fourier sum at the columns' middles.
+    energy = [0.0] * 64
+    for start in range(0, len(samples) - 128, 512):
+        for column in range(64):
+            turn = cmath.exp(-1j * cmath.pi * (column + 0.5) / 64)
+            value = 0
+            for sample in samples[start : start + 128]:
+                value = value * turn + sample
+            energy[column] += abs(value) ** 2
+    told = int(re.search(r"most energy in column (\d+)", text)[1])
+    expect(abs(told - energy.index(max(energy))) <= 1, f"column {told}, the samples say {energy.index(max(energy))}")
+    run(name, streams / "aac_44100_pns32.aac")  # which substitutes noise
+
+
+def pages(scratch):
+    texts = {path.name: path.read_text() for pattern in ("*.c", "*.cpp") for path in (source / "examples").glob(pattern)}
+    for page, text in texts.items():
+        expect(text.count("\n") <= 120, f"{page} has more than 120 lines")
+    for family in FAMILIES:
+        pattern = family.split()[-1]
+        expect(any(re.search(pattern, text) for text in texts.values()), f"no example calls {pattern}")
+
+
+with tempfile.TemporaryDirectory() as directory:
+    special = {"mp3_encode": mp3_encode, "aac_spectrum": aac_spectrum, "pages": pages}
+    check = decoders if name in DECODED else special.get(name, lambda scratch: print(run(name), end=""))
+    check(Path(directory))
