@@ -2,7 +2,7 @@
 // clang-format off
 #include "aac/band_tables.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 const int16_t kNumSwbLong[kNumSampleRates] = {
     41, 41, 47, 49, 49, 51, 47, 47, 43, 43, 43, 40,
@@ -98,4 +98,4 @@ const int16_t kTnsMaxBandsShort[kNumSampleRates] = {
     9, 9, 10, 14, 14, 14, 14, 14, 14, 14, 14, 14,
 };
 
-}  // namespace moxac
+}  // namespace moxac::aac

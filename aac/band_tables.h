@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr int32_t kNumSampleRates =
     12;  // 96, 88.2, 64, 48, 44.1, 32, 24, 22.05, 16, 12, 11.025, 8 kHz
@@ -39,4 +39,4 @@ inline SwbTable swbTable(int32_t samplingRateIndex, int32_t windowLen) {
   return windowLen == 128 ? shortSwbTable(samplingRateIndex) : longSwbTable(samplingRateIndex);
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -9,7 +9,7 @@
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // The shape of a grouped spectrum as the caller describes it.
 struct BandLayout {
@@ -109,4 +109,4 @@ void forEachWindowBand(const BandLayout& layout, Visit&& visit) {
   });
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -6,7 +6,7 @@
 
 #include "frame/bit_cursor.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 class BitReader {
  public:
@@ -57,4 +57,4 @@ class BitReader {
   int32_t offset_;
 };
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -7,7 +7,7 @@
 
 #include "frame/big_endian.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // A small value type: loops copy it, keep the copy in registers and assign it back.
 //
@@ -75,4 +75,4 @@ class BitWindow {
   const uint8_t* ahead_;  // bytes in front of it may be loaded
 };
 
-}  // namespace moxac
+}  // namespace moxac::aac

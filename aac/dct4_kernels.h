@@ -12,7 +12,7 @@
 #include "aac/dct4_tables.h"
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 struct DctLanes1 : Lanes1 {
   static V load(const float* p) { return *p; }
@@ -223,4 +223,4 @@ void dct4(const Sample* u, float* y, float scale, float* scratch) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -6,7 +6,7 @@
 
 #include "frame/trig.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // exp(-i pi (k + 1/8) / M), k = 0..M/2-1, as c - i s: the turn before and behind the complex transform.
 template <int32_t M>
@@ -38,4 +38,4 @@ extern const Dct4Rotation<128> kDct4RotationShort;
 extern const Radix8Twiddles<512> kDct4Twiddles512;
 extern const Radix8Twiddles<64> kDct4Twiddles64;
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -1,8 +1,10 @@
+// From the grouped, band-wise order of a coded spectrum to the order of its windows.
 #include <algorithm>
 
 #include "aac/band_walk.h"
 
 using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsDeinterleaveSpectrum_AAC_32s(const int32_t* pSrc, int32_t* pDst, int32_t numWindowGroups,
                                            const int32_t* pWindowGroupLen, int32_t samplingRateIndex,

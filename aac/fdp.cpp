@@ -1,3 +1,4 @@
+// Frequency-domain prediction: the state's life, and prediction of the lines of a frame.
 #include <algorithm>
 #include <limits>
 
@@ -5,17 +6,16 @@
 #include "frame/context.h"
 #include "moxac/aac.h"
 
-using namespace moxac;
-
 // The header of a state; 64 bytes with what pads it. Packed, because it lies wherever the caller's pointer
 // points. The arrays follow from the next 64-byte boundary on.
 struct __attribute__((packed)) MoxAacFdpState {
-  FdpArrays arrays;
+  moxac::aac::FdpArrays arrays;
   int32_t len;
-  ContextId identifier;
+  moxac::ContextId identifier;
   int32_t allocated;
 };
 
+namespace moxac::aac {
 namespace {
 
 struct FdpFamily {
@@ -53,6 +53,10 @@ void forEachFlaggedBand(const MoxAacFdpState& state, const int32_t* sfbOffset, i
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsFDPGetSize_32f(int32_t len, int32_t* pSize) {
   MOX_REQUIRE(notNull(pSize), moxStatusNullPointer);

@@ -9,7 +9,7 @@
 
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr float kFdpAttenuation = 0.953125f;  // a
 inline constexpr float kFdpDecay = 0.90625f;         // alpha
@@ -179,4 +179,4 @@ inline void fdpResetLines(FdpArrays s, int64_t first, int64_t last, int64_t step
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

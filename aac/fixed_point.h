@@ -7,7 +7,7 @@
 
 #include "moxac/aac.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr int32_t kSpectrumFracBits = MOX_AAC_SPECTRUM_FRAC_BITS;
 inline constexpr int32_t kTimeFracBits = MOX_AAC_TIME_FRAC_BITS;
@@ -33,4 +33,4 @@ constexpr int64_t roundedHalfUp(double value) {
 inline constexpr double kQuarterPower[4] = {1.0, 1.189207115002721067, 1.414213562373095049,
                                             1.681792830507429086};
 
-}  // namespace moxac
+}  // namespace moxac::aac

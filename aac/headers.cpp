@@ -1,7 +1,9 @@
+// ADTS and ADIF headers and the program configuration element.
 #include "aac/headers_kernels.h"
 #include "frame/checks.h"
 
 using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsUnpackADTSFrameHeader_AAC(const uint8_t** ppBitStream, MoxAacADTSFrameHeader* pHeader) {
   MOX_REQUIRE(notNull(ppBitStream, pHeader) && notNull(*ppBitStream), moxStatusNullPointer);

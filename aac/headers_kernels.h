@@ -6,7 +6,7 @@
 #include "aac/bit_reader.h"
 #include "moxac/aac.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // adts_fixed_header(), adts_variable_header() and, when protected, crc_check. ISO/IEC 13818-7, 6.2.
 inline void readAdtsHeader(BitReader& in, MoxAacADTSFrameHeader& header) {
@@ -94,4 +94,4 @@ inline bool readAdifHeader(BitReader& in, MoxAacADIFHeader& header, MoxAacPrgCfg
   return true;
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

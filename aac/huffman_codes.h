@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::aac {
 
 struct HuffmanCode {
   uint8_t length;
@@ -198,4 +198,4 @@ inline constexpr HuffmanCode kSpectralCodes11[289] = {
     {8, 162}, {8, 172}, {8, 169}, {8, 177}, {8, 179}, {8, 187}, {8, 192}, {9, 399}, {5, 4},
 };
 
-}  // namespace moxac
+}  // namespace moxac::aac

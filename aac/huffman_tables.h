@@ -14,7 +14,7 @@
 
 #include "aac/huffman_codes.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 template <size_t N>
 struct alignas(2 * N) HuffmanEntry {
@@ -218,4 +218,4 @@ constexpr auto buildScaleFactorTable() {
 }
 inline constexpr auto kScaleFactorTable = buildScaleFactorTable();
 
-}  // namespace moxac
+}  // namespace moxac::aac

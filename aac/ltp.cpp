@@ -1,11 +1,11 @@
+// Long-term prediction: estimate, spectrum and update.
 #include <algorithm>
 
 #include "aac/band_walk.h"
 #include "aac/ltp_kernels.h"
 #include "aac/window_check.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 constexpr int32_t kMaxLag = 2047;
@@ -19,13 +19,17 @@ bool validLags(const MoxAacLtpInfo& ltp, bool isShort) {
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstPrediction,
                                       int32_t windowSequence, int32_t windowShape, int32_t prevWindowShape,
                                       const MoxAacLtpInfo* pLtpInfo, int32_t* pBuffer) {
   const FrameWindow window{windowSequence, windowShape, prevWindowShape};
   MOX_REQUIRE(notNull(pSrcHistory, pDstPrediction, pLtpInfo, pBuffer), moxStatusNullPointer);
-  if (const moxStatus status = checkWindow(window); status != moxStatusOk) return status;
+  MOX_TRY(checkWindow(window));
   const bool present = pLtpInfo->ltpDataPresent != 0;
   MOX_REQUIRE(!present || (inRange(pLtpInfo->ltpCoef, 0, kMaxGain) &&
                            validLags(*pLtpInfo, windowSequence == kEightShort)),
@@ -53,10 +57,9 @@ moxStatus moxsLongTermReconstruct_AAC_32s(int32_t* pSrcDstPrediction, int32_t* p
 
   if (pLtpInfo->ltpDataPresent == 0) return moxStatusOk;
   if (pTnsInfo != nullptr && pTnsInfo->tnsDataPresent != 0) {
-    const moxStatus status = moxsEncodeTNS_AAC_32s_I(
-        pSrcDstPrediction, pTnsInfo->nFilt, pTnsInfo->length, pTnsInfo->order, pTnsInfo->coefRes,
-        pTnsInfo->coef, pTnsInfo->direction, maxSfb, 1, samplingRateIndex, swb.windowLen);
-    if (status != moxStatusOk) return status;
+    MOX_TRY(moxsEncodeTNS_AAC_32s_I(pSrcDstPrediction, pTnsInfo->nFilt, pTnsInfo->length, pTnsInfo->order,
+                                    pTnsInfo->coefRes, pTnsInfo->coef, pTnsInfo->direction, maxSfb, 1,
+                                    samplingRateIndex, swb.windowLen));
   }
   addPrediction(pSrcDstPrediction, pSrcDstSpectrum, *pLtpInfo, swb, maxSfb);
   return moxStatusOk;

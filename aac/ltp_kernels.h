@@ -8,7 +8,7 @@
 #include "aac/ltp_tables.h"
 #include "aac/mdct_kernels.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // The most bands that prediction reaches.
 inline constexpr int32_t kLtpMaxSfbLong = 40;
@@ -68,4 +68,4 @@ inline void addPrediction(const int32_t* prediction, int32_t* spectrum, const Mo
     if (ltp.shortUsed[w] != 0) addLines(prediction + 128 * w, spectrum + 128 * w, 0, end);
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

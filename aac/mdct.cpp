@@ -1,14 +1,16 @@
+// The filter bank of 1024 and 128 lines, inverse and forward, with its windows.
 #include "aac/mdct_kernels.h"
 #include "aac/window_check.h"
 
 using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsMDCTInv_AAC_32s16s(const int32_t* pSrcSpectrum, int16_t* pDstPcm, int32_t* pSrcDstOverlapAdd,
                                  int32_t windowSequence, int32_t windowShape, int32_t prevWindowShape,
                                  int32_t stride, int32_t* pBuffer) {
   const FrameWindow window{windowSequence, windowShape, prevWindowShape};
   MOX_REQUIRE(notNull(pSrcSpectrum, pDstPcm, pSrcDstOverlapAdd, pBuffer), moxStatusNullPointer);
-  if (const moxStatus status = checkWindow(window); status != moxStatusOk) return status;
+  MOX_TRY(checkWindow(window));
   MOX_REQUIRE(stride >= 1, moxStatusBadSize);
 
   const float* const samples = inverseFrame<DctLanes8>(pSrcSpectrum, window, mdctScratch(pBuffer));
@@ -20,7 +22,7 @@ moxStatus moxsMDCTFwd_AAC_32s(const int32_t* pSrc, int32_t* pDst, int32_t window
                               int32_t prevWindowShape, int32_t* pBuffer) {
   const FrameWindow window{windowSequence, windowShape, prevWindowShape};
   MOX_REQUIRE(notNull(pSrc, pDst, pBuffer), moxStatusNullPointer);
-  if (const moxStatus status = checkWindow(window); status != moxStatusOk) return status;
+  MOX_TRY(checkWindow(window));
 
   float* const lines = mdctScratch(pBuffer);
   forwardFrame<DctLanes8>(pSrc, window, lines);

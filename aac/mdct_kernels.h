@@ -18,7 +18,7 @@
 #include "aac/window_tables.h"
 #include "frame/align.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // Where the eight short windows lie in a frame's 2048 samples: window w from 448 + 128 w on.
 inline constexpr int32_t kShortStart = 448;
@@ -197,4 +197,4 @@ inline void storeSpectrum(const float* lines, int32_t* dst) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -1,8 +1,8 @@
+// Perceptual noise substitution of one channel and of a pair.
 #include "aac/band_walk.h"
 #include "aac/noise_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 // One channel's share of the arguments.
@@ -27,6 +27,10 @@ struct NoiseChannel {
 };
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFlags, const uint8_t* pSfbCb,
                                 const int16_t* pScaleFactor, int32_t maxSfb, int32_t numWindowGroups,
@@ -35,7 +39,7 @@ moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFlags, const 
   const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
   MOX_REQUIRE(notNull(pSrcDst, pSfbCb, pScaleFactor, pWindowGroupLen, pRandomState), moxStatusNullPointer);
   MOX_REQUIRE(numWindowGroups > 1 || notNull(pLtpUsedFlags), moxStatusNullPointer);
-  if (const moxStatus status = checkBandLayout(layout); status != moxStatusOk) return status;
+  MOX_TRY(checkBandLayout(layout));
 
   const NoiseChannel channel{pSrcDst, pLtpUsedFlags, pSfbCb, pScaleFactor};
   forEachWindowBand(layout, [&](const GroupBand& band, int32_t window) {
@@ -57,8 +61,7 @@ moxStatus moxsDecodeMsPNS_AAC_32s(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t*
               moxStatusNullPointer);
   MOX_REQUIRE(numWindowGroups > 1 || notNull(pLtpUsedFlagsL, pLtpUsedFlagsR), moxStatusNullPointer);
   MOX_REQUIRE(msMaskPresent != 1 || notNull(pMsUsed), moxStatusNullPointer);
-  if (const moxStatus status = checkBandLayout(layout, inRange(msMaskPresent, 0, 2)); status != moxStatusOk)
-    return status;
+  MOX_TRY(checkBandLayout(layout, inRange(msMaskPresent, 0, 2)));
 
   const NoiseChannel left{pSrcDstL, pLtpUsedFlagsL, pSfbCbL, pScaleFactorL};
   const NoiseChannel right{pSrcDstR, pLtpUsedFlagsR, pSfbCbR, pScaleFactorR};

@@ -7,7 +7,7 @@
 
 #include "aac/fixed_point.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // Width of the widest band of the standard, 96 lines.
 inline constexpr int32_t kMaxBandWidth = 96;
@@ -79,4 +79,4 @@ inline void noiseBand(int32_t* dst, int32_t width, int32_t noiseEnergy, uint32_t
   for (int32_t i = 0; i < width; ++i) dst[i] = saturateSymmetric((static_cast<__int128>(x[i]) * gain) >> 38);
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -1,8 +1,8 @@
+// Noiseless decoding of a channel: sections, scale factors, tools' side data, spectrum.
 #include "aac/noiseless_kernels.h"
 #include "frame/checks.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 moxStatus decodeLowComplexity(BitReader& in, bool commonWindow, const NoiselessTarget& to) {
@@ -10,13 +10,11 @@ moxStatus decodeLowComplexity(BitReader& in, bool commonWindow, const NoiselessT
   MoxAacIcsInfo& ics = *stream.pIcsInfo;
   stream.globalGain = in.bits(8);
   if (!commonWindow) {
-    const moxStatus status = readIcsInfo(in, 0, ics);
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(readIcsInfo(in, 0, ics));
   }
   const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
                                           ics.windowGroupLen, stream.samplingRateIndex);
-  const moxStatus status = enterLayout(layout, layout.swb.numSwb, stream);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(enterLayout(layout, layout.swb.numSwb, stream));
   return readChannel(in, layout, true, false, to);
 }
 
@@ -27,13 +25,11 @@ moxStatus decodeMpeg4(BitReader& in, bool commonWindow, int32_t audioObjectType,
   stream.globalGain = in.bits(8);
   if (!commonWindow) {
     for (MoxAacLtpInfo& ltp : ltpHolder.ltp) ltp.ltpDataPresent = 0;
-    const moxStatus status = readIcsInfoMp4(in, stream.predSfbMax, audioObjectType, 1, ics, ltpHolder);
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(readIcsInfoMp4(in, stream.predSfbMax, audioObjectType, 1, ics, ltpHolder));
   }
   const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
                                           ics.windowGroupLen, stream.samplingRateIndex);
-  const moxStatus status = enterLayout(layout, layout.isShort() ? kMaxSwbShort : kMaxSwbLong, stream);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(enterLayout(layout, layout.isShort() ? kMaxSwbShort : kMaxSwbLong, stream));
   return readChannel(in, layout, true, true, to);
 }
 
@@ -44,19 +40,22 @@ moxStatus decodeLayer(BitReader& in, int32_t windowSequence, int32_t maxSfb, con
   stream.globalGain = in.bits(8);
   const ChannelLayout layout = makeLayout(windowSequence, maxSfb, header.numWindowGroups,
                                           header.windowGroupLen, stream.samplingRateIndex);
-  const moxStatus status = enterLayout(layout, kMaxSwbLong, stream);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(enterLayout(layout, kMaxSwbLong, stream));
   return readChannel(in, layout, false, true, to);
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t commonWindow,
                                       MoxAacChanStream* pChanStream, int16_t* pScaleFactor,
                                       int32_t* pSpectrum, uint8_t* pSfbCb, int8_t* pTnsCoef) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset) && notNull(*ppBitStream), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pChanStream->pIcsInfo), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef) &&
+                  notNull(*ppBitStream, pChanStream->pIcsInfo),
+              moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
   MOX_REQUIRE(inRange(commonWindow, 0, 1), moxStatusAacCommonWindowError);
   MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, kNumSampleRates - 1), moxStatusAacSampleRateError);
@@ -72,9 +71,10 @@ moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffs
                                   uint8_t* pSfbCb, int8_t* pTnsCoef, MoxAacChanStream* pChanStream,
                                   int32_t windowSequence, int32_t maxSfb, int32_t commonWindow,
                                   int32_t layerFlag, int32_t audioObjectType) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset) && notNull(*ppBitStream), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pMainHeader, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef, pChanStream),
-              moxStatusNullPointer);
+  MOX_REQUIRE(
+      notNull(ppBitStream, pBitOffset, pMainHeader, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef, pChanStream) &&
+          notNull(*ppBitStream),
+      moxStatusNullPointer);
   MOX_REQUIRE(layerFlag == 1 || notNull(pChanStream->pIcsInfo), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
   MOX_REQUIRE(inRange(audioObjectType, 0, 16), moxStatusAacAotError);

@@ -14,7 +14,7 @@
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr int32_t kEscapeBook = 11;
 inline constexpr int32_t kMaxScaleFactorBits = 19;
@@ -293,7 +293,7 @@ inline int32_t layOutSections(const ChannelLayout& layout, const MoxAacChanStrea
 }
 
 inline moxStatus readSection(BitWindow& window, const SpectralSection& section, int32_t* dst) {
-  MOX_REQUIRE(section.status == moxStatusOk, section.status);
+  MOX_TRY(section.status);
   const int32_t lines = section.lines;
   window.expect(section.bitsAhead);
   switch (section.codebook) {
@@ -371,10 +371,8 @@ struct NoiselessTarget {
 inline moxStatus readChannel(BitReader& in, const ChannelLayout& layout, bool hasTools, bool allowNoise,
                              const NoiselessTarget& to) {
   MoxAacChanStream& stream = to.stream;
-  moxStatus status = readSections(in, layout, stream, to.sfbCb);
-  MOX_REQUIRE(status == moxStatusOk, status);
-  status = readScaleFactors(in, layout, allowNoise, stream, to.scaleFactor);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(readSections(in, layout, stream, to.sfbCb));
+  MOX_TRY(readScaleFactors(in, layout, allowNoise, stream, to.scaleFactor));
 
   PulseData pulses;
   if (!hasTools) {
@@ -383,24 +381,21 @@ inline moxStatus readChannel(BitReader& in, const ChannelLayout& layout, bool ha
     stream.pulseDataPresent = in.bit();
     if (stream.pulseDataPresent != 0) {
       MOX_REQUIRE(!layout.isShort(), moxStatusAacPulseError);
-      status = readPulses(in, layout.swb.numSwb, pulses);
-      MOX_REQUIRE(status == moxStatusOk, status);
+      MOX_TRY(readPulses(in, layout.swb.numSwb, pulses));
     }
     stream.tnsDataPresent = in.bit();
     stream.nFilt[0] = 0;
     if (stream.tnsDataPresent != 0) {
-      status = readTnsData(
+      MOX_TRY(readTnsData(
           in, layout.windowSequence,
-          {stream.nFilt, stream.coefRes, stream.length, stream.order, stream.direction, to.tnsCoef});
-      MOX_REQUIRE(status == moxStatusOk, status);
+          {stream.nFilt, stream.coefRes, stream.length, stream.order, stream.direction, to.tnsCoef}));
     }
     stream.gainControlDataPresent = in.bit();
     MOX_REQUIRE(stream.gainControlDataPresent == 0, moxStatusAacGainControlError);
   }
 
-  status = readSpectrum(in, layout, stream, to.spectrum);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(readSpectrum(in, layout, stream, to.spectrum));
   return addPulses(pulses, layout.swb, to.spectrum);
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

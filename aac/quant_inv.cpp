@@ -1,8 +1,8 @@
+// Inverse quantisation of a grouped spectrum.
 #include "aac/band_walk.h"
 #include "aac/quant_inv_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 // Silence, noise and intensity bands carry no quantised values; every other code book is one of values, the
@@ -12,13 +12,17 @@ constexpr bool isQuantized(uint8_t codeBook) {
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsQuantInv_AAC_32s_I(int32_t* pSrcDst, const int16_t* pScaleFactor, int32_t numWindowGroups,
                                  const int32_t* pWindowGroupLen, int32_t maxSfb, const uint8_t* pSfbCb,
                                  int32_t samplingRateIndex, int32_t windowLen) {
   const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
   MOX_REQUIRE(notNull(pSrcDst, pScaleFactor, pWindowGroupLen, pSfbCb), moxStatusNullPointer);
-  if (const moxStatus status = checkBandLayout(layout); status != moxStatusOk) return status;
+  MOX_TRY(checkBandLayout(layout));
 
   moxStatus status = moxStatusOk;
   forEachBand(layout, [&](const GroupBand& band) {

@@ -10,7 +10,7 @@
 #include "aac/quant_inv_tables.h"
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr uint32_t kLargestQuantized = 8191;
 
@@ -102,4 +102,4 @@ inline void requantizeBand(int32_t* x, int32_t n, uint32_t largest, double scala
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::aac {
 
 struct Pow43PieceTables {
   double mantissa[128] = {};  // (1 + m/128)^(4/3)
@@ -34,4 +34,4 @@ struct Pow43PieceTables {
 
 inline constexpr Pow43PieceTables kPow43Pieces;
 
-}  // namespace moxac
+}  // namespace moxac::aac

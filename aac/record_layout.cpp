@@ -3,6 +3,7 @@
 
 #include "moxac/aac.h"
 
+namespace moxac::aac {
 namespace {
 
 constexpr size_t kWord = sizeof(int32_t);
@@ -57,3 +58,4 @@ static_assert(offsetof(MoxAacChanStream, nFilt) == 328);
 static_assert(offsetof(MoxAacChanStream, direction) == 456);
 
 }  // namespace
+}  // namespace moxac::aac

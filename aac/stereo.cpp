@@ -1,8 +1,8 @@
+// M/S and intensity stereo over a grouped spectrum.
 #include "aac/band_walk.h"
 #include "aac/stereo_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 constexpr bool isIntensity(uint8_t codeBook) {
@@ -10,6 +10,10 @@ constexpr bool isIntensity(uint8_t codeBook) {
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t msMaskPresent,
                                        const uint8_t* pMsUsed, uint8_t* pSfbCb, int32_t numWindowGroups,
@@ -19,8 +23,7 @@ moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int
   const bool allBands = msMaskPresent == 2;
   MOX_REQUIRE(notNull(pSrcDstL, pSrcDstR, pSfbCb, pWindowGroupLen), moxStatusNullPointer);
   MOX_REQUIRE(allBands || notNull(pMsUsed), moxStatusNullPointer);
-  if (const moxStatus status = checkBandLayout(layout, inRange(msMaskPresent, 1, 2)); status != moxStatusOk)
-    return status;
+  MOX_TRY(checkBandLayout(layout, inRange(msMaskPresent, 1, 2)));
 
   forEachBand(layout, [&](const GroupBand& band) {
     if (!allBands && pMsUsed[band.group * kMsRow + band.band] == 0) return;
@@ -40,7 +43,7 @@ moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pDstR, const
                                      int32_t samplingRateIndex, int32_t windowLen) {
   const BandLayout layout{numWindowGroups, pWindowGroupLen, maxSfb, samplingRateIndex, windowLen};
   MOX_REQUIRE(notNull(pSrcL, pDstR, pScaleFactor, pSfbCb, pWindowGroupLen), moxStatusNullPointer);
-  if (const moxStatus status = checkBandLayout(layout); status != moxStatusOk) return status;
+  MOX_TRY(checkBandLayout(layout));
 
   forEachBand(layout, [&](const GroupBand& band) {
     const uint8_t codeBook = pSfbCb[band.index];

@@ -7,7 +7,7 @@
 #include "aac/fixed_point.h"
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // 2^(-k/4) in Q30.
 inline constexpr int32_t kIntensityGain[4] = {1073741824, 902905651, 759250125, 638450708};
@@ -61,4 +61,4 @@ inline void intensityBand(const int32_t* left, int32_t* right, int32_t n, int32_
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -1,7 +1,9 @@
+// The syntax elements around the channels' spectra.
 #include "aac/syntax_kernels.h"
 #include "frame/checks.h"
 
 using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsDecodeChanPairElt_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset, MoxAacIcsInfo* pIcsInfo,
                                     MoxAacChanPairElt* pChanPairElt, int32_t predSfbMax) {
@@ -60,8 +62,7 @@ moxStatus moxsDecodeMainHeader_AAC(const uint8_t** ppBitStream, int32_t* pBitOff
   MOX_REQUIRE(inRange(layerFlag, 0, 1), moxStatusAacTnsFlagError);
 
   BitReader in(ppBitStream, pBitOffset);
-  const moxStatus status = readMainHeader(in, numChannels, *pMainHeader);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(readMainHeader(in, numChannels, *pMainHeader));
   return layerFlag == 1 ? moxStatusAacUnsupported : moxStatusOk;
 }
 

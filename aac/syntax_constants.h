@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::aac {
 
 enum WindowSequence : int32_t { kOnlyLong = 0, kLongStart = 1, kEightShort = 2, kLongStop = 3 };
 
@@ -16,4 +16,4 @@ inline constexpr int32_t kIntensityBook = 15;
 
 inline constexpr int32_t kMsRow = 60;  // bytes of one window group's row in an M/S mask
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -11,7 +11,7 @@
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr int32_t kAotMain = 1;  // audio object type: AAC Main
 
@@ -91,8 +91,7 @@ moxStatus readIcsInfoWith(BitReader& in, MoxAacIcsInfo& ics, ReadPredictor readP
   MOX_REQUIRE(ics.maxSfb <= kMaxSwbLong, moxStatusAacMaxSfbError);
   ics.predictorDataPresent = in.bit();
   if (ics.predictorDataPresent != 0) {
-    const moxStatus status = readPredictor();
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(readPredictor());
   }
   ics.numWindowGroups = 1;
   ics.windowGroupLen[0] = 1;
@@ -133,8 +132,7 @@ moxStatus readChanPair(BitReader& in, const MoxAacIcsInfo& ics, MoxAacChanPairEl
                        ReadIcsInfo readIcs) {
   pair.commonWindow = in.bit();
   if (pair.commonWindow == 0) return moxStatusOk;
-  const moxStatus status = readIcs();
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(readIcs());
   pair.msMaskPresent = in.bits(2);
   if (pair.msMaskPresent == 1)
     for (int32_t g = 0; g < ics.numWindowGroups; ++g)
@@ -229,8 +227,7 @@ inline moxStatus readMainHeader(BitReader& in, int32_t numChannels, MoxAacMainHe
   }
   for (int32_t ch = 0; ch < numChannels; ++ch) {
     header.tns[ch] = {};
-    const moxStatus status = readTns(in, header.windowSequence, header.tns[ch]);
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(readTns(in, header.windowSequence, header.tns[ch]));
     header.ltp[ch] = {};
     readLtp(in, header.windowSequence, header.maxSfb, header.ltp[ch]);
   }
@@ -259,8 +256,7 @@ inline moxStatus readExtensionHeader(BitReader& in, const ExtensionLayout& layou
   }
   if (layout.tns)
     for (MoxAacTnsInfo& tns : header.tns) {
-      const moxStatus status = readTns(in, layout.windowSequence, tns);
-      MOX_REQUIRE(status == moxStatusOk, status);
+      MOX_TRY(readTns(in, layout.windowSequence, tns));
     }
   if (layout.diffCtrl && layout.stereo)
     for (auto& diffControl : header.diffControl) {
@@ -276,4 +272,4 @@ inline moxStatus readExtensionHeader(BitReader& in, const ExtensionLayout& layou
   return moxStatusOk;
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

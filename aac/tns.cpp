@@ -1,8 +1,8 @@
+// Temporal noise shaping: the walk over windows and filters, with its checks.
 #include "aac/band_walk.h"
 #include "aac/tns_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::aac {
 namespace {
 
 // The side data, read along as windows and filters are walked.
@@ -73,6 +73,10 @@ moxStatus checkedTns(int32_t* pSrcDst, const TnsSideData& side, int32_t maxSfb, 
 }
 
 }  // namespace
+}  // namespace moxac::aac
+
+using namespace moxac;
+using namespace moxac::aac;
 
 moxStatus moxsDecodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNumFilt, const int32_t* pLength,
                                   const int32_t* pOrder, const int32_t* pCoefRes, const int8_t* pCoef,

@@ -7,7 +7,7 @@
 
 #include "aac/tns_tables.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline constexpr int32_t kTnsMaxOrder = 12;
 
@@ -72,4 +72,4 @@ void runTnsFilter(int32_t* spectrum, int32_t start, int32_t end, int32_t directi
   kByOrder[filter.order - 1](first, end - start, direction == 0 ? 1 : -1, filter);
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

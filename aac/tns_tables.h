@@ -5,7 +5,7 @@
 
 #include "frame/trig.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 // sin(c pi / (2^r - 1)) for c >= 0, sin(c pi / (2^r + 1)) below, in Q31; c = -8..7, r = 3, 4.
 struct TnsReflectionTable {
@@ -23,4 +23,4 @@ struct TnsReflectionTable {
 };
 inline constexpr TnsReflectionTable kTnsReflection;
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -4,7 +4,7 @@
 #include "aac/mdct_kernels.h"
 #include "frame/checks.h"
 
-namespace moxac {
+namespace moxac::aac {
 
 inline moxStatus checkWindow(const FrameWindow& window) {
   MOX_REQUIRE(inRange<int32_t>(window.sequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
@@ -13,4 +13,4 @@ inline moxStatus checkWindow(const FrameWindow& window) {
   return moxStatusOk;
 }
 
-}  // namespace moxac
+}  // namespace moxac::aac

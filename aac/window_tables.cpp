@@ -1,8 +1,9 @@
+// Sine and Kaiser-Bessel slopes, built at compile time.
 #include "aac/window_tables.h"
 
 #include "frame/trig.h"
 
-namespace moxac {
+namespace moxac::aac {
 namespace {
 
 // sum of ((x/2)^k / k!)^2
@@ -75,4 +76,4 @@ constinit const LongSlopes kLongSlopes = longSlopes();
 constinit const ShortSlopes kShortSlopes = shortSlopes();
 constinit const LongSlopes kStepSlopes = stepSlopes();
 
-}  // namespace moxac
+}  // namespace moxac::aac

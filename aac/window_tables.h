@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::aac {
 
 // Index: window shape, 0 sine, 1 Kaiser-Bessel derived (alpha 4 for 2048, 6 for 256 samples).
 struct LongSlopes {
@@ -19,4 +19,4 @@ extern const ShortSlopes kShortSlopes;
 // values, 448 ones.
 extern const LongSlopes kStepSlopes;
 
-}  // namespace moxac
+}  // namespace moxac::aac

@@ -12,6 +12,12 @@
     if (!(condition)) return (status); \
   } while (false)
 
+// Passes on what `expression` returns unless that is moxStatusOk.
+#define MOX_TRY(expression)                                                       \
+  do {                                                                            \
+    if (const moxStatus tried = (expression); tried != moxStatusOk) return tried; \
+  } while (false)
+
 namespace moxac {
 
 template <class... T>

@@ -71,7 +71,7 @@ template <class Family, class Spec, class GetSizes, class Init>
 moxStatus contextInitAlloc(Spec** ppSpec, GetSizes&& getSizes, Init&& init) {
   MOX_REQUIRE(notNull(ppSpec), moxStatusNullPointer);
   ContextSizes sizes;
-  if (const moxStatus status = getSizes(sizes); status != moxStatusOk) return status;
+  MOX_TRY(getSizes(sizes));
 
   *ppSpec = nullptr;
   void* const block = allocBytes(sizes.context);

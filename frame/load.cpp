@@ -1,3 +1,4 @@
+// The one thing done when the library is attached to a process.
 #include "frame/load.h"
 
 #include "moxcore/moxcore.h"

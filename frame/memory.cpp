@@ -1,3 +1,4 @@
+// Allocation by the core library, fills and copies of memory blocks.
 #include "frame/memory.h"
 
 #include <cstdint>

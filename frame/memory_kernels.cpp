@@ -1,3 +1,4 @@
+// Fills and copies of memory in 32-byte pieces, past the cache or by string moves when large.
 #include "frame/memory_kernels.h"
 
 #include <cstring>

@@ -7,9 +7,9 @@
 namespace moxac {
 
 // From this many bytes on, clearing asks for the cache size, and streams past a cache that is too small.
-constexpr int64_t kLargeFillBytes = 0x200001;
+inline constexpr int64_t kLargeFillBytes = 0x200001;
 // From this many bytes on, copying uses the processor's string move.
-constexpr int64_t kStringMoveBytes = 32768;
+inline constexpr int64_t kStringMoveBytes = 32768;
 
 void zeroPlain(uint8_t* dst, size_t bytes);
 void zeroStreaming(uint8_t* dst, size_t bytes);  // bytes >= 64

@@ -1,3 +1,4 @@
+// The version record.
 #include "moxac/types.h"
 
 static_assert(sizeof(moxLibVersion) == 48, "five words and three pointers, pointers aligned");

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // clang-format off
 const int16_t kSfbLong[6][23] = {
@@ -26,4 +26,4 @@ const int16_t kSfbShort[6][14] = {
 
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // clang-format off
 // Layer III, Table B.6: added to the scale factors of long blocks when preflag is set.
@@ -52,4 +52,4 @@ inline constexpr int32_t kSynthesisWindow[512] = {
 };
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::mp3

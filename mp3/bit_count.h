@@ -11,7 +11,7 @@
 #include "mp3/band_tables.h"
 #include "mp3/huffman_code_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // A quantised spectrum and, for counting, its magnitudes cut off at 15.
 struct QuantizedLines {
@@ -31,9 +31,9 @@ struct SpectrumCode {
 
 // Sixteen lanes: the lengths of a pair in each code with its signs; the last lane counts magnitudes of 15 and
 // more, which tables 16 and 24 follow by linbits.
-constexpr int kLane16 = 13, kLane24 = 14, kLaneEscapes = 15;
-constexpr int8_t kTableOfLane[16] = {1, 2, 3, 5, 6, 7, 8, 9, 10, 11, 12, 13, 15, 16, 24, 0};
-constexpr uint16_t kNoCode = 4096;  // longer than any band of codes; sums of it saturate
+inline constexpr int kLane16 = 13, kLane24 = 14, kLaneEscapes = 15;
+inline constexpr int8_t kTableOfLane[16] = {1, 2, 3, 5, 6, 7, 8, 9, 10, 11, 12, 13, 15, 16, 24, 0};
+inline constexpr uint16_t kNoCode = 4096;  // longer than any band of codes; sums of it saturate
 
 struct PairLengths {
   struct alignas(32) Lanes {
@@ -227,4 +227,4 @@ inline SpectrumCode countSpectrum(const QuantizedLines& lines, bool switched, co
   return code;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -6,9 +6,7 @@
 #include "moxac/mp3.h"
 #include "mp3/frame_tables.h"
 
-static_assert(sizeof(MoxMp3BitReservoir) == 2 * sizeof(int32_t));
-
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t kDecoderBufferBits = 7680;
@@ -20,9 +18,10 @@ int32_t frameBits(int32_t bitRateIndex, int32_t samplingFreq) {
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir, const MoxMp3FrameHeader* pFrameHeader) {
   MOX_REQUIRE(notNull(pReservoir, pFrameHeader), moxStatusNullPointer);

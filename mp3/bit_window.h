@@ -7,7 +7,7 @@
 
 #include "frame/big_endian.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Reads `bitCount` bits from bit `bitOffset` of p on, and zeros behind them. No byte is touched but those
 // that hold these bits.
@@ -102,4 +102,4 @@ class UnboundedWindow {
   uint64_t bits_ = 0;
 };
 
-}  // namespace moxac
+}  // namespace moxac::mp3

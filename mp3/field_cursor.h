@@ -6,7 +6,7 @@
 
 #include "frame/bit_cursor.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 class FieldReader {
  public:
@@ -45,4 +45,4 @@ class FieldWriter {
   int32_t bitOffset_ = 0;
 };
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -5,9 +5,9 @@
 
 #include "moxac/mp3.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kMp3FractionBits = MOX_MP3_FRAC_BITS;
-constexpr float kMp3One = 1 << kMp3FractionBits;
+inline constexpr int kMp3FractionBits = MOX_MP3_FRAC_BITS;
+inline constexpr float kMp3One = 1 << kMp3FractionBits;
 
-}  // namespace moxac
+}  // namespace moxac::mp3

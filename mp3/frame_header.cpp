@@ -5,9 +5,7 @@
 #include "moxac/mp3.h"
 #include "mp3/field_cursor.h"
 
-static_assert(sizeof(MoxMp3FrameHeader) == 13 * sizeof(int32_t));
-
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 template <class Bits, class Header>
@@ -30,13 +28,13 @@ void frameHeaderFields(Bits& bits, Header& header) {
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsUnpackFrameHeader_MP3(const uint8_t** ppBitStream, MoxMp3FrameHeader* pFrameHeader) {
-  MOX_REQUIRE(notNull(ppBitStream, pFrameHeader), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pFrameHeader) && notNull(*ppBitStream), moxStatusNullPointer);
 
   FieldReader reader(*ppBitStream);
   frameHeaderFields(reader, *pFrameHeader);
@@ -45,8 +43,7 @@ moxStatus moxsUnpackFrameHeader_MP3(const uint8_t** ppBitStream, MoxMp3FrameHead
 }
 
 moxStatus moxsPackFrameHeader_MP3(const MoxMp3FrameHeader* pSrcFrameHeader, uint8_t** ppBitStream) {
-  MOX_REQUIRE(notNull(pSrcFrameHeader, ppBitStream), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrcFrameHeader, ppBitStream) && notNull(*ppBitStream), moxStatusNullPointer);
 
   FieldWriter writer(*ppBitStream);
   frameHeaderFields(writer, *pSrcFrameHeader);

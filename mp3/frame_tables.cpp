@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 const int32_t kBitRates[15] = {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320};
 const int32_t kSamplingRates[3] = {44100, 48000, 32000};
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 extern const int32_t kBitRates[15];      // kbit/s by bitrate_index; 0 is the free format
 extern const int32_t kSamplingRates[3];  // Hz by sampling_frequency
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -1,8 +1,9 @@
-#pragma once
 // Made by tools/gen_mp3_tables.py from tools/tables; edit neither by hand.
+#pragma once
+
 #include "mp3/huffman_codes.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // clang-format off
 inline constexpr Layer3Code kPairCodes1[4] = {
@@ -208,4 +209,4 @@ inline constexpr PairTable kPairTables[32] = {
 };
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // `length` bits, 1..19, most significant first. Sign bits and linbits come on top.
 struct Layer3Code {
@@ -18,4 +18,4 @@ struct PairTable {
   int32_t linBits;  // width of the escape field behind a 15; with 0, 15 is a plain value
 };
 
-}  // namespace moxac
+}  // namespace moxac::mp3

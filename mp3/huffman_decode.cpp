@@ -9,7 +9,7 @@
 #include "mp3/bit_window.h"
 #include "mp3/huffman_decode_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t kRegions = 3;
@@ -134,9 +134,9 @@ moxStatus decodeWithLongBands(const uint8_t** ppBitStream, int32_t* pBitOffset, 
                               int32_t* pDstNonZeroBound, const MoxMp3SideInfo* pSideInfo,
                               const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
                               const int16_t* sfbLong) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstIs, pDstNonZeroBound, pSideInfo, pFrameHeader, sfbLong),
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstIs, pDstNonZeroBound, pSideInfo, pFrameHeader, sfbLong) &&
+                  notNull(*ppBitStream),
               moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(hufSize, 0, pSideInfo->part23Len), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(pSideInfo->bigVals, 0, kMp3Lines / 2), moxStatusMp3SideInfoErr);
@@ -155,9 +155,10 @@ moxStatus decodeWithLongBands(const uint8_t** ppBitStream, int32_t* pBitOffset, 
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsHuffmanDecode_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pDstIs,
                                       int32_t* pDstNonZeroBound, const MoxMp3SideInfo* pSideInfo,
@@ -179,10 +180,10 @@ moxStatus moxsHuffmanDecodeSfbMbp_MP3_1u32s(const uint8_t** ppBitStream, int32_t
                                             const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize,
                                             const int16_t* pSfbTableLong, const int16_t* pSfbTableShort,
                                             const int16_t* pMbpTable) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstIs, pDstNonZeroBound, pSideInfo, pFrameHeader),
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstIs, pDstNonZeroBound, pSideInfo, pFrameHeader,
+                      pSfbTableLong, pSfbTableShort, pMbpTable) &&
+                  notNull(*ppBitStream),
               moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pSfbTableLong, pSfbTableShort, pMbpTable), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(pFrameHeader->id, 0, 1), moxStatusMp3FrameHeaderErr);
   MOX_REQUIRE(inRange(pSideInfo->bigVals, 0, kMp3Lines / 2), moxStatusMp3SideInfoErr);

@@ -12,7 +12,7 @@
 #include "mp3/bit_window.h"
 #include "mp3/huffman_lookup.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Four bytes, widened to four lines.
 inline void storeQuad(int32_t* dst, const int8_t* values) {
@@ -180,4 +180,4 @@ inline int32_t nonZeroBound(const int32_t* dst, int32_t len) {
   return len;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

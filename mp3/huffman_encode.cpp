@@ -8,7 +8,7 @@
 #include "mp3/huffman_code_tables.h"
 #include "mp3/huffman_encode_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 bool isSwitched(const MoxMp3SideInfo& record) { return record.winSwitch == 1 && record.blockType != 0; }
@@ -45,9 +45,7 @@ moxStatus encodeSpectrum(BitSink& sink, const int32_t* src, const MoxMp3SideInfo
   for (int32_t r = 0; r < 3; ++r) {
     const int32_t table = record.tableSelect[r];
     if (r == 2 && isSwitched(record) && table > 31) continue;  // empty: only a negative number is a fault
-    const moxStatus status =
-        encodeRegion(sink, table, src + regions.start[r], regions.start[r + 1] - regions.start[r]);
-    if (status != moxStatusOk) return status;
+    MOX_TRY(encodeRegion(sink, table, src + regions.start[r], regions.start[r + 1] - regions.start[r]));
   }
   const int32_t* const quads = src + regions.start[3];
   MOX_REQUIRE(largestLine(quads, count1Len) <= 1, moxStatusMp3SideInfoErr);
@@ -56,15 +54,16 @@ moxStatus encodeSpectrum(BitSink& sink, const int32_t* src, const MoxMp3SideInfo
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsHuffmanEncode_MP3_32s1u(const int32_t* pSrcIx, uint8_t** ppBitStream, int32_t* pBitOffset,
                                       const MoxMp3FrameHeader* pFrameHeader, const MoxMp3SideInfo* pSideInfo,
                                       int32_t count1Len, int32_t hufSize) {
-  MOX_REQUIRE(notNull(pSrcIx, ppBitStream, pBitOffset, pFrameHeader, pSideInfo), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrcIx, ppBitStream, pBitOffset, pFrameHeader, pSideInfo) && notNull(*ppBitStream),
+              moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(pSideInfo->bigVals, 0, kMp3Lines / 2), moxStatusMp3SideInfoErr);
   MOX_REQUIRE(inRange(pSideInfo->reg0Cnt, 0, 20), moxStatusMp3SideInfoErr);

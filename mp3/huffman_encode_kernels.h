@@ -8,7 +8,7 @@
 #include "frame/big_endian.h"
 #include "mp3/huffman_codes.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Collects bits and stores them four bytes at a time, the rest in finish(). Begins inside a byte whose upper
 // bits are kept.
@@ -132,4 +132,4 @@ inline void encodeQuads(BitSink& sink, const Layer3Code* codes, const int32_t* s
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

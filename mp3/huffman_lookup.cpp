@@ -1,3 +1,4 @@
+// The look-up tables of the Layer III code books, built at compile time.
 #include "mp3/huffman_lookup.h"
 
 #include <array>
@@ -6,7 +7,7 @@
 
 #include "mp3/huffman_code_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t signedValue(int32_t magnitude, uint32_t signBit) {
@@ -208,4 +209,4 @@ constinit const SignedPairs kSignedPairs = signedPairs();
 constinit const QuadLookup kQuadLookups[2] = {quadEntries(kQuadCodesA), quadEntries(kQuadCodesB)};
 constinit const SignedQuads kSignedQuads = signedQuads();
 
-}  // namespace moxac
+}  // namespace moxac::mp3

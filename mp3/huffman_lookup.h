@@ -5,11 +5,11 @@
 #include <array>
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Tables 1, 2, 3, 5 and 6 (magnitudes up to 3): the next kSmallIndexBits bits hold at least one pair with its
 // signs, often two.
-constexpr int32_t kSmallIndexBits = 10;
+inline constexpr int32_t kSmallIndexBits = 10;
 
 struct alignas(8) SmallEntry {
   int8_t values[4];   // x, y of the first pair, then of the second or zeros
@@ -23,9 +23,9 @@ struct alignas(8) SmallEntry {
 //   escape  x:4 y:4 1:1 0:1 length:6       x or y is 15 and linbits follow; length = bits of the code
 //   link    offset:8 1:1 1:1 offset:2 width:4
 //           a longer code: `width` more bits index the entries that start `offset` behind the first look-up
-constexpr int32_t kPairIndexBits = 10;
-constexpr uint32_t kEntryIsNoLeaf = 0x80;
-constexpr uint32_t kEntryIsLink = 0x40;
+inline constexpr int32_t kPairIndexBits = 10;
+inline constexpr uint32_t kEntryIsNoLeaf = 0x80;
+inline constexpr uint32_t kEntryIsLink = 0x40;
 
 constexpr uint16_t pairLeaf(uint32_t x, uint32_t y, uint32_t length) {
   return static_cast<uint16_t>((x << 12) | (y << 8) | (length + (x != 0) + (y != 0)));
@@ -61,7 +61,7 @@ struct PairLookup {
 extern const PairLookup kPairLookups[32];
 
 // Quadruples, by the next 6 bits: the longest code of table A; table B's four bits are repeated.
-constexpr int32_t kQuadIndexBits = 6;
+inline constexpr int32_t kQuadIndexBits = 6;
 
 struct QuadEntry {
   uint8_t total;      // bits of the code and its signs
@@ -80,4 +80,4 @@ struct alignas(4) SignedQuad {
 using SignedQuads = std::array<std::array<SignedQuad, 16>, 16>;
 extern const SignedQuads kSignedQuads;
 
-}  // namespace moxac
+}  // namespace moxac::mp3

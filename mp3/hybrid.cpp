@@ -8,6 +8,7 @@
 #include "mp3/spectrum_bands.h"
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsMDCTInvWindow_MP3_32s(const int32_t* pSrcXr, int32_t* pDstXs, int32_t* pSrcDstOverlap,
                                     int32_t nonZeroBound, int32_t* pPrevNumOfImdct, int32_t blockType,

@@ -11,7 +11,7 @@
 #include "mp3/band_tables.h"
 #include "mp3/hybrid_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Cosine transforms of type III: y_n = sum z_k cos(pi (2n+1) k / (2N)).
 template <class L>
@@ -205,8 +205,8 @@ inline f32x8 invertedBands(f32x8 v) {
   return _mm256_xor_ps(v, _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f));
 }
 
-constexpr int kSubBands = 32;
-constexpr int kMixedLongBands = 2;  // sub-bands that a mixed block codes with the normal window
+inline constexpr int kSubBands = 32;
+inline constexpr int kMixedLongBands = 2;  // sub-bands that a mixed block codes with the normal window
 
 // The lanes of the first eight sub-bands that a mixed block leaves long.
 inline f32x8 longOfMixed(f32x8 normal, f32x8 others) { return _mm256_blend_ps(others, normal, 0x03); }
@@ -309,4 +309,4 @@ inline void forwardHybrid(const int32_t* xs, float* lines, int32_t* previous, in
   for (int band = 1; band < butterflyBands; ++band) aliasButterflies(lines + band * kBandLines, true);
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

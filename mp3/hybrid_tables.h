@@ -4,9 +4,9 @@
 #include "frame/trig.h"
 #include "mp3/bank_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kBandLines = 18;  // spectral lines, and time slots, of a sub-band in one granule
+inline constexpr int kBandLines = 18;  // spectral lines, and time slots, of a sub-band in one granule
 
 // The four windows, by block type: 0 normal, 1 start, 2 short (12 values, the rest 0), 3 stop.
 struct HybridWindows {
@@ -59,4 +59,4 @@ struct TypeFourFactors {
 };
 inline constexpr TypeFourFactors kTypeFour;
 
-}  // namespace moxac
+}  // namespace moxac::mp3

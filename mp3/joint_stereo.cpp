@@ -8,7 +8,7 @@
 #include "moxac/mp3.h"
 #include "mp3/masking.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 // One granule of both channels, as left and right or as mid and side.
@@ -76,9 +76,10 @@ void storeThresholds(const RunThresholds& ms, const SpectrumBands& bands,
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
                                           MoxMp3PsychoacousticModelTwoAnalysis* pSrcDstPsyInfo,

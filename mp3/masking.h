@@ -9,18 +9,18 @@
 #include "mp3/fixed_point.h"
 #include "mp3/spectrum_bands.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Runs without a scale factor (above the last band) and runs of silence may hold any noise. In the model's units, too,
 // this is a float.
-constexpr float kAnyNoise = 1e28f;
+inline constexpr float kAnyNoise = 1e28f;
 
 // Whatever the records hold, zeros and infinities included: noise from -120 dB to 90 dB of a run's energy.
-constexpr float kLeastRatio = 1e-12f, kLargestRatio = 1e9f;
+inline constexpr float kLeastRatio = 1e-12f, kLargestRatio = 1e9f;
 
 // Spectral energy, full scale 1, for a unit of the psychoacoustic model's: (1/2)^2 / 32768^2 times the power of a sine
 // in a line of either transform. Measured with noise; the same for long and short blocks.
-constexpr float kSpectrumPerModel = 1.5e-10f;
+inline constexpr float kSpectrumPerModel = 1.5e-10f;
 
 inline SpectrumBands granuleBands(const MoxMp3FrameHeader& header, int32_t blockType) {
   const int32_t row = sfbRow(header);
@@ -76,4 +76,4 @@ inline void toFloats(const int32_t* lines, float* x) {
     store8(x + i, toFloat8(loadInt8(lines + i)) * splat8(1 / kMp3One));
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -6,7 +6,7 @@
 #include "mp3/fixed_point.h"
 #include "mp3/polyphase_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 // From Q26 to units of a 16-bit sample, and back.
@@ -56,9 +56,10 @@ f32x8 widen(i16x8 v) {
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsSynthPQMF_MP3_32s16s(const int32_t* pSrcXs, int16_t* pDstAudioOut, int32_t* pVBuffer,
                                    int32_t* pVPosition, int32_t stride) {

@@ -10,7 +10,7 @@
 #include "moxac/mp3.h"
 #include "mp3/polyphase_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t kBankBytes = 2107;  // the record and 15 bytes of alignment slack
@@ -41,9 +41,10 @@ using AnalysisFamily = BankFamily<ContextId::mp3Analysis>;
 void advance(BankRecord& bank) { bank.position = (bank.position - 1) & (kHistorySlots - 1); }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsAnalysisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize) {
   return plainStateGetSize<AnalysisFamily>(pStateSize);

@@ -23,14 +23,14 @@
 #include "frame/trig.h"
 #include "mp3/bank_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kBands = 32;         // sub-bands, and samples per slot
-constexpr int kHistorySlots = 16;  // slots that the 512-tap window spans
-constexpr int kHistoryFloats = kHistorySlots * kBands;
+inline constexpr int kBands = 32;         // sub-bands, and samples per slot
+inline constexpr int kHistorySlots = 16;  // slots that the 512-tap window spans
+inline constexpr int kHistoryFloats = kHistorySlots * kBands;
 
-constexpr int kFirstLanes[8] = {0, 4, 8, 12, 2, 6, 10, 14};
-constexpr int kSecondLanes[8] = {1, 5, 9, 13, 3, 7, 11, 15};
+inline constexpr int kFirstLanes[8] = {0, 4, 8, 12, 2, 6, 10, 14};
+inline constexpr int kSecondLanes[8] = {1, 5, 9, 13, 3, 7, 11, 15};
 
 struct SlotVectors {
   f32x8 high0, high1, low0, low1;
@@ -408,4 +408,4 @@ inline void analyzeSlot(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3, float* history, 
   cosineTransform32Transposed(s);
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 constexpr double powerOfTwo(double exponent) {
   int whole = static_cast<int>(exponent);
@@ -25,4 +25,4 @@ constexpr std::array<float, kCount> powersOfTwo(double step, int first) {
   return table;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

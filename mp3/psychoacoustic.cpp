@@ -7,6 +7,7 @@
 #include "mp3/psychoacoustic_kernels.h"
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
                                              MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo,

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // Neighbouring lines of the 1024-point spectrum, a third of a critical band wide.
 struct LongPartition {
@@ -31,4 +31,4 @@ struct PartitionSpan {
   float w1, w2;
 };
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -14,26 +14,26 @@
 #include "mp3/psychoacoustic_spreading.h"
 #include "transform/fft.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kGranuleSamples = 576;
-constexpr int kLongPoints = 1024, kShortPoints = 256;
+inline constexpr int kGranuleSamples = 576;
+inline constexpr int kLongPoints = 1024, kShortPoints = 256;
 
 // A call brings samples 0..575. They complete the transform granule whose windows are centred 240 samples before
 // them (half the span of the polyphase bank): the long spectrum reaches from -752 to 271.
-constexpr int kHistory = 752;
-constexpr int kShortDistance = 192;  // between the centres of the three short windows
-constexpr int kFirstShort = kLongPoints / 2 - kShortDistance - kShortPoints / 2;
+inline constexpr int kHistory = 752;
+inline constexpr int kShortDistance = 192;  // between the centres of the three short windows
+inline constexpr int kFirstShort = kLongPoints / 2 - kShortDistance - kShortPoints / 2;
 
 // Attacks are looked for in the samples that short blocks of this granule keep apart and the neighbours' windows
 // leave to it: from 192 before the centre to 384 behind it.
-constexpr int kSubBlock = 64, kSubBlocks = 9, kPastSubBlocks = 10;
-constexpr int kFirstSubBlock = kLongPoints / 2 - kShortDistance;
+inline constexpr int kSubBlock = 64, kSubBlocks = 9, kPastSubBlocks = 10;
+inline constexpr int kFirstSubBlock = kLongPoints / 2 - kShortDistance;
 
 // Lines whose unpredictability comes from the long spectrum, then those from the short one (four each).
-constexpr int kSlowLines = 6, kPredictedLines = 206;
-constexpr int kFirstFastLine = 2, kFastLines = (kPredictedLines - kSlowLines) / 4;
-constexpr float kUnpredictable = 0.4f;  // of the lines above
+inline constexpr int kSlowLines = 6, kPredictedLines = 206;
+inline constexpr int kFirstFastLine = 2, kFastLines = (kPredictedLines - kSlowLines) / 4;
+inline constexpr float kUnpredictable = 0.4f;  // of the lines above
 
 // Hann windows, scaled so that a sine of half a step gives a line of energy 1; turns for real transforms.
 struct SpectrumTables {
@@ -66,7 +66,7 @@ struct PsychoacousticChannel {
   int32_t blockType;                             // of the granule before that
 };
 
-constexpr int32_t kSpec9Bytes = 4992, kSpec7Bytes = 1536;
+inline constexpr int32_t kSpec9Bytes = 4992, kSpec7Bytes = 1536;
 
 struct PsychoacousticState {
   uint64_t builtAt;  // where the transforms below were built; elsewhere they are built anew
@@ -76,16 +76,17 @@ struct PsychoacousticState {
 static_assert(sizeof(PsychoacousticState) <= sizeof(MoxMp3PsychoacousticModelTwoState));
 
 struct RealTransforms {
-  FftSpec* of1024;
-  FftSpec* of256;
+  transform::FftSpec* of1024;
+  transform::FftSpec* of256;
 };
 
 inline RealTransforms realTransforms(PsychoacousticState& state) {
   const auto here = reinterpret_cast<uint64_t>(&state);
-  RealTransforms transforms{alignUp<FftSpec>(state.spec9, 64), alignUp<FftSpec>(state.spec7, 64)};
+  RealTransforms transforms{alignUp<transform::FftSpec>(state.spec9, 64),
+                            alignUp<transform::FftSpec>(state.spec7, 64)};
   if (state.builtAt != here) {
-    FftInit_C_32fc(&transforms.of1024, 9, FftScaleNone, 0, state.spec9, nullptr);
-    FftInit_C_32fc(&transforms.of256, 7, FftScaleNone, 0, state.spec7, nullptr);
+    transform::FftInit_C_32fc(&transforms.of1024, 9, transform::FftScaleNone, 0, state.spec9, nullptr);
+    transform::FftInit_C_32fc(&transforms.of256, 7, transform::FftScaleNone, 0, state.spec7, nullptr);
     state.builtAt = here;
   }
   return transforms;
@@ -93,14 +94,14 @@ inline RealTransforms realTransforms(PsychoacousticState& state) {
 
 // Lines 0..kPoints/2 of kPoints windowed real samples, by a complex transform of half the length.
 template <int kPoints>
-void realSpectrum(const float* samples, const float* window, const FftSpec* spec, Mox32fc* lines) {
+void realSpectrum(const float* samples, const float* window, const transform::FftSpec* spec, Mox32fc* lines) {
   constexpr int kHalf = kPoints / 2, kStep = kLongPoints / kPoints;
   alignas(64) Mox32fc z[kHalf];
   alignas(64) uint8_t work[8 * kHalf + 128];
   alignas(32) float windowed[kPoints];
   for (int i = 0; i < kPoints; i += 8) store8(windowed + i, load8(samples + i) * load8(window + i));
   std::memcpy(z, windowed, sizeof z);
-  FftFwd_CToC_32fc(z, z, spec, work);
+  transform::FftFwd_CToC_32fc(z, z, spec, work);
 
   lines[0] = {z[0].re + z[0].im, 0};
   lines[kHalf] = {z[0].re - z[0].im, 0};
@@ -219,7 +220,7 @@ inline void analyzeLong(PsychoacousticChannel& channel, const Mox32fc* lines,
 
 // A short window's threshold is not more than so many times that of the window before: half of the window, which
 // noise fills, lies in front of what the spectrum's middle shows.
-constexpr float kShortRise = 2;
+inline constexpr float kShortRise = 2;
 
 inline void analyzeShort(PsychoacousticChannel& channel, const Mox32fc* lines,
                          const PsychoacousticTables& tables, int window,
@@ -293,4 +294,4 @@ inline int32_t openBlockType(int32_t before, bool isShort, bool nextIsShort) {
   return before == 2 ? 3 : 0;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

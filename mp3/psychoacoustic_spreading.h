@@ -6,9 +6,9 @@
 #include "mp3/powers.h"
 #include "mp3/psychoacoustic_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kPartitions = 64;  // room of a row: 63 at most, in whole vectors
+inline constexpr int kPartitions = 64;  // room of a row: 63 at most, in whole vectors
 
 // How much of a masker's energy counts `bark` above it (negative: below), stretched as the annex has it.
 constexpr double spreading(double bark) {
@@ -62,4 +62,4 @@ inline constexpr PsychoacousticTables kPsychoacousticTables[3] = {
      kPartitionSpansLong32000, kPartitionSpansShort32000},
 };
 
-}  // namespace moxac
+}  // namespace moxac::mp3

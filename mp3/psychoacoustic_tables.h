@@ -1,8 +1,9 @@
-#pragma once
 // Made by tools/gen_mp3_tables.py from tools/tables; edit neither by hand.
+#pragma once
+
 #include "mp3/psychoacoustic_bands.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // clang-format off
 // lines, minval, qthr, norm, bval
@@ -213,4 +214,4 @@ inline constexpr PartitionSpan kPartitionSpansShort32000[12] = {
 
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::mp3

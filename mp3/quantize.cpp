@@ -7,7 +7,7 @@
 #include "moxac/mp3.h"
 #include "mp3/quantize_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t kGranules = 2;
@@ -121,9 +121,10 @@ bool validBlockTypes(const MoxMp3PsychoacousticModelTwoAnalysis* psy, int32_t co
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, int32_t* pDstScfsi,
                                  int32_t* pDstCount1Len, MoxMp3SideInfo* pDstSideInfo,

@@ -15,15 +15,15 @@
 #include "mp3/requantize_kernels.h"
 #include "mp3/scale_factor_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int32_t kLargestPart23 = 4095;
-constexpr int32_t kNeutralGain = 210;
-constexpr int32_t kCoarsest = 255 - kNeutralGain;  // the step of the largest global_gain
-constexpr float kRoundingOffset = 0.4054f;         // between 0 and 1 the border is at 0.5^(3/4)
+inline constexpr int32_t kLargestPart23 = 4095;
+inline constexpr int32_t kNeutralGain = 210;
+inline constexpr int32_t kCoarsest = 255 - kNeutralGain;  // the step of the largest global_gain
+inline constexpr float kRoundingOffset = 0.4054f;         // between 0 and 1 the border is at 0.5^(3/4)
 
 // Steps q = -210 - 56 - 60 - 3 .. 45 and what they multiply a spectrum by.
-constexpr int kFirstStep = -360, kSteps = 420;
+inline constexpr int kFirstStep = -360, kSteps = 420;
 inline constexpr auto kStepSizes = powersOfTwo<kSteps>(0.25, kFirstStep);               // 2^(q/4)
 inline constexpr auto kInverseStepPowers = powersOfTwo<kSteps>(-3.0 / 16, kFirstStep);  // 2^(-3q/16)
 
@@ -90,7 +90,7 @@ struct ScaleFactors {
   int32_t subBlockGain[3];
 };
 
-constexpr int32_t kLongSplit = 11, kShortSplit = 18;  // the first run with a field of slen2
+inline constexpr int32_t kLongSplit = 11, kShortSplit = 18;  // the first run with a field of slen2
 
 // The cheapest pair of field widths for values up to these; false when none holds them.
 inline bool chooseWidths(const int32_t (&largest)[2], const int32_t (&counts)[2], ScaleFactors& f) {
@@ -441,4 +441,4 @@ inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attem
   return found;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -6,7 +6,7 @@
 #include "mp3/band_tables.h"
 #include "mp3/requantize_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 int32_t channelCount(const MoxMp3FrameHeader& header) { return header.mode == 3 ? 1 : 2; }
@@ -61,9 +61,10 @@ moxStatus requantizeGranule(int32_t* xr, int32_t* nonZeroBound, const int8_t* sc
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsReQuantizeSfb_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound,
                                       const int8_t* pScaleFactor, const MoxMp3SideInfo* pSideInfo,

@@ -21,9 +21,9 @@
 #include "mp3/spectrum_bands.h"
 #include "util/pow43_table.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int32_t kLargestMagnitude = kPow43Count - 1;
+inline constexpr int32_t kLargestMagnitude = util::kPow43Count - 1;
 
 // One channel's spectrum on its way. Room behind the lines lets whole vectors be stored at the end.
 struct LineBuffer {
@@ -94,7 +94,7 @@ inline bool powersOf16(const int32_t* is, f32x4 (&power)[4]) {
   if (!noneAbove(kLargestMagnitude)) return false;
   alignas(16) int32_t index[16];
   for (int i = 0; i < 4; ++i) storeInt4(index + 4 * i, magnitude[i]);
-  const auto at = [&](int i) { return kPow43[static_cast<size_t>(index[i])]; };
+  const auto at = [&](int i) { return util::kPow43[static_cast<size_t>(index[i])]; };
   for (int i = 0; i < 16; i += 4) power[i / 4] = _mm_setr_ps(at(i), at(i + 1), at(i + 2), at(i + 3));
   return true;
 }
@@ -237,4 +237,4 @@ inline int32_t roundAndReorder(const LineBuffer& xr, int32_t bound, const Spectr
   return bound;
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -7,7 +7,7 @@
 #include "moxac/mp3.h"
 #include "mp3/scale_factor_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
 enum class ScaleFactorBlocks { longBlocks, shortBlocks, mixedBlocks };
 
@@ -68,4 +68,4 @@ inline const int8_t* mpeg2PartitionCounts(const Mpeg2ScaleFactors& layout, Scale
   return kScaleFactorCounts[layout.row][static_cast<int32_t>(blocks)];
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // clang-format off
 const int8_t kScaleFactorWidths[16][2] = {
@@ -21,4 +21,4 @@ const int8_t kScaleFactorCounts[6][3][4] = {
 };
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::mp3

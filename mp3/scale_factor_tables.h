@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::mp3 {
 
 // MPEG-1: slen1 and slen2, bits, by scalefac_compress.
 extern const int8_t kScaleFactorWidths[16][2];
@@ -12,4 +12,4 @@ extern const int8_t kScaleFactorWidths[16][2];
 // mixed).
 extern const int8_t kScaleFactorCounts[6][3][4];
 
-}  // namespace moxac
+}  // namespace moxac::mp3

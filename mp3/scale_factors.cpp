@@ -7,7 +7,7 @@
 #include "moxac/mp3.h"
 #include "mp3/scale_factor_kernels.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 bool isIntensityChannel(const MoxMp3FrameHeader& header, int32_t channel) {
@@ -92,17 +92,18 @@ void packMpeg2(const int8_t* src, uint8_t** ppBitStream, int32_t* pBitOffset, Mo
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsUnpackScaleFactors_MP3_1u8s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                           int8_t* pDstScaleFactor, MoxMp3SideInfo* pSideInfo,
                                           const int32_t* pScfsi, const MoxMp3FrameHeader* pFrameHeader,
                                           int32_t granule, int32_t channel) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstScaleFactor, pSideInfo, pScfsi, pFrameHeader),
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDstScaleFactor, pSideInfo, pScfsi, pFrameHeader) &&
+                  notNull(*ppBitStream),
               moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(granule, 0, 1), moxStatusOutOfRange);
   MOX_REQUIRE(inRange(channel, 0, 1), moxStatusOutOfRange);
@@ -122,9 +123,9 @@ moxStatus moxsPackScaleFactors_MP3_8s1u(const int8_t* pSrcScaleFactor, uint8_t**
                                         int32_t* pBitOffset, const MoxMp3FrameHeader* pFrameHeader,
                                         MoxMp3SideInfo* pSideInfo, const int32_t* pScfsi, int32_t granule,
                                         int32_t channel) {
-  MOX_REQUIRE(notNull(pSrcScaleFactor, ppBitStream, pBitOffset, pFrameHeader, pSideInfo, pScfsi),
+  MOX_REQUIRE(notNull(pSrcScaleFactor, ppBitStream, pBitOffset, pFrameHeader, pSideInfo, pScfsi) &&
+                  notNull(*ppBitStream),
               moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
   const bool mpeg1 = pFrameHeader->id == 1;
   MOX_REQUIRE(inRange(pSideInfo->sfCompress, 0, mpeg1 ? 15 : 511), moxStatusMp3SideInfoErr);
   MOX_REQUIRE(mpeg1 || inRange(pFrameHeader->modeExt, 0, 3), moxStatusMp3FrameHeaderErr);

@@ -5,9 +5,7 @@
 #include "moxac/mp3.h"
 #include "mp3/field_cursor.h"
 
-static_assert(sizeof(MoxMp3SideInfo) == 18 * sizeof(int32_t));
-
-namespace moxac {
+namespace moxac::mp3 {
 namespace {
 
 constexpr int32_t kLayerIII = 1;
@@ -74,16 +72,18 @@ bool sideInfoFields(Bits& bits, Record* records, Value& mainDataBegin, Value& pr
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::mp3
 
 using namespace moxac;
+using namespace moxac::mp3;
 
 moxStatus moxsUnpackSideInfo_MP3(const uint8_t** ppBitStream, MoxMp3SideInfo* pDstSideInfo,
                                  int32_t* pDstMainDataBegin, int32_t* pDstPrivateBits, int32_t* pDstScfsi,
                                  const MoxMp3FrameHeader* pFrameHeader) {
-  MOX_REQUIRE(notNull(ppBitStream, pDstSideInfo, pDstMainDataBegin, pDstPrivateBits, pDstScfsi, pFrameHeader),
-              moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(
+      notNull(ppBitStream, pDstSideInfo, pDstMainDataBegin, pDstPrivateBits, pDstScfsi, pFrameHeader) &&
+          notNull(*ppBitStream),
+      moxStatusNullPointer);
   MOX_REQUIRE(hasSideInfo(*pFrameHeader), moxStatusMp3FrameHeaderErr);
 
   FieldReader reader(*ppBitStream);
@@ -96,8 +96,8 @@ moxStatus moxsUnpackSideInfo_MP3(const uint8_t** ppBitStream, MoxMp3SideInfo* pD
 moxStatus moxsPackSideInfo_MP3(const MoxMp3SideInfo* pSrcSideInfo, uint8_t** ppBitStream,
                                int32_t mainDataBegin, int32_t privateBits, const int32_t* pSrcScfsi,
                                const MoxMp3FrameHeader* pFrameHeader) {
-  MOX_REQUIRE(notNull(pSrcSideInfo, ppBitStream, pSrcScfsi, pFrameHeader), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrcSideInfo, ppBitStream, pSrcScfsi, pFrameHeader) && notNull(*ppBitStream),
+              moxStatusNullPointer);
   MOX_REQUIRE(hasSideInfo(*pFrameHeader), moxStatusMp3FrameHeaderErr);
 
   FieldWriter writer(*ppBitStream);

@@ -8,10 +8,10 @@
 #include "moxac/mp3.h"
 #include "mp3/band_tables.h"
 
-namespace moxac {
+namespace moxac::mp3 {
 
-constexpr int kScaleFactors = 39;      // of one granule and channel, at most
-constexpr int kFirstShortOfMixed = 3;  // the short band at which a mixed block leaves its long ones
+inline constexpr int kScaleFactors = 39;      // of one granule and channel, at most
+inline constexpr int kFirstShortOfMixed = 3;  // the short band at which a mixed block leaves its long ones
 
 // Scale factor i, too, is that of run i.
 struct SpectrumBands {
@@ -61,4 +61,4 @@ inline void windowsApart(const int32_t* lines, const SpectrumBands& bands, int32
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::mp3

@@ -6,7 +6,7 @@
 #include "moxac/sbr.h"
 #include "sbr/qmf_analysis_kernels.h"
 
-namespace moxac {
+namespace moxac::sbr {
 namespace {
 
 constexpr int kBands = 64;
@@ -29,9 +29,10 @@ struct EncoderFamily : TaggedFamily<ContextId::sbrEncoderAnalysis, EncoderRecord
 };
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::sbr
 
 using namespace moxac;
+using namespace moxac::sbr;
 
 moxStatus moxsAnalysisFilterEncGetSize_SBR_32f(int32_t* pStateSize) {
   return plainStateGetSize<EncoderFamily>(pStateSize);

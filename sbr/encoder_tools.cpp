@@ -1,3 +1,4 @@
+// Transient detection and the tone-to-noise estimate of the SBR encoder.
 #include "sbr/encoder_tools_kernels.h"
 
 #include "frame/checks.h"
@@ -5,6 +6,7 @@
 #include "sbr/prediction_kernels.h"
 
 using namespace moxac;
+using namespace moxac::sbr;
 
 moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDstMean, int32_t* pDstPosition,
                                       float* pDstStrength, int32_t numTimeSlots, int32_t numBands,

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::sbr {
 
 inline constexpr int32_t kMostBands = 64;
 inline constexpr float kLargestRise = 32768.0f;  // 15 octaves; eight of them multiplied stay within a float
@@ -46,4 +46,4 @@ inline Transient strongestRise(const float* energy, float* mean, int32_t numTime
   return best;
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -1,8 +1,10 @@
+// The hybrid analysis of parametric stereo.
 #include "frame/checks.h"
 #include "moxac/sbr.h"
 #include "sbr/hybrid_kernels.h"
 
 using namespace moxac;
+using namespace moxac::sbr;
 
 static_assert(moxPsHistorySlots == kHybridTaps - 1);
 

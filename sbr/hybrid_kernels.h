@@ -10,7 +10,7 @@
 #include "moxac/types.h"
 #include "sbr/hybrid_tables.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 inline constexpr int kHybridTaps = 13;
 inline constexpr int kHybridCentre = 6;
@@ -83,4 +83,4 @@ inline void hybrid34(const Mox32fc* const* rows, Mox32fc* dst) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

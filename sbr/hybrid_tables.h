@@ -2,7 +2,7 @@
 // The 13-tap prototypes of the hybrid analysis, g[0..6]; g[12 - n] = g[n]. ISO/IEC 14496-3, 8.6.4.3.
 #pragma once
 
-namespace moxac {
+namespace moxac::sbr {
 
 // clang-format off
 inline constexpr float kHybrid20Band0[7] = {0.0074608293f, 0.02270421f, 0.04546866f, 0.07266114f, 0.098851085f, 0.1179371f, 0.125f};
@@ -12,4 +12,4 @@ inline constexpr float kHybrid34Band1[7] = {0.015656756f, 0.037527163f, 0.054178
 inline constexpr float kHybrid34Band2[7] = {-0.059082113f, -0.048714984f, 0.0f, 0.07778724f, 0.16486304f, 0.23279856f, 0.25f};
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::sbr

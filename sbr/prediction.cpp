@@ -6,8 +6,7 @@
 #include "moxac/sbr.h"
 #include "sbr/prediction_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::sbr {
 namespace {
 
 constexpr int32_t kLastBand = 63;
@@ -81,6 +80,10 @@ void predictBands(const Source& source, const Result& alpha0, const Result& alph
 int32_t toQ28(double alpha) { return static_cast<int32_t>(std::lrint(alpha * 0x1p28)); }
 
 }  // namespace
+}  // namespace moxac::sbr
+
+using namespace moxac;
+using namespace moxac::sbr;
 
 moxStatus moxsPredictCoef_SBR_R_32f_D2L(const float* const* ppSrc, float* pAlpha0, float* pAlpha1,
                                         int32_t numBands, int32_t numTimeSlots) {

@@ -13,7 +13,9 @@
 
 #include "transform/lane_complex.h"
 
-namespace moxac {
+namespace moxac::sbr {
+
+using transform::Complex;
 
 // The relaxation of the determinant, 1/(1 + 1e-6) but for the last bits: the float of pattern 0x3F7FFFF0.
 inline constexpr float kRelaxation = 0x1.FFFFE0p-1f;
@@ -116,4 +118,4 @@ inline double toneToNoise(int32_t slots, const Sample& x) {
   return residue * kLargestToneToNoise > predicted ? predicted / residue : kLargestToneToNoise;
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -4,8 +4,7 @@
 #include "sbr/qmf_analysis_kernels.h"
 #include "sbr/qmf_context.h"
 
-using namespace moxac;
-
+namespace moxac::sbr {
 namespace {
 
 constexpr int kBands = 32;
@@ -41,6 +40,10 @@ moxStatus analyse(const float* pSrc, const float* pWindow, int32_t numTimeSlots,
 }
 
 }  // namespace
+}  // namespace moxac::sbr
+
+using namespace moxac;
+using namespace moxac::sbr;
 
 moxStatus moxsAnalysisFilterGetSize_SBR_RToC_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
                                                  int32_t* pWorkSize) {

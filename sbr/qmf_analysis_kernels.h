@@ -10,7 +10,7 @@
 #include "sbr/qmf_modulation.h"
 #include "sbr/qmf_rows.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 // u[n] = sum over j < 5 of window[2*kBands*j + n] * z[2*kBands*j + n], a vector of n at a time. The window's
 // flanks are small: adding from the outside in loses least.
@@ -92,4 +92,4 @@ void qmfAnalyse(const Sample* src, const typename L::T* window, int32_t slots, i
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -13,7 +13,7 @@
 #include "frame/context_ids.h"
 #include "transform/fft.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 struct QmfHeader {
   ContextId identifier;
@@ -36,12 +36,12 @@ struct QmfFftTransform {
 
   static TransformSizes sizes() {
     TransformSizes s{};
-    FftGetSize_C_32fc(kOrder, FftScaleNone, kHint, &s.spec, &s.init, &s.work);
+    transform::FftGetSize_C_32fc(kOrder, transform::FftScaleNone, kHint, &s.spec, &s.init, &s.work);
     return s;
   }
   static void* init(uint8_t* memory, uint8_t* initBuffer) {
-    FftSpec* spec = nullptr;
-    FftInit_C_32fc(&spec, kOrder, FftScaleNone, kHint, memory, initBuffer);
+    transform::FftSpec* spec = nullptr;
+    transform::FftInit_C_32fc(&spec, kOrder, transform::FftScaleNone, kHint, memory, initBuffer);
     return spec;
   }
 };
@@ -107,4 +107,4 @@ bool isQmfContext(const void* spec) {
   return static_cast<const QmfHeader*>(spec)->identifier == Bank::kIdentifier;
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

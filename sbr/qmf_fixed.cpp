@@ -10,7 +10,7 @@
 #include "sbr/qmf_synthesis_kernels.h"
 #include "sbr/qmf_window_tables.h"
 
-namespace moxac {
+namespace moxac::sbr {
 namespace {
 
 using AnalysisHq = QmfFixedBank<ContextId::sbrFixedAnalysisHq, 32, 32, ComplexAnalysis32>;
@@ -74,9 +74,10 @@ moxStatus synthesise(const Value* pSrc, int32_t* pDst, int32_t numTimeSlots,
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::sbr
 
 using namespace moxac;
+using namespace moxac::sbr;
 
 // ---- Analysis ----
 

@@ -7,7 +7,7 @@
 
 #include "frame/context.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 struct alignas(16) QmfFixedRecord {
   ContextId identifier;
@@ -35,4 +35,4 @@ struct QmfFixedBank : TaggedFamily<kId, QmfFixedRecord> {
   }
 };
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -7,7 +7,7 @@
 
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 // Word is int32_t or const int32_t; kWords of each slot make a sub-band sample.
 template <class Word, int kBands, int kWords>
@@ -53,4 +53,4 @@ inline void loadOne(const FixedRows<const int32_t, kBands, kWords>& rows, int32_
   for (int b = 0; b < kBands * kWords; b += 4) Lanes4d::store(x + b, Lanes4d::load(rows.at(slot) + b));
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::sbr {
 
 template <class T, int kStep, int kChunk>
 class QmfLine {
@@ -49,4 +49,4 @@ class QmfLine {
   T values_[kHistory + kChunk * kStep];
 };
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -7,7 +7,9 @@
 
 #include "transform/lane_dct.h"
 
-namespace moxac {
+namespace moxac::sbr {
+
+using transform::Complex;
 
 // X[k] = 2 * sum over n < 64 of u[n] * exp(i*pi/64*(k+1/2)*(2n-1/2)), k < 32.
 //
@@ -18,7 +20,7 @@ struct ComplexAnalysis32 {
   static void modulate(typename L::V* u, typename L::V* x) {
     u[64] = -u[0];  // so that t(0) = u[0] follows the rule of its neighbours
     const auto t = [&](int n) { return n % 2 == 0 ? -u[64 - n / 2] : u[(n + 1) / 2]; };
-    dct4Pairs<64, 1, L>(t, [&](int m, Complex<L> g) {
+    transform::dct4Pairs<64, 1, L>(t, [&](int m, Complex<L> g) {
       const int k = m < 16 ? 2 * m : 63 - 2 * m;
       x[2 * k] = m < 16 ? g.re : -g.im;
       x[2 * k + 1] = m < 16 ? g.im : -g.re;
@@ -35,7 +37,7 @@ struct RealAnalysis32 {
     w[0] = u[48];
     for (int n = 1; n < 16; ++n) w[n] = u[48 + n] + u[48 - n];
     for (int n = 16; n < 32; ++n) w[n] = u[48 - n] - u[n - 16];
-    dct3<32, 1, 1, L>(w, x);
+    transform::dct3<32, 1, 1, L>(w, x);
   }
 };
 
@@ -47,16 +49,16 @@ struct ComplexAnalysis64 {
   template <class L>
   static void modulate(typename L::V* u, typename L::V* x) {
     u[128] = -u[0];  // its mirror image follows the rule of its neighbours
-    dct4Pairs<64, 0, L>([&](int n) { return u[n + 1] - u[128 - n]; },
-                        [&](int m, Complex<L> g) {
-                          x[2 * (2 * m)] = g.re;
-                          x[2 * (63 - 2 * m)] = -g.im;
-                        });
-    dct4Pairs<64, 0, L>([&](int n) { return u[64 - n] + u[65 + n]; },
-                        [&](int m, Complex<L> g) {
-                          x[2 * (2 * m) + 1] = g.re;
-                          x[2 * (63 - 2 * m) + 1] = g.im;
-                        });
+    transform::dct4Pairs<64, 0, L>([&](int n) { return u[n + 1] - u[128 - n]; },
+                                   [&](int m, Complex<L> g) {
+                                     x[2 * (2 * m)] = g.re;
+                                     x[2 * (63 - 2 * m)] = -g.im;
+                                   });
+    transform::dct4Pairs<64, 0, L>([&](int n) { return u[64 - n] + u[65 + n]; },
+                                   [&](int m, Complex<L> g) {
+                                     x[2 * (2 * m) + 1] = g.re;
+                                     x[2 * (63 - 2 * m) + 1] = g.im;
+                                   });
   }
 };
 
@@ -67,16 +69,16 @@ struct ComplexAnalysis64 {
 struct ComplexSynthesis64 {
   template <class L>
   static void modulate(const typename L::V* x, typename L::V* v) {
-    dct4Pairs<64, -6, L>([&](int k) { return x[2 * (63 - k) + 1] - x[2 * k]; },
-                         [&](int m, Complex<L> g) {
-                           v[2 * m] = g.re;
-                           v[64 + 2 * m] = g.im;
-                         });
-    dct4Pairs<64, -6, L>([&](int k) { return x[2 * (63 - k) + 1] + x[2 * k]; },
-                         [&](int m, Complex<L> g) {
-                           v[127 - 2 * m] = g.re;
-                           v[63 - 2 * m] = g.im;
-                         });
+    transform::dct4Pairs<64, -6, L>([&](int k) { return x[2 * (63 - k) + 1] - x[2 * k]; },
+                                    [&](int m, Complex<L> g) {
+                                      v[2 * m] = g.re;
+                                      v[64 + 2 * m] = g.im;
+                                    });
+    transform::dct4Pairs<64, -6, L>([&](int k) { return x[2 * (63 - k) + 1] + x[2 * k]; },
+                                    [&](int m, Complex<L> g) {
+                                      v[127 - 2 * m] = g.re;
+                                      v[63 - 2 * m] = g.im;
+                                    });
   }
 };
 
@@ -86,7 +88,7 @@ struct ComplexSynthesis32 {
   template <class L>
   static void modulate(const typename L::V* x, typename L::V* v) {
     const auto y = [&](int k) { return k < 32 ? x[2 * k] : -x[2 * (63 - k) + 1]; };
-    dct4Pairs<64, -6, L>(y, [&](int m, Complex<L> g) {
+    transform::dct4Pairs<64, -6, L>(y, [&](int m, Complex<L> g) {
       v[m] = -g.re;
       v[32 + m] = -g.im;
     });
@@ -100,7 +102,7 @@ struct RealSynthesis {
   template <class L>
   static void modulate(const typename L::V* x, typename L::V* v) {
     typename L::V e[B];
-    dct2<B, -5, 1, L>(x, e);
+    transform::dct2<B, -5, 1, L>(x, e);
     v[B / 2] = e[0];
     v[3 * B / 2] = L::splat(0);
     for (int m = 1; m <= B / 2; ++m) v[B / 2 - m] = v[B / 2 + m] = e[m];
@@ -111,4 +113,4 @@ struct RealSynthesis {
   }
 };
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -12,7 +12,7 @@
 #include "frame/simd.h"
 #include "moxac/types.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 // Real samples. Float is float or const float.
 template <class Float, int kBands>
@@ -98,4 +98,4 @@ inline void loadOne(const Rows& rows, int32_t slot, float* x) {
     for (int i = 0; i < 8; ++i) x[Rows::index(b, i)] = rows.at(slot, b)[i];
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

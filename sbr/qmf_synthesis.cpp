@@ -5,8 +5,7 @@
 #include "sbr/qmf_context.h"
 #include "sbr/qmf_synthesis_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::sbr {
 namespace {
 
 template <ContextId kId, int kBandsT, class TransformT, class ModulationT, class RowsT, int kSpare = 0>
@@ -47,6 +46,10 @@ moxStatus synthesise(float* pDst, const float* pWindow, int32_t numTimeSlots, Mo
 }
 
 }  // namespace
+}  // namespace moxac::sbr
+
+using namespace moxac;
+using namespace moxac::sbr;
 
 moxStatus moxsSynthesisFilterGetSize_SBR_CToR_32f(int32_t* pSpecSize, int32_t* pInitBufSize,
                                                   int32_t* pWorkSize) {

@@ -9,7 +9,7 @@
 #include "sbr/qmf_modulation.h"
 #include "sbr/qmf_rows.h"
 
-namespace moxac {
+namespace moxac::sbr {
 
 // One slot of output, of whose delay line v is the newest end; B = kBands:
 //
@@ -79,4 +79,4 @@ void qmfSynthesise(const Rows& rows, Sample* dst, const typename L::T* window, i
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::sbr

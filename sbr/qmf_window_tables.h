@@ -2,7 +2,7 @@
 // The prototype of the QMF banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3, Table 4.A.87.
 #pragma once
 
-namespace moxac {
+namespace moxac::sbr {
 
 // clang-format off
 inline constexpr double kQmfPrototype[640] = {
@@ -168,4 +168,4 @@ inline constexpr double kQmfPrototype[640] = {
     -0.0004875227971213061, -0.0004947518089560348, -0.000561769257378882, -0.0005525286504714797};
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::sbr

@@ -17,7 +17,7 @@ def band_tables():
     long_rows, short_rows = rows("aac_swb_long_1024.csv"), rows("aac_swb_short_128.csv")
     tns_rows = rows("aac_tns_max_bands.csv")
     out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
-           '#include "aac/band_tables.h"', "", "namespace moxac {", ""]
+           '#include "aac/band_tables.h"', "", "namespace moxac::aac {", ""]
 
     def vector(name, values):
         out.append(f"const int16_t {name}[kNumSampleRates] = {{")
@@ -39,7 +39,7 @@ def band_tables():
     matrix("kSwbOffsetShort", "kMaxSwbShort + 1", 16, short_rows, 128)
     vector("kTnsMaxBandsLong", [row["long"] for row in tns_rows])
     vector("kTnsMaxBandsShort", [row["short"] for row in tns_rows])
-    out.append("}  // namespace moxac")
+    out.append("}  // namespace moxac::aac")
     return "\n".join(out) + "\n"
 
 
@@ -48,7 +48,7 @@ def huffman_codes():
            "// The Huffman codes of ISO/IEC 14496-3, 4.A: {length, code word}. Spectral codes stand in the order of",
            "// their values read as digits, first value most significant; scale-factor codes in the order of the",
            "// difference, which is the index less 60.",
-           "#pragma once", "", "#include <cstdint>", "", "namespace moxac {", "",
+           "#pragma once", "", "#include <cstdint>", "", "namespace moxac::aac {", "",
            "struct HuffmanCode {", "  uint8_t length;", "  uint32_t code;", "};", ""]
 
     def book(name, codes):
@@ -62,7 +62,7 @@ def huffman_codes():
         codes = [row for row in spectral if int(row["book"]) == number]
         assert [int(row["index"]) for row in codes] == list(range(len(codes)))
         book(f"kSpectralCodes{number}", codes)
-    out.append("}  // namespace moxac")
+    out.append("}  // namespace moxac::aac")
     return "\n".join(out) + "\n"
 
 
@@ -95,13 +95,13 @@ def ltp_gains():
 // The gains of long-term prediction by their 3-bit code. ISO/IEC 14496-3, 4.6.7.
 #pragma once
 
-namespace moxac {{
+namespace moxac::aac {{
 
 // clang-format off
 inline constexpr double kLtpGains[8] = {{{gains}}};
 // clang-format on
 
-}}  // namespace moxac
+}}  // namespace moxac::aac
 """
 
 

@@ -13,14 +13,14 @@ def prototypes():
     lines = ["// Made by tools/gen_dts_tables.py from tools/tables/sbr/dts_qmf_window.csv; not edited by hand.",
              "// ETSI TS 102 114, annex D: the 512-tap prototypes. Of the two printed sets for perfect reconstruction",
              "// this is the one of bit-exact decoders; they differ by 5.9e-6 at most.", "#pragma once", "",
-             "namespace moxac {", "", "// clang-format off"]
+             "namespace moxac::transform {", "", "// clang-format off"]
     for name, column in COLUMNS:
         lines.append(f"inline constexpr float {name}[512] = {{")
         values = [row[column] + "f" for row in table]
         lines += ["    " + ", ".join(values[i:i + 5]) + "," for i in range(0, 512, 5)]
         lines += ["};", ""]
     lines[-1] = "// clang-format on"
-    return "\n".join(lines + ["", "}  // namespace moxac", ""])
+    return "\n".join(lines + ["", "}  // namespace moxac::transform", ""])
 
 
 deliver({"transform/dts_tables.h": prototypes})

@@ -23,7 +23,8 @@ def lines(values, indent=4):
 
 
 def source(header, body):
-    return f'{NOTE}#include "{header}"\n\n#include <cstdint>\n\nnamespace moxac {{\n\n{body}\n}}  // namespace moxac\n'
+    return (f'{NOTE}#include "{header}"\n\n#include <cstdint>\n\n'
+            f"namespace moxac::mp3 {{\n\n{body}\n}}  // namespace moxac::mp3\n")
 
 
 def bank_tables():
@@ -39,7 +40,7 @@ def bank_tables():
     window = [r["num_65536"] for r in rows("mp3_synthesis_window.csv")]
     body += f"inline constexpr int32_t kSynthesisWindow[512] = {{\n{lines(window)}\n}};\n// clang-format on\n"
     return (f"// Constants of requantisation and of the filter banks. ISO/IEC 11172-3.\n{NOTE}#pragma once\n\n"
-            f"#include <cstdint>\n\nnamespace moxac {{\n\n{body}\n}}  // namespace moxac\n")
+            f"#include <cstdint>\n\nnamespace moxac::mp3 {{\n\n{body}\n}}  // namespace moxac::mp3\n")
 
 
 def band_tables():
@@ -99,8 +100,8 @@ def huffman_code_tables():
     uses = [braced(["nullptr" if r["codes_of"] == "none" else "kPairCodes" + r["codes_of"], r["width"], r["linbits"]])
             for r in tables]
     body += f"inline constexpr PairTable kPairTables[32] = {{\n{lines(uses)}\n}};\n// clang-format on\n"
-    return (f'#pragma once\n{NOTE}#include "mp3/huffman_codes.h"\n\n'
-            f"namespace moxac {{\n\n{body}\n}}  // namespace moxac\n")
+    return (f'{NOTE}#pragma once\n\n#include "mp3/huffman_codes.h"\n\n'
+            f"namespace moxac::mp3 {{\n\n{body}\n}}  // namespace moxac::mp3\n")
 
 
 # Entries that contradict the rest of their tables, with the value that fits; tools/tables/README.md has the
@@ -145,8 +146,8 @@ def psychoacoustic_tables():
             body += f"inline constexpr {kind} k{kind}s{suffix}{rate}[{len(found)}] = {{\n"
             body += lines([braced(r) for r in found]) + "\n};\n"
         body += "\n"
-    return (f'#pragma once\n{NOTE}#include "mp3/psychoacoustic_bands.h"\n\n'
-            f"namespace moxac {{\n\n{body}// clang-format on\n\n}}  // namespace moxac\n")
+    return (f'{NOTE}#pragma once\n\n#include "mp3/psychoacoustic_bands.h"\n\n'
+            f"namespace moxac::mp3 {{\n\n{body}// clang-format on\n\n}}  // namespace moxac::mp3\n")
 
 
 FILES = {

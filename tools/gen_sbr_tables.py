@@ -50,11 +50,11 @@ def hybrid_prototypes():
         taps.setdefault(name, []).append(float(row["g"]))
     out = ["// Made by tools/gen_sbr_tables.py from tools/tables/sbr/ps_hybrid_filters.csv; not edited by hand.",
            "// The 13-tap prototypes of the hybrid analysis, g[0..6]; g[12 - n] = g[n]. ISO/IEC 14496-3, 8.6.4.3.",
-           "#pragma once", "", "namespace moxac {", "", "// clang-format off"]
+           "#pragma once", "", "namespace moxac::sbr {", "", "// clang-format off"]
     for name, g in taps.items():
         assert len(g) == 13 and g == g[::-1]
         out.append(f"inline constexpr float {name}[7] = {{{', '.join(as_float(v) + 'f' for v in g[:7])}}};")
-    return "\n".join(out + ["// clang-format on", "", "}  // namespace moxac", ""])
+    return "\n".join(out + ["// clang-format on", "", "}  // namespace moxac::sbr", ""])
 
 
 def qmf_window():
@@ -64,14 +64,14 @@ def qmf_window():
 // The prototype of the QMF banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3, Table 4.A.87.
 #pragma once
 
-namespace moxac {{
+namespace moxac::sbr {{
 
 // clang-format off
 inline constexpr double kQmfPrototype[640] = {{
     {text}}};
 // clang-format on
 
-}}  // namespace moxac
+}}  // namespace moxac::sbr
 """
 
 

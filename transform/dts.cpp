@@ -6,7 +6,7 @@
 #include "moxac/transform.h"
 #include "transform/dts_kernels.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 struct DtsRecord {
@@ -26,9 +26,10 @@ struct DtsFamily : TaggedFamily<ContextId::dtsSynthesis, DtsRecord> {
 };
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::transform
 
 using namespace moxac;
+using namespace moxac::transform;
 
 moxStatus moxsSynthesisFilterGetSize_DTS_32f(int32_t* pStateSize) {
   return plainStateGetSize<DtsFamily>(pStateSize);

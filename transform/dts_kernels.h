@@ -21,11 +21,11 @@
 #include "transform/dts_tables.h"
 #include "transform/lane_dct.h"
 
-namespace moxac {
+namespace moxac::transform {
 
-constexpr int kDtsBands = 32;
-constexpr int kDtsSlots = 16;  // that the prototype spans
-constexpr int kDtsHistory = kDtsBands * kDtsSlots;
+inline constexpr int kDtsBands = 32;
+inline constexpr int kDtsSlots = 16;  // that the prototype spans
+inline constexpr int kDtsHistory = kDtsBands * kDtsSlots;
 
 // The prototype with its factor 64 and the signs above, in the order in which the history is read: for
 // each age 16 weights towards y[q], then 16 towards y[31-q].
@@ -122,4 +122,4 @@ inline int32_t dtsSynthesize(const DtsWindow& window, const float* src, float* d
   return position;
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

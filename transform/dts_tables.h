@@ -3,7 +3,7 @@
 // this is the one of bit-exact decoders; they differ by 5.9e-6 at most.
 #pragma once
 
-namespace moxac {
+namespace moxac::transform {
 
 // clang-format off
 inline constexpr float kDtsNonPerfect[512] = {
@@ -219,4 +219,4 @@ inline constexpr float kDtsPerfect[512] = {
 };
 // clang-format on
 
-}  // namespace moxac
+}  // namespace moxac::transform

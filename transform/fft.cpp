@@ -10,7 +10,7 @@
 #include "transform/fft_kernels.h"
 #include "transform/fft_tables.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 constexpr int32_t roundDown64(int32_t bytes) { return bytes & ~63; }
@@ -71,8 +71,7 @@ moxStatus runTransform(const Mox32fc* pSrc, Mox32fc* pDst, const FftSpec* pSpec,
 
 moxStatus FftGetSize_C_32fc(int32_t order, int32_t flag, int32_t /*hint*/, int32_t* pSpecSize,
                             int32_t* pInitBufSize, int32_t* pWorkSize) {
-  const moxStatus status = checkSizing(order, flag, pSpecSize, pInitBufSize, pWorkSize);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(checkSizing(order, flag, pSpecSize, pInitBufSize, pWorkSize));
 
   const FftSizes sizes = fftSizes(order);
   *pSpecSize = sizes.spec;
@@ -83,8 +82,7 @@ moxStatus FftGetSize_C_32fc(int32_t order, int32_t flag, int32_t /*hint*/, int32
 
 moxStatus FftGetSizeWithCopy_C_32fc(int32_t order, int32_t flag, int32_t hint, int32_t* pSpecSize,
                                     int32_t* pInitBufSize, int32_t* pWorkSize) {
-  const moxStatus status = checkSizing(order, flag, pSpecSize, pInitBufSize, pWorkSize);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(checkSizing(order, flag, pSpecSize, pInitBufSize, pWorkSize));
 
   FftSizes sizes = fftSizes(order);
   int64_t work = 0;
@@ -177,4 +175,4 @@ moxStatus FftInv_CToC_32fc(const Mox32fc* pSrc, Mox32fc* pDst, const FftSpec* pS
   return runTransform(pSrc, pDst, pSpec, pWork, [&](float* work) { fftInverse(pSrc, pDst, *pSpec, work); });
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

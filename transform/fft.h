@@ -14,7 +14,7 @@
 #include "frame/context_ids.h"
 #include "moxac/types.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // Which direction multiplies its result by the scale factor.
 enum FftScaleMode : int32_t {
@@ -24,9 +24,10 @@ enum FftScaleMode : int32_t {
   FftScaleNone = 8
 };
 
-constexpr int32_t kFftMaxOrder = 28;
-constexpr int32_t kFftLastStraightOrder = 6;  // up to 64 points: no tables, no work buffer
-constexpr int32_t kFftLastTableOrder = 18;    // from 2^19 points on the transform is split in two dimensions
+inline constexpr int32_t kFftMaxOrder = 28;
+inline constexpr int32_t kFftLastStraightOrder = 6;  // up to 64 points: no tables, no work buffer
+inline constexpr int32_t kFftLastTableOrder =
+    18;  // from 2^19 points on the transform is split in two dimensions
 
 // 64-byte aligned inside the owner's memory; read-only once built, so threads may share it as long as each
 // brings its own work buffer (or none).
@@ -51,7 +52,7 @@ struct FftSpec {
 static_assert(sizeof(FftSpec) == 144);
 
 // A straight-line context (order 0..6) uses the fields in front of this offset and no byte behind it.
-constexpr size_t kFftStraightHeaderBytes = offsetof(FftSpec, shortTwiddles);
+inline constexpr size_t kFftStraightHeaderBytes = offsetof(FftSpec, shortTwiddles);
 
 // Byte counts of the context (any alignment), of Init's scratch, and of the work buffer.
 //   moxStatusBadFftOrder   order above 30
@@ -97,4 +98,4 @@ moxStatus FftGetWorkSize_C_32fc(const FftSpec* pSpec, int32_t* pSize);
 moxStatus FftFwd_CToC_32fc(const Mox32fc* pSrc, Mox32fc* pDst, const FftSpec* pSpec, uint8_t* pWork);
 moxStatus FftInv_CToC_32fc(const Mox32fc* pSrc, Mox32fc* pDst, const FftSpec* pSpec, uint8_t* pWork);
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -14,7 +14,7 @@
 #define MOX_INLINE [[gnu::always_inline]] inline
 #define MOX_ALWAYS __attribute__((always_inline))  // behind a lambda's parameters
 
-namespace moxac {
+namespace moxac::transform {
 
 using Complex1 = Complex<Lanes1>;
 using Complex4 = Complex<Lanes4>;
@@ -174,4 +174,4 @@ MOX_INLINE void transposingDft8(const float* twiddles, Load&& load, Store&& stor
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -1,3 +1,4 @@
+// The straight-line and table-driven transforms, by order.
 #include "transform/fft_kernels.h"
 
 #include <cstring>
@@ -6,7 +7,7 @@
 #include "transform/fft_small.h"
 #include "transform/fft_tables.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 template <bool kInverse>
@@ -84,4 +85,4 @@ void fftInverse(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float* wo
   if (spec.scaleInverse == 1) scale(dst, spec);
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -14,7 +14,7 @@
 #include "transform/fft_butterflies.h"
 #include "transform/fft_medium.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // The tables of a transform of M points down a column of blocks.
 struct ColumnTables {
@@ -122,4 +122,4 @@ MOX_INLINE void transformPoints(const FftSpec& spec, float* work, const Load& lo
   transformColumn(work, tables.logLength, tables.twiddles, 0, tables, store);
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

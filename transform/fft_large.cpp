@@ -13,7 +13,7 @@
 #include "transform/fft_kernels.h"
 #include "transform/fft_small.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 // The twiddle between the steps is one of these many times one of N1/kFine.
@@ -215,4 +215,4 @@ void transformLarge(const Mox32fc* src, Mox32fc* dst, const FftSpec& spec, float
 template void transformLarge<false>(const Mox32fc*, Mox32fc*, const FftSpec&, float*);
 template void transformLarge<true>(const Mox32fc*, Mox32fc*, const FftSpec&, float*);
 
-}  // namespace moxac
+}  // namespace moxac::transform

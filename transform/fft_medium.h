@@ -11,7 +11,7 @@
 #include "transform/fft.h"
 #include "transform/fft_butterflies.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // One pass over 2^kLog points to `blocks`; load(i, upper) gives points i..i+7, which lie in the lower or in
 // the upper half, as a block in lane order.
@@ -107,4 +107,4 @@ MOX_INLINE void transformMedium(const FftSpec& spec, float* work, const Load& lo
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -8,7 +8,7 @@
 
 #include "transform/fft_butterflies.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // The array of a transform; the inverse is the forward one with the two parts exchanged on both sides.
 template <bool kInverse>
@@ -223,4 +223,4 @@ MOX_INLINE void transform64(Src src, Dst dst) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -1,8 +1,9 @@
+// The tables of the mid-sized transforms that are built at compile time.
 #include "transform/fft_tables.h"
 
 #include <cmath>
 
-namespace moxac {
+namespace moxac::transform {
 
 void fillQuarterWave(float* wave, int64_t points) {
   for (int64_t k = 0; k <= points / 8; ++k) {
@@ -22,4 +23,4 @@ void fillBitReversal(int32_t* table, int bits) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

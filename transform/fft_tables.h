@@ -8,7 +8,7 @@
 
 #include "moxac/types.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // sin and cos of 2*pi*k/n for 0 <= k/n <= 1/8 by their series, for tables built at compile time. The terms
 // are exact to double precision long before the last one.
@@ -37,7 +37,7 @@ constexpr std::array<float, kPoints / 4 + 1> staticQuarterWave() {
 }
 
 // Up to this order the twiddles come from the quarter wave built at compile time.
-constexpr int32_t kStaticQuarterOrder = 10;
+inline constexpr int32_t kStaticQuarterOrder = 10;
 inline constexpr auto kStaticQuarter = staticQuarterWave<1 << kStaticQuarterOrder>();
 
 void fillQuarterWave(float* wave, int64_t points);
@@ -72,8 +72,8 @@ class Twiddles {
 // Complex values of a transform stand in blocks between the passes: the real parts of eight, then their
 // imaginary parts. Within a block they are in this order, which two shuffles that cross no lane turn into
 // interleaved complex numbers, and back.
-constexpr int kLaneOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
-constexpr int64_t kBlockFloats = 16;
+inline constexpr int kLaneOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
+inline constexpr int64_t kBlockFloats = 16;
 
 // A pass over `points` points in 2^bits rows takes, for every eight columns, the factors
 // exp(-2*pi*i*column*output/points) of the outputs 1 and up.
@@ -91,7 +91,7 @@ constexpr float* fillPassTwiddles(float* table, const Twiddles& twiddles, int64_
 
 // Orders 7 to 11: the passes over 2^logPoints points split them in four or eight rows until eight points are
 // left, as few passes as can be.
-constexpr int32_t kFftLastMediumOrder = 11;
+inline constexpr int32_t kFftLastMediumOrder = 11;
 constexpr int passBits(int logPoints) { return logPoints % 3 == 0 ? 3 : 2; }
 constexpr float* fillRowTwiddles(float* table, const Twiddles& twiddles, int32_t order) {
   for (int log = order; log > 3; log -= passBits(log))
@@ -131,4 +131,4 @@ constexpr float* fillColumnTwiddles(float* table, const Twiddles& twiddles, int 
 // the one behind the last are 0.
 void fillBitReversal(int32_t* table, int bits);
 
-}  // namespace moxac
+}  // namespace moxac::transform

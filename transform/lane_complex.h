@@ -3,7 +3,7 @@
 
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 template <class L>
 struct Complex {
@@ -45,4 +45,4 @@ template <class L>
   return a.re * a.re + a.im * a.im;
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

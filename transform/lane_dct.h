@@ -4,7 +4,7 @@
 
 #include "transform/lane_fft.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // The type-IV transform in the form that filter banks use: t(n) makes input n (n < N), store(m, g) takes
 //   g = 2^kLog2Scale * (Y[2m] - i*Y[N-1-2m]),   Y[k] = sum over n of t(n) * cos(pi/N*(k+1/2)*(n+1/2))
@@ -68,4 +68,4 @@ inline void dct3(const typename L::V* x, typename L::V* X) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -13,7 +13,7 @@
 #include "frame/trig.h"
 #include "transform/lane_complex.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // a * (c - i*s)
 template <class L>
@@ -132,4 +132,4 @@ inline void laneFft(const In& a, const Out& store) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

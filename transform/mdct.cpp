@@ -11,7 +11,7 @@
 #include "moxac/transform.h"
 #include "transform/mdct_kernels.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 // A numbered context is used at the pointer that Init or InitAlloc handed back.
@@ -125,9 +125,7 @@ moxStatus mdctInit(MoxMdctSpec** ppSpec, int32_t N, uint8_t* pMem, uint8_t* pIni
   startRecord<Form>(*record, N);
   if (!isMp3Length(N)) {
     uint8_t* const fftMemory = reinterpret_cast<uint8_t*>(table + Form::tableRoom(N));
-    const moxStatus status =
-        FftInit_C_32fc(&record->fft, fftOrderOf(N), FftScaleNone, 0, fftMemory, pInitBuf);
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(FftInit_C_32fc(&record->fft, fftOrderOf(N), FftScaleNone, 0, fftMemory, pInitBuf));
   }
   Form::fillTable(table, N);
   record->twiddles = table;
@@ -146,8 +144,7 @@ template <class Form>
 moxStatus buildPieces(MoxMdctSpec& record, int32_t N) {
   startRecord<Form>(record, N);
   if (!isMp3Length(N)) {
-    const moxStatus status = FftInitAlloc_C_32fc(&record.fft, fftOrderOf(N), FftScaleNone, 0);
-    MOX_REQUIRE(status == moxStatusOk, status);
+    MOX_TRY(FftInitAlloc_C_32fc(&record.fft, fftOrderOf(N), FftScaleNone, 0));
   }
   auto* const table = static_cast<float*>(allocWords32(static_cast<int32_t>(Form::tableCount(N))));
   if (table == nullptr) {
@@ -207,9 +204,10 @@ moxStatus mdctTransform(const Sample* pSrc, const Sample* pDst, const MoxMdctSpe
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::transform
 
 using namespace moxac;
+using namespace moxac::transform;
 
 moxStatus moxsMDCTFwdGetSize_32f(int32_t N, int32_t* pSpecSize, int32_t* pInitBufSize, int32_t* pWorkSize) {
   return mdctGetSize<Forward>(N, pSpecSize, pInitBufSize, pWorkSize);

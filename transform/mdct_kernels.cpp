@@ -1,3 +1,4 @@
+// Folding, rotation and unfolding around the complex transform of an MDCT.
 #include "transform/mdct_kernels.h"
 
 #include <algorithm>
@@ -10,7 +11,7 @@
 #include "transform/mdct_short.h"
 #include "transform/mdct_vectors.h"
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
@@ -236,4 +237,4 @@ void mdctForward16s(const int16_t* src, int16_t* dst, const MoxMdctSpec& spec, i
     doubleForward16s(src, dst, N, scaleFactor, reinterpret_cast<double*>(work));
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -23,11 +23,11 @@ struct MoxMdctSpec {
   uint32_t fftOrder;  // log2(N/4); 0 for 12 and 36
   int32_t allocated;  // 1: made by InitAlloc
   const float* twiddles;
-  moxac::FftSpec* fft;  // null for 12 and 36
+  moxac::transform::FftSpec* fft;  // null for 12 and 36
 };
 static_assert(sizeof(MoxMdctSpec) == 40);
 
-namespace moxac {
+namespace moxac::transform {
 
 // Floats of the table of a float context.
 constexpr int64_t mdctTwiddleCount(int64_t N) { return N / 2; }
@@ -47,4 +47,4 @@ void mdctInverse(const float* src, float* dst, const MoxMdctSpec& spec, float* w
 void mdctForward16s(const int16_t* src, int16_t* dst, const MoxMdctSpec& spec, int32_t scaleFactor,
                     float* work);
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace moxac {
+namespace moxac::transform {
 namespace {
 
 // Discrete Fourier transforms of three and of nine points (three by three), in place.
@@ -100,4 +100,4 @@ void mdctInverse12(const float* src, float* dst, const float* table) { shortInve
 void mdctInverse32(const float* src, float* dst, const float* table) { shortInverse<8>(src, dst, table); }
 void mdctInverse36(const float* src, float* dst, const float* table) { shortInverse<9>(src, dst, table); }
 
-}  // namespace moxac
+}  // namespace moxac::transform

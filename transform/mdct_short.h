@@ -5,7 +5,7 @@
 
 #include "transform/fft_butterflies.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // The two lengths of the MP3 hybrid bank keep their factors as pairs.
 constexpr bool isInterleaved(int64_t N) { return N == 12 || N == 36; }
@@ -46,4 +46,4 @@ void mdctInverse12(const float* src, float* dst, const float* table);
 void mdctInverse32(const float* src, float* dst, const float* table);
 void mdctInverse36(const float* src, float* dst, const float* table);
 
-}  // namespace moxac
+}  // namespace moxac::transform

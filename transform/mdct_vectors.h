@@ -7,11 +7,11 @@
 
 #include "transform/fft_butterflies.h"
 
-namespace moxac {
+namespace moxac::transform {
 
 // Results of the 16-bit transform below 2^18, eight times the range of its output, come out right in single
 // precision: its error stays below 2^-20 of the largest possible result, a quarter of an output unit.
-constexpr int32_t kSinglePrecisionBits = 18;
+inline constexpr int32_t kSinglePrecisionBits = 18;
 
 // Samples as floats.
 MOX_INLINE f32x8 loadSamples(const float* p) { return load8(p); }
@@ -144,4 +144,4 @@ inline uint32_t peakMagnitude(const int16_t* x, int64_t n) {
   return *std::max_element(lanes, lanes + 8);
 }
 
-}  // namespace moxac
+}  // namespace moxac::transform

@@ -1,3 +1,4 @@
+// The block FIR: its state's life and one block.
 #include <climits>
 #include <cstring>
 
@@ -7,6 +8,7 @@
 #include "util/fir_block_kernels.h"
 
 using namespace moxac;
+using namespace moxac::util;
 
 moxStatus moxsFIRBlockInitAlloc_32f(MoxFirBlockState** ppState, int32_t nTaps, int32_t blockLen) {
   MOX_REQUIRE(notNull(ppState), moxStatusNullPointer);

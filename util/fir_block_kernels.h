@@ -19,15 +19,15 @@ struct MoxFirBlockState {
 static_assert(offsetof(MoxFirBlockState, nTaps) == 8 && offsetof(MoxFirBlockState, newestRow) == 14 &&
               offsetof(MoxFirBlockState, identifier) == 16);
 
-namespace moxac {
+namespace moxac::util {
 
 constexpr int64_t firRowStride(int64_t blockLen) { return roundUp<int64_t>(blockLen, 4); }
 
 // Rows summed in one sweep, and vectors of each row that one span of it takes: four rows are as many sequential
 // streams, which the prefetchers follow; four vectors use up every cache line at once, while rows whose stride is a
 // multiple of a page meet in the same cache sets and push each other's lines out.
-constexpr int32_t kFirSweepRows = 4;
-constexpr int32_t kFirSpanVectors = 4;
+inline constexpr int32_t kFirSweepRows = 4;
+inline constexpr int32_t kFirSpanVectors = 4;
 
 // Terms of the sum in their order: term 0 is the newest row with the first tap, term n the row n places
 // behind it, which is nTaps - n calls old.
@@ -95,4 +95,4 @@ inline void firBlock(const MoxFirBlockState& s, const float* taps, float* dst) {
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

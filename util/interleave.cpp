@@ -1,9 +1,10 @@
+// Interleaving of channels and its inverse.
 #include "frame/checks.h"
 #include "moxac/util.h"
 #include "util/interleave_kernels.h"
 #include "util/join_kernels.h"
 
-namespace moxac {
+namespace moxac::util {
 namespace {
 
 template <class T>
@@ -31,8 +32,7 @@ moxStatus channelsAlignment(T* const* channels, int32_t numChannels, const U* in
 
 template <class T>
 moxStatus interleave(const T* const* ppSrc, int32_t numChannels, int32_t len, T* pDst) {
-  const moxStatus status = checkChannels(ppSrc, numChannels, len, pDst);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(checkChannels(ppSrc, numChannels, len, pDst));
 
   interleaveBlock(ppSrc, numChannels, len, pDst);
   return channelsAlignment(ppSrc, numChannels, pDst);
@@ -40,17 +40,17 @@ moxStatus interleave(const T* const* ppSrc, int32_t numChannels, int32_t len, T*
 
 template <class T>
 moxStatus deinterleave(const T* pSrc, int32_t numChannels, int32_t len, T* const* ppDst) {
-  const moxStatus status = checkChannels(ppDst, numChannels, len, pSrc);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(checkChannels(ppDst, numChannels, len, pSrc));
 
   deinterleaveBlock(pSrc, numChannels, len, ppDst);
   return channelsAlignment(ppDst, numChannels, pSrc);
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::util
 
 using namespace moxac;
+using namespace moxac::util;
 
 moxStatus moxsInterleave_16s(const int16_t* const* ppSrc, int32_t numChannels, int32_t len, int16_t* pDst) {
   return interleave(ppSrc, numChannels, len, pDst);
@@ -69,8 +69,7 @@ moxStatus moxsDeinterleave_32f(const float* pSrc, int32_t numChannels, int32_t l
 }
 
 moxStatus moxsJoin_32f16s_D2L(const float* const* ppSrc, int32_t numChannels, int32_t len, int16_t* pDst) {
-  const moxStatus status = checkChannels(ppSrc, numChannels, len, pDst);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(checkChannels(ppSrc, numChannels, len, pDst));
 
   joinBlock(ppSrc, numChannels, len, pDst);
   return moxStatusOk;

@@ -7,7 +7,7 @@
 #include "frame/checks.h"
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::util {
 
 template <class T>
 void interleaveGeneral(const T* const* src, int32_t numChannels, int64_t first, int64_t len, T* dst) {
@@ -23,7 +23,7 @@ void deinterleaveGeneral(const T* src, int32_t numChannels, int64_t first, int64
 
 // From this many bytes of output on, stores go past the cache: fetching the lines first would cost a third
 // of the memory traffic.
-constexpr int64_t kStreamBytes = int64_t{8} << 20;
+inline constexpr int64_t kStreamBytes = int64_t{8} << 20;
 
 // One vector of each channel to two interleaved ones, and back.
 template <class T>
@@ -86,7 +86,7 @@ void storePiece(T* p, typename PairPiece<T>::V v) {
 
 // Frames that one vector of each channel holds.
 template <class T>
-constexpr int64_t kPieceFrames = static_cast<int64_t>(sizeof(typename PairPiece<T>::V) / sizeof(T));
+inline constexpr int64_t kPieceFrames = static_cast<int64_t>(sizeof(typename PairPiece<T>::V) / sizeof(T));
 
 // Both return the first frame not done.
 template <class T, bool stream>
@@ -162,4 +162,4 @@ void deinterleaveBlock(const T* src, int32_t numChannels, int64_t len, T* const*
   deinterleaveGeneral(src, numChannels, done, len, dst);
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

@@ -5,7 +5,7 @@
 
 #include "util/round.h"
 
-namespace moxac {
+namespace moxac::util {
 
 inline void joinGeneral(const float* const* src, int32_t numChannels, int64_t first, int64_t len,
                         int16_t* dst) {
@@ -31,4 +31,4 @@ inline void joinBlock(const float* const* src, int32_t numChannels, int64_t len,
   joinGeneral(src, numChannels, i, len, dst);
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

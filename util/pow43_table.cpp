@@ -1,6 +1,7 @@
+// The table of k^(4/3), built at compile time.
 #include "util/pow43_table.h"
 
-namespace moxac {
+namespace moxac::util {
 namespace {
 
 // Whether m * 2^-shift <= k^(4/3), decided in integers: m^3 <= k^4 * 2^(3 * shift).
@@ -31,4 +32,4 @@ constexpr std::array<float, kPow43Count> kValues = makePow43();
 
 const std::array<float, kPow43Count> kPow43 = kValues;
 
-}  // namespace moxac
+}  // namespace moxac::util

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::util {
 
-constexpr int32_t kPow43Count = 8207;
+inline constexpr int32_t kPow43Count = 8207;
 extern const std::array<float, kPow43Count> kPow43;
 
 // k^(4/3) in double, k a 16-bit magnitude: exact where k is a cube, whose root std::cbrt may miss by a unit. Only
@@ -24,4 +24,4 @@ inline float pow43(int32_t magnitude) {
   return static_cast<float>(exactPow43(magnitude));
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

@@ -1,3 +1,4 @@
+// Element-wise powers and scale factors.
 #include <cmath>
 
 #include "frame/checks.h"
@@ -5,6 +6,7 @@
 #include "util/power_kernels.h"
 
 using namespace moxac;
+using namespace moxac::util;
 
 moxStatus moxsMakeFloat_16s32f(const int16_t* pSrcMant, const uint16_t* pSrcExp, int32_t len, float* pDst) {
   MOX_REQUIRE(notNull(pSrcMant, pSrcExp, pDst), moxStatusNullPointer);

@@ -10,7 +10,7 @@
 #include "util/pow43_table.h"
 #include "util/round.h"
 
-namespace moxac {
+namespace moxac::util {
 
 // Mantissa times the float whose bits are 2^-15 less exponent << 23, sign cleared.
 inline float makeFloat(int16_t mantissa, uint16_t exponent) {
@@ -109,4 +109,4 @@ inline double scaleDown(double x, int32_t scaleFactor) {
   return std::ldexp(x, -clipped);
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

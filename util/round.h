@@ -6,7 +6,7 @@
 
 #include "frame/simd.h"
 
-namespace moxac {
+namespace moxac::util {
 
 inline int16_t roundSaturate16(float v) {
   const float clipped = v > 32767.0f ? 32767.0f : (v > -32768.0f ? v : -32768.0f);
@@ -30,4 +30,4 @@ inline int32_t roundSaturate32(double v) {
   return _mm_cvtsd_si32(_mm_set_sd(clipped));
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

@@ -1,10 +1,10 @@
+// The two-stage conjugate code-book search.
 #include <cstring>
 
 #include "frame/checks.h"
 #include "util/vq_kernels.h"
 
-using namespace moxac;
-
+namespace moxac::util {
 namespace {
 
 using VqFamily = TaggedFamily<ContextId::vqCodeBook, VqRecord>;
@@ -30,6 +30,10 @@ bool allBelow(const int32_t* values, int32_t count, int32_t limit) {
 }
 
 }  // namespace
+}  // namespace moxac::util
+
+using namespace moxac;
+using namespace moxac::util;
 
 moxStatus moxsVQCodeBookGetSize_32f(int32_t vectorLen, int32_t numVectors, int32_t* pSize) {
   MOX_REQUIRE(notNull(pSize), moxStatusNullPointer);
@@ -92,8 +96,8 @@ moxStatus moxsVQMainSelect_32f(const float* pSrc, const float* pWeight, const in
                                const int32_t* pCand1, int32_t* pDstIndex0, int32_t* pDstIndex1, int32_t len,
                                int32_t numCand0, int32_t numCand1, const MoxVqCodeBook* pCodeBook0,
                                const MoxVqCodeBook* pCodeBook1) {
-  MOX_REQUIRE(notNull(pSrc, pWeight, pCand0, pCand1, pDstIndex0, pDstIndex1), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pCodeBook0, pCodeBook1), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrc, pWeight, pCand0, pCand1, pDstIndex0, pDstIndex1, pCodeBook0, pCodeBook1),
+              moxStatusNullPointer);
   MOX_REQUIRE(isContext<VqFamily>(pCodeBook0) && isContext<VqFamily>(pCodeBook1), moxStatusContextMismatch);
   const VqRecord& book0 = record(pCodeBook0);
   const VqRecord& book1 = record(pCodeBook1);
@@ -113,8 +117,8 @@ moxStatus moxsVQIndexSelect_32f(const float* pSrc, const float* pWeight, const i
                                 int32_t* pDstIndex0, int32_t* pDstIndex1, int32_t numDiv, int32_t numCand0,
                                 int32_t numCand1, const MoxVqCodeBook* pCodeBook0,
                                 const MoxVqCodeBook* pCodeBook1) {
-  MOX_REQUIRE(notNull(pSrc, pWeight, pLength, pDstIndex0, pDstIndex1), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(pCodeBook0, pCodeBook1), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrc, pWeight, pLength, pDstIndex0, pDstIndex1, pCodeBook0, pCodeBook1),
+              moxStatusNullPointer);
   MOX_REQUIRE(isContext<VqFamily>(pCodeBook0) && isContext<VqFamily>(pCodeBook1), moxStatusContextMismatch);
   const VqRecord& book0 = record(pCodeBook0);
   const VqRecord& book1 = record(pCodeBook1);

@@ -11,7 +11,7 @@
 #include "frame/simd.h"
 #include "moxac/util.h"
 
-namespace moxac {
+namespace moxac::util {
 
 // Rows are padded with zeros to whole vectors of eight.
 constexpr int32_t vqRowStride(int32_t vectorLen) { return roundUp<int32_t>(vectorLen, 8); }
@@ -174,4 +174,4 @@ inline VqPair vqMain(const VqTarget& t, const VqRecord& book0, const int32_t* ca
   return search(t, book0, cand0, numCand0, book1, cand1, numCand1);
 }
 
-}  // namespace moxac
+}  // namespace moxac::util

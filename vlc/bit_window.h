@@ -6,7 +6,7 @@
 
 #include "frame/big_endian.h"
 
-namespace moxac {
+namespace moxac::vlc {
 
 // Which memory a window may touch.
 //   exact: aligned 32-bit words only, each loaded when one of its bits is asked for and not before.
@@ -15,10 +15,10 @@ namespace moxac {
 enum class Reach { exact, ahead };
 
 // A refill happens with at most 63 bits in the window and loads the 64 behind them.
-constexpr int32_t kAheadBits = 63 + 64;
+inline constexpr int32_t kAheadBits = 63 + 64;
 
 // Bits that a window of Reach::ahead holds at least after refill().
-constexpr int32_t kRefilledBits = 56;
+inline constexpr int32_t kRefilledBits = 56;
 
 inline uintptr_t bytesPastWord(const uint8_t* p) { return reinterpret_cast<uintptr_t>(p) % 4; }
 
@@ -109,4 +109,4 @@ class StreamWindow {
   int32_t available_ = 0;
 };
 
-}  // namespace moxac
+}  // namespace moxac::vlc

@@ -4,13 +4,13 @@
 #include "vlc/decode_kernels.h"
 
 using namespace moxac;
+using namespace moxac::vlc;
 
 moxStatus moxsVLCDecodeGetSize_32s(const int32_t* pInputTable, int32_t nRows, const int32_t* pSubTableSizes,
                                    int32_t nSubTables, int32_t* pSize) {
   MOX_REQUIRE(notNull(pInputTable, pSubTableSizes, pSize), moxStatusNullPointer);
   DecodeLayout layout;
-  const moxStatus status = layOutDecoder({pInputTable, nRows}, pSubTableSizes, nSubTables, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutDecoder({pInputTable, nRows}, pSubTableSizes, nSubTables, layout));
 
   *pSize = layout.bytes;
   return moxStatusOk;
@@ -21,8 +21,7 @@ moxStatus moxsVLCDecodeInit_32s(const int32_t* pInputTable, int32_t nRows, const
   MOX_REQUIRE(notNull(pInputTable, pSubTableSizes, pSpec), moxStatusNullPointer);
   const InputTable table(pInputTable, nRows);
   DecodeLayout layout;
-  const moxStatus status = layOutDecoder(table, pSubTableSizes, nSubTables, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutDecoder(table, pSubTableSizes, nSubTables, layout));
 
   return buildDecoder(table, layout, *contextRecord<VlcDecoder>(static_cast<void*>(pSpec)));
 }
@@ -49,8 +48,7 @@ MOX_EXPORT_ALIAS(moxsVLCDecodeUTupleFree_32s, moxsVLCDecodeFree_32s);
 
 moxStatus moxsVLCDecodeOne_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                  const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isContext<VlcDecoder>(pSpec), moxStatusVlcError);
 
@@ -59,8 +57,7 @@ moxStatus moxsVLCDecodeOne_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffse
 
 moxStatus moxsVLCDecodeBlock_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                    int32_t len, const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isContext<VlcDecoder>(pSpec), moxStatusVlcError);
   MOX_REQUIRE(len >= 1, moxStatusBadSize);
@@ -70,8 +67,7 @@ moxStatus moxsVLCDecodeBlock_1u16s(const uint8_t** ppBitStream, int32_t* pBitOff
 
 moxStatus moxsVLCDecodeEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                           int32_t len, const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isContext<VlcDecoder>(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(isPairCount(len), moxStatusBadSize);
@@ -82,8 +78,7 @@ moxStatus moxsVLCDecodeEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int32_t* 
 
 moxStatus moxsVLCDecodeEscBlock_MP3_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                           int32_t len, int32_t linBits, const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isContext<VlcDecoder>(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(validLinBits(linBits), moxStatusOutOfRange);

@@ -9,7 +9,7 @@
 #include "vlc/decode_spec.h"
 #include "vlc/escape_conventions.h"
 
-namespace moxac {
+namespace moxac::vlc {
 
 struct Symbol {
   int32_t value;
@@ -281,4 +281,4 @@ moxStatus decodeBlock(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t*
   return decoded == items ? moxStatusOk : moxStatusVlcError;
 }
 
-}  // namespace moxac
+}  // namespace moxac::vlc

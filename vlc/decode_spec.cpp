@@ -1,10 +1,11 @@
+// Checks of a code book and construction of the decoder's look-up tables.
 #include "vlc/decode_spec.h"
 
 #include <cstdlib>
 #include <functional>
 #include <limits>
 
-namespace moxac {
+namespace moxac::vlc {
 namespace {
 
 // The header, 63 bytes of slack for aligning it, and a reserve of 33 bytes.
@@ -144,4 +145,4 @@ moxStatus buildDecoder(const InputTable& table, const DecodeLayout& layout, VlcD
   }
 }
 
-}  // namespace moxac
+}  // namespace moxac::vlc

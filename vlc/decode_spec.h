@@ -9,7 +9,7 @@
 #include "frame/context.h"
 #include "vlc/input_table.h"
 
-namespace moxac {
+namespace moxac::vlc {
 
 // Followed, from the 64th byte on, by the table area: lookup tables of entries of entryBits bits. Each is a
 // width w and then 2^w entries, which are
@@ -89,4 +89,4 @@ int64_t countPrefixes(const InputTable& table, int32_t prefixBits, Less&& less) 
   return distinct;
 }
 
-}  // namespace moxac
+}  // namespace moxac::vlc

@@ -2,7 +2,7 @@
 #include "moxac/vlc.h"
 #include "vlc/decode_kernels.h"
 
-namespace moxac {
+namespace moxac::vlc {
 namespace {
 
 // With 24 bits for the magnitudes, 6 for the length of a code word and 2 more, every row fits an entry.
@@ -21,8 +21,7 @@ bool valuesArePacked(const InputTable& table, int32_t bits) {
 moxStatus layOutTuples(const InputTable& table, const int32_t* subTableSizes, int32_t nSubTables,
                        int32_t tupleSize, int32_t valueBits, DecodeLayout& layout) {
   MOX_REQUIRE(validTuple(tupleSize, valueBits), moxStatusOutOfRange);
-  const moxStatus status = layOutDecoder(table, subTableSizes, nSubTables, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutDecoder(table, subTableSizes, nSubTables, layout));
   MOX_REQUIRE(valuesArePacked(table, tupleSize * valueBits), moxStatusVlcBadTable);
   return moxStatusOk;
 }
@@ -48,18 +47,17 @@ moxStatus decodeTuples(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::vlc
 
 using namespace moxac;
+using namespace moxac::vlc;
 
 moxStatus moxsVLCDecodeUTupleGetSize_32s(const int32_t* pInputTable, int32_t nRows,
                                          const int32_t* pSubTableSizes, int32_t nSubTables, int32_t tupleSize,
                                          int32_t valueBits, int32_t* pSize) {
   MOX_REQUIRE(notNull(pInputTable, pSubTableSizes, pSize), moxStatusNullPointer);
   DecodeLayout layout;
-  const moxStatus status =
-      layOutTuples({pInputTable, nRows}, pSubTableSizes, nSubTables, tupleSize, valueBits, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutTuples({pInputTable, nRows}, pSubTableSizes, nSubTables, tupleSize, valueBits, layout));
 
   *pSize = layout.bytes;
   return moxStatusOk;
@@ -71,8 +69,7 @@ moxStatus moxsVLCDecodeUTupleInit_32s(const int32_t* pInputTable, int32_t nRows,
   MOX_REQUIRE(notNull(pInputTable, pSubTableSizes, pSpec), moxStatusNullPointer);
   const InputTable table(pInputTable, nRows);
   DecodeLayout layout;
-  const moxStatus status = layOutTuples(table, pSubTableSizes, nSubTables, tupleSize, valueBits, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutTuples(table, pSubTableSizes, nSubTables, tupleSize, valueBits, layout));
 
   VlcDecodeRecord& record = *contextRecord<VlcDecoder>(static_cast<void*>(pSpec));
   const moxStatus built = buildDecoder(table, layout, record);
@@ -99,8 +96,7 @@ moxStatus moxsVLCDecodeUTupleInitAlloc_32s(const int32_t* pInputTable, int32_t n
 
 moxStatus moxsVLCDecodeUTupleOne_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                        const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isTupleSpec(pSpec), moxStatusContextMismatch);
 
@@ -109,8 +105,7 @@ moxStatus moxsVLCDecodeUTupleOne_1u16s(const uint8_t** ppBitStream, int32_t* pBi
 
 moxStatus moxsVLCDecodeUTupleBlock_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset, int16_t* pDst,
                                          int32_t len, const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isTupleSpec(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(len >= 1 && len % tupleSizeOf(pSpec) == 0, moxStatusBadSize);
@@ -120,8 +115,7 @@ moxStatus moxsVLCDecodeUTupleBlock_1u16s(const uint8_t** ppBitStream, int32_t* p
 
 moxStatus moxsVLCDecodeUTupleEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                 int16_t* pDst, int32_t len, const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isTupleSpec(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(len >= 1 && len % tupleSizeOf(pSpec) == 0, moxStatusBadSize);
@@ -132,8 +126,7 @@ moxStatus moxsVLCDecodeUTupleEscBlock_AAC_1u16s(const uint8_t** ppBitStream, int
 moxStatus moxsVLCDecodeUTupleEscBlock_MP3_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                 int16_t* pDst, int32_t len, int32_t linBits,
                                                 const MoxVlcDecodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pDst, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isTupleSpec(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(validLinBits(linBits), moxStatusOutOfRange);

@@ -4,7 +4,7 @@
 #include "moxac/vlc.h"
 #include "vlc/encode_kernels.h"
 
-namespace moxac {
+namespace moxac::vlc {
 namespace {
 
 const VlcEncodeRecord& encoderOf(const MoxVlcEncodeSpec* pSpec) { return *contextRecord<VlcEncoder>(pSpec); }
@@ -31,15 +31,15 @@ moxStatus checkedCount(const int16_t* pSrc, int32_t len, int32_t* pCount, const 
 }
 
 }  // namespace
-}  // namespace moxac
+}  // namespace moxac::vlc
 
 using namespace moxac;
+using namespace moxac::vlc;
 
 moxStatus moxsVLCEncodeGetSize_32s(const int32_t* pInputTable, int32_t nRows, int32_t* pSize) {
   MOX_REQUIRE(notNull(pInputTable, pSize), moxStatusNullPointer);
   EncodeLayout layout;
-  const moxStatus status = layOutEncoder({pInputTable, nRows}, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutEncoder({pInputTable, nRows}, layout));
 
   *pSize = layout.bytes;
   return moxStatusOk;
@@ -49,8 +49,7 @@ moxStatus moxsVLCEncodeInit_32s(const int32_t* pInputTable, int32_t nRows, MoxVl
   MOX_REQUIRE(notNull(pInputTable, pSpec), moxStatusNullPointer);
   const InputTable table(pInputTable, nRows);
   EncodeLayout layout;
-  const moxStatus status = layOutEncoder(table, layout);
-  MOX_REQUIRE(status == moxStatusOk, status);
+  MOX_TRY(layOutEncoder(table, layout));
 
   buildEncoder(table, layout, *contextRecord<VlcEncoder>(static_cast<void*>(pSpec)));
   return moxStatusOk;
@@ -72,8 +71,7 @@ void moxsVLCEncodeFree_32s(MoxVlcEncodeSpec* pSpec) {
 
 moxStatus moxsVLCEncodeOne_16s1u(int16_t value, uint8_t** ppBitStream, int32_t* pBitOffset,
                                  const MoxVlcEncodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isContext<VlcEncoder>(pSpec), moxStatusVlcError);
 
@@ -82,8 +80,7 @@ moxStatus moxsVLCEncodeOne_16s1u(int16_t value, uint8_t** ppBitStream, int32_t* 
 
 moxStatus moxsVLCEncodeBlock_16s1u(const int16_t* pSrc, int32_t len, uint8_t** ppBitStream,
                                    int32_t* pBitOffset, const MoxVlcEncodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcError);
   MOX_REQUIRE(isContext<VlcEncoder>(pSpec), moxStatusVlcError);
   MOX_REQUIRE(len >= 1, moxStatusBadSize);
@@ -93,8 +90,7 @@ moxStatus moxsVLCEncodeBlock_16s1u(const int16_t* pSrc, int32_t len, uint8_t** p
 
 moxStatus moxsVLCEncodeEscBlock_AAC_16s1u(const int16_t* pSrc, int32_t len, uint8_t** ppBitStream,
                                           int32_t* pBitOffset, const MoxVlcEncodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isContext<VlcEncoder>(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(isPairCount(len), moxStatusBadSize);
@@ -105,8 +101,7 @@ moxStatus moxsVLCEncodeEscBlock_AAC_16s1u(const int16_t* pSrc, int32_t len, uint
 moxStatus moxsVLCEncodeEscBlock_MP3_16s1u(const int16_t* pSrc, int32_t len, int32_t linBits,
                                           uint8_t** ppBitStream, int32_t* pBitOffset,
                                           const MoxVlcEncodeSpec* pSpec) {
-  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec), moxStatusNullPointer);
-  MOX_REQUIRE(notNull(*ppBitStream), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrc, ppBitStream, pBitOffset, pSpec) && notNull(*ppBitStream), moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusVlcBadBitOffset);
   MOX_REQUIRE(isContext<VlcEncoder>(pSpec), moxStatusContextMismatch);
   MOX_REQUIRE(validLinBits(linBits), moxStatusOutOfRange);

@@ -12,7 +12,7 @@
 #include "vlc/encode_spec.h"
 #include "vlc/escape_conventions.h"
 
-namespace moxac {
+namespace moxac::vlc {
 
 // The bits of the aligned word that holds the cursor, and of at most one more behind it, left-aligned in a
 // register. A word goes to memory when it is full, the last one in store().
@@ -168,4 +168,4 @@ void encodeBlock(const CodeArrays& arrays, const int16_t* src, int32_t len, uint
   writer.store(ppBitStream, pBitOffset);
 }
 
-}  // namespace moxac
+}  // namespace moxac::vlc

@@ -1,11 +1,11 @@
+// Checks of a code book and construction of the encoder's arrays.
 #include "vlc/encode_spec.h"
 
 #include <algorithm>
 #include <bit>
 #include <limits>
 
-namespace moxac {
-
+namespace moxac::vlc {
 namespace {
 // The header, the array's last element that `range` leaves out, and 64 bytes for aligning it all.
 constexpr int64_t kBytesBesideArrays = 132;
@@ -46,4 +46,4 @@ void buildEncoder(const InputTable& table, const EncodeLayout& layout, VlcEncode
             {}};
 }
 
-}  // namespace moxac
+}  // namespace moxac::vlc

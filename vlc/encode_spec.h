@@ -7,7 +7,7 @@
 #include "frame/context.h"
 #include "vlc/input_table.h"
 
-namespace moxac {
+namespace moxac::vlc {
 
 // Sixteen 32-bit words, then 2^bits code lengths and range + 1 code words, range = max - min of the values.
 struct VlcEncodeRecord {
@@ -41,4 +41,4 @@ moxStatus layOutEncoder(const InputTable& table, EncodeLayout& layout);
 
 void buildEncoder(const InputTable& table, const EncodeLayout& layout, VlcEncodeRecord& record);
 
-}  // namespace moxac
+}  // namespace moxac::vlc

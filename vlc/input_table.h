@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace moxac {
+namespace moxac::vlc {
 
-constexpr int32_t kMaxCodeLength = 32;
+inline constexpr int32_t kMaxCodeLength = 32;
 
 // The low n bits, n = 0..32.
 constexpr uint32_t lowBits(int32_t n) { return static_cast<uint32_t>((uint64_t{1} << n) - 1); }
@@ -50,4 +50,4 @@ class InputTable {
   int32_t rows_;
 };
 
-}  // namespace moxac
+}  // namespace moxac::vlc

@@ -18,6 +18,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::aac;
 
 std::mt19937& noise() {
   static std::mt19937 generator(5);

@@ -37,6 +37,7 @@ extern "C" {
 namespace {
 
 using namespace moxac;
+using namespace moxac::transform;
 
 // 64-byte aligned floats.
 class Floats {

@@ -5,6 +5,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::aac;
 
 TEST(AacBandTables, BandsRiseInStepsOfFourAndEndWithTheWindow) {
   for (int32_t index = 0; index < kNumSampleRates; ++index)

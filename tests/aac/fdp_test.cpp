@@ -15,6 +15,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::aac;
 using moxtest::Block;
 using moxtest::expectNeedsEveryPointer;
 

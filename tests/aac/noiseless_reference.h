@@ -76,8 +76,8 @@ class NoiselessModel {
   // Everything behind the window information.
   moxStatus run(const Mode& mode, MoxAacChanStream& to, NoiselessOutput& out) {
     const bool isShort = mode.windowSequence == 2;
-    const auto table =
-        isShort ? moxac::shortSwbTable(to.samplingRateIndex) : moxac::longSwbTable(to.samplingRateIndex);
+    const auto table = isShort ? moxac::aac::shortSwbTable(to.samplingRateIndex)
+                               : moxac::aac::longSwbTable(to.samplingRateIndex);
     to.windowLen = isShort ? 128 : 1024;
     to.numWindows = isShort ? 8 : 1;
     to.numSwb = table.numSwb;

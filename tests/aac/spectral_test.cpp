@@ -18,6 +18,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::aac;
 using moxtest::Block;
 using moxtest::expectNeedsEveryPointer;
 

@@ -59,8 +59,9 @@ Decoded decode(const std::vector<CodedGranule>& granules) {
   std::vector<Channel> channels(2);
   for (Channel& c : channels) moxsSynthesisFilterInit_PQMF_MP3_32f(c.state());
   for (CodedGranule g : granules) {
-    const int32_t row = moxac::sfbRow(g.header), stride = g.channels();
-    const std::array<Lines, 2> lines = requantizeReference(g, moxac::kSfbLong[row], moxac::kSfbShort[row]);
+    const int32_t row = moxac::mp3::sfbRow(g.header), stride = g.channels();
+    const std::array<Lines, 2> lines =
+        requantizeReference(g, moxac::mp3::kSfbLong[row], moxac::mp3::kSfbShort[row]);
     int32_t buffer[576], xs[576];
     EXPECT_EQ(moxsReQuantize_MP3_32s_I(g.lines[0], g.bound, g.scaleFactors[0], g.side, &g.header, buffer),
               moxStatusOk);

@@ -66,7 +66,7 @@ Result decode(const Call& call, const uint8_t* data) {
 std::vector<int32_t> regionEnds(const Call& call) {
   const int32_t row = call.header.id * 3 + call.header.samplingFreq;
   const int16_t* const longRow =
-      call.form == Form::builtIn ? moxac::kSfbLong[row] : call.longBands.data() + 23 * row;
+      call.form == Form::builtIn ? moxac::mp3::kSfbLong[row] : call.longBands.data() + 23 * row;
   const MoxMp3SideInfo& r = call.record;
   const int32_t big = 2 * r.bigVals;
   if (r.winSwitch == 0)
@@ -137,7 +137,7 @@ Call randomCall() {
   if (r.winSwitch == 1) r.tableSelect[2] = r.reg0Cnt = r.reg1Cnt = 99;  // never looked at
   r.cnt1TabSel = draw(0, 1);
   call.bitOffset = draw(0, 7);
-  const int16_t *const ownLong = moxac::kSfbLong[0], *const ownShort = moxac::kSfbShort[0];
+  const int16_t *const ownLong = moxac::mp3::kSfbLong[0], *const ownShort = moxac::mp3::kSfbShort[0];
   call.longBands.assign(ownLong, ownLong + 6 * 23);
   call.shortBands.assign(ownShort, ownShort + 6 * 14);
   for (int row = 0; row < 6; ++row) {
@@ -380,8 +380,8 @@ TEST(Mp3HuffmanDecode, NullPointersComeFirst) {
   const uint8_t* p = byte;
   const uint8_t* none = nullptr;
   int32_t k = 8, bound = 0, lines[576];
-  const int16_t* const l = moxac::kSfbLong[0];
-  const int16_t* const s = moxac::kSfbShort[0];
+  const int16_t* const l = moxac::mp3::kSfbLong[0];
+  const int16_t* const s = moxac::mp3::kSfbShort[0];
   const int16_t m[12] = {};
   const auto all = [&](const uint8_t** pp, int32_t* pk, int32_t* dst, int32_t* b, const MoxMp3SideInfo* r,
                        const MoxMp3FrameHeader* h) {

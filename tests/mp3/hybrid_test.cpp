@@ -77,7 +77,7 @@ TEST(HybridInverse, TakesTheCallersWindows) {
     fillLines(x, 576, 1);
     ownOverlap.fill(0), callerOverlap.fill(0);
     int32_t ownPrevious = 0, callerPrevious = 0;
-    std::copy_n(moxac::kHybridWindows.of[0], 4 * 36, windows.begin());
+    std::copy_n(moxac::mp3::kHybridWindows.of[0], 4 * 36, windows.begin());
     for (float& w : windows) w *= 0.5f;  // half of every window is half of everything
     ASSERT_EQ(moxsMDCTInv_MP3_32s(x, own, ownOverlap, 576, &ownPrevious, g.blockType, g.mixed), moxStatusOk);
     ASSERT_EQ(moxsMDCTInvWindow_MP3_32s(x, caller, callerOverlap, 576, &callerPrevious, g.blockType, g.mixed,
@@ -94,19 +94,19 @@ TEST(HybridInverse, TransformsEightBandsAsItDoesOne) {
   for (int type : {0, 2}) {
     Block<float> lines(8 * 18);
     moxac::f32x8 v[18], eight[36];
-    moxac::bandsToLanes(lines, v);
-    const float* const window = moxac::kHybridWindows.of[type];
+    moxac::mp3::bandsToLanes(lines, v);
+    const float* const window = moxac::mp3::kHybridWindows.of[type];
     const auto all = [&](int i, moxac::f32x8 value) { eight[i] = value; };
-    type == 2 ? moxac::inverseShort<moxac::Lanes8>(v, window, all)
-              : moxac::inverseLong<moxac::Lanes8>(v, window, all);
+    type == 2 ? moxac::mp3::inverseShort<moxac::Lanes8>(v, window, all)
+              : moxac::mp3::inverseLong<moxac::Lanes8>(v, window, all);
     for (int band = 0; band < 8; ++band) {
       float x[18];
       std::copy_n(lines + 18 * band, 18, x);
       const auto one = [&](int i, float value) {
         EXPECT_EQ(value, eight[i][band]) << type << ' ' << band << ' ' << i;
       };
-      type == 2 ? moxac::inverseShort<moxac::Lanes1>(x, window, one)
-                : moxac::inverseLong<moxac::Lanes1>(x, window, one);
+      type == 2 ? moxac::mp3::inverseShort<moxac::Lanes1>(x, window, one)
+                : moxac::mp3::inverseLong<moxac::Lanes1>(x, window, one);
     }
   }
 }
@@ -150,8 +150,9 @@ TEST(HybridForward, EqualsTheFormulaInCodedOrder) {
     const Lines want = reference.forward(slots, g.blockType, mixed);
     MoxMp3SideInfo side{};
     side.winSwitch = 1, side.blockType = g.blockType, side.mixedBlock = mixed;
-    const int32_t row = moxac::sfbRow(header);
-    const auto places = moxtest::linePlaces(side, header.id, moxac::kSfbLong[row], moxac::kSfbShort[row]);
+    const int32_t row = moxac::mp3::sfbRow(header);
+    const auto places =
+        moxtest::linePlaces(side, header.id, moxac::mp3::kSfbLong[row], moxac::mp3::kSfbShort[row]);
     for (size_t i = 0; i < 576; ++i)
       ASSERT_NEAR(xr[static_cast<int64_t>(i)] / kUnit, want[static_cast<size_t>(places[i].target)], 4e-6);
   }
@@ -181,16 +182,18 @@ TEST(Hybrid, WholeChainIsTransparentForEveryBlockSequence) {
     }
     const MoxMp3FrameHeader header = {1, 1, 1, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0};
     ASSERT_EQ(moxsMDCTFwd_MP3_32s(xs, coded, forward, g.blockType, g.mixed, &header), moxStatusOk);
-    moxac::windowsTogether(
-        coded, moxac::spectrumBands(g.blockType == 2, mixed, 1, moxac::kSfbLong[3], moxac::kSfbShort[3]),
-        lines);
+    moxac::mp3::windowsTogether(coded,
+                                moxac::mp3::spectrumBands(g.blockType == 2, mixed, 1, moxac::mp3::kSfbLong[3],
+                                                          moxac::mp3::kSfbShort[3]),
+                                lines);
     ASSERT_EQ(moxsMDCTInv_MP3_32s(lines, xs, inverse, 576, &previous, g.blockType, g.mixed), moxStatusOk);
     // Float output, so that the rounding to 16 bits does not cover what is looked for.
     for (int slot = 0; slot < 18; ++slot) {
       const auto band = [&](int k) { return moxac::toFloat8(moxac::loadInt8(xs + 32 * slot + k)); };
       float out[32];
-      moxac::storeOutputs(out, moxac::synthesizeSlot(band(0), band(8), band(16), band(24),
-                                                     reinterpret_cast<float*>(v.data()), vPosition));
+      moxac::mp3::storeOutputs(out,
+                               moxac::mp3::synthesizeSlot(band(0), band(8), band(16), band(24),
+                                                          reinterpret_cast<float*>(v.data()), vPosition));
       vPosition = (vPosition + 15) % 16;
       for (const float f : out) got.push_back(f / kUnit);
     }
@@ -208,7 +211,8 @@ TEST(Hybrid, RefusesInOrderAndWritesNothing) {
   const auto inverse = [&](int without) {
     const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
     return moxsMDCTInvWindow_MP3_32s(p(0, in.data()), p(1, out.data()), p(2, overlap.data()), bound,
-                                     p(3, &previous), blockType, mixed, p(4, moxac::kHybridWindows.of[0]));
+                                     p(3, &previous), blockType, mixed,
+                                     p(4, moxac::mp3::kHybridWindows.of[0]));
   };
   const auto forward = [&](int without) {
     const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };

@@ -368,10 +368,10 @@ TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
 TEST(Mp3BandTables, EqualTheTablesOwnFilesAndCloseTheSpectrum) {
   const auto longs = moxtest::csvRows("mp3_sfb_long.csv"), shorts = moxtest::csvRows("mp3_sfb_short.csv");
   for (size_t row = 0; row < 6; ++row) {
-    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxac::kSfbLong[row][i], std::stoi(longs[row][3 + i]));
-    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxac::kSfbShort[row][i], std::stoi(shorts[row][3 + i]));
-    EXPECT_EQ(moxac::kSfbLong[row][22], 576);
-    EXPECT_EQ(moxac::kSfbShort[row][13], 192);
+    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxac::mp3::kSfbLong[row][i], std::stoi(longs[row][3 + i]));
+    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxac::mp3::kSfbShort[row][i], std::stoi(shorts[row][3 + i]));
+    EXPECT_EQ(moxac::mp3::kSfbLong[row][22], 576);
+    EXPECT_EQ(moxac::mp3::kSfbShort[row][13], 192);
   }
 }
 

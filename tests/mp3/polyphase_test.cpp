@@ -32,14 +32,14 @@ using AnalysisBank = Bank<MoxMp3AnalysisState>;
 TEST(CosineTransform, VectorFormsEqualTheirScalarTwins) {
   for (int round = 0; round < 100; ++round) {
     Block<float> x(32), forward(32), transposed(32);
-    moxac::cosineTransform<32>(x, forward);
-    moxac::cosineTransformTransposed<32>(x, transposed);
-    const moxac::SlotVectors c = moxac::cosineTransform32(moxac::load8(x), moxac::load8(x + 8),
-                                                          moxac::load8(x + 16), moxac::load8(x + 24));
+    moxac::mp3::cosineTransform<32>(x, forward);
+    moxac::mp3::cosineTransformTransposed<32>(x, transposed);
+    const moxac::mp3::SlotVectors c = moxac::mp3::cosineTransform32(
+        moxac::load8(x), moxac::load8(x + 8), moxac::load8(x + 16), moxac::load8(x + 24));
     moxac::f32x8 t[4] = {moxac::load8(x), moxac::load8(x + 8), moxac::load8(x + 16), moxac::load8(x + 24)};
-    moxac::cosineTransform32Transposed(t);
+    moxac::mp3::cosineTransform32Transposed(t);
     for (int i = 0; i < 8; ++i) {
-      const int first = moxac::kFirstLanes[i], second = moxac::kSecondLanes[i];
+      const int first = moxac::mp3::kFirstLanes[i], second = moxac::mp3::kSecondLanes[i];
       ASSERT_EQ(c.high0[i], forward[16 + first]);
       ASSERT_EQ(c.high1[i], forward[16 + second]);
       ASSERT_EQ(c.low0[i], forward[first == 0 ? 0 : 16 - first]);

@@ -84,8 +84,8 @@ TEST(PsychoacousticModel, EqualsTheAnnexInDoublePrecision) {
 
 // Law of the tables: each partition's shares add to one; those at the upper end count partitions that are left out.
 TEST(PsychoacousticModel, SharesOfMaskersAddToOne) {
-  for (const auto& tables : moxac::kPsychoacousticTables) {
-    const auto sumTo = [](const float(*from)[moxac::kPartitions], int32_t count, int32_t i) {
+  for (const auto& tables : moxac::mp3::kPsychoacousticTables) {
+    const auto sumTo = [](const float(*from)[moxac::mp3::kPartitions], int32_t count, int32_t i) {
       double sum = 0;
       for (int32_t j = 0; j < count; ++j) sum += static_cast<double>(from[j][i]);
       return sum;
@@ -104,7 +104,7 @@ TEST(PsychoacousticModel, SharesOfMaskersAddToOne) {
 
 TEST(PsychoacousticModel, SilenceGivesTheThresholdInQuiet) {
   for (int32_t f = 0; f < 3; ++f) {
-    const auto& tables = moxac::kPsychoacousticTables[f];
+    const auto& tables = moxac::mp3::kPsychoacousticTables[f];
     std::vector<double> quiet;
     for (int32_t b = 0; b < tables.longCount; ++b)
       quiet.push_back(static_cast<double>(tables.longPartitions[b].qthr));

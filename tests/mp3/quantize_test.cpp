@@ -34,8 +34,8 @@ struct Frame {
 
   // Thresholds `below` dB under each band's energy, in the spectrum's own units.
   void mask(int32_t blockType, float below) {
-    const int16_t* const longs = moxac::kSfbLong[3 + header.samplingFreq];
-    const int16_t* const shorts = moxac::kSfbShort[3 + header.samplingFreq];
+    const int16_t* const longs = moxac::mp3::kSfbLong[3 + header.samplingFreq];
+    const int16_t* const shorts = moxac::mp3::kSfbShort[3 + header.samplingFreq];
     const float ratio = std::pow(10.0f, -below / 10);
     for (size_t i = 0; i < 4; ++i) {
       Analysis& p = psy[i];
@@ -210,7 +210,7 @@ TEST(Quantize, NoiseStaysBelowTheThresholds) {
         ASSERT_EQ(moxsReQuantize_MP3_32s_I(decoded.data(), bounds, frame.scaleFactors.data() + g * 78,
                                            frame.side.data() + 2 * g, &frame.header, buffer.data()),
                   moxStatusOk);
-        const int16_t* const start = blockType == 2 ? moxac::kSfbShort[3] : moxac::kSfbLong[3];
+        const int16_t* const start = blockType == 2 ? moxac::mp3::kSfbShort[3] : moxac::mp3::kSfbLong[3];
         for (size_t ch = 0; ch < 2; ++ch)
           for (int32_t b = 0; b < (blockType == 2 ? 12 : 21); ++b)
             for (int32_t w = 0; w < (blockType == 2 ? 3 : 1); ++w) {
@@ -263,8 +263,8 @@ int32_t fewestBits(const std::vector<int32_t>& ix, int32_t bigVals, bool switche
   int32_t best = INT32_MAX;
   for (int32_t r0 = 0; r0 < 16; ++r0)
     for (int32_t r1 = 0; r1 < 8 && r0 + r1 <= 20; ++r1) {
-      const int32_t a = std::min<int32_t>(moxac::kSfbLong[3][r0 + 1], end);
-      const int32_t b = std::min<int32_t>(moxac::kSfbLong[3][r0 + r1 + 2], end);
+      const int32_t a = std::min<int32_t>(moxac::mp3::kSfbLong[3][r0 + 1], end);
+      const int32_t b = std::min<int32_t>(moxac::mp3::kSfbLong[3][r0 + r1 + 2], end);
       best = std::min(best, region(0, a) + region(a, b) + region(b, end));
     }
   return best;
@@ -273,7 +273,7 @@ int32_t fewestBits(const std::vector<int32_t>& ix, int32_t bigVals, bool switche
 TEST(Quantize, RegionsAndTablesAreTheCheapestOfAll) {
   std::mt19937 random(4);
   for (int round = 0; round < 60; ++round) {
-    moxac::QuantizedLines lines{};
+    moxac::mp3::QuantizedLines lines{};
     std::vector<int32_t> ix(576);
     const double largest = std::exp2(round % 14), decay = 20 + 10 * (round % 7);
     for (size_t k = 0; k < 576; ++k) {
@@ -285,9 +285,10 @@ TEST(Quantize, RegionsAndTablesAreTheCheapestOfAll) {
       lines.largest = std::max(lines.largest, ix[k]);
     }
     for (const bool switched : {false, true}) {
-      moxac::SpectrumCode quads{};
-      moxac::splitLines(lines, quads);
-      const moxac::SpectrumCode code = moxac::countSpectrum(lines, switched, moxac::kSfbLong[3]);
+      moxac::mp3::SpectrumCode quads{};
+      moxac::mp3::splitLines(lines, quads);
+      const moxac::mp3::SpectrumCode code =
+          moxac::mp3::countSpectrum(lines, switched, moxac::mp3::kSfbLong[3]);
       EXPECT_EQ(code.bits - quads.bits, fewestBits(ix, code.bigVals, switched)) << round << " " << switched;
     }
   }

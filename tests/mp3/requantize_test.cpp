@@ -85,10 +85,11 @@ struct Outcome {
 TEST(Requantize, EqualsTheFormulasForEveryBlockAndStereoMode) {
   for (int round = 0; round < 4000; ++round) {
     const CodedGranule g = randomGranule();
-    const int32_t row = moxac::sfbRow(g.header);
+    const int32_t row = moxac::mp3::sfbRow(g.header);
     Outcome got(g, 4 * (round % 8));
     ASSERT_EQ(got.run(g), moxStatusOk);
-    expectReference(g, got.lines, requantizeReference(g, moxac::kSfbLong[row], moxac::kSfbShort[row]),
+    expectReference(g, got.lines,
+                    requantizeReference(g, moxac::mp3::kSfbLong[row], moxac::mp3::kSfbShort[row]),
                     "built-in");
     for (int ch = 0; ch < g.channels(); ++ch) ASSERT_EQ(got.bound[ch], boundOf(got.lines + 576 * ch));
     ASSERT_TRUE(g.channels() == 2 || std::equal(g.lines[1], g.lines[1] + 576, got.lines + 576)) << "mono";
@@ -96,8 +97,8 @@ TEST(Requantize, EqualsTheFormulasForEveryBlockAndStereoMode) {
     // The same through tables of the caller's: here, every row that of another rate.
     int16_t sfbLong[6][23], sfbShort[6][14];
     for (int r = 0; r < 6; ++r) {
-      std::copy_n(moxac::kSfbLong[r / 3 * 3 + (r + 1) % 3], 23, sfbLong[r]);
-      std::copy_n(moxac::kSfbShort[r / 3 * 3 + (r + 1) % 3], 14, sfbShort[r]);
+      std::copy_n(moxac::mp3::kSfbLong[r / 3 * 3 + (r + 1) % 3], 23, sfbLong[r]);
+      std::copy_n(moxac::mp3::kSfbShort[r / 3 * 3 + (r + 1) % 3], 14, sfbShort[r]);
     }
     Outcome other(g);
     ASSERT_EQ(moxsReQuantizeSfb_MP3_32s_I(other.lines, other.bound, g.scaleFactors[0], g.side, &g.header,
@@ -116,7 +117,7 @@ TEST(Requantize, CoversEveryMagnitudeAndSaturates) {
     for (int32_t i = 0; i < 576; ++i) g.lines[0][i] = std::min(base + i, 8206) * (i % 2 == 0 ? 1 : -1);
     Outcome got(g);
     ASSERT_EQ(got.run(g), moxStatusOk);
-    expectReference(g, got.lines, requantizeReference(g, moxac::kSfbLong[3], moxac::kSfbShort[3]),
+    expectReference(g, got.lines, requantizeReference(g, moxac::mp3::kSfbLong[3], moxac::mp3::kSfbShort[3]),
                     "magnitudes");
   }
   g.side[0].globGain = 255;
@@ -166,8 +167,8 @@ TEST(Requantize, RefusesInOrderAndWritesNothing) {
   const auto call = [&](int without) {
     const auto p = [&](int i, auto* pointer) { return i == without ? nullptr : pointer; };
     return moxsReQuantizeSfb_MP3_32s_I(p(0, o.lines.data()), p(1, o.bound.data()), p(2, g.scaleFactors[0]),
-                                       p(3, g.side), p(4, &g.header), p(5, moxac::kSfbLong[0]),
-                                       p(6, moxac::kSfbShort[0]), p(7, o.buffer.data()));
+                                       p(3, g.side), p(4, &g.header), p(5, moxac::mp3::kSfbLong[0]),
+                                       p(6, moxac::mp3::kSfbShort[0]), p(7, o.buffer.data()));
   };
   for (int i = 0; i < 8; ++i) EXPECT_EQ(call(i), moxStatusNullPointer) << i;
   EXPECT_EQ(call(-1), moxStatusMp3FrameHeaderErr);

@@ -226,11 +226,11 @@ struct HybridFilter {
 };
 HybridFilter hybridFilter(int configuration, int band) {
   if (configuration == 20)
-    return band == 0 ? HybridFilter{8, false, moxac::kHybrid20Band0}
-                     : HybridFilter{2, true, moxac::kHybrid20Band1};
-  if (band == 0) return {12, false, moxac::kHybrid34Band0};
-  return band == 1 ? HybridFilter{8, false, moxac::kHybrid34Band1}
-                   : HybridFilter{4, false, moxac::kHybrid34Band2};
+    return band == 0 ? HybridFilter{8, false, moxac::sbr::kHybrid20Band0}
+                     : HybridFilter{2, true, moxac::sbr::kHybrid20Band1};
+  if (band == 0) return {12, false, moxac::sbr::kHybrid34Band0};
+  return band == 1 ? HybridFilter{8, false, moxac::sbr::kHybrid34Band1}
+                   : HybridFilter{4, false, moxac::sbr::kHybrid34Band2};
 }
 
 // The sub-bands of a row in order: a band, and the filters of it that are added up.

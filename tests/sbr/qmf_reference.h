@@ -16,7 +16,7 @@ using Slot = std::vector<std::complex<double>>;  // sub-band samples; real banks
 template <class T = float>
 std::vector<T> qmfWindow(int step) {
   std::vector<T> window;
-  for (int i = 0; i < 640; i += step) window.push_back(static_cast<T>(moxac::kQmfPrototype[i]));
+  for (int i = 0; i < 640; i += step) window.push_back(static_cast<T>(moxac::sbr::kQmfPrototype[i]));
   return window;
 }
 

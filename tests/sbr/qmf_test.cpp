@@ -10,7 +10,7 @@
 namespace {
 
 using namespace moxtest;
-using moxac::QmfHeader;
+using moxac::sbr::QmfHeader;
 
 constexpr int kSlots = 96;
 constexpr double kLoudestSubBand =

@@ -16,7 +16,7 @@ using moxtest::Block;
 
 using Prototype = const float (&)[512];
 Prototype prototype(int filter) {
-  return filter == moxDtsPerfect ? moxac::kDtsPerfect : moxac::kDtsNonPerfect;
+  return filter == moxDtsPerfect ? moxac::transform::kDtsPerfect : moxac::transform::kDtsNonPerfect;
 }
 
 double filterTap(Prototype d, int k, int i) {

@@ -14,6 +14,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::transform;
 using namespace moxtest;
 
 struct Sizes {

@@ -16,6 +16,7 @@
 namespace {
 
 using namespace moxac;
+using namespace moxac::transform;
 using namespace moxtest;
 
 // The context operations of one kind.

@@ -67,7 +67,7 @@ TYPED_TEST(Interleave, EveryTailAndAlignment) {
 
 TYPED_TEST(Interleave, StreamingSizesAtReachableAndUnreachableBoundaries) {
   const auto len =
-      static_cast<int32_t>(moxac::kStreamBytes / (2 * static_cast<int64_t>(sizeof(TypeParam))) + 13);
+      static_cast<int32_t>(moxac::util::kStreamBytes / (2 * static_cast<int64_t>(sizeof(TypeParam))) + 13);
   const auto step = static_cast<int64_t>(sizeof(TypeParam));
   for (const auto& [together, channels] : {std::pair<int64_t, int64_t>{0, 0}, {8, 8}, {step, 2 * step}})
     roundTrip<TypeParam>(2, len, together, channels);

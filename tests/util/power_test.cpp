@@ -65,7 +65,7 @@ TEST(Pow43, EqualsItsTwinAtEveryTailAndAlignment) {
         Block<float> got(len, 4 * (shift % 8)), want(len);
         for (int32_t i = 0; i < len; ++i) {
           x[i] = static_cast<int16_t>(x[i] % (limit + 1));
-          want[i] = moxac::signedPow43(x[i]);
+          want[i] = moxac::util::signedPow43(x[i]);
         }
         ASSERT_EQ(moxsPow43_16s32f(x, got, len), moxStatusOk);
         ASSERT_TRUE(moxtest::sameBits(got, want));
@@ -85,7 +85,7 @@ TEST(Pow43, LengthZeroIsFineAndRefusalsComeInOrder) {
 TEST(MakeFloat, BitRuleForEveryExponentAndFormulaBelow112) {
   for (int32_t exponent = 0; exponent < 65536; ++exponent)
     for (const int16_t mantissa : {int16_t{1}, int16_t{-32768}, int16_t{16384}}) {
-      const float got = moxac::makeFloat(mantissa, static_cast<uint16_t>(exponent));
+      const float got = moxac::util::makeFloat(mantissa, static_cast<uint16_t>(exponent));
       const uint32_t bits = (0x38000000u - (static_cast<uint32_t>(exponent) << 23)) & 0x7FFFFFFFu;
       float factor;
       std::memcpy(&factor, &bits, 4);
@@ -109,7 +109,7 @@ TEST(MakeFloat, EqualsItsTwinAtEveryTailAndAlignment) {
       Block<int16_t> mant(len, shift);
       Block<uint16_t> exp(len, (shift * 3) % 32);
       Block<float> got(len, (shift * 2) % 32), want(len);
-      for (int32_t i = 0; i < len; ++i) want[i] = moxac::makeFloat(mant[i], exp[i]);
+      for (int32_t i = 0; i < len; ++i) want[i] = moxac::util::makeFloat(mant[i], exp[i]);
       const bool aligned = shift % 16 == 0;
       EXPECT_EQ(moxsMakeFloat_16s32f(mant, exp, len, got), aligned ? moxStatusOk : moxStatusMisalignedData);
       ASSERT_TRUE(moxtest::sameBits(got, want));
@@ -163,7 +163,7 @@ TEST(Pow34, FloatFormsKeepTheirErrorAndTheirTwin) {
       EXPECT_EQ(moxsPow34_32f(x, y, len), want);
       EXPECT_EQ(moxsPow34_32f16s(x, n, len), want);
       for (int32_t i = 0; i < len; ++i) {
-        const float twin = moxac::signedPow34(x[i]);
+        const float twin = moxac::util::signedPow34(x[i]);
         ASSERT_EQ(std::memcmp(&y[i], &twin, 4), 0) << x[i];
         ASSERT_EQ(n[i], saturate16(std::nearbyint(y[i]))) << x[i];
         if (!std::isfinite(x[i]) || std::fabs(x[i]) < 1e-37f) continue;

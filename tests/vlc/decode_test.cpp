@@ -100,7 +100,8 @@ TEST(VlcDecode, RandomCodesDecodeAsBitByBit) {
     ASSERT_EQ(spec.size(), expectedSize(rows, widths));
 
     // What the width of the entries leaves of a value: bytes no sign, exact fits no positive power of two.
-    const auto* const record = moxac::contextRecord<moxac::VlcDecoder>(static_cast<MoxVlcDecodeSpec*>(spec));
+    const auto* const record =
+        moxac::contextRecord<moxac::vlc::VlcDecoder>(static_cast<MoxVlcDecodeSpec*>(spec));
     const auto kept = [&](int32_t value) {
       const auto field = static_cast<uint32_t>(value) << (record->lengthBits + 1);
       const auto drop = static_cast<int32_t>(record->lengthBits + 1);
@@ -280,7 +281,8 @@ TEST(VlcDecode, PrefixesAreCountedExactlyAndFast) {
         std::set<uint64_t> prefixes;
         for (const Row& row : rows)
           if (row.length > bits) prefixes.insert(leftAligned(row) >> (32 - bits));
-        EXPECT_EQ(moxac::countPrefixes({words(rows), n}, bits, less), static_cast<int64_t>(prefixes.size()));
+        EXPECT_EQ(moxac::vlc::countPrefixes({words(rows), n}, bits, less),
+                  static_cast<int64_t>(prefixes.size()));
         EXPECT_LE(static_cast<double>(steps), 2.0 * n * (n / 1024.0 + std::log2(n + 1)));
       }
     }

@@ -297,19 +297,20 @@ class Model {
       return sum;
     };
     if (wide_) {
-      const float* prototypes[] = {moxac::kHybrid34Band0, moxac::kHybrid34Band1, moxac::kHybrid34Band2,
-                                   moxac::kHybrid34Band2, moxac::kHybrid34Band2};
+      const float* prototypes[] = {moxac::sbr::kHybrid34Band0, moxac::sbr::kHybrid34Band1,
+                                   moxac::sbr::kHybrid34Band2, moxac::sbr::kHybrid34Band2,
+                                   moxac::sbr::kHybrid34Band2};
       const int32_t parts[] = {12, 8, 4, 4, 4};
       for (size_t b = 0; b < 5; ++b)
         for (int32_t q = 0; q < parts[b]; ++q) out.push_back(filter(b, prototypes[b], q, parts[b], false));
     } else {
-      for (const int32_t q : {6, 7, 0, 1}) out.push_back(filter(0, moxac::kHybrid20Band0, q, 8, false));
+      for (const int32_t q : {6, 7, 0, 1}) out.push_back(filter(0, moxac::sbr::kHybrid20Band0, q, 8, false));
       for (const int32_t q : {2, 3})
-        out.push_back(filter(0, moxac::kHybrid20Band0, q, 8, false) +
-                      filter(0, moxac::kHybrid20Band0, 7 - q, 8, false));
+        out.push_back(filter(0, moxac::sbr::kHybrid20Band0, q, 8, false) +
+                      filter(0, moxac::sbr::kHybrid20Band0, 7 - q, 8, false));
       for (const size_t b : {1u, 2u})
         for (const int32_t q : {0, 1})
-          out.push_back(filter(b, moxac::kHybrid20Band1, b == 1 ? 1 - q : q, 2, true));
+          out.push_back(filter(b, moxac::sbr::kHybrid20Band1, b == 1 ? 1 - q : q, 2, true));
     }
     for (size_t q = wide_ ? 5 : 3; q < 64; ++q) out.push_back(mono[n + 6][q]);
     return out;
