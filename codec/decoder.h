@@ -10,7 +10,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc {
 
 struct AudioFormat {
   int32_t rate = 0;
@@ -66,4 +66,4 @@ class AudioDecoder {
 // Failure when nothing in them can be decoded; `name` is how the message calls them.
 std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& options, const std::string& name);
 
-}  // namespace mox
+}  // namespace moxc

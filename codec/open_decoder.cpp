@@ -6,7 +6,7 @@
 #include "codec/stream/mp4_audio.h"
 #include "codec/stream/tags.h"
 
-namespace mox {
+namespace moxc {
 namespace {
 
 // Files that people take for something this program reads, and that might hold bytes that look like it.
@@ -35,13 +35,13 @@ std::unique_ptr<AudioDecoder> openDecoder(Bytes bytes, const DecodeOptions& opti
   for (const Bytes audio : {tagged.audio, bytes}) {
     tagged.audio = audio;
     try {
-      if (std::unique_ptr<AudioDecoder> decoder = openAac(tagged, options)) return decoder;
+      if (std::unique_ptr<AudioDecoder> decoder = aac::openDecoder(tagged, options)) return decoder;
     } catch (const Failure& failure) {
       throw Failure(name + ": " + failure.what());
     }
-    if (std::unique_ptr<AudioDecoder> decoder = openMp3(tagged, options)) return decoder;
+    if (std::unique_ptr<AudioDecoder> decoder = mp3::openDecoder(tagged, options)) return decoder;
   }
   throw Failure(name + ": holds no MPEG audio Layer III or AAC stream");
 }
 
-}  // namespace mox
+}  // namespace moxc

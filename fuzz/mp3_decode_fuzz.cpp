@@ -6,7 +6,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   // The last byte chooses the options, so that mutation reaches both back ends.
-  const mox::DecodeOptions options{(data[size - 1] & 1) != 0, (data[size - 1] & 2) != 0};
+  const moxc::DecodeOptions options{(data[size - 1] & 1) != 0, (data[size - 1] & 2) != 0};
   (void)moxtest::decodeBytes({data, size}, options);
   return 0;
 }

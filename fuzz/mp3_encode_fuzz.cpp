@@ -39,19 +39,19 @@ std::vector<int16_t> fuzzSound(FuzzInput& in, size_t most) {
 // What goes in comes out again: as many samples, without a fault in the stream.
 void fuzzMp3Encoder(FuzzInput& in) {
   constexpr int32_t kRates[] = {44100, 48000, 32000};
-  constexpr mox::ChannelMode kModes[] = {mox::ChannelMode::stereo, mox::ChannelMode::joint,
-                                         mox::ChannelMode::mono};
-  mox::Mp3EncoderSettings settings;
+  constexpr moxc::mp3::ChannelMode kModes[] = {moxc::mp3::ChannelMode::stereo, moxc::mp3::ChannelMode::joint,
+                                               moxc::mp3::ChannelMode::mono};
+  moxc::mp3::EncoderSettings settings;
   settings.rate = kRates[in.below(3)];
   settings.mode = kModes[in.below(3)];
-  settings.bitRate = mox::mp3BitRates()[static_cast<size_t>(in.below(14))];
+  settings.bitRate = moxc::mp3::mp3BitRates()[static_cast<size_t>(in.below(14))];
   settings.vbrQuality = std::max(-1, in.below(20) - 10);
   settings.lowpass = in.below(3) - 1;
   const auto channels = static_cast<size_t>(settings.channels());
   const std::vector<int16_t> sound = fuzzSound(in, 9000 * channels);
   const size_t samples = sound.size() / channels;
 
-  mox::Mp3Encoder encoder(settings);
+  moxc::mp3::Encoder encoder(settings);
   std::vector<uint8_t> stream;
   encoder.encode({sound.data(), samples * channels}, stream);
   encoder.finish(stream);

@@ -14,7 +14,7 @@ def camel(name):
 
 def tree(name, codes):
     nodes = difference_tree(codes)
-    return [f"const DifferenceCodeNode kPs{camel(name)}[{len(nodes)}] = {{"] + wrapped(nodes) + ["};", ""]
+    return [f"const DifferenceCodeNode k{camel(name)}[{len(nodes)}] = {{"] + wrapped(nodes) + ["};", ""]
 
 
 def books():
@@ -60,7 +60,7 @@ def header():
         quant.setdefault(row["table"], []).append(row)
 
     out = [MADE, "// The constants of parametric stereo. ISO/IEC 14496-3, 8.6.4.", "// clang-format off",
-           "#pragma once", "", "#include <cstdint>", "", '#include "codec/io/difference_code.h"', "", "namespace mox {", ""]
+           "#pragma once", "", "#include <cstdint>", "", '#include "codec/io/difference_code.h"', "", "namespace moxc::ps {", ""]
 
     def constant(kind, name, values, comment):
         text = f"inline constexpr {kind} {name}"
@@ -73,45 +73,45 @@ def header():
             out.extend([line] if len(line) <= 110 else [array] + wrapped(values) + ["};"])
 
     for name, comment in INTEGERS.items():
-        constant("int32_t", f"kPs{camel(name)}", constants[name], comment)
+        constant("int32_t", f"k{camel(name)}", constants[name], comment)
     for name, comment in DOUBLES.items():
-        constant("double", f"kPs{camel(name)}", constants[name], comment)
+        constant("double", f"k{camel(name)}", constants[name], comment)
 
     out += ["", "// What the two configurations of the hybrid filter bank differ in.",
-            "struct PsConfiguration {"]
+            "struct Configuration {"]
     out += [f"  int32_t {name};  // {what}".removesuffix("  // ") for name, what in CONFIGURED.values()]
     out += ["};"]
     for at, bands in enumerate([20, 34]):
         values = ", ".join(constants[name][at] for name in CONFIGURED)
-        out.append(f"inline constexpr PsConfiguration kPsConfiguration{bands} = {{{values}}};")
+        out.append(f"inline constexpr Configuration kConfiguration{bands} = {{{values}}};")
 
     out += ["", "// The hybrid bands in their order: the QMF band each is part of, its stereo band, whether it",
             "// lies at negative frequencies, where phases turn the other way, and its centre in QMF bands.",
-            "struct PsHybridBand {", "  int8_t qmfBand, stereoBand;", "  bool conjugate;", "  double centre;",
+            "struct HybridBand {", "  int8_t qmfBand, stereoBand;", "  bool conjugate;", "  double centre;",
             "};"]
     bands = rows("sbr/ps_hybrid_bands.csv")
     for config in (20, 34):
         part = [row for row in bands if row["config"] == str(config)]
         assert [int(row["k"]) for row in part] == list(range(len(part)))
-        out.append(f"extern const PsHybridBand kPsHybridBands{config}[{len(part)}];")
+        out.append(f"extern const HybridBand kHybridBands{config}[{len(part)}];")
 
     out += ["", "// Terms of the conversions between numbers of stereo bands: out = sum of weight * in / divisor.",
-            "struct PsMapTerm {", "  int8_t out, in, weight, divisor;", "};"]
+            "struct MapTerm {", "  int8_t out, in, weight, divisor;", "};"]
     for name, terms in maps().items():
-        out.append(f"extern const PsMapTerm kPs{name}[{len(terms)}];")
+        out.append(f"extern const MapTerm k{name}[{len(terms)}];")
 
     out.append("")
     for name, table in (("IidCoarse", "iid_coarse"), ("IidFine", "iid_fine")):
         first = int(quant[table][0]["index"])
         assert len(quant[table]) == 1 - 2 * first
         values = [row["db"] for row in quant[table]]
-        constant("int32_t", f"kPs{name}", values, f"level difference in dB, from {first} on")
-    constant("double", "kPsIcc", [row["value"] for row in quant["icc"]], "coherence by index")
+        constant("int32_t", f"k{name}", values, f"level difference in dB, from {first} on")
+    constant("double", "kIcc", [row["value"] for row in quant["icc"]], "coherence by index")
 
     out.append("")
     for name, codes in books().items():
-        out.append(f"extern const DifferenceCodeNode kPs{camel(name)}[{len(codes) - 1}];")
-    return "\n".join(out + ["", "}  // namespace mox", ""])
+        out.append(f"extern const DifferenceCodeNode k{camel(name)}[{len(codes) - 1}];")
+    return "\n".join(out + ["", "}  // namespace moxc::ps", ""])
 
 
 def maps():
@@ -124,19 +124,19 @@ def maps():
 
 
 def source():
-    out = [MADE, "// clang-format off", '#include "codec/ps/tables.h"', "", "namespace mox {", ""]
+    out = [MADE, "// clang-format off", '#include "codec/ps/tables.h"', "", "namespace moxc::ps {", ""]
     bands = rows("sbr/ps_hybrid_bands.csv")
     for config in (20, 34):
         truth = {"0": "false", "1": "true"}
         part = [row for row in bands if row["config"] == str(config)]
         cells = [f"{{{row['qmf_band']}, {row['param_band']}, {truth[row['conjugate_ipd']]}, {row['f_center']}}}"
                  for row in part]
-        out += [f"const PsHybridBand kPsHybridBands{config}[{len(cells)}] = {{"] + wrapped(cells) + ["};", ""]
+        out += [f"const HybridBand kHybridBands{config}[{len(cells)}] = {{"] + wrapped(cells) + ["};", ""]
     for name, terms in maps().items():
-        out += [f"const PsMapTerm kPs{name}[{len(terms)}] = {{"] + wrapped(terms) + ["};", ""]
+        out += [f"const MapTerm k{name}[{len(terms)}] = {{"] + wrapped(terms) + ["};", ""]
     for name, codes in books().items():
         out += tree(name, codes)
-    return "\n".join(out + ["}  // namespace mox", ""])
+    return "\n".join(out + ["}  // namespace moxc::ps", ""])
 
 
 FILES = {"codec/ps/tables.h": header, "codec/ps/tables.cpp": source}

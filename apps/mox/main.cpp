@@ -7,8 +7,8 @@
 #include <new>
 #include <string>
 
-#include "codec/io/failure.h"
 #include "mox/commands/commands.h"
+#include "mox/files/failure.h"
 #include "moxac.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "moxac/aac.h"
+#include "support/source_path.h"
 
 namespace {
 
@@ -39,8 +40,7 @@ struct Decoder {
 const std::vector<const uint8_t*>& blocks() {
   static std::vector<uint8_t> bytes;
   static const std::vector<const uint8_t*> made = [] {
-    std::ifstream file(std::string(MOXAC_SOURCE_DIR) + "/tests/data/streams/aac_48000_mono64_tns.aac",
-                       std::ios::binary);
+    std::ifstream file(moxtest::sourcePath("tests/data/streams/aac_48000_mono64_tns.aac"), std::ios::binary);
     bytes.assign(std::istreambuf_iterator<char>(file), {});
     const size_t end = bytes.size();
     bytes.resize(end + 8);

@@ -11,12 +11,12 @@ namespace {
 using namespace moxbench;
 
 struct Aac {
-  using Scanner = mox::AdtsScanner;
-  using Frame = mox::AdtsFrame;
+  using Scanner = moxc::AdtsScanner;
+  using Frame = moxc::AdtsFrame;
   // 128 kbit/s stereo, 144 kbit/s stereo with many short windows, 320 kbit/s 5.1.
   static constexpr const char* kStreams[] = {"aac_44100_stereo128.aac", "aac_44100_short_crc.aac",
                                              "aac_48000_51_320.aac"};
-  static int64_t samples(const Frame&) { return mox::kAacSamples; }
+  static int64_t samples(const Frame&) { return moxc::kAacSamples; }
   static int32_t rate(const Frame& frame) { return frame.header.rate(); }
 };
 
@@ -24,7 +24,7 @@ struct Aac {
 struct HeAac : Aac {
   static constexpr const char* kStreams[] = {"heaac_44100_stereo48.aac", "heaac_48000_mono24.aac",
                                              "heaacv2_44100_32.aac"};
-  static int64_t samples(const Frame&) { return 2 * mox::kAacSamples; }
+  static int64_t samples(const Frame&) { return 2 * moxc::kAacSamples; }
   static int32_t rate(const Frame& frame) { return 2 * frame.header.rate(); }
 };
 
@@ -32,11 +32,11 @@ struct HeAac : Aac {
 void benchMoxBlocks(benchmark::State& state) {
   const Stream<Aac>& input = streamOf<Aac>(state);
   int64_t decoded = 0;
-  mox::AacBlock block;
+  moxc::aac::Block block;
   for (auto _ : state) {
     decoded = 0;
-    const auto blocks = mox::AacStream::open(input.bytes);
-    while (blocks->next(block) == mox::AacEvent::block) decoded += mox::kAacSamples;
+    const auto blocks = moxc::aac::Stream::open(input.bytes);
+    while (blocks->next(block) == moxc::aac::Event::block) decoded += moxc::kAacSamples;
   }
   finish<Aac>(state, decoded);
 }
@@ -57,7 +57,7 @@ void benchFaad(benchmark::State& state, unsigned char format) {
                  &rate, &channels);
     decoded = 0;
     NeAACDecFrameInfo info;
-    for (const mox::AdtsFrame& source : input.frames) {
+    for (const moxc::AdtsFrame& source : input.frames) {
       benchmark::DoNotOptimize(
           NeAACDecDecode(decoder, &info, const_cast<uint8_t*>(source.bytes.data()), source.bytes.size()));
       if (info.channels != 0) decoded += static_cast<int64_t>(info.samples) / info.channels;

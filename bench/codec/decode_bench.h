@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "codec/decoder.h"
+#include "support/source_path.h"
 
 #ifdef HAVE_LIBAVCODEC
 extern "C" {
@@ -28,7 +29,7 @@ struct Stream {
   int32_t rate = 0;
 
   explicit Stream(const std::string& name) {
-    std::ifstream file(std::string(MOXAC_SOURCE_DIR) + "/tests/data/streams/" + name, std::ios::binary);
+    std::ifstream file(moxtest::sourcePath("tests/data/streams/" + name), std::ios::binary);
     const std::vector<char> once((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     for (int i = 0; i < 20; ++i) bytes.insert(bytes.end(), once.begin(), once.end());
     typename Codec::Scanner scanner{bytes};
@@ -67,8 +68,8 @@ void benchMox(benchmark::State& state, bool floatSamples) {
   int64_t decoded = 0;
   for (auto _ : state) {
     decoded = 0;
-    const auto decoder = mox::openDecoder(input.bytes, {floatSamples, true}, "stream");
-    for (mox::PcmView block; decoder->decodeBlock(block);)
+    const auto decoder = moxc::openDecoder(input.bytes, {floatSamples, true}, "stream");
+    for (moxc::PcmView block; decoder->decodeBlock(block);)
       decoded += static_cast<int64_t>(block.s16.size() + block.f32.size()) / decoder->format().channels;
   }
   finish<Codec>(state, decoded);

@@ -49,7 +49,7 @@ void benchEncode(benchmark::State& state) {
   std::vector<uint8_t> stream;
   for (auto _ : state) {
     stream.clear();
-    mox::Mp3Encoder encoder({});
+    moxc::mp3::Encoder encoder({});
     encoder.encode(sound(), stream);
     encoder.finish(stream);
   }

@@ -17,8 +17,8 @@ namespace {
 using namespace moxbench;
 
 struct Mp3 {
-  using Scanner = mox::Mp3Scanner;
-  using Frame = mox::Mp3Frame;
+  using Scanner = moxc::mp3::Scanner;
+  using Frame = moxc::mp3::Frame;
   // 128 kbit/s with many short blocks, 128 kbit/s long blocks, 320 kbit/s.
   static constexpr const char* kStreams[] = {"mp3_44100_joint128_short.mp3", "mp3_44100_shine128.mp3",
                                              "mp3_44100_stereo320.mp3"};

@@ -9,6 +9,7 @@
 
 #include "moxac/mp3.h"
 #include "mp3/mp3_stream.h"
+#include "support/source_path.h"
 
 namespace {
 
@@ -16,7 +17,7 @@ using moxtest::Mp3Granule;
 using moxtest::Mp3Stream;
 
 Mp3Stream stream(const char* name) {
-  return moxtest::readMp3Stream(std::string(MOXAC_SOURCE_DIR "/tests/data/streams/") + name);
+  return moxtest::readMp3Stream(moxtest::sourcePath(std::string("tests/data/streams/") + name));
 }
 
 // A granule ready for Huffman decoding: the cursor behind its scale factors.

@@ -174,17 +174,17 @@ bool speech(const Scratch& scratch, Item& item) {
 }
 
 std::vector<float> decode(const std::vector<uint8_t>& stream) {
-  const auto decoder = mox::openDecoder(stream, {true, false}, "stream");
+  const auto decoder = moxc::openDecoder(stream, {true, false}, "stream");
   std::vector<float> samples;
-  for (mox::PcmView block; decoder->decodeBlock(block);)
+  for (moxc::PcmView block; decoder->decodeBlock(block);)
     samples.insert(samples.end(), block.f32.begin(), block.f32.end());
   return samples;
 }
 
 std::vector<uint8_t> encode(const Item& item, int32_t bitRate) {
-  mox::Mp3EncoderSettings settings;
+  moxc::mp3::EncoderSettings settings;
   settings.bitRate = bitRate;
-  mox::Mp3Encoder encoder(settings);
+  moxc::mp3::Encoder encoder(settings);
   std::vector<uint8_t> stream;
   encoder.encode(item.samples, stream);
   encoder.finish(stream);

@@ -5,7 +5,7 @@
 #include "codec/aac/tables.h"
 #include "moxac/extras.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 // Eight channels of 6144 bits are the most that a block may hold; data and fill elements come on top.
@@ -22,11 +22,11 @@ constexpr int32_t kExtSbrData = 13, kExtSbrDataCrc = 14;  // extension_type
 
 }  // namespace
 
-AacBlockReader::AacBlockReader(const AacConfig& config)
+BlockReader::BlockReader(const Config& config)
     : config_(config),
       scaleFactorCode_(nullptr, moxsVLCDecodeFree_32s),
       buffer_(kMaxBlockBytes + kPad),
-      couplingChannel_(std::make_unique<AacChannel>()) {
+      couplingChannel_(std::make_unique<Channel>()) {
   static constexpr int32_t kLookupLevels[] = {8, 11};
   MoxVlcDecodeSpec* spec = nullptr;
   if (moxsVLCDecodeInitAlloc_32s(kScaleFactorRows[0], 121, kLookupLevels, 2, &spec) != moxStatusOk)
@@ -34,7 +34,7 @@ AacBlockReader::AacBlockReader(const AacConfig& config)
   scaleFactorCode_.reset(spec);
 }
 
-int32_t AacBlockReader::bits(int32_t count) {
+int32_t BlockReader::bits(int32_t count) {
   uint32_t word = 0;
   for (int32_t i = 0; i < 3; ++i) word = (word << 8) | stream_[i];
   const int32_t end = offset_ + count;
@@ -43,16 +43,16 @@ int32_t AacBlockReader::bits(int32_t count) {
   return static_cast<int32_t>((word >> (24 - end)) & ((1u << count) - 1));
 }
 
-size_t AacBlockReader::position() const {
+size_t BlockReader::position() const {
   return static_cast<size_t>(stream_ - buffer_.data()) * 8 + static_cast<size_t>(offset_);
 }
 
-void AacBlockReader::moveTo(size_t position) {
+void BlockReader::moveTo(size_t position) {
   stream_ = buffer_.data() + position / 8;
   offset_ = static_cast<int32_t>(position % 8);
 }
 
-bool AacBlockReader::read(Bytes bytes, AacBlock& block) {
+bool BlockReader::read(Bytes bytes, Block& block) {
   bytes = slice(bytes, 0, kMaxBlockBytes);
   std::copy(bytes.begin(), bytes.end(), buffer_.begin());
   std::fill_n(buffer_.begin() + static_cast<ptrdiff_t>(bytes.size()), kPad, uint8_t{0});
@@ -69,39 +69,39 @@ bool AacBlockReader::read(Bytes bytes, AacBlock& block) {
   return good;
 }
 
-bool AacBlockReader::readElements(AacBlock& block) {
+bool BlockReader::readElements(Block& block) {
   for (;;) {
-    const auto id = static_cast<AacElementId>(bits(3));
+    const auto id = static_cast<ElementId>(bits(3));
     if (!within()) return false;
-    if (id == AacElementId::end) return true;
+    if (id == ElementId::end) return true;
 
     const size_t start = position();
     size_t firstChannelEnd = 0;  // of a pair
     bool good = true;
     switch (id) {
-      case AacElementId::sce:
-      case AacElementId::lfe:
+      case ElementId::sce:
+      case ElementId::lfe:
         good = block.elements < kMaxElements && readChannel(false, nextElement(block, id).channel[0]);
         break;
-      case AacElementId::cpe: {
+      case ElementId::cpe: {
         if (block.elements == kMaxElements) return false;
-        AacElement& element = nextElement(block, id);
+        Element& element = nextElement(block, id);
         good = readPair(element) && readChannel(element.pair.commonWindow == 1, element.channel[0]);
         firstChannelEnd = position();
         good = good && readChannel(element.pair.commonWindow == 1, element.channel[1]);
         break;
       }
-      case AacElementId::cce:
+      case ElementId::cce:
         good = readCoupling();
         block.hasCoupling = true;
         break;
-      case AacElementId::dse: {
+      case ElementId::dse: {
         int32_t tag, count;
         std::array<uint8_t, 510> data;
         moxsDecodeDatStrElt_AAC(&stream_, &offset_, &tag, &count, data.data());
         break;
       }
-      case AacElementId::pce:
+      case ElementId::pce:
         moxsDecodePrgCfgElt_AAC(&stream_, &offset_, &block.program.emplace());
         break;
       default:
@@ -112,19 +112,19 @@ bool AacBlockReader::readElements(AacBlock& block) {
     // ISO/IEC 13818-7, 6.2.3: 192 bits of every channel element, 128 of a pair's second channel, and program
     // configuration and data stream elements whole are protected.
     const size_t length = position() - start;
-    if (id == AacElementId::dse || id == AacElementId::pce)
+    if (id == ElementId::dse || id == ElementId::pce)
       block.protectedBits.push_back({start, length, length});
-    else if (id != AacElementId::fil)
+    else if (id != ElementId::fil)
       block.protectedBits.push_back({start, std::min<size_t>(length, 192), 192});
-    if (id == AacElementId::cpe)
+    if (id == ElementId::cpe)
       block.protectedBits.push_back(
           {firstChannelEnd, std::min<size_t>(position() - firstChannelEnd, 128), 128});
   }
 }
 
-AacElement& AacBlockReader::nextElement(AacBlock& block, AacElementId id) {
-  if (block.elements == block.storage.size()) block.storage.push_back(std::make_unique<AacElement>());
-  AacElement& element = *block.storage[block.elements++];
+Element& BlockReader::nextElement(Block& block, ElementId id) {
+  if (block.elements == block.storage.size()) block.storage.push_back(std::make_unique<Element>());
+  Element& element = *block.storage[block.elements++];
   element.id = id;
   element.tag = bits(4);
   element.replicationBytes = 0;
@@ -132,8 +132,8 @@ AacElement& AacBlockReader::nextElement(AacBlock& block, AacElementId id) {
 }
 
 // What stands before the channels of a pair: under a common window, its window information and M/S mask.
-bool AacBlockReader::readPair(AacElement& element) {
-  AacChannel &left = element.channel[0], &right = element.channel[1];
+bool BlockReader::readPair(Element& element) {
+  Channel &left = element.channel[0], &right = element.channel[1];
   const moxStatus status =
       moxsDecodeChanPairElt_MP4_AAC(&stream_, &offset_, &left.ics, &element.pair, &ltpHolder_,
                                     kPredSfbMax[config_.rateIndex], config_.objectType);
@@ -148,7 +148,7 @@ bool AacBlockReader::readPair(AacElement& element) {
   return element.pair.msMaskPresent != 3;  // reserved
 }
 
-bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
+bool BlockReader::readChannel(bool commonWindow, Channel& channel) {
   channel.stream.samplingRateIndex = config_.rateIndex;
   channel.stream.predSfbMax = kPredSfbMax[config_.rateIndex];
   channel.stream.pIcsInfo = &channel.ics;
@@ -177,7 +177,7 @@ bool AacBlockReader::readChannel(bool commonWindow, AacChannel& channel) {
 // The Main profile's filters have up to 20 coefficients, the library's 12. Its noiseless decoder stops at such a
 // filter; but it also decodes the channels of layered streams, which have no pulse, TNS and gain-control data between
 // scale factors and spectrum. So these data are read here, and the channel is decoded from a copy without them.
-bool AacBlockReader::readAroundLongTns(bool commonWindow, AacChannel& channel) {
+bool BlockReader::readAroundLongTns(bool commonWindow, Channel& channel) {
   const MoxAacIcsInfo& ics = channel.ics;
   const MoxAacChanStream& stream = channel.stream;
   if (ics.windowSequence == kEightShort) return false;
@@ -254,7 +254,7 @@ bool AacBlockReader::readAroundLongTns(bool commonWindow, AacChannel& channel) {
 }
 
 // Length of a long window's ics_info(), as it was read.
-size_t AacBlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
+size_t BlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
   if (ics.predictorDataPresent == 0) return 11;
   const auto flags = static_cast<size_t>(std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]));
   return 11 + (ics.predictorReset != 0 ? 6 : 1) + flags;
@@ -262,7 +262,7 @@ size_t AacBlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
 
 // coupling_channel_element(): a channel that is to be added to others, with gain lists for each of them. Only the
 // way to its end is of interest. ISO/IEC 14496-3, Table 4.8.
-bool AacBlockReader::readCoupling() {
+bool BlockReader::readCoupling() {
   bits(4);  // element_instance_tag
   const bool independent = bits(1) != 0;
   const int32_t coupled = bits(3) + 1;
@@ -273,7 +273,7 @@ bool AacBlockReader::readCoupling() {
     if (isPair && bits(2) == 3) ++gainLists;
   }
   bits(4);  // domain, sign and scale of the gains
-  AacChannel& channel = *couplingChannel_;
+  Channel& channel = *couplingChannel_;
   if (!readChannel(false, channel)) return false;
 
   const auto codedBands =
@@ -289,7 +289,7 @@ bool AacBlockReader::readCoupling() {
   return true;
 }
 
-bool AacBlockReader::readFill(AacBlock& block) {
+bool BlockReader::readFill(Block& block) {
   int32_t count;
   std::array<uint8_t, 269> data;
   moxsDecodeFillElt_AAC(&stream_, &offset_, &count, data.data());
@@ -297,8 +297,8 @@ bool AacBlockReader::readFill(AacBlock& block) {
     const int32_t extension = data[0] >> 4;
     if (extension != kExtSbrData && extension != kExtSbrDataCrc) return true;
     if (block.elements == 0) return true;
-    AacElement& element = *block.storage[block.elements - 1];
-    if (element.id == AacElementId::lfe) return true;  // which has no high band
+    Element& element = *block.storage[block.elements - 1];
+    if (element.id == ElementId::lfe) return true;  // which has no high band
     block.hasSbr = true;
     element.replicationBytes = static_cast<size_t>(count);
     std::copy_n(data.begin(), count, element.replication.begin());
@@ -306,4 +306,4 @@ bool AacBlockReader::readFill(AacBlock& block) {
   return true;
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 constexpr uint32_t kPolynomial = 0x8005;
@@ -46,4 +46,4 @@ void AdtsCrc::add(Bytes block, const std::vector<ProtectedBits>& bits) {
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -4,7 +4,7 @@
 #include "codec/aac/block.h"
 #include "codec/stream/adts_frame.h"
 
-namespace mox {
+namespace moxc::aac {
 
 // x^16 + x^15 + x^2 + 1 over a selection of bits, starting at all ones. ISO/IEC 13818-7, 6.2.3.
 class AdtsCrc {
@@ -20,4 +20,4 @@ class AdtsCrc {
   uint32_t crc_ = 0xFFFF;
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

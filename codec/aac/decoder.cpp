@@ -9,16 +9,16 @@
 #include "codec/sbr/decoder.h"
 #include "moxac/util.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 // A damaged block repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
 constexpr int32_t kMaxRepeats = 6;
 constexpr int32_t kAotLtp = 4;
 
-class AacDecoder final : public AudioDecoder {
+class Decoder final : public AudioDecoder {
  public:
-  AacDecoder(const TaggedAudio& tagged, const DecodeOptions& options, std::unique_ptr<AacStream> stream)
+  Decoder(const TaggedAudio& tagged, const DecodeOptions& options, std::unique_ptr<Stream> stream)
       : tagged_(tagged),
         options_(options),
         stream_(std::move(stream)),
@@ -43,8 +43,8 @@ class AacDecoder final : public AudioDecoder {
     else
       shorts_.resize(values);
     if (replication_.bands) {
-      for (const AacLayout::Element& element : layout_.elements)
-        elements_.emplace_back(element.id == AacElementId::cpe ? 2 : 1, format_.rate, replication_.stereo);
+      for (const Layout::Element& element : layout_.elements)
+        elements_.emplace_back(element.id == ElementId::cpe ? 2 : 1, format_.rate, replication_.stereo);
       payloads_.resize(elements_.size());
       core_.resize(static_cast<size_t>(layout_.channels));
       full_.resize(static_cast<size_t>(format_.channels));
@@ -60,42 +60,41 @@ class AacDecoder final : public AudioDecoder {
   std::vector<std::pair<std::string, std::string>> describe() const override;
 
  private:
-  static AudioFormat formatOf(const AacConfig& config, const AacLayout& layout,
-                              const AacReplication& replication) {
-    return {kAacRates[config.rateIndex] * (replication.bands ? 2 : 1),
+  static AudioFormat formatOf(const Config& config, const Layout& layout, const Replication& replication) {
+    return {kRates[config.rateIndex] * (replication.bands ? 2 : 1),
             layout.channels + (replication.stereo ? 1 : 0), layout.channels > 2 ? layout.mask : 0};
   }
 
-  std::vector<AacSpectrum>& current() { return spectra_[1 - good_]; }
-  void decodeNext(AacEvent event);
+  std::vector<Spectrum>& current() { return spectra_[1 - good_]; }
+  void decodeNext(Event event);
   bool trim(PcmView& block);
   bool decodeElements();
   void conceal();
   void readReplication();
-  void synthesise(const std::vector<AacSpectrum>& spectra);
-  void synthesiseReplicated(const std::vector<AacSpectrum>& spectra);
+  void synthesise(const std::vector<Spectrum>& spectra);
+  void synthesiseReplicated(const std::vector<Spectrum>& spectra);
 
   TaggedAudio tagged_;
   DecodeOptions options_;
-  std::unique_ptr<AacStream> stream_;
-  AacLayout layout_;
-  AacReplication replication_;
+  std::unique_ptr<Stream> stream_;
+  Layout layout_;
+  Replication replication_;
   AudioFormat format_;
   int64_t blockSamples_;  // that a block brings
-  AacBlock block_;
-  AacTools tools_;
-  AacSynthesis synthesis_;
+  Block block_;
+  Tools tools_;
+  Synthesis synthesis_;
 
   // The block being decoded and the last good one take turns.
-  std::array<std::vector<AacSpectrum>, 2> spectra_;
+  std::array<std::vector<Spectrum>, 2> spectra_;
   size_t good_ = 0;
   int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
 
   // Of HE-AAC: the elements of the layout, what the block at hand holds for each, and channels on the 16-bit scale.
-  std::vector<SbrElement> elements_;
+  std::vector<sbr::Element> elements_;
   std::vector<Bytes> payloads_;
-  std::vector<std::array<float, kSbrCoreSamples>> core_;
-  std::vector<std::array<float, kSbrSamples>> full_;
+  std::vector<std::array<float, sbr::kCoreSamples>> core_;
+  std::vector<std::array<float, sbr::kSamples>> full_;
 
   std::vector<int16_t> shorts_;
   std::vector<float> floats_;
@@ -104,32 +103,32 @@ class AacDecoder final : public AudioDecoder {
   int64_t replicated_ = 0, damagedBands_ = 0;
 };
 
-bool AacDecoder::decodeBlock(PcmView& block) {
+bool Decoder::decodeBlock(PcmView& block) {
   do {
-    const AacEvent event = stream_->next(block_);
-    if (event == AacEvent::end) return false;
+    const Event event = stream_->next(block_);
+    if (event == Event::end) return false;
     decodeNext(event);
   } while (!trim(block));
   return true;
 }
 
-void AacDecoder::decodeNext(AacEvent event) {
+void Decoder::decodeNext(Event event) {
   ++blocks_;
-  if (event == AacEvent::block && decodeElements()) {
+  if (event == Event::block && decodeElements()) {
     good_ = 1 - good_;
     repeats_ = 0;
     readReplication();
     synthesise(spectra_[good_]);
   } else {
-    damaged_ += event != AacEvent::lost;
-    for (SbrElement& element : elements_) element.hold();
+    damaged_ += event != Event::lost;
+    for (sbr::Element& element : elements_) element.hold();
     conceal();
   }
 }
 
 // The part of the block just decoded that lies between delay and padding; false when there is none. Without padding
 // the end is where the blocks end, whatever was expected.
-bool AacDecoder::trim(PcmView& block) {
+bool Decoder::trim(PcmView& block) {
   const int64_t position = (blocks_ - 1) * blockSamples_;
   const int64_t from = std::clamp<int64_t>(firstSample_ - position, 0, blockSamples_);
   const int64_t to =
@@ -140,13 +139,13 @@ bool AacDecoder::trim(PcmView& block) {
 }
 
 // The block must hold exactly the elements of the layout, in its order where no tags tell them apart.
-bool AacDecoder::decodeElements() {
+bool Decoder::decodeElements() {
   coupling_ += block_.hasCoupling;
   replicated_ += block_.hasSbr;
   if (block_.elements != layout_.elements.size()) return false;
   uint32_t done = 0;
   for (size_t i = 0; i < block_.elements; ++i) {
-    AacElement& element = *block_.storage[i];
+    Element& element = *block_.storage[i];
     size_t place = 0;
     while (place < layout_.elements.size() &&
            ((done >> place & 1u) != 0 || layout_.elements[place].id != element.id ||
@@ -161,13 +160,13 @@ bool AacDecoder::decodeElements() {
 }
 
 // The filter banks go on over the joint, so that repetition and silence fade into their neighbours.
-void AacDecoder::conceal() {
+void Decoder::conceal() {
   ++concealed_;
   repeats_ = std::min(repeats_ + 1, kMaxRepeats);
-  std::vector<AacSpectrum>& spectra = current();
+  std::vector<Spectrum>& spectra = current();
   for (size_t ch = 0; ch < spectra.size(); ++ch) {
-    const AacSpectrum& good = spectra_[good_][ch];
-    AacSpectrum& made = spectra[ch];
+    const Spectrum& good = spectra_[good_][ch];
+    Spectrum& made = spectra[ch];
     // Long windows follow long and stop windows; a start window is answered by a stop window first; short windows
     // go on as they are.
     made.windowShape = good.windowShape;
@@ -178,20 +177,20 @@ void AacDecoder::conceal() {
   synthesise(spectra);
 }
 
-void AacDecoder::readReplication() {
+void Decoder::readReplication() {
   bool good = true;
   for (size_t place = 0; place < elements_.size(); ++place)
     good = elements_[place].read(payloads_[place]) && good;
   damagedBands_ += !good;
 }
 
-void AacDecoder::synthesiseReplicated(const std::vector<AacSpectrum>& spectra) {
+void Decoder::synthesiseReplicated(const std::vector<Spectrum>& spectra) {
   for (size_t ch = 0; ch < core_.size(); ++ch) {
     synthesis_.run(ch, spectra[ch], core_[ch].data(), 1);
     for (float& sample : core_[ch]) sample *= 32768;
   }
   for (size_t place = 0; place < elements_.size(); ++place) {
-    const AacLayout::Element& element = layout_.elements[place];
+    const Layout::Element& element = layout_.elements[place];
     const auto first = static_cast<size_t>(element.output[0]),
                second = static_cast<size_t>(element.output[1]);
     elements_[place].run({core_[first].data(), core_[second].data()},
@@ -201,14 +200,14 @@ void AacDecoder::synthesiseReplicated(const std::vector<AacSpectrum>& spectra) {
   std::array<const float*, 8> channels{};
   for (size_t ch = 0; ch < full_.size(); ++ch) channels[ch] = full_[ch].data();
   if (!options_.floatSamples) {
-    moxsJoin_32f16s_D2L(channels.data(), format_.channels, kSbrSamples, shorts_.data());
+    moxsJoin_32f16s_D2L(channels.data(), format_.channels, sbr::kSamples, shorts_.data());
     return;
   }
-  moxsInterleave_32f(channels.data(), format_.channels, kSbrSamples, floats_.data());
+  moxsInterleave_32f(channels.data(), format_.channels, sbr::kSamples, floats_.data());
   for (float& sample : floats_) sample /= 32768;
 }
 
-void AacDecoder::synthesise(const std::vector<AacSpectrum>& spectra) {
+void Decoder::synthesise(const std::vector<Spectrum>& spectra) {
   if (replication_.bands) {
     synthesiseReplicated(spectra);
     return;
@@ -220,7 +219,7 @@ void AacDecoder::synthesise(const std::vector<AacSpectrum>& spectra) {
       synthesis_.run(ch, spectra[ch], shorts_.data() + ch, layout_.channels);
 }
 
-DecodeStats AacDecoder::stats() const {
+DecodeStats Decoder::stats() const {
   DecodeStats stats;
   stats.frames = blocks_;
   stats.concealed = concealed_;
@@ -239,10 +238,10 @@ DecodeStats AacDecoder::stats() const {
   return stats;
 }
 
-std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
-  const std::unique_ptr<AacStream> stream = AacStream::open(tagged_.audio);
-  const AacSurvey survey = surveyAac(*stream);
-  const AacConfig& config = stream->config();
+std::vector<std::pair<std::string, std::string>> Decoder::describe() const {
+  const std::unique_ptr<Stream> stream = Stream::open(tagged_.audio);
+  const Survey survey = takeSurvey(*stream);
+  const Config& config = stream->config();
   const int32_t rate = format_.rate;
   const int64_t samples = survey.blocks * blockSamples_ - firstSample_ - padding_;
   const double seconds = static_cast<double>(samples) / rate;
@@ -259,7 +258,7 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
                            : replication_.bands ? "HE-AAC (" + coder + ", SBR)"
                                                 : coder;
   const std::string coreRate =
-      replication_.bands ? ", of the core " + std::to_string(kAacRates[config.rateIndex]) + " Hz" : "";
+      replication_.bands ? ", of the core " + std::to_string(kRates[config.rateIndex]) + " Hz" : "";
   const std::string channels = replication_.stereo ? "2 (L R), of one coded"
                                : layout_.channels == 1
                                    ? "1 (mono)"
@@ -291,10 +290,10 @@ std::vector<std::pair<std::string, std::string>> AacDecoder::describe() const {
 
 }  // namespace
 
-std::unique_ptr<AudioDecoder> openAac(const TaggedAudio& tagged, const DecodeOptions& options) {
-  std::unique_ptr<AacStream> stream = AacStream::open(tagged.audio);
+std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options) {
+  std::unique_ptr<Stream> stream = Stream::open(tagged.audio);
   if (stream == nullptr) return nullptr;
-  return std::make_unique<AacDecoder>(tagged, options, std::move(stream));
+  return std::make_unique<Decoder>(tagged, options, std::move(stream));
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

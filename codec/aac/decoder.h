@@ -6,10 +6,10 @@
 #include "codec/decoder.h"
 #include "codec/stream/tags.h"
 
-namespace mox {
+namespace moxc::aac {
 
 // Nothing when the bytes hold no AAC stream; throws Failure for a kind of AAC that is not decoded. The tags only
 // serve describe().
-std::unique_ptr<AudioDecoder> openAac(const TaggedAudio& tagged, const DecodeOptions& options);
+std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options);
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 // WAVE_FORMAT_EXTENSIBLE's speakers.
@@ -22,17 +22,17 @@ enum Speaker : uint32_t {
 };
 
 struct Placed {
-  AacElementId id;
+  ElementId id;
   int32_t tag;
   std::array<uint32_t, 2> speaker;  // 0: unknown
 };
 
 // Speakers give the places when each is known and taken once; otherwise channels stay in stream order.
-std::optional<AacLayout> layOut(const std::vector<Placed>& placed) {
-  AacLayout layout;
+std::optional<Layout> layOut(const std::vector<Placed>& placed) {
+  Layout layout;
   bool known = true;
   for (const Placed& element : placed)
-    for (int32_t ch = 0; ch < (element.id == AacElementId::cpe ? 2 : 1); ++ch) {
+    for (int32_t ch = 0; ch < (element.id == ElementId::cpe ? 2 : 1); ++ch) {
       const uint32_t speaker = element.speaker[static_cast<size_t>(ch)];
       known = known && speaker != 0 && (layout.mask & speaker) == 0;
       layout.mask |= speaker;
@@ -42,8 +42,8 @@ std::optional<AacLayout> layOut(const std::vector<Placed>& placed) {
 
   int32_t next = 0;
   for (const Placed& element : placed) {
-    AacLayout::Element& made = layout.elements.emplace_back(AacLayout::Element{element.id, element.tag, {}});
-    for (size_t ch = 0; ch < (element.id == AacElementId::cpe ? 2u : 1u); ++ch)
+    Layout::Element& made = layout.elements.emplace_back(Layout::Element{element.id, element.tag, {}});
+    for (size_t ch = 0; ch < (element.id == ElementId::cpe ? 2u : 1u); ++ch)
       made.output[ch] = known ? std::popcount(layout.mask & (element.speaker[ch] - 1)) : next++;
   }
   if (!known) layout.mask = 0;
@@ -57,7 +57,7 @@ constexpr std::array<uint32_t, 2> kBackPair = {kBackLeft, kBackRight};
 
 }  // namespace
 
-std::string AacLayout::speakers() const {
+std::string Layout::speakers() const {
   static constexpr const char* kNames[] = {"L", "R", "C", "LFE", "Lb", "Rb", "Lc", "Rc", "Cb", "Ls", "Rs"};
   std::string text;
   for (size_t bit = 0; bit < std::size(kNames); ++bit)
@@ -65,8 +65,8 @@ std::string AacLayout::speakers() const {
   return text.empty() ? std::to_string(channels) + " in stream order" : text;
 }
 
-std::optional<AacLayout> AacLayout::ofConfiguration(int32_t configuration) {
-  constexpr auto sce = AacElementId::sce, cpe = AacElementId::cpe, lfe = AacElementId::lfe;
+std::optional<Layout> Layout::ofConfiguration(int32_t configuration) {
+  constexpr auto sce = ElementId::sce, cpe = ElementId::cpe, lfe = ElementId::lfe;
   const Placed centre{sce, -1, {kCentre}}, front{cpe, -1, kFrontPair}, inner{cpe, -1, kInnerPair};
   const Placed back{cpe, -1, kBackPair}, backCentre{sce, -1, {kBackCentre}}, low{lfe, -1, {kLfe}};
   switch (configuration) {
@@ -90,10 +90,10 @@ std::optional<AacLayout> AacLayout::ofConfiguration(int32_t configuration) {
 }
 
 // Elements are listed from the centre outwards, front, then side, then back.
-std::optional<AacLayout> AacLayout::ofProgram(const MoxAacPrgCfgElt& pce) {
+std::optional<Layout> Layout::ofProgram(const MoxAacPrgCfgElt& pce) {
   std::vector<Placed> placed;
   const auto add = [&](bool isPair, int32_t tag, std::array<uint32_t, 2> where) {
-    placed.push_back({isPair ? AacElementId::cpe : AacElementId::sce, tag, where});
+    placed.push_back({isPair ? ElementId::cpe : ElementId::sce, tag, where});
   };
   const auto count = [](const int32_t* isCpe, int32_t listed) {
     return static_cast<int32_t>(std::count(isCpe, isCpe + listed, 1));
@@ -114,8 +114,8 @@ std::optional<AacLayout> AacLayout::ofProgram(const MoxAacPrgCfgElt& pce) {
     add(pce.backEltIsCpe[i] != 0, pce.backEltTagSel[i],
         pce.backEltIsCpe[i] != 0 ? kBackPair : std::array<uint32_t, 2>{kBackCentre});
   for (int32_t i = 0; i < pce.numLfeChanElt; ++i)
-    placed.push_back({AacElementId::lfe, pce.lfeEltTagSel[i], {kLfe}});
+    placed.push_back({ElementId::lfe, pce.lfeEltTagSel[i], {kLfe}});
   return layOut(placed);
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

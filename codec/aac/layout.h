@@ -9,14 +9,14 @@
 
 #include "moxac/aac.h"
 
-namespace mox {
+namespace moxc::aac {
 
 // id_syn_ele, the three bits before every element of a raw data block. ISO/IEC 14496-3, Table 4.71.
-enum class AacElementId { sce, cpe, cce, lfe, dse, pce, fil, end };
+enum class ElementId { sce, cpe, cce, lfe, dse, pce, fil, end };
 
-struct AacLayout {
+struct Layout {
   struct Element {
-    AacElementId id;
+    ElementId id;
     int32_t tag;                    // element_instance_tag; -1: any
     std::array<int32_t, 2> output;  // place of its channels in an output frame; the second for pairs only
   };
@@ -28,9 +28,9 @@ struct AacLayout {
   std::string speakers() const;
 
   // The layouts of channel_configuration 1 to 7; nothing for others.
-  static std::optional<AacLayout> ofConfiguration(int32_t configuration);
+  static std::optional<Layout> ofConfiguration(int32_t configuration);
   // Nothing for no channel, or more than eight.
-  static std::optional<AacLayout> ofProgram(const MoxAacPrgCfgElt& pce);
+  static std::optional<Layout> ofProgram(const MoxAacPrgCfgElt& pce);
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

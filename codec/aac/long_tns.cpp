@@ -6,13 +6,13 @@
 
 #include "codec/aac/tables.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
-using Coefficients = std::array<double, AacLongTns::kMaxOrder + 1>;
+using Coefficients = std::array<double, LongTns::kMaxOrder + 1>;
 
 // From coded reflection coefficients to the direct form, a[0] = 1.
-Coefficients directForm(const AacLongTns::Filter& filter, int32_t resolution) {
+Coefficients directForm(const LongTns::Filter& filter, int32_t resolution) {
   Coefficients a{1};
   for (size_t m = 1; m <= static_cast<size_t>(filter.order); ++m) {
     const double code = filter.coef[m - 1];
@@ -28,7 +28,7 @@ Coefficients directForm(const AacLongTns::Filter& filter, int32_t resolution) {
 
 }  // namespace
 
-void AacLongTns::run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t* lines) const {
+void LongTns::run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t* lines) const {
   const int32_t* const bands = kLongBands[rateIndex];
   const int32_t highest = std::min(kTnsMaxBands[rateIndex], maxSfb);
   int32_t top = numSwb;
@@ -53,4 +53,4 @@ void AacLongTns::run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t*
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

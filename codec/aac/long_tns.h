@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace mox {
+namespace moxc::aac {
 
-struct AacLongTns {
+struct LongTns {
   static constexpr int32_t kMaxOrder = 20;
 
   struct Filter {
@@ -44,4 +44,4 @@ struct AacLongTns {
   void run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t* lines) const;
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -8,7 +8,7 @@
 #include "codec/mp3/scanner.h"
 #include "codec/stream/mp4_audio.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 constexpr int32_t kAotSsr = 3;
@@ -19,20 +19,20 @@ std::string counted(int64_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-void refuseSsr(const AacConfig& config) {
+void refuseSsr(const Config& config) {
   if (config.objectType == kAotSsr)
     throw Failure("the stream is AAC SSR (gain control), which is not decoded");
 }
 
-AacLayout layoutOf(const MoxAacPrgCfgElt& program) {
-  std::optional<AacLayout> layout = AacLayout::ofProgram(program);
+Layout layoutOf(const MoxAacPrgCfgElt& program) {
+  std::optional<Layout> layout = Layout::ofProgram(program);
   if (!layout) throw Failure("the AAC stream's program has no channels, or more than eight");
   return *std::move(layout);
 }
 
 struct SpecificConfig {
-  AacConfig config;
-  AacLayout layout;
+  Config config;
+  Layout layout;
 };
 
 // AudioSpecificConfig(), ISO/IEC 14496-3, 1.6.2.1. In front of the core's configuration that of spectral band
@@ -49,8 +49,8 @@ SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
   const auto rateIndex = [&] {
     int32_t index = bits(4);
     if (index == 15) {
-      const auto rate = std::find(std::begin(kAacRates), std::end(kAacRates), bits(24));
-      index = static_cast<int32_t>(rate - std::begin(kAacRates));
+      const auto rate = std::find(std::begin(kRates), std::end(kRates), bits(24));
+      index = static_cast<int32_t>(rate - std::begin(kRates));
     }
     return index;
   };
@@ -73,7 +73,7 @@ SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
   if (bits(1) != 0) bits(14);  // coreCoderDelay
   bits(1);                     // extensionFlag
 
-  std::optional<AacLayout> layout = AacLayout::ofConfiguration(configuration);
+  std::optional<Layout> layout = Layout::ofConfiguration(configuration);
   if (!layout) {
     std::vector<uint8_t> padded(bytes.begin(), bytes.end());
     padded.resize(bytes.size() + 1024);
@@ -87,10 +87,10 @@ SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
   return result;
 }
 
-class AdtsStream final : public AacStream {
+class AdtsStream final : public Stream {
  public:
-  AdtsStream(const AdtsScanner& scanner, const AacConfig& config, AacLayout layout)
-      : AacStream(config, std::move(layout)), scanner_(scanner) {
+  AdtsStream(const AdtsScanner& scanner, const Config& config, Layout layout)
+      : Stream(config, std::move(layout)), scanner_(scanner) {
     scanner_.rewind();
     for (AdtsFrame frame; scanner_.next(frame);) {
       blocks_ += frame.header.blocks() + frame.lostBefore;
@@ -105,7 +105,7 @@ class AdtsStream final : public AacStream {
     rewind();
   }
 
-  AacEvent next(AacBlock& block) override;
+  Event next(Block& block) override;
   void rewind() override;
   double progress() const override {
     return end_ == 0 ? 1.0
@@ -120,7 +120,7 @@ class AdtsStream final : public AacStream {
 
  private:
   bool openFrame();
-  bool checkBlock(Bytes data, const AacBlock& block);
+  bool checkBlock(Bytes data, const Block& block);
   // Some writers leave the check words empty: they count once more of them were right than wrong.
   bool crcBelievable() const { return crcRight_ > crcWrong_; }
 
@@ -152,7 +152,7 @@ bool AdtsStream::openFrame() {
 }
 
 // One block to a frame: a check word in the header for both. Several: one for the header, and one behind each.
-bool AdtsStream::checkBlock(Bytes data, const AacBlock& block) {
+bool AdtsStream::checkBlock(Bytes data, const Block& block) {
   AdtsCrc crc;
   uint32_t word;
   if (frame_.header.blocks() == 1) {
@@ -167,22 +167,22 @@ bool AdtsStream::checkBlock(Bytes data, const AacBlock& block) {
   return right || !crcBelievable();
 }
 
-AacEvent AdtsStream::next(AacBlock& block) {
-  if (lostLeft_ == 0 && blocksLeft_ == 0 && !openFrame()) return AacEvent::end;
+Event AdtsStream::next(Block& block) {
+  if (lostLeft_ == 0 && blocksLeft_ == 0 && !openFrame()) return Event::end;
   if (lostLeft_ > 0) {
     --lostLeft_;
-    return AacEvent::lost;
+    return Event::lost;
   }
   --blocksLeft_;
   const Bytes data = payload_;
   if (!reader_.read(data, block)) {
     payload_ = {};  // where further blocks of the frame begin is not known
-    return AacEvent::damaged;
+    return Event::damaged;
   }
   const bool ownCheck = frame_.header.hasCrc() && frame_.header.blocks() > 1;
   payload_ = slice(data, block.bytes + (ownCheck ? 2 : 0));
-  if (frame_.header.hasCrc() && !checkBlock(data, block)) return AacEvent::damaged;
-  return AacEvent::block;
+  if (frame_.header.hasCrc() && !checkBlock(data, block)) return Event::damaged;
+  return Event::block;
 }
 
 std::vector<std::string> AdtsStream::faults() const {
@@ -206,14 +206,14 @@ std::vector<std::string> AdtsStream::notes() const {
 }
 
 // The program that a block's own elements make up, as if all stood in front.
-MoxAacPrgCfgElt programOf(const AacBlock& block) {
+MoxAacPrgCfgElt programOf(const Block& block) {
   MoxAacPrgCfgElt program{};
   for (size_t i = 0; i < block.elements; ++i) {
-    const AacElement& element = block.element(i);
-    if (element.id == AacElementId::lfe && program.numLfeChanElt < 4) {
+    const Element& element = block.element(i);
+    if (element.id == ElementId::lfe && program.numLfeChanElt < 4) {
       program.lfeEltTagSel[program.numLfeChanElt++] = element.tag;
-    } else if (element.id != AacElementId::lfe && program.numFrontChanElt < 16) {
-      program.frontEltIsCpe[program.numFrontChanElt] = element.id == AacElementId::cpe;
+    } else if (element.id != ElementId::lfe && program.numFrontChanElt < 16) {
+      program.frontEltIsCpe[program.numFrontChanElt] = element.id == ElementId::cpe;
       program.frontEltTagSel[program.numFrontChanElt++] = element.tag;
     }
   }
@@ -222,20 +222,20 @@ MoxAacPrgCfgElt programOf(const AacBlock& block) {
 
 // The layout stands in the header, or in a program configuration element of the first blocks. Some broadcasters send
 // neither and two single channels.
-std::unique_ptr<AacStream> openAdts(Bytes bytes) {
+std::unique_ptr<Stream> openAdts(Bytes bytes) {
   AdtsScanner scanner(bytes);
   if (!scanner.found()) return nullptr;
   if (scanner.bytesBefore() > 0) {  // a frame at the very end may be chance within the frames of MPEG audio
-    const Mp3Scanner other(bytes);
+    const mp3::Scanner other(bytes);
     if (other.found() && other.bytesBefore() < scanner.bytesBefore()) return nullptr;
   }
   const AdtsHeader& header = scanner.firstHeader();
-  const AacConfig config{.objectType = header.objectType(), .rateIndex = header.fields.samplingRateIndex};
+  const Config config{.objectType = header.objectType(), .rateIndex = header.fields.samplingRateIndex};
   refuseSsr(config);
-  std::optional<AacLayout> layout = AacLayout::ofConfiguration(header.fields.channelConfig);
+  std::optional<Layout> layout = Layout::ofConfiguration(header.fields.channelConfig);
   if (!layout) {
-    AacBlockReader reader(config);
-    AacBlock block;
+    BlockReader reader(config);
+    Block block;
     AdtsFrame frame;
     std::optional<MoxAacPrgCfgElt> program;
     for (int i = 0; i < kProgramSearchBlocks && !block.program && scanner.next(frame); ++i) {
@@ -252,12 +252,12 @@ std::unique_ptr<AacStream> openAdts(Bytes bytes) {
 }
 
 // One header, then block after block without any mark to resume at after damage.
-class AdifStream final : public AacStream {
+class AdifStream final : public Stream {
  public:
-  AdifStream(Bytes blocks, const MoxAacADIFHeader& header, const AacConfig& config, AacLayout layout)
-      : AacStream(config, std::move(layout)), header_(header), blocks_(blocks) {}
+  AdifStream(Bytes blocks, const MoxAacADIFHeader& header, const Config& config, Layout layout)
+      : Stream(config, std::move(layout)), header_(header), blocks_(blocks) {}
 
-  AacEvent next(AacBlock& block) override;
+  Event next(Block& block) override;
   void rewind() override {
     position_ = 0;
     broken_ = false;
@@ -269,7 +269,7 @@ class AdifStream final : public AacStream {
   int64_t expectedBlocks() const override {
     if (header_.bitRate == 0) return 0;
     const double seconds = static_cast<double>(blocks_.size()) * 8 / header_.bitRate;
-    return static_cast<int64_t>(seconds * kAacRates[config_.rateIndex] / kAacSamples);
+    return static_cast<int64_t>(seconds * kRates[config_.rateIndex] / kAacSamples);
   }
   int64_t audioBytes() const override { return static_cast<int64_t>(blocks_.size()); }
   int64_t skippedBytes() const override {
@@ -295,16 +295,16 @@ class AdifStream final : public AacStream {
   bool broken_ = false;
 };
 
-AacEvent AdifStream::next(AacBlock& block) {
+Event AdifStream::next(Block& block) {
   const Bytes rest = slice(blocks_, position_);
-  if (broken_ || allZero(rest)) return AacEvent::end;
+  if (broken_ || allZero(rest)) return Event::end;
   broken_ = !reader_.read(rest, block);
-  if (broken_) return AacEvent::damaged;
+  if (broken_) return Event::damaged;
   position_ += block.bytes;
-  return AacEvent::block;
+  return Event::block;
 }
 
-std::unique_ptr<AacStream> openAdif(Bytes bytes) {
+std::unique_ptr<Stream> openAdif(Bytes bytes) {
   if (!startsWith(bytes, "ADIF")) return nullptr;
   // Sixteen elements of at most 9 + 75 + 257 bytes fit well in this, whatever the data say.
   std::vector<uint8_t> padded(8192);
@@ -315,22 +315,21 @@ std::unique_ptr<AacStream> openAdif(Bytes bytes) {
   if (moxsUnpackADIFHeader_AAC(&at, &header, programs.data(), 16) != moxStatusOk) return nullptr;
   const auto headerBytes = static_cast<size_t>(at - padded.data());
   if (headerBytes >= bytes.size()) throw Failure("the ADIF header is incomplete");
-  const AacConfig config{.objectType = programs[0].objectType + 1,
-                         .rateIndex = programs[0].samplingRateIndex};
+  const Config config{.objectType = programs[0].objectType + 1, .rateIndex = programs[0].samplingRateIndex};
   if (config.rateIndex > 11) throw Failure("the ADIF header names no usable sample rate");
   refuseSsr(config);
   return std::make_unique<AdifStream>(slice(bytes, headerBytes), header, config, layoutOf(programs[0]));
 }
 
 // Blocks from the packets of an MP4 file.
-class Mp4Stream final : public AacStream {
+class Mp4Stream final : public Stream {
  public:
-  Mp4Stream(Mp4Audio audio, const AacConfig& config, AacLayout layout)
-      : AacStream(config, std::move(layout)), audio_(std::move(audio)) {}
+  Mp4Stream(Mp4Audio audio, const Config& config, Layout layout)
+      : Stream(config, std::move(layout)), audio_(std::move(audio)) {}
 
-  AacEvent next(AacBlock& block) override {
-    if (next_ == audio_.packets.size()) return AacEvent::end;
-    return reader_.read(audio_.packets[next_++], block) ? AacEvent::block : AacEvent::damaged;
+  Event next(Block& block) override {
+    if (next_ == audio_.packets.size()) return Event::end;
+    return reader_.read(audio_.packets[next_++], block) ? Event::block : Event::damaged;
   }
   void rewind() override { next_ = 0; }
   double progress() const override {
@@ -360,7 +359,7 @@ class Mp4Stream final : public AacStream {
   size_t next_ = 0;
 };
 
-std::unique_ptr<AacStream> openMp4(Bytes bytes) {
+std::unique_ptr<Stream> openMp4(Bytes bytes) {
   Mp4Audio audio = readMp4(bytes);
   auto [config, layout] = parseAudioSpecificConfig(audio.config);
   return std::make_unique<Mp4Stream>(std::move(audio), config, std::move(layout));
@@ -368,10 +367,10 @@ std::unique_ptr<AacStream> openMp4(Bytes bytes) {
 
 }  // namespace
 
-std::unique_ptr<AacStream> AacStream::open(Bytes bytes) {
+std::unique_ptr<Stream> Stream::open(Bytes bytes) {
   if (isMp4(bytes) && canReadMp4()) return openMp4(bytes);
-  if (std::unique_ptr<AacStream> stream = openAdif(bytes)) return stream;
+  if (std::unique_ptr<Stream> stream = openAdif(bytes)) return stream;
   return openAdts(bytes);
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

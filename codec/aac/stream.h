@@ -9,23 +9,23 @@
 #include "codec/aac/block.h"
 #include "codec/stream/adts_scanner.h"
 
-namespace mox {
+namespace moxc::aac {
 
-enum class AacEvent {
+enum class Event {
   block,    // a block was read
   damaged,  // a block's data are not to be trusted
   lost,     // a block probably stood in a gap of the stream
   end,
 };
 
-class AacStream {
+class Stream {
  public:
   // Nothing when the bytes are no AAC stream. Throws Failure for one that cannot be decoded: a profile, or a
   // number of channels, that is beyond this program.
-  static std::unique_ptr<AacStream> open(Bytes bytes);
-  virtual ~AacStream() = default;
+  static std::unique_ptr<Stream> open(Bytes bytes);
+  virtual ~Stream() = default;
 
-  virtual AacEvent next(AacBlock& block) = 0;
+  virtual Event next(Block& block) = 0;
   virtual void rewind() = 0;
   virtual double progress() const = 0;         // 0..1
   virtual const char* container() const = 0;   // "ADTS" or "ADIF"
@@ -41,16 +41,16 @@ class AacStream {
   virtual int64_t delay(int32_t /*rate*/) const { return 0; }
   virtual int64_t padding(int32_t /*rate*/) const { return 0; }
 
-  const AacConfig& config() const { return config_; }
-  const AacLayout& layout() const { return layout_; }
+  const Config& config() const { return config_; }
+  const Layout& layout() const { return layout_; }
 
  protected:
-  AacStream(const AacConfig& config, AacLayout layout)
+  Stream(const Config& config, Layout layout)
       : config_(config), layout_(std::move(layout)), reader_(config) {}
 
-  AacConfig config_;
-  AacLayout layout_;
-  AacBlockReader reader_;
+  Config config_;
+  Layout layout_;
+  BlockReader reader_;
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -5,12 +5,12 @@
 #include "codec/aac/tables.h"
 #include "codec/sbr/parser.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
-void note(const AacElement& element, int32_t objectType, AacSurvey& survey) {
+void note(const Element& element, int32_t objectType, Survey& survey) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
-    const AacChannel& channel = element.channel[ch];
+    const Channel& channel = element.channel[ch];
     for (const uint8_t book : channel.books()) {
       survey.noise |= book == 13;
       survey.intensity |= book >= 14;
@@ -25,14 +25,14 @@ void note(const AacElement& element, int32_t objectType, AacSurvey& survey) {
 
 }  // namespace
 
-AacSurvey surveyAac(AacStream& stream) {
-  AacSurvey survey;
-  AacBlock block;
+Survey takeSurvey(Stream& stream) {
+  Survey survey;
+  Block block;
   stream.rewind();
-  for (AacEvent event; (event = stream.next(block)) != AacEvent::end;) {
+  for (Event event; (event = stream.next(block)) != Event::end;) {
     ++survey.blocks;
-    survey.damaged += event == AacEvent::damaged;
-    if (event != AacEvent::block) continue;
+    survey.damaged += event == Event::damaged;
+    if (event != Event::block) continue;
     survey.sbrBlocks += block.hasSbr;
     survey.couplingBlocks += block.hasCoupling;
     for (size_t i = 0; i < block.elements; ++i) note(block.element(i), stream.config().objectType, survey);
@@ -40,27 +40,27 @@ AacSurvey surveyAac(AacStream& stream) {
   return survey;
 }
 
-AacReplication findReplication(AacStream& stream) {
+Replication findReplication(Stream& stream) {
   constexpr int32_t kMaxOutputRate = 96000;
   // Whether there is replication shows at once; parametric stereo only behind a header, which comes every half second.
   constexpr int64_t kBlocks = 16, kBlocksToHeader = 64;
-  const AacConfig& config = stream.config();
-  const int32_t outputRate = 2 * kAacRates[config.rateIndex];
+  const Config& config = stream.config();
+  const int32_t outputRate = 2 * kRates[config.rateIndex];
   if (outputRate > kMaxOutputRate) return {};
   const bool mono = stream.layout().channels == 1;
-  AacReplication found{config.replication, config.parametricStereo && mono};
+  Replication found{config.replication, config.parametricStereo && mono};
 
-  SbrParser parser(outputRate);
-  SbrFrame frame;
-  AacBlock block;
+  sbr::Parser parser(outputRate);
+  sbr::Frame frame;
+  Block block;
   int64_t read = 0, replicated = 0, understood = 0;
   stream.rewind();
-  for (AacEvent event; (event = stream.next(block)) != AacEvent::end;) {
-    if (event != AacEvent::block) continue;
+  for (Event event; (event = stream.next(block)) != Event::end;) {
+    if (event != Event::block) continue;
     ++read;
     replicated += block.hasSbr;
     if (mono && block.elements == 1 && !block.element(0).sbr().empty() &&
-        parser.read(block.element(0).sbr(), false, frame) == SbrRead::good) {
+        parser.read(block.element(0).sbr(), false, frame) == sbr::Read::good) {
       ++understood;
       found.stereo |= frame.stereo.has_value();
     }
@@ -73,7 +73,7 @@ AacReplication findReplication(AacStream& stream) {
   return found;
 }
 
-std::string AacSurvey::tools() const {
+std::string Survey::tools() const {
   std::string text;
   const auto add = [&text](bool used, const char* name) {
     if (used) text += (text.empty() ? "" : ", ") + std::string(name);
@@ -88,4 +88,4 @@ std::string AacSurvey::tools() const {
   return text;
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -3,9 +3,9 @@
 
 #include "codec/aac/stream.h"
 
-namespace mox {
+namespace moxc::aac {
 
-struct AacSurvey {
+struct Survey {
   int64_t blocks = 0;  // damaged and lost ones included
   int64_t damaged = 0;
   int64_t sbrBlocks = 0, couplingBlocks = 0;
@@ -16,15 +16,15 @@ struct AacSurvey {
 };
 
 // Walks from the start of the stream, and leaves it at its end.
-AacSurvey surveyAac(AacStream& stream);
+Survey takeSurvey(Stream& stream);
 
 // What doubles a stream's sample rate, and makes two channels of one.
-struct AacReplication {
+struct Replication {
   bool bands = false;   // spectral band replication: HE-AAC
   bool stereo = false;  // with parametric stereo: HE-AAC v2
 };
 
 // What the container announces or most of the first blocks hold. Leaves the stream at its start.
-AacReplication findReplication(AacStream& stream);
+Replication findReplication(Stream& stream);
 
-}  // namespace mox
+}  // namespace moxc::aac

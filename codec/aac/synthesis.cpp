@@ -5,7 +5,7 @@
 #include <new>
 #include <numbers>
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 constexpr int32_t kEightShort = 2, kLongStart = 1, kLongStop = 3;
@@ -68,7 +68,7 @@ const Slopes& slopes() {
 
 }  // namespace
 
-AacSynthesis::Transform::Transform(int32_t length) : spec(nullptr, moxsMDCTInvFree_32f) {
+Synthesis::Transform::Transform(int32_t length) : spec(nullptr, moxsMDCTInvFree_32f) {
   MoxMdctSpec* made = nullptr;
   if (moxsMDCTInvInitAlloc_32f(&made, length) != moxStatusOk) throw std::bad_alloc();
   spec.reset(made);
@@ -77,7 +77,7 @@ AacSynthesis::Transform::Transform(int32_t length) : spec(nullptr, moxsMDCTInvFr
   buffer.resize(static_cast<size_t>(bytes));
 }
 
-AacSynthesis::AacSynthesis(int32_t channels, bool floatSamples, bool keepHistory)
+Synthesis::Synthesis(int32_t channels, bool floatSamples, bool keepHistory)
     : channels_(static_cast<size_t>(channels)), keepHistory_(keepHistory), work_(MOX_AAC_MDCT_BUFFER_WORDS) {
   for (Channel& channel : channels_) {
     if (keepHistory) channel.history.resize(MOX_AAC_LTP_HISTORY);
@@ -89,8 +89,7 @@ AacSynthesis::AacSynthesis(int32_t channels, bool floatSamples, bool keepHistory
   }
 }
 
-bool AacSynthesis::predict(size_t ch, const AacSpectrum& windows, const MoxAacLtpInfo& ltp,
-                           int32_t* prediction) {
+bool Synthesis::predict(size_t ch, const Spectrum& windows, const MoxAacLtpInfo& ltp, int32_t* prediction) {
   const Channel& channel = channels_[ch];
   return moxsLongTermPredict_AAC_32s(channel.history.data(), prediction, windows.windowSequence,
                                      windows.windowShape, channel.previousShape, &ltp,
@@ -98,19 +97,19 @@ bool AacSynthesis::predict(size_t ch, const AacSpectrum& windows, const MoxAacLt
 }
 
 // Long-term prediction looks back at what this filter bank made, whichever one makes the output.
-void AacSynthesis::runFixed(Channel& channel, const AacSpectrum& spectrum, int16_t* samples, int32_t stride) {
+void Synthesis::runFixed(Channel& channel, const Spectrum& spectrum, int16_t* samples, int32_t stride) {
   moxsMDCTInv_AAC_32s16s(spectrum.lines.data(), samples, channel.overlap.data(), spectrum.windowSequence,
                          spectrum.windowShape, channel.previousShape, stride, work_.data());
   if (keepHistory_) moxsLtpUpdate_AAC_32s(work_.data(), channel.overlap.data(), channel.history.data());
 }
 
-void AacSynthesis::run(size_t ch, const AacSpectrum& spectrum, int16_t* samples, int32_t stride) {
+void Synthesis::run(size_t ch, const Spectrum& spectrum, int16_t* samples, int32_t stride) {
   Channel& channel = channels_[ch];
   runFixed(channel, spectrum, samples, stride);
   channel.previousShape = spectrum.windowShape;
 }
 
-void AacSynthesis::run(size_t ch, const AacSpectrum& spectrum, float* samples, int32_t stride) {
+void Synthesis::run(size_t ch, const Spectrum& spectrum, float* samples, int32_t stride) {
   Channel& channel = channels_[ch];
   if (keepHistory_) {
     std::array<int16_t, kLong> unused;
@@ -124,7 +123,7 @@ void AacSynthesis::run(size_t ch, const AacSpectrum& spectrum, float* samples, i
 }
 
 // One transform over the whole frame. Start and stop windows have a short slope on one side.
-void AacSynthesis::runLong(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride) {
+void Synthesis::runLong(Channel& channel, const Spectrum& spectrum, float* samples, size_t stride) {
   for (size_t k = 0; k < kLong; ++k) frame_[k] = static_cast<float>(spectrum.lines[k]) * kScale;
   moxsMDCTInv_32f_I(frame_.data(), long_->spec.get(), long_->buffer.data());
 
@@ -143,7 +142,7 @@ void AacSynthesis::runLong(Channel& channel, const AacSpectrum& spectrum, float*
 
 // Eight transforms, each beginning 128 samples after the one before. The first rises with the shape that the frame
 // before fell with.
-void AacSynthesis::runShort(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride) {
+void Synthesis::runShort(Channel& channel, const Spectrum& spectrum, float* samples, size_t stride) {
   const auto shape = static_cast<size_t>(spectrum.windowShape);
   frame_.fill(0);
   alignas(32) std::array<float, 2 * kShort> window;
@@ -162,4 +161,4 @@ void AacSynthesis::runShort(Channel& channel, const AacSpectrum& spectrum, float
   std::copy_n(frame_.data() + kLong, kLong, overlap);
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -10,28 +10,28 @@
 #include "moxac/aac.h"
 #include "moxac/transform.h"
 
-namespace mox {
+namespace moxc::aac {
 
 // One channel's frame, ready for the filter bank: lines in window order with MOX_AAC_SPECTRUM_FRAC_BITS fraction
 // bits, on the 16-bit scale.
-struct AacSpectrum {
+struct Spectrum {
   int32_t windowSequence = 0;  // 0 only long, 1 long start, 2 eight short, 3 long stop
   int32_t windowShape = 0;     // 0 sine, 1 Kaiser-Bessel derived
   alignas(32) std::array<int32_t, 1024> lines{};
 };
 
-class AacSynthesis {
+class Synthesis {
  public:
   // keepHistory: long-term prediction will be asked for.
-  AacSynthesis(int32_t channels, bool floatSamples, bool keepHistory);
+  Synthesis(int32_t channels, bool floatSamples, bool keepHistory);
 
   // The spectrum that long-term prediction gives for a frame with these windows. False when its lag is impossible.
-  bool predict(size_t channel, const AacSpectrum& windows, const MoxAacLtpInfo& ltp, int32_t* prediction);
+  bool predict(size_t channel, const Spectrum& windows, const MoxAacLtpInfo& ltp, int32_t* prediction);
 
   // 1024 samples, `stride` apart.
-  void run(size_t channel, const AacSpectrum& spectrum, int16_t* samples,
+  void run(size_t channel, const Spectrum& spectrum, int16_t* samples,
            int32_t stride);  // rounded and saturated
-  void run(size_t channel, const AacSpectrum& spectrum, float* samples, int32_t stride);  // full scale is 1
+  void run(size_t channel, const Spectrum& spectrum, float* samples, int32_t stride);  // full scale is 1
 
  private:
   struct Channel {
@@ -46,9 +46,9 @@ class AacSynthesis {
     std::vector<uint8_t> buffer;
   };
 
-  void runFixed(Channel& channel, const AacSpectrum& spectrum, int16_t* samples, int32_t stride);
-  void runLong(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride);
-  void runShort(Channel& channel, const AacSpectrum& spectrum, float* samples, size_t stride);
+  void runFixed(Channel& channel, const Spectrum& spectrum, int16_t* samples, int32_t stride);
+  void runLong(Channel& channel, const Spectrum& spectrum, float* samples, size_t stride);
+  void runShort(Channel& channel, const Spectrum& spectrum, float* samples, size_t stride);
 
   std::vector<Channel> channels_;
   bool keepHistory_;
@@ -57,4 +57,4 @@ class AacSynthesis {
   alignas(32) std::array<float, 2048> frame_{};  // inversely transformed
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

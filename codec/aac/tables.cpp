@@ -2,9 +2,9 @@
 // clang-format off
 #include "codec/aac/tables.h"
 
-namespace mox {
+namespace moxc::aac {
 
-const int32_t kAacRates[12] = {
+const int32_t kRates[12] = {
     96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000,
 };
 
@@ -91,4 +91,4 @@ const int32_t kScaleFactorRows[121][3] = {
     {119, 524276, 19}, {120, 524275, 19},
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

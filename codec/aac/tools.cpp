@@ -7,14 +7,14 @@
 #include "codec/aac/tables.h"
 #include "moxac/util.h"
 
-namespace mox {
+namespace moxc::aac {
 namespace {
 
 constexpr int32_t kAotMain = 1, kAotLtp = 4;
 constexpr int32_t kEightShort = 2;
 constexpr uint8_t kNoiseBook = 13;
 
-bool uses(const AacChannel& channel, uint8_t firstBook, uint8_t lastBook) {
+bool uses(const Channel& channel, uint8_t firstBook, uint8_t lastBook) {
   const std::span<const uint8_t> books = channel.books();
   return std::any_of(books.begin(), books.end(),
                      [=](uint8_t book) { return book >= firstBook && book <= lastBook; });
@@ -22,7 +22,7 @@ bool uses(const AacChannel& channel, uint8_t firstBook, uint8_t lastBook) {
 
 // The channel's TNS data as a record. Filters that reach below the first band end there, which the library wants
 // to be told.
-MoxAacTnsInfo shapingOf(const AacChannel& channel) {
+MoxAacTnsInfo shapingOf(const Channel& channel) {
   const MoxAacChanStream& stream = channel.stream;
   MoxAacTnsInfo tns{};
   tns.tnsDataPresent = stream.tnsDataPresent;
@@ -44,7 +44,7 @@ MoxAacTnsInfo shapingOf(const AacChannel& channel) {
 
 }  // namespace
 
-AacTools::AacTools(const AacConfig& config, int32_t channels) : config_(config) {
+Tools::Tools(const Config& config, int32_t channels) : config_(config) {
   if (config.objectType != kAotMain) return;
   const int32_t lines = kLongBands[config.rateIndex][kPredSfbMax[config.rateIndex]];
   for (int32_t ch = 0; ch < channels; ++ch) {
@@ -55,10 +55,10 @@ AacTools::AacTools(const AacConfig& config, int32_t channels) : config_(config) 
 }
 
 // ISO/IEC 14496-3, 4.5.2.1 gives the order of the tools.
-bool AacTools::run(AacElement& element, const std::array<int32_t, 2>& places, AacSynthesis& synthesis,
-                   std::vector<AacSpectrum>& spectra) {
+bool Tools::run(Element& element, const std::array<int32_t, 2>& places, Synthesis& synthesis,
+                std::vector<Spectrum>& spectra) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
-    AacChannel& channel = element.channel[ch];
+    Channel& channel = element.channel[ch];
     if (config_.objectType == kAotMain) dequantiseExactly(channel, exactLines_[ch]);
     if (moxsQuantInv_AAC_32s_I(channel.spectrum.data(), channel.scaleFactor.data(),
                                channel.ics.numWindowGroups, channel.ics.windowGroupLen, channel.ics.maxSfb,
@@ -80,7 +80,7 @@ bool AacTools::run(AacElement& element, const std::array<int32_t, 2>& places, Aa
 
 // Predictors feed their own rounding back, so that what they learn from must not be rounded to the spectral format
 // first. Long windows only: nothing is predicted in short ones.
-void AacTools::dequantiseExactly(const AacChannel& channel, std::array<float, 1024>& lines) const {
+void Tools::dequantiseExactly(const Channel& channel, std::array<float, 1024>& lines) const {
   if (channel.ics.windowSequence == kEightShort) return;
   std::array<int16_t, 1024> quantised;
   std::array<float, 51> gain;
@@ -93,9 +93,9 @@ void AacTools::dequantiseExactly(const AacChannel& channel, std::array<float, 10
 }
 
 // Mid/side. In intensity bands this only turns the sign that the intensity step will apply.
-bool AacTools::stereo(AacElement& element) {
+bool Tools::stereo(Element& element) {
   if (element.channels() == 1 || element.pair.msMaskPresent == 0) return true;
-  AacChannel &left = element.channel[0], &right = element.channel[1];
+  Channel &left = element.channel[0], &right = element.channel[1];
   if (config_.objectType == kAotMain && left.ics.windowSequence != kEightShort) {
     const int32_t* const bands = kLongBands[config_.rateIndex];
     for (int32_t b = 0; b < left.ics.maxSfb; ++b) {
@@ -115,8 +115,8 @@ bool AacTools::stereo(AacElement& element) {
 }
 
 // Under a common window both channels of a pair may share one noise.
-bool AacTools::noise(AacElement& element) {
-  AacChannel &left = element.channel[0], &right = element.channel[1];
+bool Tools::noise(Element& element) {
+  Channel &left = element.channel[0], &right = element.channel[1];
   if (element.channels() == 2 && element.pair.commonWindow == 1) {
     if (!uses(left, kNoiseBook, kNoiseBook) && !uses(right, kNoiseBook, kNoiseBook)) return true;
     return moxsDecodeMsPNS_AAC_32s(left.spectrum.data(), right.spectrum.data(), &left.ltp.longUsedAll,
@@ -127,7 +127,7 @@ bool AacTools::noise(AacElement& element) {
                                    left.stream.windowLen, &randomState_) == moxStatusOk;
   }
   for (size_t ch = 0; ch < element.channels(); ++ch) {
-    AacChannel& channel = element.channel[ch];
+    Channel& channel = element.channel[ch];
     if (!uses(channel, kNoiseBook, kNoiseBook)) continue;
     if (moxsDecodePNS_AAC_32s(channel.spectrum.data(), &channel.ltp.longUsedAll, channel.sfbCb.data(),
                               channel.scaleFactor.data(), channel.ics.maxSfb, channel.ics.numWindowGroups,
@@ -140,7 +140,7 @@ bool AacTools::noise(AacElement& element) {
 
 // Main-profile prediction works on floats on the 16-bit scale. Every predictor learns from every long window,
 // whether its prediction is used or not; short windows and noise leave nothing to learn from.
-void AacTools::predict(AacChannel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const {
+void Tools::predict(Channel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const {
   constexpr float kUnit = 1 << MOX_AAC_SPECTRUM_FRAC_BITS;
   if (channel.ics.windowSequence == kEightShort) {
     moxsFDPReset_32f(predictor);
@@ -163,8 +163,8 @@ void AacTools::predict(AacChannel& channel, std::array<float, 1024>& lines, MoxA
   moxsFDPResetSfb_32f(bands, numBands, isNoise.data(), predictor);
 }
 
-bool AacTools::intensity(AacElement& element) const {
-  AacChannel &left = element.channel[0], &right = element.channel[1];
+bool Tools::intensity(Element& element) const {
+  Channel &left = element.channel[0], &right = element.channel[1];
   if (element.channels() == 1 || !uses(right, 14, 15)) return true;
   return moxsDecodeIsStereo_AAC_32s(left.spectrum.data(), right.spectrum.data(), right.scaleFactor.data(),
                                     right.sfbCb.data(), right.ics.numWindowGroups, right.ics.windowGroupLen,
@@ -172,8 +172,8 @@ bool AacTools::intensity(AacElement& element) const {
                                     right.stream.windowLen) == moxStatusOk;
 }
 
-bool AacTools::predictLongTerm(const AacChannel& channel, const MoxAacTnsInfo& tns, size_t place,
-                               AacSynthesis& synthesis, AacSpectrum& spectrum) {
+bool Tools::predictLongTerm(const Channel& channel, const MoxAacTnsInfo& tns, size_t place,
+                            Synthesis& synthesis, Spectrum& spectrum) {
   alignas(32) std::array<int32_t, 1024> prediction;
   return synthesis.predict(place, spectrum, channel.ltp, prediction.data()) &&
          moxsLongTermReconstruct_AAC_32s(prediction.data(), spectrum.lines.data(), spectrum.windowSequence,
@@ -182,8 +182,7 @@ bool AacTools::predictLongTerm(const AacChannel& channel, const MoxAacTnsInfo& t
 }
 
 // Window order, long-term prediction and temporal noise shaping.
-bool AacTools::finish(const AacChannel& channel, size_t place, AacSynthesis& synthesis,
-                      AacSpectrum& spectrum) {
+bool Tools::finish(const Channel& channel, size_t place, Synthesis& synthesis, Spectrum& spectrum) {
   const MoxAacChanStream& stream = channel.stream;
   spectrum.windowSequence = channel.ics.windowSequence;
   spectrum.windowShape = channel.ics.windowShape;
@@ -204,4 +203,4 @@ bool AacTools::finish(const AacChannel& channel, size_t place, AacSynthesis& syn
                                  stream.windowLen) == moxStatusOk;
 }
 
-}  // namespace mox
+}  // namespace moxc::aac

@@ -7,16 +7,16 @@
 #include "codec/aac/block.h"
 #include "codec/aac/synthesis.h"
 
-namespace mox {
+namespace moxc::aac {
 
-class AacTools {
+class Tools {
  public:
-  AacTools(const AacConfig& config, int32_t channels);
+  Tools(const Config& config, int32_t channels);
 
   // Takes a coded element to the spectra of its channels, which are channel[0] and, of a pair, channel[1] of the
   // stream. The element is used up. False when its data break a limit of the format.
-  bool run(AacElement& element, const std::array<int32_t, 2>& channel, AacSynthesis& synthesis,
-           std::vector<AacSpectrum>& spectra);
+  bool run(Element& element, const std::array<int32_t, 2>& channel, Synthesis& synthesis,
+           std::vector<Spectrum>& spectra);
 
  private:
   struct PredictorFree {
@@ -24,20 +24,20 @@ class AacTools {
   };
   using Predictor = std::unique_ptr<MoxAacFdpState, PredictorFree>;
 
-  void dequantiseExactly(const AacChannel& channel, std::array<float, 1024>& lines) const;
-  bool stereo(AacElement& element);
-  bool noise(AacElement& element);
-  void predict(AacChannel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const;
-  bool intensity(AacElement& element) const;
-  bool predictLongTerm(const AacChannel& channel, const MoxAacTnsInfo& tns, size_t place,
-                       AacSynthesis& synthesis, AacSpectrum& spectrum);
-  bool finish(const AacChannel& channel, size_t place, AacSynthesis& synthesis, AacSpectrum& spectrum);
+  void dequantiseExactly(const Channel& channel, std::array<float, 1024>& lines) const;
+  bool stereo(Element& element);
+  bool noise(Element& element);
+  void predict(Channel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const;
+  bool intensity(Element& element) const;
+  bool predictLongTerm(const Channel& channel, const MoxAacTnsInfo& tns, size_t place, Synthesis& synthesis,
+                       Spectrum& spectrum);
+  bool finish(const Channel& channel, size_t place, Synthesis& synthesis, Spectrum& spectrum);
 
-  AacConfig config_;
+  Config config_;
   std::vector<Predictor> predictors_;  // of the Main profile, one for each channel
   // What they learn from, for the element at hand.
   alignas(32) std::array<std::array<float, 1024>, 2> exactLines_;
   uint32_t randomState_ = 0;  // of noise substitution
 };
 
-}  // namespace mox
+}  // namespace moxc::aac

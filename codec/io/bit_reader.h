@@ -7,7 +7,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc {
 
 class BitReader {
  public:
@@ -35,4 +35,4 @@ class BitReader {
   size_t position_, end_;
 };
 
-}  // namespace mox
+}  // namespace moxc

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace mox {
+namespace moxc {
 
 using Bytes = std::span<const uint8_t>;
 
@@ -43,4 +43,4 @@ inline uint32_t littleEndian32(Bytes bytes, size_t at) {
   return (v >> 24) | ((v >> 8) & 0xFF00u) | ((v << 8) & 0xFF0000u) | (v << 24);
 }
 
-}  // namespace mox
+}  // namespace moxc

@@ -5,7 +5,7 @@
 
 #include "codec/io/bit_reader.h"
 
-namespace mox {
+namespace moxc {
 
 // A node of a code's tree: by the next bit, the index of the next node, or (below 0) a difference less 256.
 using DifferenceCodeNode = int16_t[2];
@@ -17,4 +17,4 @@ inline int32_t readDifference(BitReader& bits, const DifferenceCodeNode* tree) {
   return node + 256;
 }
 
-}  // namespace mox
+}  // namespace moxc

@@ -1,23 +1,13 @@
-// What ends a command, and the exit codes that tell a script how it went.
+// What ends the reading or writing of a stream.
 #pragma once
 
 #include <stdexcept>
 
-namespace mox {
+namespace moxc {
 
-enum ExitCode : int {
-  exitComplete = 0,  // everything was decoded
-  exitUnusable = 1,  // nothing written: the input cannot be used, or reading or writing failed
-  exitUsage = 2,     // the command line was not understood
-  exitDamaged = 3,   // the output is there, but parts of the input were damaged and concealed, or missing
-};
-
-// The input cannot be used, or the output not written: printed as one line, exit code 1.
+// The input cannot be used, or the output not written: one line of text.
 struct Failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Writes what the system said about the last failed call behind a text: "song.mp3: No such file".
-[[noreturn]] void failWithSystemError(const std::string& what);
-
-}  // namespace mox
+}  // namespace moxc

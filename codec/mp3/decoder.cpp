@@ -8,7 +8,7 @@
 #include "codec/mp3/survey.h"
 #include "codec/mp3/synthesis.h"
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 // A decoder's own delay: 528 samples of the hybrid and polyphase banks, and one that encoders count from.
@@ -16,9 +16,9 @@ constexpr int64_t kDecoderDelay = 529;
 // A damaged granule repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
 constexpr int32_t kMaxRepeats = 6;
 
-class Mp3Decoder : public AudioDecoder {
+class Decoder : public AudioDecoder {
  public:
-  Mp3Decoder(const TaggedAudio& tagged, const DecodeOptions& options, Mp3Survey survey)
+  Decoder(const TaggedAudio& tagged, const DecodeOptions& options, Survey survey)
       : tagged_(tagged),
         options_(options),
         survey_(std::move(survey)),
@@ -48,24 +48,24 @@ class Mp3Decoder : public AudioDecoder {
   void chooseTrim();
   void decodeFrame();
   void concealFrame();
-  void decodeGranule(int32_t granule, Mp3Fault fault);
-  void conceal(Mp3Spectrum& spectrum) const;
+  void decodeGranule(int32_t granule, Fault fault);
+  void conceal(Spectrum& spectrum) const;
   bool trim(PcmView& block);
   std::string duration() const;
   std::string bitRate() const;
 
   TaggedAudio tagged_;
   DecodeOptions options_;
-  Mp3Survey survey_;
-  Mp3Scanner scanner_;
-  Mp3SpectrumReader reader_;
-  Mp3Synthesis synthesis_;
+  Survey survey_;
+  Scanner scanner_;
+  SpectrumReader reader_;
+  Synthesis synthesis_;
 
-  Mp3Frame frame_;
+  Frame frame_;
   int32_t lostFrames_ = 0;  // still to be made up for, before frame_
   bool framePending_ = false;
   // The granule being decoded and the last good one take turns.
-  std::array<Mp3Spectrum, 2> spectra_;
+  std::array<Spectrum, 2> spectra_;
   size_t good_ = 0;
   int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
 
@@ -75,12 +75,12 @@ class Mp3Decoder : public AudioDecoder {
   int64_t firstSample_ = 0, lastSample_ = 0;  // what is delivered of them
 
   int64_t frames_ = 0, concealed_ = 0;
-  std::map<Mp3Fault, int64_t> damage_;  // frames by what was wrong first
+  std::map<Fault, int64_t> damage_;  // frames by what was wrong first
 };
 
 // Encoders tell how much they put in front and behind. The end is cut only when the stream is as long as the
 // encoder said: of a cut file it is missing already.
-void Mp3Decoder::chooseTrim() {
+void Decoder::chooseTrim() {
   lastSample_ = survey_.frames * survey_.first.samples();
   if (options_.raw || !survey_.vbrHeader || !survey_.vbrHeader->hasDelay) return;
   const VbrHeader& header = *survey_.vbrHeader;
@@ -93,7 +93,7 @@ void Mp3Decoder::chooseTrim() {
   lastSample_ -= back;
 }
 
-bool Mp3Decoder::decodeBlock(PcmView& block) {
+bool Decoder::decodeBlock(PcmView& block) {
   do {
     if (!framePending_) {
       if (!scanner_.next(frame_)) return false;
@@ -113,30 +113,30 @@ bool Mp3Decoder::decodeBlock(PcmView& block) {
   return true;
 }
 
-void Mp3Decoder::decodeFrame() {
-  Mp3Fault fault = reader_.open(frame_);
-  Mp3Fault firstFault = fault;
+void Decoder::decodeFrame() {
+  Fault fault = reader_.open(frame_);
+  Fault firstFault = fault;
   for (int32_t granule = 0; granule < survey_.first.granules(); ++granule) {
-    Mp3Spectrum& spectrum = spectra_[1 - good_];
-    const Mp3Fault granuleFault = fault != Mp3Fault::none ? fault : reader_.read(granule, spectrum);
-    if (firstFault == Mp3Fault::none) firstFault = granuleFault;
+    Spectrum& spectrum = spectra_[1 - good_];
+    const Fault granuleFault = fault != Fault::none ? fault : reader_.read(granule, spectrum);
+    if (firstFault == Fault::none) firstFault = granuleFault;
     decodeGranule(granule, granuleFault);
   }
-  if (firstFault != Mp3Fault::none) {
+  if (firstFault != Fault::none) {
     ++concealed_;
     ++damage_[firstFault];
   }
 }
 
-void Mp3Decoder::concealFrame() {
+void Decoder::concealFrame() {
   ++concealed_;
   for (int32_t granule = 0; granule < survey_.first.granules(); ++granule)
-    decodeGranule(granule, Mp3Fault::missingData);
+    decodeGranule(granule, Fault::missingData);
 }
 
-void Mp3Decoder::decodeGranule(int32_t granule, Mp3Fault fault) {
-  Mp3Spectrum& spectrum = spectra_[1 - good_];
-  if (fault == Mp3Fault::none) {
+void Decoder::decodeGranule(int32_t granule, Fault fault) {
+  Spectrum& spectrum = spectra_[1 - good_];
+  if (fault == Fault::none) {
     good_ = 1 - good_;
     repeats_ = 0;
   } else {
@@ -151,8 +151,8 @@ void Mp3Decoder::decodeGranule(int32_t granule, Mp3Fault fault) {
 }
 
 // The filter banks go on over the joint, so that repetition and silence fade into their neighbours.
-void Mp3Decoder::conceal(Mp3Spectrum& spectrum) const {
-  spectrum = repeats_ < kMaxRepeats ? spectra_[good_] : Mp3Spectrum{};
+void Decoder::conceal(Spectrum& spectrum) const {
+  spectrum = repeats_ < kMaxRepeats ? spectra_[good_] : Spectrum{};
   for (int32_t& line : spectrum.lines) line /= 1 << repeats_;
   // Block types follow one another by rule, or windows meet that do not fit: long blocks follow long and stop
   // blocks; after a start block its long lines go on as a stop block first; short blocks go on as they are.
@@ -161,7 +161,7 @@ void Mp3Decoder::conceal(Mp3Spectrum& spectrum) const {
 }
 
 // The part of the frame just decoded that lies between delay and padding; false when there is none.
-bool Mp3Decoder::trim(PcmView& block) {
+bool Decoder::trim(PcmView& block) {
   const int64_t samples = survey_.first.samples();
   const int64_t from = std::clamp<int64_t>(firstSample_ - position_, 0, samples);
   const int64_t to = std::clamp<int64_t>(lastSample_ - position_, 0, samples);
@@ -171,26 +171,26 @@ bool Mp3Decoder::trim(PcmView& block) {
   return true;
 }
 
-DecodeStats Mp3Decoder::stats() const {
+DecodeStats Decoder::stats() const {
   DecodeStats stats;
   stats.frames = frames_;
   stats.concealed = concealed_;
   stats.skippedBytes = survey_.skippedBytes;
   stats.faults = survey_.faults();
-  const auto report = [&](Mp3Fault fault, const char* what) {
+  const auto report = [&](Fault fault, const char* what) {
     if (const auto it = damage_.find(fault); it != damage_.end())
       stats.faults.push_back(std::to_string(it->second) + (it->second == 1 ? " frame" : " frames") + what);
   };
-  report(Mp3Fault::sideInfo, " with damaged side information");
-  report(Mp3Fault::missingData, " whose data begin in frames that are missing");
-  report(Mp3Fault::mainData, " with damaged audio data");
+  report(Fault::sideInfo, " with damaged side information");
+  report(Fault::missingData, " whose data begin in frames that are missing");
+  report(Fault::mainData, " with damaged audio data");
   if (concealed_ > 0)
     stats.faults.push_back(std::to_string(concealed_) + " of " + std::to_string(frames_) +
                            " frames concealed");
   return stats;
 }
 
-std::string Mp3Decoder::duration() const {
+std::string Decoder::duration() const {
   const int64_t samples = lastSample_ - firstSample_;
   const double seconds = static_cast<double>(samples) / survey_.first.rate;
   const auto minutes = static_cast<long long>(seconds / 60);
@@ -200,7 +200,7 @@ std::string Mp3Decoder::duration() const {
   return text;
 }
 
-std::string Mp3Decoder::bitRate() const {
+std::string Decoder::bitRate() const {
   char text[96];
   if (survey_.first.bitRate == 0)
     std::snprintf(text, sizeof text, "free format, %.0f kbit/s", survey_.averageRate());
@@ -212,8 +212,8 @@ std::string Mp3Decoder::bitRate() const {
   return text;
 }
 
-std::vector<std::pair<std::string, std::string>> Mp3Decoder::describe() const {
-  const Mp3Header& first = survey_.first;
+std::vector<std::pair<std::string, std::string>> Decoder::describe() const {
+  const Header& first = survey_.first;
   static constexpr const char* kModes[] = {"stereo", "joint stereo", "dual channel", "mono"};
   static constexpr const char* kEmphasis[] = {"", "50/15 microseconds", "reserved", "CCITT J.17"};
   std::string mode = kModes[first.fields.mode];
@@ -254,10 +254,10 @@ std::vector<std::pair<std::string, std::string>> Mp3Decoder::describe() const {
 
 }  // namespace
 
-std::unique_ptr<AudioDecoder> openMp3(const TaggedAudio& tagged, const DecodeOptions& options) {
-  std::optional<Mp3Survey> survey = surveyMp3(tagged.audio);
+std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options) {
+  std::optional<Survey> survey = takeSurvey(tagged.audio);
   if (!survey || survey->frames == 0) return nullptr;
-  return std::make_unique<Mp3Decoder>(tagged, options, std::move(*survey));
+  return std::make_unique<Decoder>(tagged, options, std::move(*survey));
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

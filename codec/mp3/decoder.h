@@ -6,9 +6,9 @@
 #include "codec/decoder.h"
 #include "codec/stream/tags.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 // Nothing when the bytes hold no Layer III stream. The tags only serve describe().
-std::unique_ptr<AudioDecoder> openMp3(const TaggedAudio& tagged, const DecodeOptions& options);
+std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options);
 
-}  // namespace mox
+}  // namespace moxc::mp3

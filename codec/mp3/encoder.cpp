@@ -6,7 +6,7 @@
 
 #include "codec/io/failure.h"
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 constexpr int32_t kBitRates[] = {32,  40,  48,  56,  64,  80,  96,
@@ -24,7 +24,7 @@ void check(moxStatus status) {
 }
 
 // Up to where the spectrum is coded, by kbit/s for each channel, and by quality.
-int32_t lowpassOf(const Mp3EncoderSettings& settings) {
+int32_t lowpassOf(const EncoderSettings& settings) {
   constexpr int32_t kByQuality[10] = {20500, 20000, 19500, 18800, 18200, 17600, 17000, 16000, 14500, 12500};
   if (settings.vbrQuality >= 0) return kByQuality[settings.vbrQuality];
   constexpr std::pair<int32_t, int32_t> kByRate[] = {{16, 5500},  {24, 8000},   {32, 11000},  {40, 13500},
@@ -59,7 +59,7 @@ class BigEndianWriter {
 
 std::span<const int32_t> mp3BitRates() { return kBitRates; }
 
-Mp3Encoder::Mp3Encoder(const Mp3EncoderSettings& settings)
+Encoder::Encoder(const EncoderSettings& settings)
     : settings_(settings),
       channels_(settings.channels()),
       model_(std::make_unique<MoxMp3PsychoacousticModelTwoState>()) {
@@ -78,15 +78,15 @@ Mp3Encoder::Mp3Encoder(const Mp3EncoderSettings& settings)
   if (lowpass > 0) subBands_ = std::clamp((64 * lowpass + settings.rate - 1) / settings.rate, 1, 32);
 }
 
-int32_t Mp3Encoder::frameBytes(int32_t bitRateIndex, int32_t padding) const {
+int32_t Encoder::frameBytes(int32_t bitRateIndex, int32_t padding) const {
   return 144 * 1000 * kBitRates[bitRateIndex - 1] / settings_.rate + padding;
 }
 
-int32_t Mp3Encoder::mainBits(int32_t bitRateIndex, int32_t padding) const {
+int32_t Encoder::mainBits(int32_t bitRateIndex, int32_t padding) const {
   return 8 * (frameBytes(bitRateIndex, padding) - 4 - sideInfoBytes());
 }
 
-int32_t Mp3Encoder::maxReservoir(int32_t bitRateIndex) const {
+int32_t Encoder::maxReservoir(int32_t bitRateIndex) const {
   MoxMp3FrameHeader header = header_;
   header.bitRateIndex = bitRateIndex;
   MoxMp3BitReservoir reservoir;
@@ -95,7 +95,7 @@ int32_t Mp3Encoder::maxReservoir(int32_t bitRateIndex) const {
 }
 
 // At 44.1 kHz frames are not whole bytes long: some have one more, so that the mean is right.
-int32_t Mp3Encoder::nextPadding() {
+int32_t Encoder::nextPadding() {
   if (settings_.vbrQuality >= 0) return 0;
   paddingRest_ += 144 * 1000 * settings_.bitRate % settings_.rate;
   if (paddingRest_ < settings_.rate) return 0;
@@ -103,7 +103,7 @@ int32_t Mp3Encoder::nextPadding() {
   return 1;
 }
 
-void Mp3Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& out) {
+void Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& out) {
   if (!started_) out.resize(out.size() + infoFrame().size());
   started_ = true;
   const size_t granule = size_t{kGranule} * static_cast<size_t>(channels_);
@@ -120,7 +120,7 @@ void Mp3Encoder::encode(std::span<const int16_t> samples, std::vector<uint8_t>& 
   held_.assign(samples.begin(), samples.end());
 }
 
-void Mp3Encoder::finish(std::vector<uint8_t>& out) {
+void Encoder::finish(std::vector<uint8_t>& out) {
   const int64_t samples = samplesTaken_;
   const int64_t granules = 2 * ((samples + kCodecDelay + kFrame - 1) / kFrame) + 1;  // one of look-ahead
   const auto missing = static_cast<size_t>((granules * kGranule - samples) * channels_);
@@ -129,7 +129,7 @@ void Mp3Encoder::finish(std::vector<uint8_t>& out) {
   queue_.finish(out);
 }
 
-void Mp3Encoder::takeGranule(const int16_t* samples, std::vector<uint8_t>& out) {
+void Encoder::takeGranule(const int16_t* samples, std::vector<uint8_t>& out) {
   Granule& granule = granules_[static_cast<size_t>((granulesTaken_ + 1) % 2)];
   check(moxsPsychoacousticModelTwo_MP3_16s(samples, granule.psy.data(), &header_, model_.get()));
   if (granulesTaken_ > 0) {
@@ -140,7 +140,7 @@ void Mp3Encoder::takeGranule(const int16_t* samples, std::vector<uint8_t>& out) 
   ++granulesTaken_;
 }
 
-void Mp3Encoder::transform(const int16_t* samples, Granule& granule) {
+void Encoder::transform(const int16_t* samples, Granule& granule) {
   for (int32_t ch = 0; ch < channels_; ++ch) {
     Channel& channel = channel_[static_cast<size_t>(ch)];
     int32_t slots[18 * 32];
@@ -160,7 +160,7 @@ void Mp3Encoder::transform(const int16_t* samples, Granule& granule) {
 }
 
 // The smallest frame that has room for the bits, with what reservoir its size allows.
-void Mp3Encoder::chooseFrame(int32_t usedBits, int32_t& stuffing) {
+void Encoder::chooseFrame(int32_t usedBits, int32_t& stuffing) {
   for (int32_t index = 1; index <= kLargestIndex; ++index) {
     const int32_t reservoir = std::min(reservoir_.resBits, maxReservoir(index));
     if (index < kLargestIndex && reservoir + mainBits(index, 0) < usedBits) continue;
@@ -171,7 +171,7 @@ void Mp3Encoder::chooseFrame(int32_t usedBits, int32_t& stuffing) {
   }
 }
 
-void Mp3Encoder::encodeFrame(std::vector<uint8_t>& out) {
+void Encoder::encodeFrame(std::vector<uint8_t>& out) {
   const int32_t count = 2 * channels_;
   std::array<int32_t, 4 * kGranule> lines;
   std::array<MoxMp3PsychoacousticModelTwoAnalysis, 4> psy;
@@ -211,9 +211,9 @@ void Mp3Encoder::encodeFrame(std::vector<uint8_t>& out) {
 }
 
 // `stuffing` bytes behind the main data bring the reservoir down to what it may hold.
-void Mp3Encoder::writeFrame(const int8_t* scaleFactors, const int32_t* scfsi, const int32_t* count1Len,
-                            const MoxMp3SideInfo* side, const int32_t* lines, int32_t stuffing,
-                            int32_t mainDataBegin) {
+void Encoder::writeFrame(const int8_t* scaleFactors, const int32_t* scfsi, const int32_t* count1Len,
+                         const MoxMp3SideInfo* side, const int32_t* lines, int32_t stuffing,
+                         int32_t mainDataBegin) {
   uint8_t start[4 + 32 + 1];  // the writer touches the byte at which it comes to rest
   uint8_t* p = start;
   check(moxsPackFrameHeader_MP3(&header_, &p));
@@ -243,7 +243,7 @@ void Mp3Encoder::writeFrame(const int8_t* scaleFactors, const int32_t* scfsi, co
 
 // A frame of silence whose main data are: marker, numbers of frames and bytes, seek table, quality, then who encoded
 // it and with how many samples of delay and padding.
-std::vector<uint8_t> Mp3Encoder::infoFrame() const {
+std::vector<uint8_t> Encoder::infoFrame() const {
   constexpr int32_t kTagBytes = 120 + 36;
   const bool variable = settings_.vbrQuality >= 0;
   MoxMp3FrameHeader header = header_;
@@ -292,4 +292,4 @@ std::vector<uint8_t> Mp3Encoder::infoFrame() const {
   return frame;
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -10,11 +10,11 @@
 #include "codec/mp3/frame_queue.h"
 #include "moxac/mp3.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 enum class ChannelMode : int32_t { stereo = 0, joint = 1, mono = 3 };  // as the frame header codes them
 
-struct Mp3EncoderSettings {
+struct EncoderSettings {
   int32_t rate = 44100;  // 32000, 44100 or 48000
   ChannelMode mode = ChannelMode::joint;
   int32_t bitRate = 128;    // kbit/s, one of the standard's; constant unless there is a quality
@@ -29,9 +29,9 @@ std::span<const int32_t> mp3BitRates();
 
 // Encodes samples as they come. The stream begins with a frame that tells length, delay and padding; it is known only
 // at the end, and until then its place is held by a frame of zeros.
-class Mp3Encoder {
+class Encoder {
  public:
-  explicit Mp3Encoder(const Mp3EncoderSettings& settings);
+  explicit Encoder(const EncoderSettings& settings);
 
   // Takes interleaved samples, any number; appends finished frames to out.
   void encode(std::span<const int16_t> samples, std::vector<uint8_t>& out);
@@ -65,7 +65,7 @@ class Mp3Encoder {
   int32_t sideInfoBytes() const { return channels_ == 1 ? 17 : 32; }
   int32_t nextPadding();
 
-  Mp3EncoderSettings settings_;
+  EncoderSettings settings_;
   int32_t channels_;
   int32_t subBands_ = 32;  // that pass the lowpass
   MoxMp3FrameHeader header_{};
@@ -80,7 +80,7 @@ class Mp3Encoder {
   std::unique_ptr<MoxMp3PsychoacousticModelTwoState> model_;
   std::array<Channel, 2> channel_;
   std::array<Granule, 2> granules_;
-  Mp3FrameQueue queue_;
+  FrameQueue queue_;
 };
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 // Bit rates in kbit/s by index; ISO/IEC 11172-3 and 13818-3, 2.4.2.3. Index 0 is the free format.
@@ -37,7 +37,7 @@ const char* versionName(MpegVersion version) {
   return kNames[static_cast<int>(version)];
 }
 
-std::optional<Mp3Header> parseMp3Header(Bytes bytes) {
+std::optional<Header> parseHeader(Bytes bytes) {
   // The parser checks no sync bits and no values; the few that matter are looked at here. Of the twelve sync
   // bits the last tells MPEG-2.5, which is not in the standard: the parser takes its headers as MPEG-2.
   if (bytes.size() < 4 || bytes[0] != 0xFF || (bytes[1] & 0xE6) != 0xE2) return std::nullopt;
@@ -47,7 +47,7 @@ std::optional<Mp3Header> parseMp3Header(Bytes bytes) {
   std::array<uint8_t, 12> window{};  // header and CRC word, and room for what the bit reader touches beyond
   std::copy_n(bytes.begin(), std::min<size_t>(bytes.size(), 6), window.begin());
   const uint8_t* cursor = window.data();
-  Mp3Header header;
+  Header header;
   MoxMp3FrameHeader& fields = header.fields;
   if (moxsUnpackFrameHeader_MP3(&cursor, &fields) != moxStatusOk) return std::nullopt;
   if (fields.bitRateIndex == 15 || fields.samplingFreq == 3) return std::nullopt;
@@ -67,10 +67,10 @@ std::optional<Mp3Header> parseMp3Header(Bytes bytes) {
   return header;
 }
 
-bool crcMatches(const Mp3Frame& frame) {
+bool crcMatches(const Frame& frame) {
   const uint16_t header = crcOf(slice(frame.bytes, 2, 2), 0xFFFF);
   const Bytes sideInfo = slice(frame.bytes, frame.header.sideInfoAt(), frame.header.sideInfoBytes());
   return crcOf(sideInfo, header) == frame.header.fields.crcWord;
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -7,13 +7,13 @@
 #include "codec/io/bytes.h"
 #include "moxac/mp3.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 enum class MpegVersion { mpeg1, mpeg2, mpeg25 };
 
 const char* versionName(MpegVersion version);
 
-struct Mp3Header {
+struct Header {
   MoxMp3FrameHeader fields{};
   MpegVersion version = MpegVersion::mpeg1;
   int32_t rate = 0;       // Hz
@@ -33,14 +33,14 @@ struct Mp3Header {
 
   // Whether a frame with that header may stand in the same stream: what a decoder's output depends on is
   // equal.
-  bool sameStream(const Mp3Header& other) const {
+  bool sameStream(const Header& other) const {
     return version == other.version && rate == other.rate && channels == other.channels &&
            (bitRate == 0) == (other.bitRate == 0);
   }
 };
 
-struct Mp3Frame {
-  Mp3Header header;
+struct Frame {
+  Header header;
   size_t position = 0;
   Bytes bytes;  // from the header to the frame's end
   // Bytes in front of this frame were no frame: main data held from earlier frames do not join on.
@@ -51,10 +51,10 @@ struct Mp3Frame {
 
 // Reads the header at the start of the bytes. Nothing where there is no Layer III header: no sync bits,
 // a reserved version, rate or bit rate, another layer, or a frame too short for its own side information.
-std::optional<Mp3Header> parseMp3Header(Bytes bytes);
+std::optional<Header> parseHeader(Bytes bytes);
 
 // The CRC over the last two header bytes and the side information against the frame's CRC word.
 // ISO/IEC 11172-3, 2.4.3.1: x^16 + x^15 + x^2 + 1, starting at all ones.
-bool crcMatches(const Mp3Frame& frame);
+bool crcMatches(const Frame& frame);
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-namespace mox {
+namespace moxc::mp3 {
 
 uint16_t crc16(Bytes bytes, uint16_t crc) {
   static constexpr auto kTable = [] {
@@ -20,13 +20,13 @@ uint16_t crc16(Bytes bytes, uint16_t crc) {
   return crc;
 }
 
-void Mp3FrameQueue::addFrame(Bytes start, size_t bytes) {
+void FrameQueue::addFrame(Bytes start, size_t bytes) {
   Frame frame{std::vector<uint8_t>(bytes), start.size()};
   std::copy(start.begin(), start.end(), frame.bytes.begin());
   frames_.push_back(std::move(frame));
 }
 
-void Mp3FrameQueue::addMainData(Bytes data) {
+void FrameQueue::addMainData(Bytes data) {
   for (Frame& frame : frames_) {
     const size_t fits = std::min(data.size(), frame.bytes.size() - frame.filled);
     std::copy_n(data.begin(), fits, frame.bytes.begin() + static_cast<std::ptrdiff_t>(frame.filled));
@@ -36,7 +36,7 @@ void Mp3FrameQueue::addMainData(Bytes data) {
   }
 }
 
-void Mp3FrameQueue::takeFinished(std::vector<uint8_t>& out) {
+void FrameQueue::takeFinished(std::vector<uint8_t>& out) {
   for (; !frames_.empty() && frames_.front().filled == frames_.front().bytes.size(); frames_.pop_front()) {
     const Frame& frame = frames_.front();
     offsets_.push_back(bytes_);
@@ -46,9 +46,9 @@ void Mp3FrameQueue::takeFinished(std::vector<uint8_t>& out) {
   }
 }
 
-void Mp3FrameQueue::finish(std::vector<uint8_t>& out) {
+void FrameQueue::finish(std::vector<uint8_t>& out) {
   for (Frame& frame : frames_) frame.filled = frame.bytes.size();
   takeFinished(out);
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

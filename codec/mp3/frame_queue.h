@@ -7,11 +7,11 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 // A frame's main data may begin in the room that earlier frames left (ISO/IEC 11172-3, 2.4.2.7): frames wait until
 // their room is full.
-class Mp3FrameQueue {
+class FrameQueue {
  public:
   // Appends a frame that begins with `start` (header and side information) and has `bytes` bytes.
   void addFrame(Bytes start, size_t bytes);
@@ -41,4 +41,4 @@ class Mp3FrameQueue {
 // CRC-16 with polynomial x^16 + x^15 + x^2 + 1, lowest bit first, as the information frame carries it.
 uint16_t crc16(Bytes bytes, uint16_t crc);
 
-}  // namespace mox
+}  // namespace moxc::mp3

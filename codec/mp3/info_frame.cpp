@@ -1,6 +1,6 @@
 #include "codec/mp3/info_frame.h"
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 // What encoders leave in the name field when they have nothing to say is not printed.
@@ -55,7 +55,7 @@ VbrHeader readVbri(Bytes at) {
 
 }  // namespace
 
-std::optional<VbrHeader> readVbrHeader(const Mp3Frame& frame) {
+std::optional<VbrHeader> readVbrHeader(const Frame& frame) {
   // Where the main data begin; some encoders place it as if there were no CRC word even if there is one.
   for (const size_t at : {frame.header.mainDataAt(), 4 + frame.header.sideInfoBytes()}) {
     const Bytes xing = slice(frame.bytes, at);
@@ -66,4 +66,4 @@ std::optional<VbrHeader> readVbrHeader(const Mp3Frame& frame) {
   return std::nullopt;
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -7,7 +7,7 @@
 
 #include "codec/mp3/frame.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 struct VbrHeader {
   std::string kind;     // "Xing" (variable bit rate), "Info" (constant) or "VBRI"
@@ -19,6 +19,6 @@ struct VbrHeader {
 };
 
 // Reads the header from the first frame of a stream, if it is one.
-std::optional<VbrHeader> readVbrHeader(const Mp3Frame& frame);
+std::optional<VbrHeader> readVbrHeader(const Frame& frame);
 
-}  // namespace mox
+}  // namespace moxc::mp3

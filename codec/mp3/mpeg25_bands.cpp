@@ -1,6 +1,6 @@
 #include "codec/mp3/mpeg25_bands.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 // clang-format off
 const int16_t kMpeg25LongBands[6 * 23] = {
@@ -16,4 +16,4 @@ const int16_t kMpeg25ShortBands[6 * 14] = {
 // clang-format on
 const int16_t kMpeg25MixedBlockPoints[6 * 2] = {6, 0, 6, 0, 6, 0};
 
-}  // namespace mox
+}  // namespace moxc::mp3

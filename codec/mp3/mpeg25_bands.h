@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace mox {
+namespace moxc::mp3 {
 
 // 23 band starts a row, in lines.
 extern const int16_t kMpeg25LongBands[6 * 23];
@@ -14,4 +14,4 @@ extern const int16_t kMpeg25ShortBands[6 * 14];
 // Long bands in the long part of a mixed block, and short band-windows that region 0 covers beyond it.
 extern const int16_t kMpeg25MixedBlockPoints[6 * 2];
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace mox {
+namespace moxc::mp3 {
 
 std::optional<Bytes> BitReservoir::assemble(Bytes own, size_t mainDataBegin) {
   if (held_ > kMaxBegin) {
@@ -20,4 +20,4 @@ std::optional<Bytes> BitReservoir::assemble(Bytes own, size_t mainDataBegin) {
   return Bytes(buffer_).subspan(before - mainDataBegin, mainDataBegin + own.size());
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

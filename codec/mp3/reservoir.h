@@ -7,7 +7,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 class BitReservoir {
  public:
@@ -32,4 +32,4 @@ class BitReservoir {
   size_t held_ = 0;
 };
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 // The longest free-format frame taken seriously: 640 kbit/s at 8 kHz.
@@ -13,8 +13,8 @@ constexpr int kFreeFormatFollowers = 2;
 }  // namespace
 
 // A header of this stream at a position, its frame length filled in for the free format too.
-std::optional<Mp3Header> Mp3Scanner::headerAt(size_t position) const {
-  std::optional<Mp3Header> header = parseMp3Header(slice(stream_, position));
+std::optional<Header> Scanner::headerAt(size_t position) const {
+  std::optional<Header> header = parseHeader(slice(stream_, position));
   if (!header || !header->sameStream(first_)) return std::nullopt;
   if (header->bitRate == 0) header->frameBytes = freeBytes_ + static_cast<size_t>(header->fields.paddingBit);
   return header;
@@ -22,7 +22,7 @@ std::optional<Mp3Header> Mp3Scanner::headerAt(size_t position) const {
 
 // Length of a free-format frame without padding: the distance to the next header of the stream that the
 // frames after it confirm. 0 when there is none.
-size_t Mp3Scanner::freeFormatLength(size_t position, const Mp3Header& header) {
+size_t Scanner::freeFormatLength(size_t position, const Header& header) {
   const size_t padding = static_cast<size_t>(header.fields.paddingBit);
   const size_t limit = std::min(stream_.size() - position, kMaxFreeFrame);
   for (size_t distance = header.mainDataAt(); distance + 4 <= limit; ++distance) {
@@ -30,14 +30,14 @@ size_t Mp3Scanner::freeFormatLength(size_t position, const Mp3Header& header) {
     --searchBudget_;
     if (stream_[position + distance] != 0xFF) continue;
     freeBytes_ = distance - padding;
-    Mp3Header sized = header;
+    Header sized = header;
     sized.frameBytes = distance;
     if (joins(position, sized, kFreeFormatFollowers)) return freeBytes_;
   }
   return 0;
 }
 
-bool Mp3Scanner::begins(size_t position, int followers) {
+bool Scanner::begins(size_t position, int followers) {
   freeBytes_ = 0;
   if (first_.bitRate != 0)
     return position + first_.frameBytes <= stream_.size() && joins(position, first_, followers);
@@ -47,11 +47,11 @@ bool Mp3Scanner::begins(size_t position, int followers) {
 }
 
 // A gap of whole frames, give or take their padding, held frames: the listener's clock goes on.
-void Mp3Scanner::noteGap(size_t bytes, Mp3Frame& frame) const {
+void Scanner::noteGap(size_t bytes, Frame& frame) const {
   frame.afterGap = true;
   const size_t lost = lastBytes_ == 0 ? 0 : (bytes + lastBytes_ / 2) / lastBytes_;
   const size_t off = bytes > lost * lastBytes_ ? bytes - lost * lastBytes_ : lost * lastBytes_ - bytes;
   if (lost >= 1 && lost <= kMaxLost && off <= lost) frame.lostBefore = static_cast<int32_t>(lost);
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

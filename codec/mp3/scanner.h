@@ -4,11 +4,11 @@
 #include "codec/mp3/frame.h"
 #include "codec/stream/frame_scanner.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
-class Mp3Scanner : public FrameScanner<Mp3Scanner, Mp3Header, Mp3Frame> {
+class Scanner : public FrameScanner<Scanner, Header, Frame> {
  public:
-  explicit Mp3Scanner(Bytes stream)
+  explicit Scanner(Bytes stream)
       : FrameScanner(stream), searchBudget_(4 * stream.size() + (size_t{1} << 24)) {
     find();
   }
@@ -18,18 +18,18 @@ class Mp3Scanner : public FrameScanner<Mp3Scanner, Mp3Header, Mp3Frame> {
  private:
   friend FrameScanner;
   static constexpr size_t kHeaderBytes = 4;
-  static std::optional<Mp3Header> parse(Bytes bytes) { return parseMp3Header(bytes); }
-  static size_t lengthOf(const Mp3Header& header) { return header.frameBytes; }
+  static std::optional<Header> parse(Bytes bytes) { return parseHeader(bytes); }
+  static size_t lengthOf(const Header& header) { return header.frameBytes; }
   bool begins(size_t position, int followers);
-  std::optional<Mp3Header> headerAt(size_t position) const;  // with its frame length
+  std::optional<Header> headerAt(size_t position) const;  // with its frame length
   void restart() { lastBytes_ = 0; }
-  void passed(const Mp3Frame& frame) { lastBytes_ = frame.bytes.size(); }
-  void noteGap(size_t bytes, Mp3Frame& frame) const;
-  size_t freeFormatLength(size_t position, const Mp3Header& header);
+  void passed(const Frame& frame) { lastBytes_ = frame.bytes.size(); }
+  void noteGap(size_t bytes, Frame& frame) const;
+  size_t freeFormatLength(size_t position, const Header& header);
 
   size_t freeBytes_ = 0;
   size_t lastBytes_ = 0;     // length of the frame before
   size_t searchBudget_ = 0;  // bytes that looking for free-format lengths may still examine
 };
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -5,9 +5,9 @@
 
 #include "codec/mp3/mpeg25_bands.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
-Mp3Fault Mp3SpectrumReader::open(const Mp3Frame& frame) {
+Fault SpectrumReader::open(const Frame& frame) {
   header_ = frame.header;
   firstGranuleFailed_ = false;
   mainData_ = {};
@@ -16,7 +16,7 @@ Mp3Fault Mp3SpectrumReader::open(const Mp3Frame& frame) {
   const bool whole = frame.bytes.size() >= header_.mainDataAt();
   if (!whole || (believeCrc_ && header_.hasCrc() && !crcMatches(frame))) {
     reservoir_.assemble(own, 0);  // later frames may begin in these bytes
-    return whole ? Mp3Fault::crc : Mp3Fault::sideInfo;
+    return whole ? Fault::crc : Fault::sideInfo;
   }
 
   // A copy with room behind: the parser's bit reader touches three bytes more.
@@ -28,23 +28,23 @@ Mp3Fault Mp3SpectrumReader::open(const Mp3Frame& frame) {
                                                   scfsi_.data(), &header_.fields);
   if (status != moxStatusOk) {
     reservoir_.assemble(own, 0);
-    return Mp3Fault::sideInfo;
+    return Fault::sideInfo;
   }
   const std::optional<Bytes> mainData = reservoir_.assemble(own, static_cast<size_t>(mainDataBegin));
-  if (!mainData) return Mp3Fault::missingData;
+  if (!mainData) return Fault::missingData;
   mainData_ = *mainData;
-  return Mp3Fault::none;
+  return Fault::none;
 }
 
-Mp3Fault Mp3SpectrumReader::read(int32_t granule, Mp3Spectrum& spectrum) {
-  Mp3Fault fault = readCodes(granule, spectrum);
+Fault SpectrumReader::read(int32_t granule, Spectrum& spectrum) {
+  Fault fault = readCodes(granule, spectrum);
   const MoxMp3SideInfo* const side = sideInfo_.data() + granule * header_.channels;
-  if (fault == Mp3Fault::none && requantise(side, spectrum) < moxStatusOk) fault = Mp3Fault::mainData;
-  if (granule == 0) firstGranuleFailed_ = fault != Mp3Fault::none;
+  if (fault == Fault::none && requantise(side, spectrum) < moxStatusOk) fault = Fault::mainData;
+  if (granule == 0) firstGranuleFailed_ = fault != Fault::none;
   return fault;
 }
 
-Mp3Fault Mp3SpectrumReader::readCodes(int32_t granule, Mp3Spectrum& spectrum) {
+Fault SpectrumReader::readCodes(int32_t granule, Spectrum& spectrum) {
   const int32_t channels = header_.channels;
   // Each granule and channel has its own run of bits, all of them back to back.
   MoxMp3SideInfo* const first = sideInfo_.data() + granule * channels;
@@ -59,7 +59,7 @@ Mp3Fault Mp3SpectrumReader::readCodes(int32_t granule, Mp3Spectrum& spectrum) {
     if (side.winSwitch == 0) side.reg1Cnt = std::min(side.reg1Cnt, 20 - side.reg0Cnt);
     if (begin + side.part23Len > static_cast<int64_t>(mainData_.size()) * 8 ||
         (repeats && firstGranuleFailed_))
-      return Mp3Fault::mainData;
+      return Fault::mainData;
 
     const uint8_t* const start = mainData_.data() + begin / 8;
     const uint8_t* cursor = start;
@@ -67,7 +67,7 @@ Mp3Fault Mp3SpectrumReader::readCodes(int32_t granule, Mp3Spectrum& spectrum) {
     const int32_t firstBit = bitOffset;
     if (moxsUnpackScaleFactors_MP3_1u8s(&cursor, &bitOffset, scaleFactors_.data() + 39 * ch, &side, scfsi,
                                         &header_.fields, granule, ch) != moxStatusOk)
-      return Mp3Fault::mainData;
+      return Fault::mainData;
     const int32_t scaleFactorBits = static_cast<int32_t>(cursor - start) * 8 + bitOffset - firstBit;
 
     // What is left of this channel's bits codes its spectrum. More scale-factor bits than there are bits make
@@ -75,23 +75,23 @@ Mp3Fault Mp3SpectrumReader::readCodes(int32_t granule, Mp3Spectrum& spectrum) {
     if (decodeHuffman(&cursor, &bitOffset, spectrum.channel(ch),
                       &spectrum.nonZeroBound[static_cast<size_t>(ch)], side,
                       side.part23Len - scaleFactorBits) != moxStatusOk)
-      return Mp3Fault::mainData;
+      return Fault::mainData;
     spectrum.blockType[static_cast<size_t>(ch)] = side.blockType;
     spectrum.mixedBlock[static_cast<size_t>(ch)] = side.mixedBlock;
     begin += side.part23Len;
   }
-  return Mp3Fault::none;
+  return Fault::none;
 }
 
-moxStatus Mp3SpectrumReader::decodeHuffman(const uint8_t** cursor, int32_t* bitOffset, int32_t* lines,
-                                           int32_t* bound, const MoxMp3SideInfo& side, int32_t bits) const {
+moxStatus SpectrumReader::decodeHuffman(const uint8_t** cursor, int32_t* bitOffset, int32_t* lines,
+                                        int32_t* bound, const MoxMp3SideInfo& side, int32_t bits) const {
   if (header_.version != MpegVersion::mpeg25)
     return moxsHuffmanDecode_MP3_1u32s(cursor, bitOffset, lines, bound, &side, &header_.fields, bits);
   return moxsHuffmanDecodeSfbMbp_MP3_1u32s(cursor, bitOffset, lines, bound, &side, &header_.fields, bits,
                                            kMpeg25LongBands, kMpeg25ShortBands, kMpeg25MixedBlockPoints);
 }
 
-moxStatus Mp3SpectrumReader::requantise(const MoxMp3SideInfo* side, Mp3Spectrum& spectrum) {
+moxStatus SpectrumReader::requantise(const MoxMp3SideInfo* side, Spectrum& spectrum) {
   if (header_.version != MpegVersion::mpeg25)
     return moxsReQuantize_MP3_32s_I(spectrum.lines.data(), spectrum.nonZeroBound.data(), scaleFactors_.data(),
                                     side, &header_.fields, work_.data());
@@ -100,4 +100,4 @@ moxStatus Mp3SpectrumReader::requantise(const MoxMp3SideInfo* side, Mp3Spectrum&
                                      kMpeg25ShortBands, work_.data());
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

@@ -8,12 +8,12 @@
 #include "codec/mp3/frame.h"
 #include "codec/mp3/reservoir.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
 constexpr int32_t kLines = 576;  // of one granule and channel
 
 // The requantised spectra of one granule, channels one after the other.
-struct Mp3Spectrum {
+struct Spectrum {
   std::array<int32_t, 2 * kLines> lines{};
   std::array<int32_t, 2> nonZeroBound{};  // lines from there on are 0
   std::array<int32_t, 2> blockType{}, mixedBlock{};
@@ -22,7 +22,7 @@ struct Mp3Spectrum {
   const int32_t* channel(int32_t ch) const { return lines.data() + ch * kLines; }
 };
 
-enum class Mp3Fault {
+enum class Fault {
   none,
   crc,          // the CRC word does not fit header and side information
   sideInfo,     // the side information contradicts itself
@@ -30,26 +30,26 @@ enum class Mp3Fault {
   mainData,     // scale factors or Huffman codes run out of their bits or break a limit
 };
 
-class Mp3SpectrumReader {
+class SpectrumReader {
  public:
-  explicit Mp3SpectrumReader(bool believeCrc) : believeCrc_(believeCrc) {}
+  explicit SpectrumReader(bool believeCrc) : believeCrc_(believeCrc) {}
 
   // Reads the side information and gathers the main data. After a fault no granule can be read.
-  Mp3Fault open(const Mp3Frame& frame);
+  Fault open(const Frame& frame);
   // Reads a granule of the frame opened last, both channels; granule 0 first.
-  Mp3Fault read(int32_t granule, Mp3Spectrum& spectrum);
+  Fault read(int32_t granule, Spectrum& spectrum);
   // The stream was interrupted: bits kept from earlier frames do not join on.
   void interrupt() { reservoir_.clear(); }
 
  private:
-  Mp3Fault readCodes(int32_t granule, Mp3Spectrum& spectrum);
+  Fault readCodes(int32_t granule, Spectrum& spectrum);
   moxStatus decodeHuffman(const uint8_t** cursor, int32_t* bitOffset, int32_t* lines, int32_t* bound,
                           const MoxMp3SideInfo& side, int32_t bits) const;
-  moxStatus requantise(const MoxMp3SideInfo* side, Mp3Spectrum& spectrum);
+  moxStatus requantise(const MoxMp3SideInfo* side, Spectrum& spectrum);
 
   bool believeCrc_;
   BitReservoir reservoir_;
-  Mp3Header header_;
+  Header header_;
   Bytes mainData_;
   std::array<MoxMp3SideInfo, 4> sideInfo_{};   // granule by granule, channel by channel
   std::array<int32_t, 8> scfsi_{};             // four per channel
@@ -58,4 +58,4 @@ class Mp3SpectrumReader {
   bool firstGranuleFailed_ = false;
 };
 
-}  // namespace mox
+}  // namespace moxc::mp3

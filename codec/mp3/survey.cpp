@@ -1,6 +1,6 @@
 #include "codec/mp3/survey.h"
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 std::string counted(int64_t count, const std::string& noun) {
@@ -9,24 +9,24 @@ std::string counted(int64_t count, const std::string& noun) {
 
 }  // namespace
 
-std::string streamName(const Mp3Header& header) {
+std::string streamName(const Header& header) {
   return std::string(versionName(header.version)) + " Layer III, " + std::to_string(header.rate) + " Hz, " +
          (header.channels == 1 ? "mono" : "stereo");
 }
 
-double Mp3Survey::averageRate() const {
+double Survey::averageRate() const {
   const double seconds =
       static_cast<double>(frames - lostFrames) * first.samples() / static_cast<double>(first.rate);
   return seconds > 0 ? static_cast<double>(audioBytes) * 8 / 1000 / seconds : 0;
 }
 
-int64_t Mp3Survey::missingFrames() const {
+int64_t Survey::missingFrames() const {
   if (!vbrHeader || !vbrHeader->frames) return 0;
   const int64_t fewer = int64_t{*vbrHeader->frames} - frames;
   return fewer == 1 && truncatedBytes == 0 ? 0 : std::max<int64_t>(fewer, 0);
 }
 
-std::vector<std::string> Mp3Survey::faults() const {
+std::vector<std::string> Survey::faults() const {
   std::vector<std::string> lines;
   if (skippedBytes > 0) lines.push_back(counted(skippedBytes, "byte") + " that belong to no frame skipped");
   if (!otherStream.empty()) lines.push_back("the rest is another stream, not decoded: " + otherStream);
@@ -40,14 +40,14 @@ std::vector<std::string> Mp3Survey::faults() const {
   return lines;
 }
 
-std::optional<Mp3Survey> surveyMp3(Bytes stream) {
-  Mp3Scanner scanner(stream);
+std::optional<Survey> takeSurvey(Bytes stream) {
+  Scanner scanner(stream);
   if (!scanner.found()) return std::nullopt;
-  Mp3Survey survey;
+  Survey survey;
   survey.first = scanner.firstHeader();
   survey.bytesBefore = scanner.bytesBefore();
 
-  Mp3Frame frame;
+  Frame frame;
   size_t end = 0;  // of the last frame
   for (bool isFirst = true; scanner.next(frame); isFirst = false) {
     end = frame.position + frame.bytes.size();
@@ -69,11 +69,11 @@ std::optional<Mp3Survey> surveyMp3(Bytes stream) {
   survey.skippedBytes = scanner.skippedBytes();
   survey.truncatedBytes = scanner.truncatedBytes();
 
-  const Mp3Scanner rest(slice(stream, end));
+  const Scanner rest(slice(stream, end));
   if (survey.skippedBytes > 0 && rest.found())
     survey.otherStream =
         streamName(rest.firstHeader()) + " at byte " + std::to_string(end + rest.bytesBefore());
   return survey;
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

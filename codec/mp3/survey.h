@@ -7,10 +7,10 @@
 #include "codec/mp3/info_frame.h"
 #include "codec/mp3/scanner.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
-struct Mp3Survey {
-  Mp3Header first;                     // of the first frame
+struct Survey {
+  Header first;                        // of the first frame
   std::optional<VbrHeader> vbrHeader;  // then the first frame holds no audio
   int64_t frames = 0;                  // with audio, lost ones included
   int64_t lostFrames = 0;
@@ -32,9 +32,9 @@ struct Mp3Survey {
 };
 
 // Nothing when there is no stream.
-std::optional<Mp3Survey> surveyMp3(Bytes stream);
+std::optional<Survey> takeSurvey(Bytes stream);
 
 // "MPEG-1 Layer III, 44100 Hz, 2 channels"
-std::string streamName(const Mp3Header& header);
+std::string streamName(const Header& header);
 
-}  // namespace mox
+}  // namespace moxc::mp3

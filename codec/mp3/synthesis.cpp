@@ -1,13 +1,13 @@
 #include "codec/mp3/synthesis.h"
 
-namespace mox {
+namespace moxc::mp3 {
 namespace {
 
 constexpr int32_t kSlots = 18, kBands = 32;
 
 }  // namespace
 
-Mp3Synthesis::Mp3Synthesis(int32_t channels) : channels_(static_cast<size_t>(channels)) {
+Synthesis::Synthesis(int32_t channels) : channels_(static_cast<size_t>(channels)) {
   int32_t bytes = 0;
   moxsSynthesisFilterGetSize_PQMF_MP3_32f(&bytes);
   for (Channel& channel : channels_) {
@@ -17,7 +17,7 @@ Mp3Synthesis::Mp3Synthesis(int32_t channels) : channels_(static_cast<size_t>(cha
   }
 }
 
-const int32_t* Mp3Synthesis::hybrid(const Mp3Spectrum& spectrum, int32_t ch) {
+const int32_t* Synthesis::hybrid(const Spectrum& spectrum, int32_t ch) {
   const auto c = static_cast<size_t>(ch);
   moxsMDCTInv_MP3_32s(spectrum.channel(ch), slots_.data(), channels_[c].overlap.data(),
                       spectrum.nonZeroBound[c], &channels_[c].previousImdcts, spectrum.blockType[c],
@@ -25,7 +25,7 @@ const int32_t* Mp3Synthesis::hybrid(const Mp3Spectrum& spectrum, int32_t ch) {
   return slots_.data();
 }
 
-void Mp3Synthesis::run(const Mp3Spectrum& spectrum, int16_t* samples) {
+void Synthesis::run(const Spectrum& spectrum, int16_t* samples) {
   const auto channels = static_cast<int32_t>(channels_.size());
   for (int32_t ch = 0; ch < channels; ++ch) {
     const int32_t* const slots = hybrid(spectrum, ch);
@@ -36,7 +36,7 @@ void Mp3Synthesis::run(const Mp3Spectrum& spectrum, int16_t* samples) {
   }
 }
 
-void Mp3Synthesis::run(const Mp3Spectrum& spectrum, float* samples) {
+void Synthesis::run(const Spectrum& spectrum, float* samples) {
   const auto channels = static_cast<int32_t>(channels_.size());
   for (int32_t ch = 0; ch < channels; ++ch) {
     const int32_t* const slots = hybrid(spectrum, ch);
@@ -53,4 +53,4 @@ void Mp3Synthesis::run(const Mp3Spectrum& spectrum, float* samples) {
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::mp3

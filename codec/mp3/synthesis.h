@@ -8,15 +8,15 @@
 
 #include "codec/mp3/spectrum.h"
 
-namespace mox {
+namespace moxc::mp3 {
 
-class Mp3Synthesis {
+class Synthesis {
  public:
-  explicit Mp3Synthesis(int32_t channels);
+  explicit Synthesis(int32_t channels);
 
   // 576 samples per channel, interleaved, from one granule.
-  void run(const Mp3Spectrum& spectrum, int16_t* samples);  // rounded and saturated
-  void run(const Mp3Spectrum& spectrum, float* samples);    // full scale is 1
+  void run(const Spectrum& spectrum, int16_t* samples);  // rounded and saturated
+  void run(const Spectrum& spectrum, float* samples);    // full scale is 1
 
  private:
   struct Channel {
@@ -28,10 +28,10 @@ class Mp3Synthesis {
     MoxMp3SynthesisState* floatBank = nullptr;
   };
 
-  const int32_t* hybrid(const Mp3Spectrum& spectrum, int32_t ch);
+  const int32_t* hybrid(const Spectrum& spectrum, int32_t ch);
 
   std::vector<Channel> channels_;
   std::array<int32_t, kLines> slots_{};  // 18 time slots of 32 sub-band samples
 };
 
-}  // namespace mox
+}  // namespace moxc::mp3

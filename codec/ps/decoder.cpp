@@ -5,20 +5,20 @@
 #include "codec/ps/tables.h"
 #include "moxac/sbr.h"
 
-namespace mox {
+namespace moxc::ps {
 namespace {
 
 struct Layout {
   explicit Layout(bool wide)
-      : bands(wide ? kPsHybridBands34 : kPsHybridBands20),
-        split((wide ? kPsConfiguration34 : kPsConfiguration20).splitBands),
+      : bands(wide ? kHybridBands34 : kHybridBands20),
+        split((wide ? kConfiguration34 : kConfiguration20).splitBands),
         whole(bands[split].qmfBand) {}
-  const PsHybridBand* bands;
+  const HybridBand* bands;
   int32_t split;  // hybrid bands that come from splitting QMF bands
   int32_t whole;  // the first QMF band that is not split
 };
 
-void gather(const Layout& layout, const Mox32fc* split, const Mox32fc* qmf, PsHybridRow& row) {
+void gather(const Layout& layout, const Mox32fc* split, const Mox32fc* qmf, HybridRow& row) {
   for (int32_t k = 0; k < layout.split; ++k) {
     row.re[k] = split[k].re;
     row.im[k] = split[k].im;
@@ -31,7 +31,7 @@ void gather(const Layout& layout, const Mox32fc* split, const Mox32fc* qmf, PsHy
 }
 
 // The parts of a split band add up to it.
-void scatter(const Layout& layout, const PsHybridRow& row, Mox32fc* qmf) {
+void scatter(const Layout& layout, const HybridRow& row, Mox32fc* qmf) {
   std::fill(qmf, qmf + layout.whole, Mox32fc{});
   for (int32_t k = 0; k < layout.split; ++k) {
     Mox32fc& sum = qmf[layout.bands[k].qmfBand];
@@ -51,7 +51,7 @@ void ParametricStereo::process(Mox32fc (*left)[64], Mox32fc (*right)[64], const 
   split(left, ahead);
 
   const Layout layout(wide);
-  PsHybridRow diffuse, first, second;
+  HybridRow diffuse, first, second;
   int32_t start = -1;
   for (int32_t e = 0; e < payload_.count(); ++e) {
     const int32_t end = payload_.border(e);
@@ -83,4 +83,4 @@ void ParametricStereo::split(const Mox32fc (*frame)[64], const Mox32fc* const* a
     std::copy_n(frame[kSlots - kSlotsAhead + slot], kBandsAhead, history_[slot]);
 }
 
-}  // namespace mox
+}  // namespace moxc::ps

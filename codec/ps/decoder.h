@@ -9,7 +9,7 @@
 #include "codec/ps/payload.h"
 #include "moxac/types.h"
 
-namespace mox {
+namespace moxc::ps {
 
 class ParametricStereo {
  public:
@@ -32,12 +32,12 @@ class ParametricStereo {
  private:
   void split(const Mox32fc (*frame)[64], const Mox32fc* const* ahead);
 
-  PsPayload payload_;
-  PsMixing mixing_;
-  PsDecorrelator decorrelator_;
+  Payload payload_;
+  Mixing mixing_;
+  Decorrelator decorrelator_;
   Mox32fc history_[kSlotsAhead][kBandsAhead]{};  // the lowest bands in the last slots of the frame before
   Mox32fc hybrid_[kSlots][32]{};                 // the parts of the split QMF bands
-  PsHybridRow mono_;
+  HybridRow mono_;
 };
 
-}  // namespace mox
+}  // namespace moxc::ps

@@ -7,11 +7,11 @@
 
 #include "codec/ps/tables.h"
 
-namespace mox {
+namespace moxc::ps {
 namespace {
 
-const PsConfiguration& configuration(bool wide) { return wide ? kPsConfiguration34 : kPsConfiguration20; }
-const PsHybridBand* hybridBands(bool wide) { return wide ? kPsHybridBands34 : kPsHybridBands20; }
+const Configuration& configuration(bool wide) { return wide ? kConfiguration34 : kConfiguration20; }
+const HybridBand* hybridBands(bool wide) { return wide ? kHybridBands34 : kHybridBands20; }
 
 int32_t wholeVectors(int32_t bands) { return (bands + 7) / 8 * 8; }
 
@@ -25,11 +25,11 @@ float sum(const float* from, const float* to) {
 
 }  // namespace
 
-void PsDecorrelator::start(bool wide) {
-  const PsConfiguration& config = configuration(wide);
+void Decorrelator::start(bool wide) {
+  const Configuration& config = configuration(wide);
   wide_ = wide;
   slot_ = 0;
-  for (PsHybridRow& row : line_) row = {};
+  for (HybridRow& row : line_) row = {};
   for (Link& link : links_) link = {};
   turn_ = {};
   peak_ = mean_ = excess_ = {};
@@ -44,26 +44,26 @@ void PsDecorrelator::start(bool wide) {
       row.re[k] = static_cast<float>(std::cos(angle));
       row.im[k] = static_cast<float>(std::sin(angle));
     };
-    turnBy(turn_, kPsFractionPhi);
-    const double decay = std::clamp(1 - kPsDecaySlope * (k - config.decayCutoff), 0.0, 1.0);
+    turnBy(turn_, kFractionPhi);
+    const double decay = std::clamp(1 - kDecaySlope * (k - config.decayCutoff), 0.0, 1.0);
     for (int32_t m = 0; m < kLinks; ++m) {
-      turnBy(links_[m].turn, kPsAllpassFraction[m]);
-      links_[m].feedback[k] = static_cast<float>(kPsAllpassCoef[m] * decay);
+      turnBy(links_[m].turn, kAllpassFraction[m]);
+      links_[m].feedback[k] = static_cast<float>(kAllpassCoef[m] * decay);
     }
   }
 }
 
-void PsDecorrelator::run(const PsHybridRow& mono, PsHybridRow& diffuse) {
-  const PsConfiguration& config = configuration(wide_);
-  alignas(32) float gains[PsHybridRow::kWidth];
+void Decorrelator::run(const HybridRow& mono, HybridRow& diffuse) {
+  const Configuration& config = configuration(wide_);
+  alignas(32) float gains[HybridRow::kWidth];
   attenuate(mono, gains);
 
   line_[slot_ % kLineRows] = mono;
-  const auto delayed = [&](int32_t slots) -> const PsHybridRow& {
+  const auto delayed = [&](int32_t slots) -> const HybridRow& {
     return line_[(slot_ - static_cast<uint32_t>(slots)) % kLineRows];
   };
   AllpassRow x;
-  const PsHybridRow& in = delayed(kPsBaseDelay);
+  const HybridRow& in = delayed(kBaseDelay);
   for (int32_t k = 0; k < kAllpassWidth; ++k) {
     x.re[k] = in.re[k] * turn_.re[k] - in.im[k] * turn_.im[k];
     x.im[k] = in.re[k] * turn_.im[k] + in.im[k] * turn_.re[k];
@@ -76,7 +76,7 @@ void PsDecorrelator::run(const PsHybridRow& mono, PsHybridRow& diffuse) {
       diffuse.im[k] = im[k] * gains[k];
     }
   };
-  const PsHybridRow &longAgo = delayed(kPsLongDelay), &justNow = delayed(kPsShortDelay);
+  const HybridRow &longAgo = delayed(kLongDelay), &justNow = delayed(kShortDelay);
   take(x.re, x.im, 0, config.allpassBands);
   take(longAgo.re, longAgo.im, config.allpassBands, config.shortDelayBand);
   take(justNow.re, justNow.im, config.shortDelayBand, config.hybridBands);
@@ -85,11 +85,11 @@ void PsDecorrelator::run(const PsHybridRow& mono, PsHybridRow& diffuse) {
 
 // Each link is (Q*z^-d - a) / (1 - a*Q*z^-d), Q the fractional delay: with the state w of the denominator,
 //   w(n) = x(n) + a*Q*w(n - d),   y(n) = Q*w(n - d) - a*w(n).
-void PsDecorrelator::allpass(AllpassRow& x) {
+void Decorrelator::allpass(AllpassRow& x) {
   const int32_t width = wholeVectors(configuration(wide_).allpassBands);
   for (int32_t m = 0; m < kLinks; ++m) {
     Link& link = links_[m];
-    const AllpassRow& before = link.state[(slot_ - static_cast<uint32_t>(kPsAllpassDelay[m])) % kLinkRows];
+    const AllpassRow& before = link.state[(slot_ - static_cast<uint32_t>(kAllpassDelay[m])) % kLinkRows];
     AllpassRow& now = link.state[slot_ % kLinkRows];
     for (int32_t k = 0; k < width; ++k) {
       const float a = link.feedback[k];
@@ -105,20 +105,20 @@ void PsDecorrelator::allpass(AllpassRow& x) {
 
 // While the power of a stereo band is well below its recent peak, its diffuse signal would smear the transient:
 // the gains fall as the mean excess of the peak grows beyond the mean power.
-void PsDecorrelator::attenuate(const PsHybridRow& mono, float* gains) {
+void Decorrelator::attenuate(const HybridRow& mono, float* gains) {
   const int32_t splitBands = configuration(wide_).splitBands;
-  const PsHybridBand* bands = hybridBands(wide_);
-  alignas(32) float powers[PsHybridRow::kWidth];
-  for (int32_t k = 0; k < PsHybridRow::kWidth; ++k)
+  const HybridBand* bands = hybridBands(wide_);
+  alignas(32) float powers[HybridRow::kWidth];
+  for (int32_t k = 0; k < HybridRow::kWidth; ++k)
     powers[k] = mono.re[k] * mono.re[k] + mono.im[k] * mono.im[k];
   BandValues power, gain;
   for (size_t b = 0; b < kBands; ++b) power[b] = sum(powers + whole_[b], powers + whole_[b + 1]);
   for (int32_t k = 0; k < splitBands; ++k) power[static_cast<size_t>(bands[k].stereoBand)] += powers[k];
 
   constexpr float kLeast = std::numeric_limits<float>::min(), kMost = 1e30f;  // keep what follows finite
-  constexpr auto kDecay = static_cast<float>(kPsTransientPeakDecay);
-  constexpr auto kSmooth = static_cast<float>(kPsTransientSmooth);
-  constexpr auto kImpact = static_cast<float>(kPsTransientImpact);
+  constexpr auto kDecay = static_cast<float>(kTransientPeakDecay);
+  constexpr auto kSmooth = static_cast<float>(kTransientSmooth);
+  constexpr auto kImpact = static_cast<float>(kTransientImpact);
   for (size_t b = 0; b < kBands; ++b) {
     const float p = power[b] < kMost ? power[b] : kMost;
     peak_[b] = std::max(kDecay * peak_[b], p);
@@ -130,4 +130,4 @@ void PsDecorrelator::attenuate(const PsHybridRow& mono, float* gains) {
   for (size_t b = 0; b < kBands; ++b) std::fill(gains + whole_[b], gains + whole_[b + 1], gain[b]);
 }
 
-}  // namespace mox
+}  // namespace moxc::ps

@@ -8,18 +8,18 @@
 
 #include "codec/ps/hybrid_row.h"
 
-namespace mox {
+namespace moxc::ps {
 
-class PsDecorrelator {
+class Decorrelator {
  public:
-  PsDecorrelator() { start(false); }
+  Decorrelator() { start(false); }
 
   // For 34 stereo bands or for 20. A change empties the delay lines: their bands are others then.
   void configure(bool wide) {
     if (wide != wide_) start(wide);
   }
   // The next slot.
-  void run(const PsHybridRow& mono, PsHybridRow& diffuse);
+  void run(const HybridRow& mono, HybridRow& diffuse);
 
  private:
   static constexpr int32_t kLinks = 3, kAllpassWidth = 56;  // 30 or 50 bands, and room up to whole vectors
@@ -37,12 +37,12 @@ class PsDecorrelator {
   using BandValues = std::array<float, kBands>;
 
   void start(bool wide);
-  void attenuate(const PsHybridRow& mono, float* gains);
+  void attenuate(const HybridRow& mono, float* gains);
   void allpass(AllpassRow& x);
 
   bool wide_ = false;
   uint32_t slot_ = 0;
-  PsHybridRow line_[kLineRows];  // the mono signal's last slots
+  HybridRow line_[kLineRows];  // the mono signal's last slots
   AllpassRow turn_;
   Link links_[kLinks];
   // Of the hybrid bands that are whole QMF bands, whole_[b] up to whole_[b + 1] belong to stereo band b.
@@ -50,4 +50,4 @@ class PsDecorrelator {
   BandValues peak_{}, mean_{}, excess_{};  // decaying peak of the power; smoothed: power, and peak above it
 };
 
-}  // namespace mox
+}  // namespace moxc::ps

@@ -3,11 +3,11 @@
 
 #include <cstdint>
 
-namespace mox {
+namespace moxc::ps {
 
-struct PsHybridRow {
+struct HybridRow {
   static constexpr int32_t kWidth = 96;  // 71 or 91 bands, and room up to whole vectors
   alignas(32) float re[kWidth]{}, im[kWidth]{};
 };
 
-}  // namespace mox
+}  // namespace moxc::ps

@@ -6,7 +6,7 @@
 
 #include "codec/ps/tables.h"
 
-namespace mox {
+namespace moxc::ps {
 namespace {
 
 constexpr double kSqrt2 = std::numbers::sqrt2;
@@ -20,7 +20,7 @@ std::array<double, 4> mixingA(double c, double rho) {
 }
 
 std::array<double, 4> mixingB(double c, double coherence) {
-  const double rho = std::max(coherence, kPsMixBRhoMin), spread = c + 1 / c;
+  const double rho = std::max(coherence, kMixBRhoMin), spread = c + 1 / c;
   const double alpha = std::atan2(2 * c * rho, c * c - 1) / 2;
   const double mu = std::sqrt(1 + (4 * rho * rho - 4) / (spread * spread));
   const double gamma = std::atan(std::sqrt((1 - mu) / (1 + mu)));
@@ -29,20 +29,20 @@ std::array<double, 4> mixingB(double c, double coherence) {
 }
 
 template <size_t kTerms>
-void convert(float (&values)[34], const PsMapTerm (&terms)[kTerms]) {
+void convert(float (&values)[34], const MapTerm (&terms)[kTerms]) {
   float sums[34]{};
-  for (const PsMapTerm& term : terms)
+  for (const MapTerm& term : terms)
     sums[term.out] += values[term.in] * static_cast<float>(term.weight) / static_cast<float>(term.divisor);
   std::copy(std::begin(sums), std::end(sums), values);
 }
 
 }  // namespace
 
-PsMixing::PsMixing() {
+Mixing::Mixing() {
   for (size_t level = 0; level < kLevels; ++level) {
-    const double c = std::pow(10.0, (level < 15 ? kPsIidCoarse[level] : kPsIidFine[level - 15]) / 20.0);
+    const double c = std::pow(10.0, (level < 15 ? kIidCoarse[level] : kIidFine[level - 15]) / 20.0);
     for (size_t i = 0; i < 8; ++i) {
-      const auto a = mixingA(c, kPsIcc[i]), b = mixingB(c, kPsIcc[i]);
+      const auto a = mixingA(c, kIcc[i]), b = mixingB(c, kIcc[i]);
       std::transform(a.begin(), a.end(), mixed_[0][level][i].begin(),
                      [](double h) { return static_cast<float>(h); });
       std::transform(b.begin(), b.end(), mixed_[1][level][i].begin(),
@@ -54,7 +54,7 @@ PsMixing::PsMixing() {
   std::fill(std::begin(to_.re[kH12]), std::end(to_.re[kH12]), 1.0f);
 }
 
-void PsMixing::configure(bool wide) {
+void Mixing::configure(bool wide) {
   if (wide == wide_) return;
   wide_ = wide;
   for (auto* part : {&to_.re, &to_.im})
@@ -63,9 +63,9 @@ void PsMixing::configure(bool wide) {
   inter_.fill({});
 }
 
-PsMixing::Phasor PsMixing::PhaseHistory::next(int8_t index) {
-  constexpr auto kLast = static_cast<float>(kPsPhaseSmoothPrevious);
-  constexpr auto kBefore = static_cast<float>(kPsPhaseSmoothBeforePrevious);
+Mixing::Phasor Mixing::PhaseHistory::next(int8_t index) {
+  constexpr auto kLast = static_cast<float>(kPhaseSmoothPrevious);
+  constexpr auto kBefore = static_cast<float>(kPhaseSmoothBeforePrevious);
   const float angle = static_cast<float>(index) * std::numbers::pi_v<float> / 4;
   const Phasor now{std::cos(angle), std::sin(angle)};
   const Phasor sum{now.re + kLast * last.re + kBefore * before.re,
@@ -76,8 +76,8 @@ PsMixing::Phasor PsMixing::PhaseHistory::next(int8_t index) {
   return {sum.re / length, sum.im / length};
 }
 
-void PsMixing::aim(const PsEnvelope& envelope, const PsHeader& header, bool phasesOn, int32_t slots) {
-  const PsConfiguration& config = wide_ ? kPsConfiguration34 : kPsConfiguration20;
+void Mixing::aim(const Envelope& envelope, const Header& header, bool phasesOn, int32_t slots) {
+  const Configuration& config = wide_ ? kConfiguration34 : kConfiguration20;
   const auto iid = convertBands(envelope.iid, header.iidBands(), config.stereoBands);
   const auto icc = convertBands(envelope.icc, header.iccBands(), config.stereoBands);
   from_ = to_;
@@ -109,9 +109,9 @@ void PsMixing::aim(const PsEnvelope& envelope, const PsHeader& header, bool phas
 }
 
 // From stereo bands to hybrid bands; at negative frequencies phases turn the other way.
-void PsMixing::expand(int32_t slots) {
-  const PsHybridBand* bands = wide_ ? kPsHybridBands34 : kPsHybridBands20;
-  const int32_t count = (wide_ ? kPsConfiguration34 : kPsConfiguration20).hybridBands;
+void Mixing::expand(int32_t slots) {
+  const HybridBand* bands = wide_ ? kHybridBands34 : kHybridBands20;
+  const int32_t count = (wide_ ? kConfiguration34 : kConfiguration20).hybridBands;
   const float part = 1.0f / static_cast<float>(slots);
   turns_ = false;
   for (size_t h = 0; h < kFactors; ++h) {
@@ -127,18 +127,18 @@ void PsMixing::expand(int32_t slots) {
   }
 }
 
-void PsMixing::mix(int32_t slot, const PsHybridRow& mono, const PsHybridRow& diffuse, PsHybridRow& left,
-                   PsHybridRow& right) const {
+void Mixing::mix(int32_t slot, const HybridRow& mono, const HybridRow& diffuse, HybridRow& left,
+                 HybridRow& right) const {
   const auto t = static_cast<float>(slot);
-  const auto channel = [&](Factor direct, Factor spread, PsHybridRow& out) {
-    const PsHybridRow &g0 = start_[direct], &g1 = step_[direct], &h0 = start_[spread], &h1 = step_[spread];
-    for (int32_t k = 0; k < PsHybridRow::kWidth; ++k) {
+  const auto channel = [&](Factor direct, Factor spread, HybridRow& out) {
+    const HybridRow &g0 = start_[direct], &g1 = step_[direct], &h0 = start_[spread], &h1 = step_[spread];
+    for (int32_t k = 0; k < HybridRow::kWidth; ++k) {
       const float g = g0.re[k] + t * g1.re[k], h = h0.re[k] + t * h1.re[k];
       out.re[k] = g * mono.re[k] + h * diffuse.re[k];
       out.im[k] = g * mono.im[k] + h * diffuse.im[k];
     }
     if (!turns_) return;
-    for (int32_t k = 0; k < PsHybridRow::kWidth; ++k) {
+    for (int32_t k = 0; k < HybridRow::kWidth; ++k) {
       const float g = g0.im[k] + t * g1.im[k], h = h0.im[k] + t * h1.im[k];
       out.re[k] -= g * mono.im[k] + h * diffuse.im[k];
       out.im[k] += g * mono.re[k] + h * diffuse.re[k];
@@ -148,4 +148,4 @@ void PsMixing::mix(int32_t slot, const PsHybridRow& mono, const PsHybridRow& dif
   channel(kH12, kH22, right);
 }
 
-}  // namespace mox
+}  // namespace moxc::ps

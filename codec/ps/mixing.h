@@ -8,20 +8,20 @@
 #include "codec/ps/hybrid_row.h"
 #include "codec/ps/payload.h"
 
-namespace mox {
+namespace moxc::ps {
 
-class PsMixing {
+class Mixing {
  public:
-  PsMixing();
+  Mixing();
 
   // For 34 stereo bands or for 20. At a change the last matrices are converted and the phases' history is
   // forgotten.
   void configure(bool wide);
   // From where the last envelope ended to this one's factors in so many slots, at least 0.
-  void aim(const PsEnvelope& envelope, const PsHeader& header, bool phasesOn, int32_t slots);
+  void aim(const Envelope& envelope, const Header& header, bool phasesOn, int32_t slots);
   // The envelope's slot number `slot`, from 1 on.
-  void mix(int32_t slot, const PsHybridRow& mono, const PsHybridRow& diffuse, PsHybridRow& left,
-           PsHybridRow& right) const;
+  void mix(int32_t slot, const HybridRow& mono, const HybridRow& diffuse, HybridRow& left,
+           HybridRow& right) const;
 
  private:
   enum Factor {
@@ -53,7 +53,7 @@ class PsMixing {
   std::array<PhaseHistory, 17> overall_, inter_;
   // The same by hybrid band: where the envelope starts and what a slot adds.
   bool turns_ = false;  // some factor is not real
-  PsHybridRow start_[kFactors], step_[kFactors];
+  HybridRow start_[kFactors], step_[kFactors];
 };
 
-}  // namespace mox
+}  // namespace moxc::ps

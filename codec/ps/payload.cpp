@@ -5,10 +5,10 @@
 
 #include "codec/ps/tables.h"
 
-namespace mox {
+namespace moxc::ps {
 namespace {
 
-using Indices = PsEnvelope::Indices;
+using Indices = Envelope::Indices;
 
 // How one kind of index is coded: differences to the band below or to the same band an envelope earlier.
 struct Coding {
@@ -16,11 +16,11 @@ struct Coding {
   int32_t least, most;
   bool wraps;  // phases count modulo 8
 };
-constexpr Coding kCoarseLevels = {kPsIidDfCoarse, kPsIidDtCoarse, -7, 7, false};
-constexpr Coding kFineLevels = {kPsIidDfFine, kPsIidDtFine, -15, 15, false};
-constexpr Coding kCoherences = {kPsIccDf, kPsIccDt, 0, 7, false};
-constexpr Coding kInterPhases = {kPsIpdDf, kPsIpdDt, 0, 7, true};
-constexpr Coding kOverallPhases = {kPsOpdDf, kPsOpdDt, 0, 7, true};
+constexpr Coding kCoarseLevels = {kIidDfCoarse, kIidDtCoarse, -7, 7, false};
+constexpr Coding kFineLevels = {kIidDfFine, kIidDtFine, -15, 15, false};
+constexpr Coding kCoherences = {kIccDf, kIccDt, 0, 7, false};
+constexpr Coding kInterPhases = {kIpdDf, kIpdDt, 0, 7, true};
+constexpr Coding kOverallPhases = {kOpdDf, kOpdDt, 0, 7, true};
 
 bool readIndices(BitReader& bits, const Coding& coding, int32_t bands, const Indices& earlier, Indices& out) {
   const bool overTime = bits.flag();
@@ -37,9 +37,9 @@ bool readIndices(BitReader& bits, const Coding& coding, int32_t bands, const Ind
 }
 
 template <size_t kTerms>
-Indices mapped(const Indices& in, const PsMapTerm (&terms)[kTerms]) {
+Indices mapped(const Indices& in, const MapTerm (&terms)[kTerms]) {
   std::array<int32_t, 34> sums{}, divisors{};
-  for (const PsMapTerm& term : terms) {
+  for (const MapTerm& term : terms) {
     const auto out = static_cast<size_t>(term.out);
     sums[out] += term.weight * in[static_cast<size_t>(term.in)];
     divisors[out] = term.divisor;
@@ -58,8 +58,7 @@ int8_t otherQuantiser(int8_t index, bool toFine) {
       if (std::abs(levels[most + i] - level) < std::abs(levels[most + best] - level)) best = i;
     return static_cast<int8_t>(best);
   };
-  return toFine ? nearest(kPsIidCoarse[7 + index], kPsIidFine, 15)
-                : nearest(kPsIidFine[15 + index], kPsIidCoarse, 7);
+  return toFine ? nearest(kIidCoarse[7 + index], kIidFine, 15) : nearest(kIidFine[15 + index], kIidCoarse, 7);
 }
 
 }  // namespace
@@ -75,12 +74,12 @@ Indices convertBands(const Indices& indices, int32_t from, int32_t to) {
   return ten;
 }
 
-int32_t PsHeader::iidBands() const { return kPsNrIidPar[iidMode]; }
-int32_t PsHeader::iccBands() const { return kPsNrIccPar[iccMode]; }
-int32_t PsHeader::phaseBands() const { return kPsNrIpdopdPar[iidMode]; }
+int32_t Header::iidBands() const { return kNrIidPar[iidMode]; }
+int32_t Header::iccBands() const { return kNrIccPar[iccMode]; }
+int32_t Header::phaseBands() const { return kNrIpdopdPar[iidMode]; }
 
-bool PsPayload::read(BitReader& bits) {
-  PsPayload next = *this;
+bool Payload::read(BitReader& bits) {
+  Payload next = *this;
   next.last_ = envelope(count_ - 1);
   next.envelopes_.fill({});
   if (!next.readHeader(bits) || !next.readBorders(bits) || !next.readLevels(bits) ||
@@ -91,9 +90,9 @@ bool PsPayload::read(BitReader& bits) {
   return true;
 }
 
-bool PsPayload::readHeader(BitReader& bits) {
+bool Payload::readHeader(BitReader& bits) {
   if (!bits.flag()) return header_.known;
-  const PsHeader before = header_;
+  const Header before = header_;
   header_.known = true;
   header_.iidOn = bits.flag();
   if (header_.iidOn) header_.iidMode = static_cast<int32_t>(bits.bits(3));
@@ -109,7 +108,7 @@ bool PsPayload::readHeader(BitReader& bits) {
 }
 
 // Says the last envelope in the terms of the new header, so that its meaning lasts.
-void PsPayload::recast(const PsHeader& before) {
+void Payload::recast(const Header& before) {
   last_.iid = header_.iidOn ? convertBands(last_.iid, before.iidBands(), header_.iidBands()) : Indices{};
   last_.icc = header_.iccOn ? convertBands(last_.icc, before.iccBands(), header_.iccBands()) : Indices{};
   if (header_.fineIid() != before.fineIid())
@@ -120,19 +119,19 @@ void PsPayload::recast(const PsHeader& before) {
   }
 }
 
-bool PsPayload::readBorders(BitReader& bits) {
+bool Payload::readBorders(BitReader& bits) {
   const bool variable = bits.flag();
   const auto index = bits.bits(2);
-  count_ = variable ? kPsNumEnvVariable[index] : kPsNumEnvFixed[index];
+  count_ = variable ? kNumEnvVariable[index] : kNumEnvFixed[index];
   for (int32_t e = 0; e < count_; ++e) {
     int32_t& border = borders_[static_cast<size_t>(e)];
-    border = variable ? static_cast<int32_t>(bits.bits(kPsBorderBits)) : (e + 1) * kSlots / count_ - 1;
+    border = variable ? static_cast<int32_t>(bits.bits(kBorderBits)) : (e + 1) * kSlots / count_ - 1;
     if (e > 0 && border < borders_[static_cast<size_t>(e) - 1]) return false;
   }
   return true;
 }
 
-bool PsPayload::readLevels(BitReader& bits) {
+bool Payload::readLevels(BitReader& bits) {
   if (!header_.iidOn) return true;
   const Coding& coding = header_.fineIid() ? kFineLevels : kCoarseLevels;
   for (int32_t e = 0; e < count_; ++e)
@@ -140,7 +139,7 @@ bool PsPayload::readLevels(BitReader& bits) {
   return true;
 }
 
-bool PsPayload::readCoherences(BitReader& bits) {
+bool Payload::readCoherences(BitReader& bits) {
   if (!header_.iccOn) return true;
   for (int32_t e = 0; e < count_; ++e)
     if (!readIndices(bits, kCoherences, header_.iccBands(), before(e).icc, at(e).icc)) return false;
@@ -148,7 +147,7 @@ bool PsPayload::readCoherences(BitReader& bits) {
 }
 
 // The extension counts its bytes, so that what is unknown in it can be skipped.
-bool PsPayload::readExtension(BitReader& bits) {
+bool Payload::readExtension(BitReader& bits) {
   phasesOn_ = false;
   if (!header_.extensionOn) return true;
   uint32_t bytes = bits.bits(4);
@@ -161,7 +160,7 @@ bool PsPayload::readExtension(BitReader& bits) {
   return true;
 }
 
-bool PsPayload::readPhases(BitReader& bits) {
+bool Payload::readPhases(BitReader& bits) {
   phasesOn_ = bits.flag();
   for (int32_t e = 0; phasesOn_ && e < count_; ++e)
     if (!readIndices(bits, kInterPhases, header_.phaseBands(), before(e).ipd, at(e).ipd) ||
@@ -172,19 +171,19 @@ bool PsPayload::readPhases(BitReader& bits) {
 }
 
 // Without envelopes the last one lasts; where they end early, so does theirs.
-void PsPayload::complete() {
+void Payload::complete() {
   if (count_ == 0 || borders_[static_cast<size_t>(count_) - 1] < kSlots - 1) {
     at(count_) = before(count_);
     borders_[static_cast<size_t>(count_++)] = kSlots - 1;
   }
   if (!phasesOn_)
-    for (PsEnvelope& envelope : envelopes_) envelope.ipd = envelope.opd = {};
+    for (Envelope& envelope : envelopes_) envelope.ipd = envelope.opd = {};
 }
 
-void PsPayload::holdLast() {
+void Payload::holdLast() {
   at(0) = envelope(count_ - 1);
   borders_[0] = kSlots - 1;
   count_ = 1;
 }
 
-}  // namespace mox
+}  // namespace moxc::ps

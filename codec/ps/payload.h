@@ -7,16 +7,16 @@
 
 #include "codec/io/bit_reader.h"
 
-namespace mox {
+namespace moxc::ps {
 
 // The indices of one envelope, as many of each kind as the header says; 0 where a kind is switched off.
-struct PsEnvelope {
+struct Envelope {
   using Indices = std::array<int8_t, 34>;
   Indices iid{}, icc{}, ipd{}, opd{};  // -7..7 or -15..15; 0..7 each
 };
 
 // What a header says; it holds until the next one.
-struct PsHeader {
+struct Header {
   bool known = false;  // there has been one
   bool iidOn = false, iccOn = false, extensionOn = false;
   int32_t iidMode = 0, iccMode = 0;  // 0..5
@@ -28,7 +28,7 @@ struct PsHeader {
   bool mixingB() const { return iccMode >= 3; }
 };
 
-class PsPayload {
+class Payload {
  public:
   static constexpr int32_t kSlots = 32;        // of a frame
   static constexpr int32_t kMaxEnvelopes = 5;  // four sent, one that holds the last to the frame's end
@@ -39,12 +39,12 @@ class PsPayload {
   void holdLast();
 
   bool known() const { return header_.known; }
-  const PsHeader& header() const { return header_; }
+  const Header& header() const { return header_; }
   bool phasesOn() const { return phasesOn_; }
   bool wide() const { return wide_; }  // 34 stereo bands in the hybrid domain instead of 20
   // The envelopes of the frame, and the slot that each ends with; the last one's is the frame's last.
   int32_t count() const { return count_; }
-  const PsEnvelope& envelope(int32_t e) const { return envelopes_[static_cast<size_t>(e)]; }
+  const Envelope& envelope(int32_t e) const { return envelopes_[static_cast<size_t>(e)]; }
   int32_t border(int32_t e) const { return borders_[static_cast<size_t>(e)]; }
 
  private:
@@ -54,21 +54,21 @@ class PsPayload {
   bool readCoherences(BitReader& bits);
   bool readExtension(BitReader& bits);
   bool readPhases(BitReader& bits);
-  void recast(const PsHeader& before);
+  void recast(const Header& before);
   void complete();
-  PsEnvelope& at(int32_t e) { return envelopes_[static_cast<size_t>(e)]; }
-  const PsEnvelope& before(int32_t e) const { return e == 0 ? last_ : envelope(e - 1); }
+  Envelope& at(int32_t e) { return envelopes_[static_cast<size_t>(e)]; }
+  const Envelope& before(int32_t e) const { return e == 0 ? last_ : envelope(e - 1); }
 
-  PsHeader header_;
+  Header header_;
   bool phasesOn_ = false, wide_ = false;
   int32_t count_ = 1;
   std::array<int32_t, kMaxEnvelopes> borders_{kSlots - 1};
-  std::array<PsEnvelope, kMaxEnvelopes> envelopes_{};
-  PsEnvelope last_;  // of the frame before, in the terms of this header: what time differences start from
+  std::array<Envelope, kMaxEnvelopes> envelopes_{};
+  Envelope last_;  // of the frame before, in the terms of this header: what time differences start from
 };
 
 // Indices for `to` bands from those for `from`: 10, 20 or 34 bands each. For phases, 5, 11 and 17 bands are
 // known.
-PsEnvelope::Indices convertBands(const PsEnvelope::Indices& indices, int32_t from, int32_t to);
+Envelope::Indices convertBands(const Envelope::Indices& indices, int32_t from, int32_t to);
 
-}  // namespace mox
+}  // namespace moxc::ps

@@ -5,7 +5,7 @@
 
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 constexpr float kMaxGain = 1e5f, kMaxBoost = 1.584893192f;
@@ -13,7 +13,7 @@ constexpr float kEpsilon = 1e-12f;
 // The noise with its beginning once more behind it: the sub-bands of a slot never wrap.
 const std::array<Mox32fc, 512 + 64> kNoise = [] {
   std::array<Mox32fc, 512 + 64> noise;
-  std::copy_n(kSbrNoise, 64, std::copy_n(kSbrNoise, 512, noise.begin()));
+  std::copy_n(kNoiseVectors, 64, std::copy_n(kNoiseVectors, 512, noise.begin()));
   return noise;
 }();
 // (-1)^k from an even or an odd sub-band on
@@ -23,7 +23,7 @@ constexpr std::array<float, 66> kAlternating = [] {
   return signs;
 }();
 
-void dequantise(const SbrChannelFrame& frame, const SbrBands& bands, float scale, SbrLevels& levels) {
+void dequantise(const ChannelFrame& frame, const Bands& bands, float scale, Levels& levels) {
   const float steps = frame.grid.coarse ? 1.0f : 0.5f;  // of a power of two
   for (size_t l = 0; l < static_cast<size_t>(frame.grid.envelopes); ++l)
     for (size_t b = 0; b < static_cast<size_t>(bands.envelope(frame.grid.highRes[l]).bands); ++b)
@@ -43,8 +43,7 @@ void balance(float steps, float& left, float& right) {
 }  // namespace
 
 // 4.6.18.3.5 and, for coupled channels, 4.6.18.3.6.
-void dequantise(const SbrFrame& frame, const SbrBands& bands, int32_t channels, int32_t fade,
-                SbrLevels* levels) {
+void dequantise(const Frame& frame, const Bands& bands, int32_t channels, int32_t fade, Levels* levels) {
   const float scale = std::ldexp(64.0f, -2 * fade);
   dequantise(frame.channel[0], bands, scale, levels[0]);
   if (channels < 2) return;
@@ -52,8 +51,8 @@ void dequantise(const SbrFrame& frame, const SbrBands& bands, int32_t channels, 
     dequantise(frame.channel[1], bands, scale, levels[1]);
     return;
   }
-  const SbrChannelFrame& balances = frame.channel[1];
-  const SbrGrid& grid = balances.grid;
+  const ChannelFrame& balances = frame.channel[1];
+  const Grid& grid = balances.grid;
   const float steps = grid.coarse ? 1.0f : 0.5f;
   for (size_t l = 0; l < static_cast<size_t>(grid.envelopes); ++l)
     for (size_t b = 0; b < static_cast<size_t>(bands.envelope(grid.highRes[l]).bands); ++b)
@@ -63,8 +62,8 @@ void dequantise(const SbrFrame& frame, const SbrBands& bands, int32_t channels, 
       balance(balances.noise[q][b] - 12.0f, levels[0].noise[q][b], levels[1].noise[q][b]);
 }
 
-void SbrAdjuster::run(const SbrHeader& header, const SbrBands& bands, const SbrChannelFrame& frame,
-                      const SbrLevels& levels, bool reset, SbrHighRow* high) {
+void Adjuster::run(const Header& header, const Bands& bands, const ChannelFrame& frame, const Levels& levels,
+                   bool reset, HighRow* high) {
   if (reset) {
     harmonicBefore_.fill(false);
     noiseIndex_ = 0;
@@ -78,8 +77,7 @@ void SbrAdjuster::run(const SbrHeader& header, const SbrBands& bands, const SbrC
 
 // Sinusoids stand in the middle of a band of high resolution. One that is new begins with the transient. `inBand`
 // tells the sub-bands whose scale-factor band holds one.
-void SbrAdjuster::mapHarmonics(const SbrBands& bands, const SbrChannelFrame& frame, size_t l, Row& sine,
-                               Row& inBand) {
+void Adjuster::mapHarmonics(const Bands& bands, const ChannelFrame& frame, size_t l, Row& sine, Row& inBand) {
   sine.fill(0);
   inBand.fill(0);
   harmonicAtEnd_.fill(false);
@@ -90,7 +88,7 @@ void SbrAdjuster::mapHarmonics(const SbrBands& bands, const SbrChannelFrame& fra
     harmonicAtEnd_[static_cast<size_t>(k)] = true;
     sine[static_cast<size_t>(k - bands.begin())] = 1;
   }
-  const SbrBorders& borders = bands.envelope(frame.grid.highRes[l]);
+  const Borders& borders = bands.envelope(frame.grid.highRes[l]);
   for (int32_t b = 0; b < borders.bands; ++b) {
     const auto begin = borders[b] - bands.begin(), end = borders[b + 1] - bands.begin();
     if (std::find(sine.begin() + begin, sine.begin() + end, 1.0f) != sine.begin() + end)
@@ -98,13 +96,12 @@ void SbrAdjuster::mapHarmonics(const SbrBands& bands, const SbrChannelFrame& fra
   }
 }
 
-void SbrAdjuster::computeGains(const SbrHeader& header, const SbrBands& bands, const SbrChannelFrame& frame,
-                               const SbrLevels& levels, size_t l, const SbrHighRow* high,
-                               Envelope& envelope) {
-  const SbrGrid& grid = frame.grid;
+void Adjuster::computeGains(const Header& header, const Bands& bands, const ChannelFrame& frame,
+                            const Levels& levels, size_t l, const HighRow* high, Envelope& envelope) {
+  const Grid& grid = frame.grid;
   const auto count = static_cast<size_t>(bands.count());
   const auto subBand = [&bands](int32_t border) { return static_cast<size_t>(border - bands.begin()); };
-  const SbrBorders& borders = bands.envelope(grid.highRes[l]);
+  const Borders& borders = bands.envelope(grid.highRes[l]);
   const auto floor = static_cast<size_t>(grid.noiseFloors > 1 && grid.border[l] >= grid.noiseBorder[1]);
   Row wanted{}, ratio{}, current{}, inBand{};
   for (int32_t b = 0; b < borders.bands; ++b)
@@ -150,7 +147,7 @@ void SbrAdjuster::computeGains(const SbrHeader& header, const SbrBands& bands, c
       sumCurrent += current[m];
     }
     const float limit =
-        std::min(kMaxGain, kSbrLimiterGains[header.limiterGains] * std::sqrt(sumWanted / sumCurrent));
+        std::min(kMaxGain, kLimiterGains[header.limiterGains] * std::sqrt(sumWanted / sumCurrent));
     for (size_t m = from; m < to; ++m) {
       if (gain[m] > limit) {
         noise[m] *= limit / gain[m];
@@ -169,15 +166,14 @@ void SbrAdjuster::computeGains(const SbrHeader& header, const SbrBands& bands, c
 }
 
 // 4.6.18.7.6
-void SbrAdjuster::apply(const SbrHeader& header, const SbrBands& bands, const SbrGrid& grid, bool reset,
-                        SbrHighRow* high) {
-  constexpr size_t kPast = std::size(kSbrSmoothing) - 1;
+void Adjuster::apply(const Header& header, const Bands& bands, const Grid& grid, bool reset, HighRow* high) {
+  constexpr size_t kPast = std::size(kSmoothing) - 1;
   if (reset) {
     pastGain_.fill(envelopes_[0].gain);
     pastNoise_.fill(envelopes_[0].noise);
   }
   // Of every slot, behind the four before the frame.
-  std::array<const Row*, kPast + kSbrHighRows> gains, noises;
+  std::array<const Row*, kPast + kHighRows> gains, noises;
   for (size_t i = 0; i < kPast; ++i) {
     gains[i] = &pastGain_[i];
     noises[i] = &pastNoise_[i];
@@ -197,10 +193,10 @@ void SbrAdjuster::apply(const SbrHeader& header, const SbrBands& bands, const Sb
       } else if (header.smooth && gains[at - kPast] != gain) {
         smoothGain.fill(0);
         smoothNoise.fill(0);
-        for (size_t n = 0; n < std::size(kSbrSmoothing); ++n)
+        for (size_t n = 0; n < std::size(kSmoothing); ++n)
           for (size_t m = 0; m < count; ++m) {
-            smoothGain[m] += kSbrSmoothing[n] * (*gains[at - n])[m];
-            smoothNoise[m] += kSbrSmoothing[n] * (*noises[at - n])[m];
+            smoothGain[m] += kSmoothing[n] * (*gains[at - n])[m];
+            smoothNoise[m] += kSmoothing[n] * (*noises[at - n])[m];
           }
         gain = &smoothGain;
         noise = &smoothNoise;
@@ -226,4 +222,4 @@ void SbrAdjuster::apply(const SbrHeader& header, const SbrBands& bands, const Sb
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -8,22 +8,21 @@
 #include "codec/sbr/generator.h"
 #include "codec/sbr/parser.h"
 
-namespace mox {
+namespace moxc::sbr {
 
 // Scale factors as energies, of samples on the 16-bit scale, and noise floors as ratios.
-struct SbrLevels {
-  std::array<std::array<float, SbrBands::kMaxBands>, kSbrMaxEnvelopes> envelope;
-  std::array<std::array<float, SbrBands::kMaxNoiseBands>, kSbrMaxNoiseFloors> noise;
+struct Levels {
+  std::array<std::array<float, Bands::kMaxBands>, kMaxEnvelopes> envelope;
+  std::array<std::array<float, Bands::kMaxNoiseBands>, kMaxNoiseFloors> noise;
 };
 
 // Of one channel, or of both channels of a pair. `fade` makes envelopes softer by so many times 6 dB.
-void dequantise(const SbrFrame& frame, const SbrBands& bands, int32_t channels, int32_t fade,
-                SbrLevels* levels);
+void dequantise(const Frame& frame, const Bands& bands, int32_t channels, int32_t fade, Levels* levels);
 
-class SbrAdjuster {
+class Adjuster {
  public:
-  void run(const SbrHeader& header, const SbrBands& bands, const SbrChannelFrame& frame,
-           const SbrLevels& levels, bool reset, SbrHighRow* high);
+  void run(const Header& header, const Bands& bands, const ChannelFrame& frame, const Levels& levels,
+           bool reset, HighRow* high);
 
  private:
   using Row = std::array<float, 64>;  // by sub-band above the crossover
@@ -32,13 +31,12 @@ class SbrAdjuster {
     Row gain, noise, sine;
     bool sudden;  // at a transient: neither smoothed nor given noise
   };
-  void mapHarmonics(const SbrBands& bands, const SbrChannelFrame& frame, size_t l, Row& sine, Row& inBand);
-  void computeGains(const SbrHeader& header, const SbrBands& bands, const SbrChannelFrame& frame,
-                    const SbrLevels& levels, size_t l, const SbrHighRow* high, Envelope& envelope);
-  void apply(const SbrHeader& header, const SbrBands& bands, const SbrGrid& grid, bool reset,
-             SbrHighRow* high);
+  void mapHarmonics(const Bands& bands, const ChannelFrame& frame, size_t l, Row& sine, Row& inBand);
+  void computeGains(const Header& header, const Bands& bands, const ChannelFrame& frame, const Levels& levels,
+                    size_t l, const HighRow* high, Envelope& envelope);
+  void apply(const Header& header, const Bands& bands, const Grid& grid, bool reset, HighRow* high);
 
-  std::array<Envelope, kSbrMaxEnvelopes> envelopes_;
+  std::array<Envelope, kMaxEnvelopes> envelopes_;
   // What smoothing looks back at: gains and noise of the last four slots.
   std::array<Row, 4> pastGain_{}, pastNoise_{};
   std::array<bool, 64> harmonicBefore_{};  // by sub-band: a sinusoid at the end of the frame before
@@ -47,4 +45,4 @@ class SbrAdjuster {
   int32_t noiseIndex_ = 0, sineIndex_ = 0;
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

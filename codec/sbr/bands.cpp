@@ -7,7 +7,7 @@
 
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 int32_t nearest(double value) { return static_cast<int32_t>(std::lround(value)); }
@@ -30,9 +30,9 @@ int32_t evenBands(double bandsPerOctave, int32_t from, int32_t to) {
 
 }  // namespace
 
-SbrHeader SbrHeader::read(BitReader& bits) {
+Header Header::read(BitReader& bits) {
   const auto field = [&bits](int32_t count) { return static_cast<int32_t>(bits.bits(count)); };
-  SbrHeader header;
+  Header header;
   header.coarse = bits.flag();
   header.spectrum.startFreq = field(4);
   header.spectrum.stopFreq = field(4);
@@ -53,16 +53,16 @@ SbrHeader SbrHeader::read(BitReader& bits) {
   return header;
 }
 
-bool SbrBorders::has(int32_t border) const {
+bool Borders::has(int32_t border) const {
   const auto all = std::span(at).first(static_cast<size_t>(bands) + 1);
   return std::find(all.begin(), all.end(), border) != all.end();
 }
 
-bool SbrBands::make(const SbrHeader& header, int32_t rate) {
-  const auto limits = std::find_if(std::begin(kSbrRates), std::end(kSbrRates),
-                                   [&](const SbrRate& r) { return r.hz == rate; });
-  if (limits == std::end(kSbrRates)) return false;
-  const SbrHeader::Spectrum& spectrum = header.spectrum;
+bool Bands::make(const Header& header, int32_t rate) {
+  const auto limits =
+      std::find_if(std::begin(kRates), std::end(kRates), [&](const Rate& r) { return r.hz == rate; });
+  if (limits == std::end(kRates)) return false;
+  const Header::Spectrum& spectrum = header.spectrum;
   firstBand = limits->firstBand[spectrum.startFreq];
   const int32_t behindBand = spectrum.stopFreq < 14 ? limits->behindBand[spectrum.stopFreq]
                                                     : std::min(64, (spectrum.stopFreq - 12) * firstBand);
@@ -89,7 +89,7 @@ bool SbrBands::make(const SbrHeader& header, int32_t rate) {
 }
 
 // 4.6.18.3.2.1: bands of one or two sub-bands, or of so many bands an octave.
-bool SbrBands::makeMaster(const SbrHeader::Spectrum& spectrum, int32_t behindBand) {
+bool Bands::makeMaster(const Header::Spectrum& spectrum, int32_t behindBand) {
   std::vector<int32_t> widths;
   const int32_t span = behindBand - firstBand;
   if (spectrum.freqScale == 0) {
@@ -132,7 +132,7 @@ bool SbrBands::makeMaster(const SbrHeader::Spectrum& spectrum, int32_t behindBan
 
 // 4.6.18.6.3: from which sub-bands the high band is made. A patch takes an even way, so that frequencies keep their
 // direction within a sub-band.
-bool SbrBands::makePatches(int32_t goalBand) {
+bool Bands::makePatches(int32_t goalBand) {
   const int32_t end = high.end();
   int32_t done = begin();  // what lies below has its source
   int32_t sourceEnd = firstBand;
@@ -144,7 +144,7 @@ bool SbrBands::makePatches(int32_t goalBand) {
   numPatches = 0;
   int32_t top;
   for (int round = 0;; ++round) {
-    if (round == 2 * SbrBorders{}.at.size()) return false;
+    if (round == 2 * Borders{}.at.size()) return false;
     int32_t b = k, odd;
     for (;; --b) {
       if (b < 0) return false;
@@ -169,7 +169,7 @@ bool SbrBands::makePatches(int32_t goalBand) {
 }
 
 // 4.6.18.3.2.3: the borders of the low resolution and of the patches, less those that stand too close.
-void SbrBands::makeLimiter(int32_t limiterBands) {
+void Bands::makeLimiter(int32_t limiterBands) {
   limiter = {};
   limiter.at[0] = begin();
   if (limiterBands == 0) {
@@ -177,7 +177,7 @@ void SbrBands::makeLimiter(int32_t limiterBands) {
     return;
   }
   constexpr double kPerOctave[] = {0, 1.2, 2, 3};
-  SbrBorders patchBorders;
+  Borders patchBorders;
   patchBorders.at[0] = begin();
   for (int32_t p = 1; p < numPatches; ++p) patchBorders.add(patches[static_cast<size_t>(p)].to);
   patchBorders.add(high.end());  // above the last patch, if a short one was left out
@@ -198,4 +198,4 @@ void SbrBands::makeLimiter(int32_t limiterBands) {
   for (size_t k = 1; k < borders.size(); ++k) limiter.add(borders[k]);
 }
 
-}  // namespace mox
+}  // namespace moxc::sbr

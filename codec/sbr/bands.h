@@ -7,10 +7,10 @@
 
 #include "codec/io/bit_reader.h"
 
-namespace mox {
+namespace moxc::sbr {
 
 // sbr_header(); what it may leave out has default values.
-struct SbrHeader {
+struct Header {
   // A change of one of these starts replication anew.
   struct Spectrum {
     int32_t startFreq = 0, stopFreq = 0, xoverBand = 0;
@@ -22,11 +22,11 @@ struct SbrHeader {
   int32_t limiterBands = 2, limiterGains = 2;
   bool interpolate = true, smooth = false;  // bs_interpol_freq, and bs_smoothing_mode of the opposite sense
 
-  static SbrHeader read(BitReader& bits);
+  static Header read(BitReader& bits);
 };
 
 // Borders between bands, in QMF sub-bands: band b is [at[b], at[b + 1]).
-struct SbrBorders {
+struct Borders {
   std::array<int32_t, 65> at{};
   int32_t bands = 0;
 
@@ -36,13 +36,13 @@ struct SbrBorders {
   bool has(int32_t border) const;
 };
 
-struct SbrBands {
+struct Bands {
   static constexpr int32_t kMaxBands = 48, kMaxNoiseBands = 5;
 
-  int32_t firstBand = 0;        // k0, where the master table begins
-  SbrBorders master;            // all the others begin at the crossover, master[xoverBand]
-  SbrBorders high, low, noise;  // of envelopes of either resolution, and of noise floors
-  SbrBorders limiter;
+  int32_t firstBand = 0;     // k0, where the master table begins
+  Borders master;            // all the others begin at the crossover, master[xoverBand]
+  Borders high, low, noise;  // of envelopes of either resolution, and of noise floors
+  Borders limiter;
   struct Patch {
     int32_t from, to, count;  // so many sub-bands are made of those from `from` on
   };
@@ -51,15 +51,15 @@ struct SbrBands {
 
   int32_t begin() const { return high[0]; }               // kx
   int32_t count() const { return high.end() - high[0]; }  // M
-  const SbrBorders& envelope(bool highRes) const { return highRes ? high : low; }
+  const Borders& envelope(bool highRes) const { return highRes ? high : low; }
 
   // For an output of that many Hz. False when the header is impossible there.
-  bool make(const SbrHeader& header, int32_t rate);
+  bool make(const Header& header, int32_t rate);
 
  private:
-  bool makeMaster(const SbrHeader::Spectrum& spectrum, int32_t behindBand);
+  bool makeMaster(const Header::Spectrum& spectrum, int32_t behindBand);
   bool makePatches(int32_t goalBand);
   void makeLimiter(int32_t limiterBands);
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

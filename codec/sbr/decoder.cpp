@@ -5,7 +5,7 @@
 #include "codec/ps/decoder.h"
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 constexpr int32_t kMaxHeld = 6;
@@ -13,7 +13,7 @@ constexpr int32_t kMaxHeld = 6;
 // The prototype of the 32-band bank: every second value.
 const std::array<float, 320> kHalfWindow = [] {
   std::array<float, 320> window;
-  for (size_t i = 0; i < window.size(); ++i) window[i] = kSbrWindow[2 * i];
+  for (size_t i = 0; i < window.size(); ++i) window[i] = kWindow[2 * i];
   return window;
 }();
 
@@ -40,10 +40,10 @@ class Bank {
 // The way back from 32 slots to samples.
 class SynthesisBank {
  public:
-  void run(const SbrHighRow* rows, float* samples) {
-    std::array<const Mox32fc*, kSbrSlots> pointers;
+  void run(const HighRow* rows, float* samples) {
+    std::array<const Mox32fc*, kSlots> pointers;
     for (size_t i = 0; i < pointers.size(); ++i) pointers[i] = rows[i];
-    moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kSbrWindow, kSbrSlots, bank_.spec(),
+    moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow, kSlots, bank_.spec(),
                                              bank_.work());
   }
 
@@ -55,115 +55,114 @@ class SynthesisBank {
 }  // namespace
 
 // The sub-bands of a channel. The output is what lies six slots back in the low band, and the high band beside it.
-struct SbrElement::Channel {
+struct Element::Channel {
   Bank<MoxQmfAnalysisSpec> analysis{moxsAnalysisFilterGetSize_SBR_RToC_32f32fc,
                                     moxsAnalysisFilterInit_SBR_RToC_32f32fc};
   SynthesisBank synthesis;
-  SbrGenerator generator;
-  SbrAdjuster adjuster;
-  SbrLowRow low[kSbrLowRows]{};
-  SbrHighRow high[kSbrHighRows]{};
-  SbrHighRow output[kSbrSlots]{};
+  Generator generator;
+  Adjuster adjuster;
+  LowRow low[kLowRows]{};
+  HighRow high[kHighRows]{};
+  HighRow output[kSlots]{};
   // Of the frame before: where its bands lay, and how many slots of its high band reach into this frame.
   int32_t oldBegin = 32, oldEnd = 32, oldSlots = 0;
 
   void analyse(const float* core, int32_t bands);
   // The output of slots `from` to `to` - 1 from the low band and that many rows of the high band, its sub-bands
   // [begin, end).
-  void assemble(int32_t from, int32_t to, const SbrHighRow* highRows, int32_t begin, int32_t end);
+  void assemble(int32_t from, int32_t to, const HighRow* highRows, int32_t begin, int32_t end);
 };
 
 // The second channel that parametric stereo makes.
-struct SbrElement::Stereo {
-  ParametricStereo tool;
+struct Element::Stereo {
+  ps::ParametricStereo tool;
   SynthesisBank synthesis;
-  SbrHighRow output[kSbrSlots]{};
+  HighRow output[kSlots]{};
 };
 
 // The low band, of which only sub-bands below the crossover count.
-void SbrElement::Channel::analyse(const float* core, int32_t bands) {
-  for (int32_t i = 0; i < kSbrHistory; ++i) std::copy_n(low[kSbrSlots + i], 32, low[i]);
-  std::array<Mox32fc*, kSbrLowRows> rows;
+void Element::Channel::analyse(const float* core, int32_t bands) {
+  for (int32_t i = 0; i < kHistory; ++i) std::copy_n(low[kSlots + i], 32, low[i]);
+  std::array<Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), kSbrSlots, kSbrHistory,
-                                          bands, analysis.spec(), analysis.work());
+  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), kSlots, kHistory, bands,
+                                          analysis.spec(), analysis.work());
 }
 
-void SbrElement::Channel::assemble(int32_t from, int32_t to, const SbrHighRow* highRows, int32_t begin,
-                                   int32_t end) {
+void Element::Channel::assemble(int32_t from, int32_t to, const HighRow* highRows, int32_t begin,
+                                int32_t end) {
   for (int32_t slot = from; slot < to; ++slot, ++highRows) {
     Mox32fc* const row = output[slot];
-    std::copy_n(low[slot + kSbrAhead], begin, row);
+    std::copy_n(low[slot + kAhead], begin, row);
     std::copy(*highRows + begin, *highRows + end, row + begin);
     std::fill(row + end, row + 64, Mox32fc{0, 0});
   }
 }
 
-SbrElement::SbrElement(int32_t channels, int32_t outputRate, bool stereo)
+Element::Element(int32_t channels, int32_t outputRate, bool stereo)
     : parser_(outputRate), stereo_(stereo ? std::make_unique<Stereo>() : nullptr) {
   for (int32_t ch = 0; ch < channels; ++ch) channels_.push_back(std::make_unique<Channel>());
 }
-SbrElement::~SbrElement() = default;
-SbrElement::SbrElement(SbrElement&&) noexcept = default;
+Element::~Element() = default;
+Element::Element(Element&&) noexcept = default;
 
-bool SbrElement::read(Bytes payload) {
-  const SbrRead found =
-      payload.empty() ? SbrRead::noHeader : parser_.read(payload, channels_.size() == 2, next_);
-  if (found == SbrRead::damaged) {
+bool Element::read(Bytes payload) {
+  const Read found = payload.empty() ? Read::noHeader : parser_.read(payload, channels_.size() == 2, next_);
+  if (found == Read::damaged) {
     hold();
     return false;
   }
-  if (found == SbrRead::good) {
+  if (found == Read::good) {
     frame_ = next_;
     frame_.reset |= !active_;
   }
-  active_ = found == SbrRead::good;
+  active_ = found == Read::good;
   held_ = 0;
   return !active_ || !stereo_ || !frame_.stereo || stereo_->tool.read(*frame_.stereo);
 }
 
 // The last envelope and noise floor for all of the frame.
-void SbrElement::hold() {
+void Element::hold() {
   if (!active_) return;
   active_ = ++held_ <= kMaxHeld;
   frame_.reset = false;
-  for (SbrChannelFrame& channel : frame_.channel) {
-    const SbrGrid last = channel.grid;
+  for (ChannelFrame& channel : frame_.channel) {
+    const Grid last = channel.grid;
     const auto envelope = static_cast<size_t>(last.envelopes) - 1;
     channel.envelope[0] = channel.envelope[envelope];
     channel.noise[0] = channel.noise[static_cast<size_t>(last.noiseFloors) - 1];
     channel.grid = {};
-    channel.grid.border = {last.end() - kSbrTimeSlots, kSbrTimeSlots};
-    channel.grid.noiseBorder = {channel.grid.border[0], kSbrTimeSlots};
+    channel.grid.border = {last.end() - kTimeSlots, kTimeSlots};
+    channel.grid.noiseBorder = {channel.grid.border[0], kTimeSlots};
     channel.grid.highRes[0] = last.highRes[envelope];
     channel.grid.coarse = last.coarse;
   }
 }
 
-void SbrElement::run(const std::array<const float*, 2>& core, const std::array<float*, 2>& samples) {
-  const SbrBands& bands = parser_.bands();
+void Element::run(const std::array<const float*, 2>& core, const std::array<float*, 2>& samples) {
+  const Bands& bands = parser_.bands();
   const int32_t begin = active_ ? bands.begin() : 32, end = active_ ? bands.high.end() : 32;
-  std::array<SbrLevels, 2> levels;
+  std::array<Levels, 2> levels;
   if (active_) dequantise(frame_, bands, static_cast<int32_t>(channels_.size()), held_, levels.data());
 
   for (size_t ch = 0; ch < channels_.size(); ++ch) {
     Channel& channel = *channels_[ch];
     channel.analyse(core[ch], begin);
-    channel.assemble(0, channel.oldSlots, channel.high + kSbrSlots, channel.oldBegin, channel.oldEnd);
+    channel.assemble(0, channel.oldSlots, channel.high + kSlots, channel.oldBegin, channel.oldEnd);
     if (active_) {
-      const SbrChannelFrame& frame = frame_.channel[ch];
+      const ChannelFrame& frame = frame_.channel[ch];
       for (int32_t slot = 0; slot < 2 * frame.grid.border[0]; ++slot)
         std::fill_n(channel.high[slot], 64, Mox32fc{0, 0});
       channel.generator.run(bands, frame, channel.low, channel.high);
       channel.adjuster.run(parser_.header(), bands, frame, levels[ch], frame_.reset, channel.high);
     }
-    channel.assemble(channel.oldSlots, kSbrSlots, channel.high + channel.oldSlots, begin, end);
+    channel.assemble(channel.oldSlots, kSlots, channel.high + channel.oldSlots, begin, end);
     channel.oldBegin = begin;
     channel.oldEnd = end;
-    channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - kSbrSlots : 0;
+    channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - kSlots : 0;
     if (stereo_) {
-      std::array<const Mox32fc*, ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
-      for (size_t i = 0; i < ahead.size(); ++i) ahead[i] = channel.low[kSbrSlots + kSbrAhead + i];
+      std::array<const Mox32fc*, ps::ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
+      for (size_t i = 0; i < ahead.size(); ++i) ahead[i] = channel.low[kSlots + kAhead + i];
       stereo_->tool.process(channel.output, stereo_->output, ahead.data());
       stereo_->synthesis.run(stereo_->output, samples[1]);
     }
@@ -171,4 +170,4 @@ void SbrElement::run(const std::array<const float*, 2>& core, const std::array<f
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::sbr

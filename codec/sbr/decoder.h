@@ -12,16 +12,16 @@
 #include "codec/sbr/generator.h"
 #include "codec/sbr/parser.h"
 
-namespace mox {
+namespace moxc::sbr {
 
-constexpr size_t kSbrCoreSamples = 1024, kSbrSamples = 2 * kSbrCoreSamples;
+constexpr size_t kCoreSamples = 1024, kSamples = 2 * kCoreSamples;
 
-class SbrElement {
+class Element {
  public:
   // `channels` of the core, 1 or 2; `stereo` makes two of one, which parametric stereo tells apart once it has come.
-  SbrElement(int32_t channels, int32_t outputRate, bool stereo);
-  ~SbrElement();
-  SbrElement(SbrElement&&) noexcept;
+  Element(int32_t channels, int32_t outputRate, bool stereo);
+  ~Element();
+  Element(Element&&) noexcept;
 
   // Says what the next frame's high band is. The payload is a fill element's data; an empty one, or one before the
   // first header, leaves the frame without a high band. False when it is damaged, which goes on as hold() does.
@@ -36,12 +36,12 @@ class SbrElement {
   struct Channel;
   struct Stereo;
 
-  SbrParser parser_;
-  SbrFrame frame_, next_;
+  Parser parser_;
+  Frame frame_, next_;
   bool active_ = false;  // the frame has a high band
   int32_t held_ = 0;     // frames since the last good one
   std::vector<std::unique_ptr<Channel>> channels_;
   std::unique_ptr<Stereo> stereo_;
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

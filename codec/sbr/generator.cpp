@@ -4,13 +4,13 @@
 
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 // By bs_invf_mode of the frame before and of this one.
 float targetChirp(int32_t previous, int32_t mode) {
   const bool betweenOffAndLow = previous + mode == 1;
-  return betweenOffAndLow ? 0.6f : kSbrChirps[mode];
+  return betweenOffAndLow ? 0.6f : kChirps[mode];
 }
 
 // a + t*b of complex values
@@ -20,7 +20,7 @@ inline Mox32fc plus(Mox32fc a, Mox32fc t, Mox32fc b) {
 
 }  // namespace
 
-void SbrGenerator::updateChirps(const SbrBands& bands, const SbrChannelFrame& frame) {
+void Generator::updateChirps(const Bands& bands, const ChannelFrame& frame) {
   for (size_t b = 0; b < static_cast<size_t>(bands.noise.bands); ++b) {
     const float target = targetChirp(mode_[b], frame.inverseFilter[b]);
     const float moved =
@@ -30,21 +30,19 @@ void SbrGenerator::updateChirps(const SbrBands& bands, const SbrChannelFrame& fr
   }
 }
 
-void SbrGenerator::run(const SbrBands& bands, const SbrChannelFrame& frame, const SbrLowRow* low,
-                       SbrHighRow* high) {
+void Generator::run(const Bands& bands, const ChannelFrame& frame, const LowRow* low, HighRow* high) {
   updateChirps(bands, frame);
 
-  std::array<const Mox32fc*, kSbrLowRows> rows;
+  std::array<const Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand,
-                                 kSbrLowRows - 2);
+  moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand, kLowRows - 2);
 
   std::array<float, 64> chirps{};
   for (int32_t b = 0; b < bands.noise.bands; ++b)
     std::fill(chirps.begin() + bands.noise[b], chirps.begin() + bands.noise[b + 1],
               chirp_[static_cast<size_t>(b)]);
   for (int32_t p = 0; p < bands.numPatches; ++p) {
-    const SbrBands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+    const Bands::Patch& patch = bands.patches[static_cast<size_t>(p)];
     for (size_t x = 0; x < static_cast<size_t>(patch.count); ++x) {
       const size_t from = static_cast<size_t>(patch.from) + x, to = static_cast<size_t>(patch.to) + x;
       const float chirp = chirps[to], squared = chirp * chirp;
@@ -53,12 +51,12 @@ void SbrGenerator::run(const SbrBands& bands, const SbrChannelFrame& frame, cons
     }
   }
 
-  const SbrBands::Patch& last = bands.patches[static_cast<size_t>(bands.numPatches) - 1];
+  const Bands::Patch& last = bands.patches[static_cast<size_t>(bands.numPatches) - 1];
   for (int32_t slot = 2 * frame.grid.border[0]; slot < 2 * frame.grid.end(); ++slot) {
-    const SbrLowRow* const at = low + kSbrAhead + slot;
+    const LowRow* const at = low + kAhead + slot;
     Mox32fc* const row = high[slot];
     for (int32_t p = 0; p < bands.numPatches; ++p) {
-      const SbrBands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+      const Bands::Patch& patch = bands.patches[static_cast<size_t>(p)];
       const Mox32fc *const x0 = at[0] + patch.from, *const x1 = at[-1] + patch.from,
                            *const x2 = at[-2] + patch.from;
       const Mox32fc *const t1 = tap1_.data() + patch.to, *const t2 = tap2_.data() + patch.to;
@@ -69,4 +67,4 @@ void SbrGenerator::run(const SbrBands& bands, const SbrChannelFrame& frame, cons
   }
 }
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -8,29 +8,29 @@
 #include "codec/sbr/parser.h"
 #include "moxac/sbr.h"
 
-namespace mox {
+namespace moxc::sbr {
 
-constexpr int32_t kSbrSlots = 2 * kSbrTimeSlots;  // QMF slots of a frame
-constexpr int32_t kSbrHistory = 8;                // and of the low band in front of it
-constexpr int32_t kSbrAhead = 2;                  // where the first slot of the output lies in that history
-constexpr int32_t kSbrLowRows = kSbrHistory + kSbrSlots;
-constexpr int32_t kSbrHighRows = kSbrSlots + 6;  // a frame's last border may lie so much behind its end
-using SbrLowRow = Mox32fc[32];
-using SbrHighRow = Mox32fc[64];
+constexpr int32_t kSlots = 2 * kTimeSlots;  // QMF slots of a frame
+constexpr int32_t kHistory = 8;             // and of the low band in front of it
+constexpr int32_t kAhead = 2;               // where the first slot of the output lies in that history
+constexpr int32_t kLowRows = kHistory + kSlots;
+constexpr int32_t kHighRows = kSlots + 6;  // a frame's last border may lie so much behind its end
+using LowRow = Mox32fc[32];
+using HighRow = Mox32fc[64];
 
-class SbrGenerator {
+class Generator {
  public:
   // Makes rows firstSlot to endSlot - 1 of `high`, from the crossover up; low[2] is the frame's slot 0. Where no patch
   // leads there are zeros.
-  void run(const SbrBands& bands, const SbrChannelFrame& frame, const SbrLowRow* low, SbrHighRow* high);
+  void run(const Bands& bands, const ChannelFrame& frame, const LowRow* low, HighRow* high);
 
  private:
-  void updateChirps(const SbrBands& bands, const SbrChannelFrame& frame);
+  void updateChirps(const Bands& bands, const ChannelFrame& frame);
 
-  std::array<float, SbrBands::kMaxNoiseBands> chirp_{};
-  std::array<uint8_t, SbrBands::kMaxNoiseBands> mode_{};
+  std::array<float, Bands::kMaxNoiseBands> chirp_{};
+  std::array<uint8_t, Bands::kMaxNoiseBands> mode_{};
   // Of the low sub-bands, and, chirped, of the high ones.
   std::array<Mox32fc, 64> alpha0_{}, alpha1_{}, tap1_{}, tap2_{};
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -5,7 +5,7 @@
 
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 enum FrameClass { kFixFix, kFixVar, kVarFix, kVarVar };
@@ -27,7 +27,7 @@ int32_t field(BitReader& bits, int32_t count) { return static_cast<int32_t>(bits
 }  // namespace
 
 // sbr_grid()
-bool SbrGrid::read(BitReader& bits, bool coarseInHeader) {
+bool Grid::read(BitReader& bits, bool coarseInHeader) {
   *this = {};
   coarse = coarseInHeader;
   const int32_t frameClass = field(bits, 2);
@@ -36,18 +36,18 @@ bool SbrGrid::read(BitReader& bits, bool coarseInHeader) {
     if (envelopes > 4) return false;
     coarse = coarse && envelopes > 1;
     highRes.fill(bits.flag());
-    for (int32_t l = 0; l <= envelopes; ++l) border[static_cast<size_t>(l)] = l * kSbrTimeSlots / envelopes;
+    for (int32_t l = 0; l <= envelopes; ++l) border[static_cast<size_t>(l)] = l * kTimeSlots / envelopes;
     divideNoise(frameClass, 0);
     return true;
   }
 
   // Relative borders count from the leading border up, from the trailing one down.
   const int32_t lead = frameClass != kFixVar ? field(bits, 2) : 0;
-  const int32_t trail = kSbrTimeSlots + (frameClass != kVarFix ? field(bits, 2) : 0);
+  const int32_t trail = kTimeSlots + (frameClass != kVarFix ? field(bits, 2) : 0);
   const int32_t fromLead = frameClass != kFixVar ? field(bits, 2) : 0;
   const int32_t fromTrail = frameClass != kVarFix ? field(bits, 2) : 0;
   envelopes = fromLead + fromTrail + 1;
-  if (envelopes > kSbrMaxEnvelopes) return false;
+  if (envelopes > kMaxEnvelopes) return false;
   border[0] = lead;
   for (int32_t l = 1; l <= fromLead; ++l)
     border[static_cast<size_t>(l)] = border[static_cast<size_t>(l) - 1] + 2 * field(bits, 2) + 2;
@@ -70,7 +70,7 @@ bool SbrGrid::read(BitReader& bits, bool coarseInHeader) {
 }
 
 // One noise floor, or two that meet at one of the borders.
-void SbrGrid::divideNoise(int32_t frameClass, int32_t pointer) {
+void Grid::divideNoise(int32_t frameClass, int32_t pointer) {
   noiseFloors = envelopes > 1 ? 2 : 1;
   noiseBorder[0] = border[0];
   noiseBorder[static_cast<size_t>(noiseFloors)] = end();
@@ -83,17 +83,17 @@ void SbrGrid::divideNoise(int32_t frameClass, int32_t pointer) {
   noiseBorder[1] = border[static_cast<size_t>(middle)];
 }
 
-SbrRead SbrParser::read(Bytes payload, bool pair, SbrFrame& frame) {
+Read Parser::read(Bytes payload, bool pair, Frame& frame) {
   BitReader bits(payload, 0, 8 * payload.size());
   if (field(bits, 4) == kExtSbrDataCrc) {
     const uint32_t word = bits.bits(10);
-    if (word != checkWord(bits)) return SbrRead::damaged;
+    if (word != checkWord(bits)) return Read::damaged;
   }
   frame = {};
   const State before = state_;
   const bool good =
       (!bits.flag() || readHeader(bits, frame)) && (!state_.hasHeader || readChannels(bits, pair, frame));
-  if (good && !state_.hasHeader) return SbrRead::noHeader;
+  if (good && !state_.hasHeader) return Read::noHeader;
   if (good && bits.flag()) {  // bs_extended_data
     int32_t bytes = field(bits, 4);
     if (bytes == 15) bytes += field(bits, 8);
@@ -104,13 +104,13 @@ SbrRead SbrParser::read(Bytes payload, bool pair, SbrFrame& frame) {
       frame.stereo = extension;
     for (; bytes > 0; --bytes) bits.bits(8);
   }
-  if (good && !bits.overrun()) return SbrRead::good;
+  if (good && !bits.overrun()) return Read::good;
   state_ = before;
-  return SbrRead::damaged;
+  return Read::damaged;
 }
 
-bool SbrParser::readHeader(BitReader& bits, SbrFrame& frame) {
-  const SbrHeader header = SbrHeader::read(bits);
+bool Parser::readHeader(BitReader& bits, Frame& frame) {
+  const Header header = Header::read(bits);
   frame.reset = !state_.hasHeader || header.spectrum != state_.header.spectrum;
   if ((frame.reset || header.limiterBands != state_.header.limiterBands) && !state_.bands.make(header, rate_))
     return false;
@@ -120,15 +120,15 @@ bool SbrParser::readHeader(BitReader& bits, SbrFrame& frame) {
   return true;
 }
 
-void SbrParser::Directions::read(BitReader& bits, const SbrGrid& grid) {
+void Parser::Directions::read(BitReader& bits, const Grid& grid) {
   for (int32_t l = 0; l < grid.envelopes; ++l) envelope[static_cast<size_t>(l)] = bits.flag();
   for (int32_t q = 0; q < grid.noiseFloors; ++q) noise[static_cast<size_t>(q)] = bits.flag();
 }
 
 // sbr_single_channel_element() or sbr_channel_pair_element(), up to bs_extended_data. The second channel of a coupled
 // pair has the first one's grid and inverse filtering.
-bool SbrParser::readChannels(BitReader& bits, bool pair, SbrFrame& frame) {
-  SbrChannelFrame &left = frame.channel[0], &right = frame.channel[1];
+bool Parser::readChannels(BitReader& bits, bool pair, Frame& frame) {
+  ChannelFrame &left = frame.channel[0], &right = frame.channel[1];
   Previous &before = state_.previous[0], &beforeRight = state_.previous[1];
   if (bits.flag()) bits.bits(pair ? 8 : 4);  // reserved
   frame.coupled = pair && bits.flag();
@@ -159,12 +159,12 @@ bool SbrParser::readChannels(BitReader& bits, bool pair, SbrFrame& frame) {
   return true;
 }
 
-void SbrParser::readInverseFilters(BitReader& bits, SbrChannelFrame& channel) const {
+void Parser::readInverseFilters(BitReader& bits, ChannelFrame& channel) const {
   for (int32_t b = 0; b < state_.bands.noise.bands; ++b)
     channel.inverseFilter[static_cast<size_t>(b)] = static_cast<uint8_t>(bits.bits(2));
 }
 
-void SbrParser::readHarmonics(BitReader& bits, SbrChannelFrame& channel) const {
+void Parser::readHarmonics(BitReader& bits, ChannelFrame& channel) const {
   if (!bits.flag()) return;
   for (int32_t b = 0; b < state_.bands.high.bands; ++b)
     channel.harmonic[static_cast<size_t>(b)] = bits.flag();
@@ -172,10 +172,10 @@ void SbrParser::readHarmonics(BitReader& bits, SbrChannelFrame& channel) const {
 
 // sbr_envelope() and the delta decoding of 4.6.18.3.5. Differences in time refer to the band of the envelope before
 // that holds, or begins with, the band in question.
-bool SbrParser::readEnvelopes(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
-                              SbrChannelFrame& channel) const {
-  const SbrGrid& grid = channel.grid;
-  const auto* const codes = kSbrEnvelopeCodes[balance][grid.coarse];
+bool Parser::readEnvelopes(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
+                           ChannelFrame& channel) const {
+  const Grid& grid = channel.grid;
+  const auto* const codes = kEnvelopeCodes[balance][grid.coarse];
   const int32_t step = balance ? 2 : 1, largest = grid.coarse ? 63 : 127;
   const int32_t odd = state_.bands.high.bands % 2;
   for (size_t l = 0; l < static_cast<size_t>(grid.envelopes); ++l) {
@@ -202,10 +202,10 @@ bool SbrParser::readEnvelopes(BitReader& bits, const Directions& directions, boo
 }
 
 // sbr_noise()
-bool SbrParser::readNoise(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
-                          SbrChannelFrame& channel) const {
+bool Parser::readNoise(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
+                       ChannelFrame& channel) const {
   constexpr int32_t kLargest = 30;
-  const auto* const codes = kSbrNoiseCodes[balance];
+  const auto* const codes = kNoiseCodes[balance];
   const int32_t step = balance ? 2 : 1;
   for (size_t q = 0; q < static_cast<size_t>(channel.grid.noiseFloors); ++q) {
     int32_t value = 0;
@@ -222,4 +222,4 @@ bool SbrParser::readNoise(BitReader& bits, const Directions& directions, bool ba
   return true;
 }
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -10,18 +10,18 @@
 #include "codec/io/bytes.h"
 #include "codec/sbr/bands.h"
 
-namespace mox {
+namespace moxc::sbr {
 
-constexpr int32_t kSbrTimeSlots = 16;  // of a frame, two QMF slots each
-constexpr int32_t kSbrMaxEnvelopes = 5, kSbrMaxNoiseFloors = 2;
+constexpr int32_t kTimeSlots = 16;  // of a frame, two QMF slots each
+constexpr int32_t kMaxEnvelopes = 5, kMaxNoiseFloors = 2;
 
 // How a frame is divided in time. Borders are time slots; the last may lie up to three behind the frame's end, where
 // the next frame then begins.
-struct SbrGrid {
+struct Grid {
   int32_t envelopes = 1, noiseFloors = 1;
-  std::array<int32_t, kSbrMaxEnvelopes + 1> border{};
-  std::array<int32_t, kSbrMaxNoiseFloors + 1> noiseBorder{};
-  std::array<bool, kSbrMaxEnvelopes> highRes{};
+  std::array<int32_t, kMaxEnvelopes + 1> border{};
+  std::array<int32_t, kMaxNoiseFloors + 1> noiseBorder{};
+  std::array<bool, kMaxEnvelopes> highRes{};
   int32_t transient =
       -1;  // l_A, the envelope that begins with a transient; `envelopes` for the next frame's first
   bool coarse = false;  // scale factors in steps of 3 dB, not 1.5
@@ -34,70 +34,70 @@ struct SbrGrid {
 };
 
 // One channel's frame. Scale factors are those of the stream after delta decoding, balance values already doubled.
-struct SbrChannelFrame {
-  SbrGrid grid;
-  std::array<std::array<int16_t, SbrBands::kMaxBands>, kSbrMaxEnvelopes> envelope{};
-  std::array<std::array<int16_t, SbrBands::kMaxNoiseBands>, kSbrMaxNoiseFloors> noise{};
-  std::array<uint8_t, SbrBands::kMaxNoiseBands> inverseFilter{};  // bs_invf_mode
-  std::array<bool, SbrBands::kMaxBands> harmonic{};
+struct ChannelFrame {
+  Grid grid;
+  std::array<std::array<int16_t, Bands::kMaxBands>, kMaxEnvelopes> envelope{};
+  std::array<std::array<int16_t, Bands::kMaxNoiseBands>, kMaxNoiseFloors> noise{};
+  std::array<uint8_t, Bands::kMaxNoiseBands> inverseFilter{};  // bs_invf_mode
+  std::array<bool, Bands::kMaxBands> harmonic{};
 };
 
-struct SbrFrame {
+struct Frame {
   bool reset = false;    // the bands are others than those of the frame before
   bool coupled = false;  // the second channel holds balances
-  std::array<SbrChannelFrame, 2> channel;
+  std::array<ChannelFrame, 2> channel;
   std::optional<BitReader> stereo;  // where parametric stereo data begin, within the payload that was read
 };
 
-enum class SbrRead {
+enum class Read {
   good,
   noHeader,  // cannot be understood without a header, and none has come yet
   damaged,
 };
 
-class SbrParser {
+class Parser {
  public:
-  explicit SbrParser(int32_t outputRate) : rate_(outputRate) {}
+  explicit Parser(int32_t outputRate) : rate_(outputRate) {}
 
   // A fill element's data, which begin with an extension type of 13 or 14. Unless it is good, all that is kept from
   // frame to frame stays as it was.
-  SbrRead read(Bytes payload, bool pair, SbrFrame& frame);
+  Read read(Bytes payload, bool pair, Frame& frame);
 
   // Of the last good frame.
-  const SbrHeader& header() const { return state_.header; }
-  const SbrBands& bands() const { return state_.bands; }
+  const Header& header() const { return state_.header; }
+  const Bands& bands() const { return state_.bands; }
 
  private:
   struct Previous {  // what differences in time refer to
     bool highRes = false;
-    std::array<int16_t, SbrBands::kMaxBands> envelope{};
-    std::array<int16_t, SbrBands::kMaxNoiseBands> noise{};
+    std::array<int16_t, Bands::kMaxBands> envelope{};
+    std::array<int16_t, Bands::kMaxNoiseBands> noise{};
   };
   struct State {
     bool hasHeader = false;
-    SbrHeader header;
-    SbrBands bands;
+    Header header;
+    Bands bands;
     std::array<Previous, 2> previous;
   };
   // Which envelopes and noise floors are coded as differences in time.
   struct Directions {
-    std::array<bool, kSbrMaxEnvelopes> envelope{};
-    std::array<bool, kSbrMaxNoiseFloors> noise{};
+    std::array<bool, kMaxEnvelopes> envelope{};
+    std::array<bool, kMaxNoiseFloors> noise{};
 
-    void read(BitReader& bits, const SbrGrid& grid);
+    void read(BitReader& bits, const Grid& grid);
   };
 
-  bool readHeader(BitReader& bits, SbrFrame& frame);
-  bool readChannels(BitReader& bits, bool pair, SbrFrame& frame);
-  void readInverseFilters(BitReader& bits, SbrChannelFrame& channel) const;
-  void readHarmonics(BitReader& bits, SbrChannelFrame& channel) const;
+  bool readHeader(BitReader& bits, Frame& frame);
+  bool readChannels(BitReader& bits, bool pair, Frame& frame);
+  void readInverseFilters(BitReader& bits, ChannelFrame& channel) const;
+  void readHarmonics(BitReader& bits, ChannelFrame& channel) const;
   bool readEnvelopes(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
-                     SbrChannelFrame& channel) const;
+                     ChannelFrame& channel) const;
   bool readNoise(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
-                 SbrChannelFrame& channel) const;
+                 ChannelFrame& channel) const;
 
   int32_t rate_;
   State state_;
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -1,8 +1,8 @@
-// Made by tools/gen_mox_sbr_tables.py from tools/tables/sbr; do not edit.
+// Made by tools/gen_codec_sbr_tables.py from tools/tables/sbr; do not edit.
 // clang-format off
 #include "codec/sbr/tables.h"
 
-namespace mox {
+namespace moxc::sbr {
 namespace {
 
 constexpr DifferenceCodeNode kTHuffmanEnv15[] = {
@@ -112,17 +112,17 @@ constexpr DifferenceCodeNode kTHuffmanNoiseBal30[] = {
 
 }  // namespace
 
-const DifferenceCodeNode* const kSbrEnvelopeCodes[2][2][2] = {
+const DifferenceCodeNode* const kEnvelopeCodes[2][2][2] = {
     {{kFHuffmanEnv15, kTHuffmanEnv15}, {kFHuffmanEnv30, kTHuffmanEnv30}},
     {{kFHuffmanEnvBal15, kTHuffmanEnvBal15}, {kFHuffmanEnvBal30, kTHuffmanEnvBal30}},
 };
 
-const DifferenceCodeNode* const kSbrNoiseCodes[2][2] = {
+const DifferenceCodeNode* const kNoiseCodes[2][2] = {
     {kFHuffmanEnv30, kTHuffmanNoise30},
     {kFHuffmanEnvBal30, kTHuffmanNoiseBal30},
 };
 
-const SbrRate kSbrRates[9] = {
+const Rate kRates[9] = {
     {96000, 21, 32,
      {5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 16, 18, 20, 23, 27, 31},
      {13, 15, 17, 19, 21, 24, 27, 31, 35, 39, 44, 50, 57, 64}},
@@ -152,13 +152,13 @@ const SbrRate kSbrRates[9] = {
      {48, 49, 50, 51, 52, 53, 54, 55, 56, 57, 58, 60, 62, 64}},
 };
 
-const float kSbrChirps[4] = {0.0f, 0.75f, 0.9f, 0.98f};
+const float kChirps[4] = {0.0f, 0.75f, 0.9f, 0.98f};
 
-const float kSbrLimiterGains[4] = {0.70795f, 1.0f, 1.41254f, 10000000000.0f};
+const float kLimiterGains[4] = {0.70795f, 1.0f, 1.41254f, 10000000000.0f};
 
-const float kSbrSmoothing[5] = {0.33333333333333f, 0.30150283239582f, 0.21816949906249f, 0.11516383427084f, 0.03183050093751f};
+const float kSmoothing[5] = {0.33333333333333f, 0.30150283239582f, 0.21816949906249f, 0.11516383427084f, 0.03183050093751f};
 
-const Mox32fc kSbrNoise[512] = {
+const Mox32fc kNoiseVectors[512] = {
     {-0.99948153278296f, -0.59483417516607f}, {0.97113454393991f, -0.67528515225647f},
     {0.14130051758487f, -0.95090983575689f}, {-0.47005496701697f, -0.37340549728647f},
     {0.80705063769351f, 0.29653668284408f}, {-0.38981478896926f, 0.89572605717087f},
@@ -417,7 +417,7 @@ const Mox32fc kSbrNoise[512] = {
     {-0.94705089665984f, -0.29580042814306f}, {0.91599807087376f, -0.98147830385781f},
 };
 
-const float kSbrWindow[640] = {
+const float kWindow[640] = {
     0.0f, -0.0005525286504714797f, -0.000561769257378882f, -0.0004947518089560348f, -0.0004875227971213061f,
     -0.0004893791249849297f, -0.0005040714349717598f, -0.0005226564297171536f, -0.0005466565633704553f,
     -0.0005677802561282153f, -0.0005870930485225149f, -0.0006132747393831305f, -0.0006312493531935796f,
@@ -572,4 +572,4 @@ const float kSbrWindow[640] = {
     -0.0004875227971213061f, -0.0004947518089560348f, -0.000561769257378882f, -0.0005525286504714797f,
 };
 
-}  // namespace mox
+}  // namespace moxc::sbr

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace mox {
+namespace moxc {
 
 std::optional<AdtsHeader> parseAdtsHeader(Bytes bytes) {
   if (bytes.size() < 7 || bigEndian(bytes, 0, 2) >> 4 != 0xFFF) return std::nullopt;
@@ -17,4 +17,4 @@ std::optional<AdtsHeader> parseAdtsHeader(Bytes bytes) {
   return header;
 }
 
-}  // namespace mox
+}  // namespace moxc

@@ -8,15 +8,15 @@
 #include "codec/io/bytes.h"
 #include "moxac/aac.h"
 
-namespace mox {
+namespace moxc {
 
 inline constexpr int32_t kAacSamples = 1024;  // per channel and raw data block
 
 struct AdtsHeader {
   MoxAacADTSFrameHeader fields{};
 
-  int32_t rate() const { return kAacRates[fields.samplingRateIndex]; }  // Hz
-  int32_t objectType() const { return fields.profile + 1; }             // 1 Main, 2 LC, 3 SSR, 4 LTP
+  int32_t rate() const { return aac::kRates[fields.samplingRateIndex]; }  // Hz
+  int32_t objectType() const { return fields.profile + 1; }               // 1 Main, 2 LC, 3 SSR, 4 LTP
   int32_t blocks() const { return fields.numRawDataBlocks; }
   bool hasCrc() const { return fields.protectionAbsent == 0; }
   size_t frameBytes() const { return static_cast<size_t>(fields.frameLen); }
@@ -44,4 +44,4 @@ struct AdtsFrame {
 // that is reserved or not the library's, or a length shorter than the header.
 std::optional<AdtsHeader> parseAdtsHeader(Bytes bytes);
 
-}  // namespace mox
+}  // namespace moxc

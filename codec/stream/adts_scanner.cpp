@@ -1,6 +1,6 @@
 #include "codec/stream/adts_scanner.h"
 
-namespace mox {
+namespace moxc {
 
 bool AdtsScanner::begins(size_t position, int followers) {
   return position + first_.frameBytes() <= stream_.size() && joins(position, first_, followers);
@@ -24,4 +24,4 @@ void AdtsScanner::noteGap(size_t bytes, AdtsFrame& frame) const {
   if (lost <= kMaxLost) frame.lostBefore = static_cast<int32_t>(lost);
 }
 
-}  // namespace mox
+}  // namespace moxc

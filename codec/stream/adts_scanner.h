@@ -4,7 +4,7 @@
 #include "codec/stream/adts_frame.h"
 #include "codec/stream/frame_scanner.h"
 
-namespace mox {
+namespace moxc {
 
 class AdtsScanner : public FrameScanner<AdtsScanner, AdtsHeader, AdtsFrame> {
  public:
@@ -24,4 +24,4 @@ class AdtsScanner : public FrameScanner<AdtsScanner, AdtsHeader, AdtsFrame> {
   size_t frames_ = 0, frameBytes_ = 0;  // walked over, for the average length
 };
 
-}  // namespace mox
+}  // namespace moxc

@@ -8,7 +8,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc {
 
 // Walks over a stream held in memory. Twelve sync bits prove little, so the first frame must be followed by two more
 // of the same stream, each where the one before it ends (or the data must end right there; at the very start of the
@@ -157,4 +157,4 @@ bool FrameScanner<Scanner, Header, Frame>::next(Frame& frame) {
   return true;
 }
 
-}  // namespace mox
+}  // namespace moxc

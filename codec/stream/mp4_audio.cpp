@@ -11,7 +11,7 @@ extern "C" {
 }
 #endif
 
-namespace mox {
+namespace moxc {
 
 bool isMp4(Bytes bytes) { return startsWith(slice(bytes, 4), "ftyp"); }
 
@@ -112,4 +112,4 @@ Mp4Audio readMp4(Bytes) { throw Failure("this mox was built without MP4"); }
 
 #endif
 
-}  // namespace mox
+}  // namespace moxc

@@ -6,7 +6,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc {
 
 struct Mp4Audio {
   std::vector<uint8_t> config;                // AudioSpecificConfig
@@ -22,4 +22,4 @@ bool isMp4(Bytes bytes);
 // Throws Failure when the file holds no AAC, or this build cannot tell.
 Mp4Audio readMp4(Bytes bytes);
 
-}  // namespace mox
+}  // namespace moxc

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-namespace mox {
+namespace moxc {
 namespace {
 
 void addUtf8(std::string& text, uint32_t code) {
@@ -267,4 +267,4 @@ TaggedAudio stripTags(Bytes bytes) {
   return result;
 }
 
-}  // namespace mox
+}  // namespace moxc

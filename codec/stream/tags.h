@@ -7,7 +7,7 @@
 
 #include "codec/io/bytes.h"
 
-namespace mox {
+namespace moxc {
 
 struct TaggedAudio {
   Bytes audio;                                // what is left without the tags
@@ -18,4 +18,4 @@ struct TaggedAudio {
 // Takes the tags off both ends. A tag whose length runs past the data swallows what is there and no more.
 TaggedAudio stripTags(Bytes bytes);
 
-}  // namespace mox
+}  // namespace moxc

@@ -18,6 +18,7 @@
 #include "aac/band_tables.h"
 #include "aac/stream_model.h"
 #include "moxac/aac.h"
+#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -25,7 +26,7 @@ namespace moxtest {
 using CodeBook = std::map<std::pair<int32_t, uint32_t>, std::vector<int32_t>>;
 
 inline std::vector<std::vector<std::string>> readCsv(const std::string& name) {
-  std::ifstream file(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + name);
+  std::ifstream file(moxtest::sourcePath(std::string("tools/tables/") + name));
   std::vector<std::vector<std::string>> rows;
   for (std::string line; std::getline(file, line);) {
     std::istringstream cells(line);

@@ -12,23 +12,23 @@
 namespace moxtest {
 
 struct Decoded {
-  mox::AudioFormat format;
-  mox::DecodeStats stats;
+  moxc::AudioFormat format;
+  moxc::DecodeStats stats;
   int64_t samples = 0;  // per channel
   std::vector<int16_t> s16;
   std::vector<float> f32;
 };
 
 // Nothing when the input is refused. Aborts when the decoder breaks its promises.
-inline std::unique_ptr<Decoded> decodeBytes(mox::Bytes bytes, const mox::DecodeOptions& options = {}) {
+inline std::unique_ptr<Decoded> decodeBytes(moxc::Bytes bytes, const moxc::DecodeOptions& options = {}) {
   const auto require = [](bool kept) {
     if (!kept) std::abort();
   };
   try {
-    const auto decoder = mox::openDecoder(bytes, options, "input");
+    const auto decoder = moxc::openDecoder(bytes, options, "input");
     auto result = std::make_unique<Decoded>();
     result->format = decoder->format();
-    for (mox::PcmView block; decoder->decodeBlock(block);) {
+    for (moxc::PcmView block; decoder->decodeBlock(block);) {
       const size_t values = block.s16.size() + block.f32.size();
       require(values > 0 && (options.floatSamples ? block.s16.empty() : block.f32.empty()));
       require(values % static_cast<size_t>(result->format.channels) == 0);
@@ -44,7 +44,7 @@ inline std::unique_ptr<Decoded> decodeBytes(mox::Bytes bytes, const mox::DecodeO
             !result->stats.faults.empty());
     (void)decoder->describe();
     return result;
-  } catch (const mox::Failure&) {
+  } catch (const moxc::Failure&) {
     return nullptr;
   }
 }

@@ -17,6 +17,7 @@
 #include "mp3/mp3_spectra.h"
 #include "mp3/polyphase_reference.h"
 #include "mp3/requantize_reference.h"
+#include "support/source_path.h"
 
 namespace {
 
@@ -103,7 +104,7 @@ TEST(DecodeChain, EveryStreamIsAccurateAndAgreesWithAnotherDecoder) {
     const Decoded out = decode(codedGranules(stream));
     const std::string stem = stream.name.substr(0, stream.name.size() - 4);
     const std::vector<int16_t> other =
-        wavSamples(MOXAC_SOURCE_DIR "/tests/data/streams/" + stem + ".ref.wav");
+        wavSamples(moxtest::sourcePath("tests/data/streams/") + stem + ".ref.wav");
     ASSERT_EQ(out.fixed.size(), other.size());
     double fixedSquares = 0, floatSquares = 0, otherSquares = 0;
     int32_t worst = 0, worstOther = 0;

@@ -14,6 +14,7 @@
 
 #include "moxac/mp3.h"
 #include "support/block.h"
+#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -23,7 +24,7 @@ inline int32_t draw(int32_t first, int32_t last) {
 
 // Lines of a CSV file under tools/tables, the heading left out, split at commas.
 inline std::vector<std::vector<std::string>> csvRows(const std::string& name) {
-  std::ifstream file(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + name);
+  std::ifstream file(moxtest::sourcePath(std::string("tools/tables/") + name));
   std::vector<std::vector<std::string>> rows;
   std::string line, cell;
   std::getline(file, line);

@@ -8,6 +8,7 @@
 
 #include "moxac/mp3.h"
 #include "mp3/mp3_stream.h"
+#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -43,7 +44,7 @@ inline std::vector<CodedGranule> codedGranules(const Mp3Stream& stream) {
 }
 
 inline Mp3Stream namedMp3Stream(const std::string& name) {
-  return readMp3Stream(MOXAC_SOURCE_DIR "/tests/data/streams/" + name + ".mp3");
+  return readMp3Stream(moxtest::sourcePath("tests/data/streams/") + name + ".mp3");
 }
 
 }  // namespace moxtest

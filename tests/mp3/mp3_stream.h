@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "moxac/mp3.h"
+#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -93,7 +94,7 @@ inline Mp3Stream readMp3Stream(const std::string& path) {
 
 inline std::vector<Mp3Stream> allMp3Streams() {
   std::vector<Mp3Stream> streams;
-  for (const auto& entry : std::filesystem::directory_iterator(MOXAC_SOURCE_DIR "/tests/data/streams"))
+  for (const auto& entry : std::filesystem::directory_iterator(moxtest::sourcePath("tests/data/streams")))
     if (entry.path().extension() == ".mp3") streams.push_back(readMp3Stream(entry.path().string()));
   return streams;
 }

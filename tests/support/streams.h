@@ -11,10 +11,12 @@
 #include <string>
 #include <vector>
 
+#include "support/source_path.h"
+
 namespace moxtest {
 
 inline std::string streamPath(const std::string& name) {
-  return std::string(MOXAC_SOURCE_DIR) + "/tests/data/streams/" + name;
+  return moxtest::sourcePath("tests/data/streams/" + name);
 }
 
 inline std::vector<uint8_t> readFile(const std::string& path) {

@@ -15,6 +15,7 @@
 
 #include "support/block.h"
 #include "support/guard_page.h"
+#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -160,7 +161,7 @@ using Book = std::vector<Symbol>;
 // The lines of a table whose first column is `key`, or all; the value columns end at an empty field.
 inline Book readBook(const std::string& file, const std::string& key, size_t firstValue, size_t valueCount,
                      size_t lengthColumn, size_t codeColumn) {
-  std::ifstream in(std::string(MOXAC_SOURCE_DIR) + "/tools/tables/" + file);
+  std::ifstream in(moxtest::sourcePath(std::string("tools/tables/") + file));
   Book book;
   std::string line;
   std::getline(in, line);

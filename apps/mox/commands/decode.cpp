@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "codec/decoder.h"
-#include "codec/io/failure.h"
 #include "mox/commands/commands.h"
 #include "mox/files/atomic_file.h"
+#include "mox/files/failure.h"
 #include "mox/files/input_file.h"
 #include "mox/files/progress.h"
 #include "mox/files/wav_writer.h"

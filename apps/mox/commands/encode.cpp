@@ -5,11 +5,11 @@
 #include <map>
 #include <memory>
 
-#include "codec/io/failure.h"
 #include "codec/mp3/encoder.h"
 #include "mox/commands/commands.h"
 #include "mox/files/atomic_file.h"
 #include "mox/files/audio_reader.h"
+#include "mox/files/failure.h"
 #include "mox/files/input_file.h"
 #include "mox/files/progress.h"
 
@@ -28,8 +28,8 @@ int32_t nearestRate(int32_t rate) {
   return rate < 32000 ? 32000 : rate < 44100 ? 44100 : rate % 11025 == 0 ? 44100 : 48000;
 }
 
-Mp3EncoderSettings settingsFor(const EncodeArguments& arguments, const AudioReader& reader,
-                               const std::string& name) {
+mp3::EncoderSettings settingsFor(const EncodeArguments& arguments, const AudioReader& reader,
+                                 const std::string& name) {
   if (reader.rate() != 32000 && reader.rate() != 44100 && reader.rate() != 48000) {
     std::string advice = name;
     advice.append(": sampled at ").append(std::to_string(reader.rate()));
@@ -46,12 +46,13 @@ Mp3EncoderSettings settingsFor(const EncodeArguments& arguments, const AudioRead
     throw Failure(name + ": has " + std::to_string(reader.channels()) +
                   " channels; Layer III takes one or two");
 
-  Mp3EncoderSettings settings;
+  mp3::EncoderSettings settings;
   settings.rate = reader.rate();
-  const std::map<std::string, ChannelMode> modes = {
-      {"mono", ChannelMode::mono}, {"stereo", ChannelMode::stereo}, {"joint", ChannelMode::joint}};
-  settings.mode = reader.channels() == 1   ? ChannelMode::mono
-                  : arguments.mode.empty() ? ChannelMode::joint
+  const std::map<std::string, mp3::ChannelMode> modes = {{"mono", mp3::ChannelMode::mono},
+                                                         {"stereo", mp3::ChannelMode::stereo},
+                                                         {"joint", mp3::ChannelMode::joint}};
+  settings.mode = reader.channels() == 1   ? mp3::ChannelMode::mono
+                  : arguments.mode.empty() ? mp3::ChannelMode::joint
                                            : modes.at(arguments.mode);
   settings.bitRate = arguments.bitRate != 0 ? arguments.bitRate : 64 * settings.channels();
   settings.vbrQuality = arguments.quality;
@@ -70,8 +71,8 @@ int encode(const EncodeArguments& arguments) {
   const std::string output = chooseOutput(arguments.input, arguments.output, ".mp3");
   const std::string name = inputName(arguments.input);
   AudioReader reader(arguments.input);
-  const Mp3EncoderSettings settings = settingsFor(arguments, reader, name);
-  Mp3Encoder encoder(settings);
+  const mp3::EncoderSettings settings = settingsFor(arguments, reader, name);
+  mp3::Encoder encoder(settings);
   AtomicFile file(output);
   int64_t samples = 0, bytes = 0;
   const auto writeOut = [&](std::vector<uint8_t>& stream) {
@@ -103,9 +104,9 @@ int encode(const EncodeArguments& arguments) {
   const double seconds = static_cast<double>(samples) / settings.rate;
   if (!arguments.quiet)
     std::fprintf(stderr, "%s: %d Hz, %s, %.3f s, %.1f kbit/s\n", file.name().c_str(), settings.rate,
-                 settings.mode == ChannelMode::mono    ? "mono"
-                 : settings.mode == ChannelMode::joint ? "joint stereo"
-                                                       : "stereo",
+                 settings.mode == mp3::ChannelMode::mono    ? "mono"
+                 : settings.mode == mp3::ChannelMode::joint ? "joint stereo"
+                                                            : "stereo",
                  seconds, seconds > 0 ? static_cast<double>(bytes) * 8 / seconds / 1000 : 0);
   return damage.empty() ? exitComplete : exitDamaged;
 }
@@ -118,7 +119,7 @@ void addEncodeCommand(CLI::App& program, int& exitCode) {
   command->add_option("input", arguments->input, "WAV, FLAC or AIFF; - reads standard input")->required();
   command->add_option("output", arguments->output,
                       "The MP3 file; - writes to standard output. By default the input's name with .mp3");
-  const auto rates = mp3BitRates();
+  const auto rates = mp3::mp3BitRates();
   CLI::Option* const bitRate = command
                                    ->add_option("-b,--bitrate", arguments->bitRate,
                                                 "Constant bit rate, kbit/s; by default 64 for each channel")

@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "codec/io/failure.h"
 #include "mox/commands/commands.h"
 #include "mox/files/atomic_file.h"
+#include "mox/files/failure.h"
 #include "mox/files/input_file.h"
 #include "mox/picture/level_chart.h"
 

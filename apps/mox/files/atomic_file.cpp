@@ -14,7 +14,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 
 namespace mox {
 namespace {

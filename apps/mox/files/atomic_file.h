@@ -4,6 +4,7 @@
 #include <string>
 
 #include "codec/io/bytes.h"
+#include "mox/names.h"
 
 namespace mox {
 

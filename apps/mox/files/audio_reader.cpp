@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 #include "mox/files/input_file.h"
 
 namespace mox {

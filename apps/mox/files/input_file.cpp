@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 
 namespace mox {
 namespace {

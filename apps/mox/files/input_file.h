@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "mox/names.h"
+
 namespace mox {
 
 // Reads a file, or standard input for "-"; at most 2 GiB. Throws Failure.

@@ -4,6 +4,7 @@
 #include <sndfile.h>
 
 #include "codec/io/bytes.h"
+#include "mox/names.h"
 
 namespace mox {
 

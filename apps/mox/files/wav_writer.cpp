@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 
 namespace mox {
 namespace {

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "codec/decoder.h"
+#include "mox/names.h"
 
 struct sf_private_tag;
 

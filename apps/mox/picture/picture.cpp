@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 
 namespace mox {
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "codec/decoder.h"
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 #include "mox/files/memory_file.h"
 
 namespace mox {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "codec/io/bytes.h"
+#include "mox/names.h"
 
 namespace mox {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "codec/io/failure.h"
+#include "mox/files/failure.h"
 #include "moxac.h"
 
 namespace mox {

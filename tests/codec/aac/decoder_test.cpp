@@ -43,22 +43,22 @@ TEST(AacDecoder, NoiseSubstitutionKeepsTheLevels) {
 // The frames of a stream with the places of their elements.
 struct Frames {
   std::vector<uint8_t> bytes;
-  std::vector<mox::AdtsFrame> frames;
-  std::vector<std::vector<mox::ProtectedBits>> protectedBits;
+  std::vector<moxc::AdtsFrame> frames;
+  std::vector<std::vector<moxc::aac::ProtectedBits>> protectedBits;
 
   explicit Frames(const std::string& name) : bytes(readFile(streamPath(name))) {
-    mox::AdtsScanner scanner(bytes);
-    mox::AacBlockReader reader(
+    moxc::AdtsScanner scanner(bytes);
+    moxc::aac::BlockReader reader(
         {scanner.firstHeader().objectType(), scanner.firstHeader().fields.samplingRateIndex});
-    mox::AacBlock block;
-    for (mox::AdtsFrame frame; scanner.next(frame);) {
+    moxc::aac::Block block;
+    for (moxc::AdtsFrame frame; scanner.next(frame);) {
       EXPECT_TRUE(reader.read(payload(frame), block));
       frames.push_back(frame);
       protectedBits.push_back(block.protectedBits);
     }
   }
-  static mox::Bytes payload(const mox::AdtsFrame& frame) {
-    return mox::slice(frame.bytes, frame.header.headerBytes());
+  static moxc::Bytes payload(const moxc::AdtsFrame& frame) {
+    return moxc::slice(frame.bytes, frame.header.headerBytes());
   }
 };
 
@@ -72,11 +72,11 @@ TEST(AacDecoder, SeveralBlocksToAFrameWithAndWithoutCheckWords) {
       const size_t blocks = std::min<size_t>(1 + i % 4, source.frames.size() - i);
       std::vector<uint8_t> positions, body;
       for (size_t b = 0; b < blocks; ++b, ++i) {
-        const mox::Bytes data = Frames::payload(source.frames[i]);
+        const moxc::Bytes data = Frames::payload(source.frames[i]);
         if (b > 0) append(positions, Bits().put(static_cast<uint32_t>(body.size()), 16).bytes());
         append(body, data);
         if (crc && blocks > 1) {
-          mox::AdtsCrc check;
+          moxc::aac::AdtsCrc check;
           check.add(data, source.protectedBits[i]);
           append(body, Bits().put(check.value(), 16).bytes());
         }
@@ -86,7 +86,7 @@ TEST(AacDecoder, SeveralBlocksToAFrameWithAndWithoutCheckWords) {
                                                       static_cast<int32_t>(blocks), crc);
       if (crc) {
         append(head, positions);
-        mox::AdtsCrc check;
+        moxc::aac::AdtsCrc check;
         check.addBits(head, 0, 8 * head.size());
         if (blocks == 1) check.add(body, source.protectedBits[i - 1]);
         append(head, Bits().put(check.value(), 16).bytes());
@@ -115,7 +115,7 @@ TEST(AacDecoder, CheckWordsTellDamageOnlyWhereTheyAreReal) {
   damaged[source.frames[20].position + 7] ^= 0x40;
   EXPECT_EQ(decodeBytes(damaged)->stats.concealed, 1);
 
-  for (const mox::AdtsFrame& frame : source.frames) damaged[frame.position + 7] ^= 0x55;
+  for (const moxc::AdtsFrame& frame : source.frames) damaged[frame.position + 7] ^= 0x55;
   const auto unreal = decodeBytes(damaged);
   EXPECT_EQ(unreal->s16, whole->s16);
   EXPECT_TRUE(unreal->stats.faults.empty());
@@ -181,8 +181,8 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
   for (const bool sidePair : {false, true}) {
     std::vector<uint8_t> stream;
     like.channelConfig = 0;
-    for (const mox::AdtsFrame& frame : source.frames) {
-      const mox::Bytes data = Frames::payload(frame);
+    for (const moxc::AdtsFrame& frame : source.frames) {
+      const moxc::Bytes data = Frames::payload(frame);
       Bits bits;
       if (&frame == &source.frames[0])
         bits.copy(programElement(sidePair), 0, 8 * programElement(sidePair).size());
@@ -199,14 +199,14 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
   MoxAacADTSFrameHeader unnamed = pairs.frames[0].header.fields;
   unnamed.channelConfig = 0;
   std::vector<uint8_t> bare;
-  for (const mox::AdtsFrame& frame : pairs.frames) appendFrame(bare, unnamed, Frames::payload(frame));
+  for (const moxc::AdtsFrame& frame : pairs.frames) appendFrame(bare, unnamed, Frames::payload(frame));
   EXPECT_EQ(decodeBytes(bare)->s16, decodeBytes(pairs.bytes)->s16);
 
   // Configuration 7: the front pair twice, as the inner one too.
   std::vector<uint8_t> stream;
   like.channelConfig = 7;
   for (size_t i = 0; i < source.frames.size(); ++i) {
-    const mox::Bytes data = Frames::payload(source.frames[i]);
+    const moxc::Bytes data = Frames::payload(source.frames[i]);
     std::vector<size_t> starts;  // of the elements' identifiers; a pair has two protected parts
     for (size_t k = 0; k < source.protectedBits[i].size(); ++k)
       if (k == 0 || source.protectedBits[i][k].padTo == 192)
@@ -231,8 +231,8 @@ TEST(AacDecoder, CouplingChannelsArePassedOverWithANotice) {
   const Frames source("aac_44100_stereo128.aac");
   const auto whole = decodeBytes(source.bytes);
   std::vector<uint8_t> stream;
-  for (const mox::AdtsFrame& frame : source.frames) {
-    const mox::Bytes data = Frames::payload(frame);
+  for (const moxc::AdtsFrame& frame : source.frames) {
+    const moxc::Bytes data = Frames::payload(frame);
     Bits bits;
     bits.put(2, 3).put(0, 4).put(0, 1).put(0, 3).put(1, 1).put(0, 4).put(3, 2).put(0, 4);
     bits.put(100, 8).put(0, 4).put(2, 6).put(0, 1);  // gain; only long, two bands

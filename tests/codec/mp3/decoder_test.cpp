@@ -50,8 +50,8 @@ TEST(Mp3Decoder, TrimsWhatTheEncoderAddedUnlessToldNotTo) {
 TEST(Mp3Decoder, DamageIsCountedConcealedAndLocal) {
   const std::vector<uint8_t> stream = readFile(streamPath("mp3_32000_mono64_crc.mp3"));
   const auto whole = decodeBytes(stream);
-  mox::Mp3Scanner scanner{stream};
-  mox::Mp3Frame frame;
+  moxc::mp3::Scanner scanner{stream};
+  moxc::mp3::Frame frame;
   for (int i = 0; i <= 10; ++i) scanner.next(frame);
 
   std::vector<uint8_t> damaged = stream;  // a bit of the side information: the CRC tells
@@ -71,7 +71,7 @@ TEST(Mp3Decoder, DamageIsCountedConcealedAndLocal) {
 
   // An encoder that writes no real CRC words: nothing is concealed for it.
   damaged = stream;
-  mox::Mp3Scanner all{stream};
+  moxc::mp3::Scanner all{stream};
   while (all.next(frame)) damaged[frame.position + 4] ^= 0xFF;
   EXPECT_EQ(decodeBytes(damaged)->s16, whole->s16);
 

@@ -10,10 +10,9 @@
 #include "codec/mp3/scanner.h"
 #include "support/streams.h"
 
-namespace {
+using namespace moxc;
 
-using mox::ChannelMode;
-using mox::Mp3EncoderSettings;
+namespace {
 
 // Two voices and soft noise, with clicks; interleaved.
 std::vector<int16_t> sound(int32_t samples, int32_t channels) {
@@ -27,9 +26,9 @@ std::vector<int16_t> sound(int32_t samples, int32_t channels) {
   return s;
 }
 
-std::vector<uint8_t> encode(const std::vector<int16_t>& samples, const Mp3EncoderSettings& settings,
+std::vector<uint8_t> encode(const std::vector<int16_t>& samples, const mp3::EncoderSettings& settings,
                             size_t piece) {
-  mox::Mp3Encoder encoder(settings);
+  moxc::mp3::Encoder encoder(settings);
   std::vector<uint8_t> stream;
   const std::span<const int16_t> all(samples);
   const auto values = piece * static_cast<size_t>(settings.channels());
@@ -51,7 +50,7 @@ double snr(const std::vector<int16_t>& x, const std::vector<int16_t>& y) {
   return 10 * std::log10(signal / error);
 }
 
-void expectSound(const std::vector<int16_t>& samples, const Mp3EncoderSettings& settings, double leastSnr) {
+void expectSound(const std::vector<int16_t>& samples, const mp3::EncoderSettings& settings, double leastSnr) {
   const auto stream = encode(samples, settings, 1000);
   const auto decoded = moxtest::decodeBytes(stream);
   ASSERT_NE(decoded, nullptr);
@@ -62,10 +61,11 @@ void expectSound(const std::vector<int16_t>& samples, const Mp3EncoderSettings& 
 }
 
 TEST(Mp3Encoder, EveryBitRateAndModeDecodesToTheSample) {
-  for (const ChannelMode mode : {ChannelMode::stereo, ChannelMode::joint, ChannelMode::mono})
+  for (const mp3::ChannelMode mode :
+       {mp3::ChannelMode::stereo, mp3::ChannelMode::joint, mp3::ChannelMode::mono})
     for (const int32_t rate : {44100, 48000, 32000})
-      for (const int32_t bitRate : mox::mp3BitRates()) {
-        Mp3EncoderSettings settings;
+      for (const int32_t bitRate : moxc::mp3::mp3BitRates()) {
+        mp3::EncoderSettings settings;
         settings.mode = mode;
         settings.rate = rate;
         settings.bitRate = bitRate;
@@ -79,7 +79,7 @@ TEST(Mp3Encoder, EveryBitRateAndModeDecodesToTheSample) {
 TEST(Mp3Encoder, QualityCostsBits) {
   size_t before = SIZE_MAX;
   for (int32_t quality = 0; quality < 10; ++quality) {
-    Mp3EncoderSettings settings;
+    mp3::EncoderSettings settings;
     settings.vbrQuality = quality;
     const auto samples = sound(40000, 2);
     expectSound(samples, settings, 13 - quality);
@@ -90,8 +90,8 @@ TEST(Mp3Encoder, QualityCostsBits) {
 }
 
 TEST(Mp3Encoder, AnyLengthReturnsWhole) {
-  Mp3EncoderSettings settings;
-  settings.mode = ChannelMode::mono;
+  mp3::EncoderSettings settings;
+  settings.mode = mp3::ChannelMode::mono;
   for (const int32_t samples : {0, 1, 94, 95, 96, 575, 576, 577, 1152, 1247, 1248, 9999}) {
     const auto x = sound(samples, 1);
     const auto decoded = moxtest::decodeBytes(encode(x, settings, 577));
@@ -102,18 +102,18 @@ TEST(Mp3Encoder, AnyLengthReturnsWhole) {
 }
 
 TEST(Mp3Encoder, ConstantRateIsTheRateAndPiecesDoNotMatter) {
-  Mp3EncoderSettings settings;
+  mp3::EncoderSettings settings;
   settings.bitRate = 96;
   const auto x = sound(44100, 2);
   const auto stream = encode(x, settings, 1152);
   EXPECT_EQ(stream, encode(x, settings, 77));
   EXPECT_EQ(stream, encode(x, settings, 44100));
 
-  const mox::Bytes bytes(stream);
-  mox::Mp3Scanner scanner{bytes};
-  mox::Mp3Frame frame;
+  const moxc::Bytes bytes(stream);
+  moxc::mp3::Scanner scanner{bytes};
+  moxc::mp3::Frame frame;
   ASSERT_TRUE(scanner.next(frame));
-  const auto info = mox::readVbrHeader(frame);
+  const auto info = moxc::mp3::readVbrHeader(frame);
   ASSERT_TRUE(info);
   EXPECT_EQ(info->kind, "Info");
   EXPECT_EQ(*info->bytes, stream.size());
@@ -132,7 +132,7 @@ TEST(Mp3Encoder, ConstantRateIsTheRateAndPiecesDoNotMatter) {
 TEST(Mp3Encoder, SilenceAndFullScaleAreSound) {
   std::mt19937 random(9);
   for (const int32_t bitRate : {32, 128, 320}) {
-    Mp3EncoderSettings settings;
+    mp3::EncoderSettings settings;
     settings.bitRate = bitRate;
     std::vector<int16_t> loud(2 * 20000);
     for (size_t i = 0; i < loud.size(); ++i) loud[i] = random() % 2 == 0 ? 32767 : -32768;

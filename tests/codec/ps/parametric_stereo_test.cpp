@@ -16,14 +16,15 @@
 #include "codec/ps/tables.h"
 #include "codec/stream/adts_writer.h"
 #include "sbr/hybrid_tables.h"
+#include "support/source_path.h"
 
 namespace {
 
-using mox::ParametricStereo;
-using mox::PsEnvelope;
-using mox::PsHeader;
-using mox::PsMapTerm;
-using mox::PsPayload;
+using moxc::ps::Envelope;
+using moxc::ps::Header;
+using moxc::ps::MapTerm;
+using moxc::ps::ParametricStereo;
+using moxc::ps::Payload;
 using Complex = std::complex<double>;
 using Random = std::mt19937;
 using moxtest::Bits;
@@ -45,7 +46,7 @@ using Book = std::map<int32_t, CodeWord>;  // by difference
 
 std::map<std::string, Book> readBooks() {
   std::map<std::string, Book> books;
-  std::ifstream file(MOXAC_SOURCE_DIR "/tools/tables/sbr/ps_huffman.csv");
+  std::ifstream file(moxtest::sourcePath("tools/tables/sbr/ps_huffman.csv"));
   std::string line;
   std::getline(file, line);
   while (std::getline(file, line)) {
@@ -60,10 +61,10 @@ std::map<std::string, Book> readBooks() {
 
 // What a frame says, as the writer sends it and the model understands it.
 struct Frame {
-  PsHeader header;
+  moxc::ps::Header header;
   bool phasesOn = false;
-  std::vector<int32_t> borders;       // the last slot of each envelope
-  std::vector<PsEnvelope> envelopes;  // may be none
+  std::vector<int32_t> borders;               // the last slot of each envelope
+  std::vector<moxc::ps::Envelope> envelopes;  // may be none
 };
 
 class Writer {
@@ -72,7 +73,7 @@ class Writer {
   // envelope after a header of other modes does without.
   Bits write(const Frame& frame, bool variable, Random& random) {
     Bits bits;
-    const PsHeader& h = frame.header;
+    const moxc::ps::Header& h = frame.header;
     const bool sameModes = header_.known && h.iidMode == header_.iidMode && h.iccMode == header_.iccMode;
     const bool sendHeader = !sameModes || h.iidOn != header_.iidOn || h.iccOn != header_.iccOn ||
                             h.extensionOn != header_.extensionOn || random() % 4 == 0;
@@ -87,7 +88,8 @@ class Writer {
     for (size_t e = 0; variable && e < count; ++e) bits.put(static_cast<uint32_t>(frame.borders[e]), 5);
 
     const auto write = [&](Bits& to, const std::string& kind, const std::string& quantiser, int32_t bands,
-                           size_t e, PsEnvelope::Indices PsEnvelope::*indices, int32_t modulo) {
+                           size_t e, moxc::ps::Envelope::Indices moxc::ps::Envelope::*indices,
+                           int32_t modulo) {
       const bool overTime = (e > 0 || sameModes) && random() % 2 != 0;
       to.put(overTime, 1);
       const auto& earlier = (e > 0 ? frame.envelopes[e - 1] : last_).*indices;
@@ -100,15 +102,15 @@ class Writer {
       }
     };
     for (size_t e = 0; h.iidOn && e < count; ++e)
-      write(bits, "iid", h.fineIid() ? "_fine" : "_coarse", h.iidBands(), e, &PsEnvelope::iid, 0);
+      write(bits, "iid", h.fineIid() ? "_fine" : "_coarse", h.iidBands(), e, &moxc::ps::Envelope::iid, 0);
     for (size_t e = 0; h.iccOn && e < count; ++e)
-      write(bits, "icc", "", h.iccBands(), e, &PsEnvelope::icc, 0);
+      write(bits, "icc", "", h.iccBands(), e, &moxc::ps::Envelope::icc, 0);
     if (h.extensionOn) {
       Bits extension;
       extension.put(0, 2).put(frame.phasesOn, 1);
       for (size_t e = 0; frame.phasesOn && e < count; ++e) {
-        write(extension, "ipd", "", h.phaseBands(), e, &PsEnvelope::ipd, 8);
-        write(extension, "opd", "", h.phaseBands(), e, &PsEnvelope::opd, 8);
+        write(extension, "ipd", "", h.phaseBands(), e, &moxc::ps::Envelope::ipd, 8);
+        write(extension, "opd", "", h.phaseBands(), e, &moxc::ps::Envelope::opd, 8);
       }
       extension.put(0, 1);
       if (random() % 4 == 0) extension.put(1, 2).put(0x155, 14);  // an extension that nobody knows
@@ -124,15 +126,15 @@ class Writer {
 
  private:
   const std::map<std::string, Book> books_ = readBooks();
-  PsHeader header_;
-  PsEnvelope last_;
+  moxc::ps::Header header_;
+  moxc::ps::Envelope last_;
 };
 
 // A frame like those before it, or, now and then, with a header of its own.
-Frame randomFrame(const PsHeader& before, bool fresh, bool& variable, Random& random) {
+Frame randomFrame(const moxc::ps::Header& before, bool fresh, bool& variable, Random& random) {
   Frame frame;
   frame.header = before;
-  PsHeader& h = frame.header;
+  moxc::ps::Header& h = frame.header;
   if (fresh) {
     h.known = true;
     h.iidOn = random() % 8 != 0;
@@ -150,8 +152,8 @@ Frame randomFrame(const PsHeader& before, bool fresh, bool& variable, Random& ra
 
   frame.envelopes.resize(static_cast<size_t>(count));
   const int32_t most = h.fineIid() ? 15 : 7;
-  for (PsEnvelope& envelope : frame.envelopes) {
-    const auto fill = [&](PsEnvelope::Indices& indices, bool on, int32_t bands, int32_t least,
+  for (moxc::ps::Envelope& envelope : frame.envelopes) {
+    const auto fill = [&](moxc::ps::Envelope::Indices& indices, bool on, int32_t bands, int32_t least,
                           int32_t values) {
       for (size_t b = 0; on && b < static_cast<size_t>(bands); ++b)
         indices[b] = static_cast<int8_t>(least + below(random, values));
@@ -189,11 +191,11 @@ class Model {
 
   // `mono` from six slots before the frame on, 44 rows.
   void frame(const Frame& frame, const Rows& mono, Rows& left, Rows& right) {
-    const PsHeader& h = frame.header;
+    const moxc::ps::Header& h = frame.header;
     const bool wide =
         h.iidOn || h.iccOn ? (h.iidOn && h.iidBands() == 34) || (h.iccOn && h.iccBands() == 34) : wide_;
     if (wide != wide_) change(wide);
-    std::vector<PsEnvelope> envelopes = frame.envelopes;
+    std::vector<moxc::ps::Envelope> envelopes = frame.envelopes;
     std::vector<int32_t> borders = frame.borders;
     if (borders.back() < kSlots - 1) {
       envelopes.push_back(envelopes.back());
@@ -220,17 +222,17 @@ class Model {
   static Complex past(const std::vector<Complex>& x, size_t delay) {
     return delay < x.size() ? x[x.size() - 1 - delay] : Complex{};
   }
-  const mox::PsHybridBand& tableBand(size_t k) const {
-    return wide_ ? mox::kPsHybridBands34[k] : mox::kPsHybridBands20[k];
+  const moxc::ps::HybridBand& tableBand(size_t k) const {
+    return wide_ ? moxc::ps::kHybridBands34[k] : moxc::ps::kHybridBands20[k];
   }
   size_t stereoBands() const { return wide_ ? 34 : 20; }
 
-  static std::vector<PsMapTerm> terms(int32_t from, int32_t to) {
+  static std::vector<moxc::ps::MapTerm> terms(int32_t from, int32_t to) {
     const auto list = [](const auto& table) {
-      return std::vector<PsMapTerm>(std::begin(table), std::end(table));
+      return std::vector<moxc::ps::MapTerm>(std::begin(table), std::end(table));
     };
-    if (to == 20) return from == 10 ? list(mox::kPs10To20) : list(mox::kPs34To20);
-    return from == 10 ? list(mox::kPs10To34) : list(mox::kPs20To34);
+    if (to == 20) return from == 10 ? list(moxc::ps::kPs10To20) : list(moxc::ps::kPs34To20);
+    return from == 10 ? list(moxc::ps::kPs10To34) : list(moxc::ps::kPs20To34);
   }
 
   void change(bool wide) {
@@ -240,13 +242,13 @@ class Model {
     phases_.assign(34, {});
     std::vector<Matrix> old = matrices_;
     matrices_.assign(34, {});
-    for (const PsMapTerm& term : wide ? terms(20, 34) : terms(34, 20))
+    for (const moxc::ps::MapTerm& term : wide ? terms(20, 34) : terms(34, 20))
       for (size_t i = 0; i < 4; ++i)
         matrices_[static_cast<size_t>(term.out)][i] +=
             old[static_cast<size_t>(term.in)][i] * (static_cast<double>(term.weight) / term.divisor);
   }
 
-  std::array<int32_t, 34> inBands(const PsEnvelope::Indices& indices, int32_t count) const {
+  std::array<int32_t, 34> inBands(const moxc::ps::Envelope::Indices& indices, int32_t count) const {
     std::array<int32_t, 34> out{};
     const auto wanted = static_cast<int32_t>(stereoBands());
     if (count == wanted) {
@@ -254,7 +256,7 @@ class Model {
       return out;
     }
     std::array<int32_t, 34> sum{};
-    for (const PsMapTerm& term : terms(count, wanted)) {
+    for (const moxc::ps::MapTerm& term : terms(count, wanted)) {
       const auto b = static_cast<size_t>(term.out);
       sum[b] += term.weight * indices[static_cast<size_t>(term.in)];
       out[b] = sum[b] / term.divisor;
@@ -262,14 +264,14 @@ class Model {
     return out;
   }
 
-  void target(const Frame& frame, const PsEnvelope& envelope) {
-    const PsHeader& h = frame.header;
+  void target(const Frame& frame, const moxc::ps::Envelope& envelope) {
+    const moxc::ps::Header& h = frame.header;
     const auto iid = inBands(envelope.iid, h.iidBands()), icc = inBands(envelope.icc, h.iccBands());
     const auto ipd = inBands(envelope.ipd, h.iidBands()), opd = inBands(envelope.opd, h.iidBands());
     if (!frame.phasesOn) phases_.assign(34, {});
     for (size_t b = 0; b < stereoBands(); ++b) {
-      const double dB = h.fineIid() ? mox::kPsIidFine[15 + iid[b]] : mox::kPsIidCoarse[7 + iid[b]];
-      const auto real = mixingFactors(h.mixingB(), std::pow(10, dB / 20), mox::kPsIcc[icc[b]]);
+      const double dB = h.fineIid() ? moxc::ps::kIidFine[15 + iid[b]] : moxc::ps::kIidCoarse[7 + iid[b]];
+      const auto real = mixingFactors(h.mixingB(), std::pow(10, dB / 20), moxc::ps::kIcc[icc[b]]);
       std::copy(real.begin(), real.end(), matrices_[b].begin());
       if (!frame.phasesOn || b >= (wide_ ? 17u : 11u)) continue;
       const auto smooth = [](std::vector<int32_t>& history, int32_t index) {
@@ -343,7 +345,7 @@ class Model {
       power[static_cast<size_t>(tableBand(k).stereoBand)] += std::norm(s[k]);
     for (size_t b = 0; b < 34; ++b) {
       Transient& t = transients_[b];
-      t.peak = std::max(mox::kPsTransientPeakDecay * t.peak, power[b]);
+      t.peak = std::max(moxc::ps::kTransientPeakDecay * t.peak, power[b]);
       t.mean = 0.75 * t.mean + 0.25 * power[b];
       t.excess = 0.75 * t.excess + 0.25 * (t.peak - power[b]);
       gain[b] = t.excess > 0 ? std::min(1.0, t.mean / (1.5 * t.excess)) : 1;
@@ -402,11 +404,11 @@ void process(ParametricStereo& stereo, const Mox32fc (*mono)[64], Mox32fc (*left
   stereo.process(left, right, ahead);
 }
 
-mox::BitReader reader(const std::vector<uint8_t>& bytes) {
-  return mox::BitReader(bytes, 0, 8 * bytes.size());
+moxc::BitReader reader(const std::vector<uint8_t>& bytes) {
+  return moxc::BitReader(bytes, 0, 8 * bytes.size());
 }
 
-bool sameIndices(const PsEnvelope& a, const PsEnvelope& b) {
+bool sameIndices(const moxc::ps::Envelope& a, const moxc::ps::Envelope& b) {
   return a.iid == b.iid && a.icc == b.icc && a.ipd == b.ipd && a.opd == b.opd;
 }
 
@@ -415,15 +417,15 @@ bool sameIndices(const PsEnvelope& a, const PsEnvelope& b) {
 TEST(ParametricStereo, ReadsWhatTheWriterWrote) {
   Random random(1);
   Writer writer;
-  PsPayload payload;
-  PsHeader header;
+  moxc::ps::Payload payload;
+  moxc::ps::Header header;
   for (int32_t i = 0; i < 4000; ++i) {
     bool variable;
     const Frame frame = randomFrame(header, i % 5 == 0, variable, random);
     header = frame.header;
     const Bits bits = writer.write(frame, variable, random);
     const auto bytes = Bits(bits).put(0xABC, 12).bytes();
-    mox::BitReader in(bytes, 0, 8 * bytes.size());
+    moxc::BitReader in(bytes, 0, 8 * bytes.size());
     ASSERT_TRUE(payload.read(in)) << i;
     EXPECT_EQ(in.bits(12), 0xABCu) << i;  // it reads no further than its end
 
@@ -497,8 +499,8 @@ TEST(ParametricStereo, EqualsItsModel) {
 // Either procedure gives the channels the level difference and the coherence that the indices say.
 TEST(ParametricStereo, MixingKeepsLevelsAndCoherence) {
   for (const bool procedureB : {false, true})
-    for (const int32_t dB : mox::kPsIidFine)
-      for (const double coherence : mox::kPsIcc) {
+    for (const int32_t dB : moxc::ps::kIidFine)
+      for (const double coherence : moxc::ps::kIcc) {
         const double c = std::pow(10, dB / 20.0), rho = procedureB ? std::max(coherence, 0.05) : coherence;
         const auto h = mixingFactors(procedureB, c, coherence);
         const double left = h[0] * h[0] + h[2] * h[2], right = h[1] * h[1] + h[3] * h[3];
@@ -530,7 +532,7 @@ TEST(ParametricStereo, GivesBothChannelsTheMonoSignalBeforeTheFirstHeader) {
 TEST(ParametricStereo, AHeaderOfOtherModesKeepsTheMeaningOfWhatWasSent) {
   Random random(4);
   Writer writer;
-  PsPayload payload;
+  moxc::ps::Payload payload;
   Frame frame;
   frame.header = {true, true, true, true, 1, 1};  // 20 bands
   frame.phasesOn = true;
@@ -554,11 +556,11 @@ TEST(ParametricStereo, AHeaderOfOtherModesKeepsTheMeaningOfWhatWasSent) {
     const Bits header = Bits().put(3, 2).put(bits, 3).put(1, 1).put(bits, 3).put(phases, 1);
     read(Bits(header).put(0, 3).put(0x120, phases ? 12 : 0));
     ASSERT_EQ(payload.count(), 1);
-    const PsHeader& modes = payload.header();
+    const moxc::ps::Header& modes = payload.header();
     const auto bands = static_cast<size_t>(modes.iidBands());
     const size_t phaseBands = phases ? static_cast<size_t>(modes.phaseBands()) : 0;
     for (size_t b = 0; b < 34; ++b) {
-      const PsEnvelope& envelope = payload.envelope(0);
+      const moxc::ps::Envelope& envelope = payload.envelope(0);
       EXPECT_EQ(envelope.iid[b], b >= bands ? 0 : mode >= 3 ? 10 : 7) << mode << " " << b;  // 25 dB
       EXPECT_EQ(envelope.opd[b], b < phaseBands ? 5 : 0) << mode << " " << b;
       if (bands != 34 && b < bands) {
@@ -573,7 +575,7 @@ TEST(ParametricStereo, DamagedPayloadsChangeNothing) {
   Random random(5);
   Writer writer;
   const auto stereo = std::make_unique<ParametricStereo>();
-  PsPayload payload;
+  moxc::ps::Payload payload;
   const auto refused = [&](const Bits& bits) {
     const auto bytes = bits.bytes();
     auto in = reader(bytes);
@@ -592,7 +594,7 @@ TEST(ParametricStereo, DamagedPayloadsChangeNothing) {
 
   // Any bits at all: read or refused, indices stay in range, and what follows stays finite.
   Mox32fc mono[kSlots + 6][64], left[kSlots][64], right[kSlots][64];
-  PsHeader modes;
+  moxc::ps::Header modes;
   int32_t good = 0, bad = 0;
   for (int32_t i = 0; i < 6000; ++i) {
     bool variable;
@@ -603,14 +605,14 @@ TEST(ParametricStereo, DamagedPayloadsChangeNothing) {
     if (random() % 4 == 0) bytes.resize(random() % bytes.size());
     if (random() % 4 == 0)
       for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
-    const PsPayload before = payload;
+    const moxc::ps::Payload before = payload;
     auto in = reader(bytes), again = reader(bytes);
     const bool read = payload.read(in);
     EXPECT_EQ(stereo->read(again), read);
     ++(read ? good : bad);
-    EXPECT_LE(payload.count(), PsPayload::kMaxEnvelopes);
+    EXPECT_LE(payload.count(), moxc::ps::Payload::kMaxEnvelopes);
     for (int32_t e = 0; e < payload.count(); ++e) {
-      const PsEnvelope& envelope = payload.envelope(e);
+      const moxc::ps::Envelope& envelope = payload.envelope(e);
       EXPECT_TRUE(read || sameIndices(envelope, before.envelope(e)));
       const int32_t most = payload.header().fineIid() ? 15 : 7;
       for (size_t b = 0; b < 34; ++b) {

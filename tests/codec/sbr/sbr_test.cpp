@@ -14,10 +14,9 @@
 
 namespace {
 
-using mox::SbrBands;
-using mox::SbrBorders;
-using mox::SbrElement;
-using mox::SbrRead;
+using moxc::sbr::Bands;
+using moxc::sbr::Borders;
+using moxc::sbr::Read;
 using moxtest::Bits;
 
 constexpr const char* kStereo = "heaac_44100_random.aac";
@@ -26,40 +25,40 @@ constexpr int32_t kStereoRate = 44100;
 // The payloads of a bundled stream of one element.
 std::vector<std::vector<uint8_t>> payloadsOf(const std::string& name) {
   const std::vector<uint8_t> bytes = moxtest::readFile(moxtest::streamPath(name));
-  const auto stream = mox::AacStream::open(bytes);
+  const auto stream = moxc::aac::Stream::open(bytes);
   std::vector<std::vector<uint8_t>> payloads;
-  mox::AacBlock block;
-  while (stream->next(block) == mox::AacEvent::block) {
-    const mox::Bytes payload = block.element(0).sbr();
+  moxc::aac::Block block;
+  while (stream->next(block) == moxc::aac::Event::block) {
+    const moxc::Bytes payload = block.element(0).sbr();
     EXPECT_FALSE(payload.empty());
     payloads.emplace_back(payload.begin(), payload.end());
   }
   return payloads;
 }
 
-void expectRising(const SbrBorders& borders, int32_t begin, int32_t end) {
+void expectRising(const moxc::sbr::Borders& borders, int32_t begin, int32_t end) {
   EXPECT_GE(borders.bands, 1);
   EXPECT_EQ(borders[0], begin);
   EXPECT_EQ(borders.end(), end);
   for (int32_t b = 0; b < borders.bands; ++b) ASSERT_LT(borders[b], borders[b + 1]);
 }
 
-void expectWithin(const SbrBorders& some, const SbrBorders& all) {
+void expectWithin(const moxc::sbr::Borders& some, const moxc::sbr::Borders& all) {
   for (int32_t b = 0; b <= some.bands; ++b) ASSERT_TRUE(all.has(some[b])) << some[b];
 }
 
 // What holds for every table that is not refused, and how many of all headers lead to one.
 TEST(SbrBands, KeepTheirLawsForEveryHeaderAtEveryRate) {
   int made = 0, refused = 0;
-  for (const mox::SbrRate& rate : mox::kSbrRates)
+  for (const moxc::sbr::Rate& rate : moxc::sbr::kRates)
     for (uint32_t code = 0; code < 1u << 16; ++code) {
       const auto field = [code](int shift, int bits) {
         return static_cast<int32_t>(code >> shift & ((1u << bits) - 1));
       };
-      mox::SbrHeader header;
+      moxc::sbr::Header header;
       header.spectrum = {field(0, 4), field(4, 4), field(8, 3), field(11, 2), field(13, 1), field(14, 2)};
       header.limiterBands = static_cast<int32_t>(code % 7 % 4);
-      SbrBands bands;
+      moxc::sbr::Bands bands;
       if (!bands.make(header, rate.hz)) {
         ++refused;
         continue;
@@ -70,7 +69,7 @@ TEST(SbrBands, KeepTheirLawsForEveryHeaderAtEveryRate) {
                               ? rate.behindBand[header.spectrum.stopFreq]
                               : std::min(64, (header.spectrum.stopFreq - 12) * bands.firstBand);
       expectRising(bands.master, rate.firstBand[header.spectrum.startFreq], end);
-      for (const SbrBorders* borders : {&bands.high, &bands.low, &bands.noise, &bands.limiter})
+      for (const moxc::sbr::Borders* borders : {&bands.high, &bands.low, &bands.noise, &bands.limiter})
         expectRising(*borders, bands.begin(), end);
       expectWithin(bands.high, bands.master);
       expectWithin(bands.low, bands.high);
@@ -79,7 +78,7 @@ TEST(SbrBands, KeepTheirLawsForEveryHeaderAtEveryRate) {
 
       int32_t done = bands.begin();
       for (int32_t p = 0; p < bands.numPatches; ++p) {
-        const SbrBands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+        const moxc::sbr::Bands::Patch& patch = bands.patches[static_cast<size_t>(p)];
         ASSERT_EQ(patch.to, done);
         ASSERT_EQ((patch.to - patch.from) % 2, 0);  // else the spectrum would be turned around
         ASSERT_GE(patch.from, 0);
@@ -99,7 +98,7 @@ TEST(SbrBands, KeepTheirLawsForEveryHeaderAtEveryRate) {
     }
   std::printf("  %d tables, %d headers refused\n", made, refused);
   EXPECT_GT(made, 9 * 65536 / 4);
-  SbrBands bands;
+  moxc::sbr::Bands bands;
   EXPECT_FALSE(bands.make({}, 192000));
 }
 
@@ -151,8 +150,8 @@ TEST(SbrGrid, BordersNoiseFloorsAndTransientsOfEveryClass) {
   };
   for (const Case& wanted : cases) {
     const std::vector<uint8_t> bytes = wanted.bits.bytes();
-    mox::BitReader reader(bytes, 0, 8 * bytes.size());
-    mox::SbrGrid read;
+    moxc::BitReader reader(bytes, 0, 8 * bytes.size());
+    moxc::sbr::Grid read;
     ASSERT_TRUE(read.read(reader, true));
     const size_t index = static_cast<size_t>(&wanted - cases), envelopes = wanted.borders.size() - 1;
     ASSERT_EQ(static_cast<size_t>(read.envelopes), envelopes) << index;
@@ -174,40 +173,40 @@ TEST(SbrGrid, BordersNoiseFloorsAndTransientsOfEveryClass) {
   };
   for (const Bits& bits : refused) {
     const std::vector<uint8_t> bytes = bits.bytes();
-    mox::BitReader reader(bytes, 0, 8 * bytes.size());
-    EXPECT_FALSE(mox::SbrGrid().read(reader, true)) << &bits - refused;
+    moxc::BitReader reader(bytes, 0, 8 * bytes.size());
+    EXPECT_FALSE(moxc::sbr::Grid().read(reader, true)) << &bits - refused;
   }
 }
 
 TEST(SbrParser, CheckWordsTellEveryFlippedBit) {
   int checked = 0;
-  mox::SbrParser parser(kStereoRate);
-  mox::SbrFrame frame;
+  moxc::sbr::Parser parser(kStereoRate);
+  moxc::sbr::Frame frame;
   for (const std::vector<uint8_t>& payload : payloadsOf(kStereo)) {
     if (payload[0] >> 4 == 14)
       for (size_t bit = 4; bit < 8 * payload.size(); ++bit) {
         std::vector<uint8_t> flipped = payload;
         flipped[bit / 8] ^= static_cast<uint8_t>(0x80u >> bit % 8);
-        ASSERT_EQ(parser.read(flipped, true, frame), SbrRead::damaged) << bit;
+        ASSERT_EQ(parser.read(flipped, true, frame), moxc::sbr::Read::damaged) << bit;
         ++checked;
       }
-    ASSERT_EQ(parser.read(payload, true, frame), SbrRead::good);  // untouched by what was damaged
+    ASSERT_EQ(parser.read(payload, true, frame), moxc::sbr::Read::good);  // untouched by what was damaged
   }
   EXPECT_GT(checked, 1000);
 }
 
 TEST(SbrParser, AHeaderIsWaitedForAndATruncatedPayloadLeavesNoTrace) {
   const auto payloads = payloadsOf("heaac_44100_stereo48.aac");
-  mox::SbrFrame frame, again;
+  moxc::sbr::Frame frame, again;
   size_t first = 1;  // the first frame holds a header; where is the next one without?
-  mox::SbrParser late(kStereoRate);
-  EXPECT_EQ(late.read(payloads[first], true, frame), SbrRead::noHeader);
-  mox::SbrParser parser(kStereoRate), other(kStereoRate);
+  moxc::sbr::Parser late(kStereoRate);
+  EXPECT_EQ(late.read(payloads[first], true, frame), moxc::sbr::Read::noHeader);
+  moxc::sbr::Parser parser(kStereoRate), other(kStereoRate);
   for (const auto& payload : payloads) {
     for (size_t length = 1; length + 2 < payload.size(); ++length)
-      EXPECT_NE(parser.read(mox::Bytes(payload).first(length), true, frame), SbrRead::noHeader);
-    ASSERT_EQ(parser.read(payload, true, frame), SbrRead::good);
-    ASSERT_EQ(other.read(payload, true, again), SbrRead::good);
+      EXPECT_NE(parser.read(moxc::Bytes(payload).first(length), true, frame), moxc::sbr::Read::noHeader);
+    ASSERT_EQ(parser.read(payload, true, frame), moxc::sbr::Read::good);
+    ASSERT_EQ(other.read(payload, true, again), moxc::sbr::Read::good);
   }
 }
 
@@ -216,8 +215,8 @@ class Element {
  public:
   explicit Element(int32_t channels) : element_(channels, kStereoRate, false) {}
 
-  SbrElement& operator*() { return element_; }
-  const std::array<float, mox::kSbrSamples>& run() {
+  moxc::sbr::Element& operator*() { return element_; }
+  const std::array<float, moxc::sbr::kSamples>& run() {
     for (float& sample : core_) sample = static_cast<float>(1000 * std::sin(kStep * time_++));
     element_.run({core_.data(), core_.data()}, {samples_[0].data(), samples_[1].data()});
     return samples_[0];
@@ -225,10 +224,10 @@ class Element {
   static constexpr double kStep = 0.37;
 
  private:
-  SbrElement element_;
+  moxc::sbr::Element element_;
   double time_ = 0;
-  std::array<float, mox::kSbrCoreSamples> core_{};
-  std::array<std::array<float, mox::kSbrSamples>, 2> samples_{};
+  std::array<float, moxc::sbr::kCoreSamples> core_{};
+  std::array<std::array<float, moxc::sbr::kSamples>, 2> samples_{};
 };
 
 TEST(SbrElement, WithoutAHighBandItDoublesTheRate) {
@@ -264,7 +263,7 @@ TEST(SbrElement, AHeldHighBandFadesAndComesBack) {
   }
   EXPECT_GT(before, 40);
   for (int held = 1; held <= 6; ++held) {
-    EXPECT_FALSE((*element).read(mox::Bytes(payloads[6]).first(3)));
+    EXPECT_FALSE((*element).read(moxc::Bytes(payloads[6]).first(3)));
     const double level = highBand();
     if (held > 2) {
       EXPECT_NEAR(before - level, 6, 1) << held;
@@ -285,7 +284,7 @@ TEST(SbrElement, ArbitraryPayloadsGiveFiniteSamples) {
   std::vector<std::vector<uint8_t>> sources;
   const struct {
     const char* name;
-    uint8_t choice;  // of the rate by its place in kSbrRates, and channels
+    uint8_t choice;  // of the rate by its place in moxc::sbr::kRates, and channels
   } kSources[] = {
       {kStereo, 4 * 4 + 1}, {"heaac_24000_random_mono.aac", 6 * 4}, {"heaacv2_44100_32.aac", 4 * 4 + 2}};
   for (const auto& [name, choice] : kSources) {
@@ -314,8 +313,8 @@ TEST(HeAac, ADamagedHighBandIsReportedAndLeavesTheCore) {
   const auto payloads = payloadsOf(kStereo);
   size_t damaged = 10;
   while (payloads[damaged][0] >> 4 != 14) ++damaged;
-  mox::AdtsScanner scanner(bytes);
-  mox::AdtsFrame frame;
+  moxc::AdtsScanner scanner(bytes);
+  moxc::AdtsFrame frame;
   for (size_t i = 0; i <= damaged; ++i) ASSERT_TRUE(scanner.next(frame));
   bytes[frame.position + frame.bytes.size() - 4] ^= 0x10;  // the fill element is a block's last
   const auto decoded = moxtest::decodeBytes(bytes);
@@ -324,7 +323,7 @@ TEST(HeAac, ADamagedHighBandIsReportedAndLeavesTheCore) {
   EXPECT_EQ(decoded->stats.concealed, 0);
   ASSERT_EQ(decoded->stats.faults.size(), 1u);
   EXPECT_NE(decoded->stats.faults[0].find("high-band"), std::string::npos);
-  const auto same = static_cast<ptrdiff_t>(damaged * mox::kSbrSamples * 2);
+  const auto same = static_cast<ptrdiff_t>(damaged * moxc::sbr::kSamples * 2);
   EXPECT_TRUE(std::equal(whole->s16.begin(), whole->s16.begin() + same, decoded->s16.begin()));
   EXPECT_NE(whole->s16, decoded->s16);
 }
@@ -339,12 +338,12 @@ TEST(HeAac, ItsKindIsKnownBeforeTheFirstSample) {
                   {"heaacv2_44100_32.aac", "HE-AAC v2 (AAC LC, SBR, parametric stereo) in ADTS", 44100, 2}};
   for (const auto& [name, kind, rate, channels] : kStreams) {
     const std::vector<uint8_t> bytes = moxtest::readFile(moxtest::streamPath(name));
-    mox::AdtsScanner scanner(bytes);
-    mox::AdtsFrame frame;
+    moxc::AdtsScanner scanner(bytes);
+    moxc::AdtsFrame frame;
     for (int first = 0; first < 4; ++first) {
       ASSERT_TRUE(scanner.next(frame));
-      const mox::Bytes rest = mox::Bytes(bytes).subspan(frame.position);
-      const auto decoder = mox::openDecoder(rest, {}, name);
+      const moxc::Bytes rest = moxc::Bytes(bytes).subspan(frame.position);
+      const auto decoder = moxc::openDecoder(rest, {}, name);
       EXPECT_EQ(decoder->describe()[0].second, kind);
       EXPECT_EQ(decoder->format().rate, rate) << name;
       EXPECT_EQ(decoder->format().channels, channels) << name;

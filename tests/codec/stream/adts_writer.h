@@ -16,7 +16,7 @@ class Bits {
     while (count-- > 0) bits_.push_back(((value >> count) & 1u) != 0);
     return *this;
   }
-  Bits& copy(mox::Bytes bytes, size_t first, size_t count) {
+  Bits& copy(moxc::Bytes bytes, size_t first, size_t count) {
     for (size_t i = first; i < first + count; ++i) bits_.push_back(((bytes[i / 8] >> (7 - i % 8)) & 1) != 0);
     return *this;
   }
@@ -55,22 +55,22 @@ inline std::vector<uint8_t> adtsHeader(const MoxAacADTSFrameHeader& like, size_t
       .bytes();
 }
 
-inline void append(std::vector<uint8_t>& out, mox::Bytes bytes) {
+inline void append(std::vector<uint8_t>& out, moxc::Bytes bytes) {
   out.insert(out.end(), bytes.begin(), bytes.end());
 }
 
-inline void appendFrame(std::vector<uint8_t>& out, const MoxAacADTSFrameHeader& like, mox::Bytes block) {
+inline void appendFrame(std::vector<uint8_t>& out, const MoxAacADTSFrameHeader& like, moxc::Bytes block) {
   append(out, adtsHeader(like, 7 + block.size(), 1, false));
   append(out, block);
 }
 
 // Any bytes as the blocks of a stream: the first three choose profile, rate and layout, every later frame takes its
 // length from a byte of its own.
-inline std::vector<uint8_t> wrapInAdts(mox::Bytes bytes) {
+inline std::vector<uint8_t> wrapInAdts(moxc::Bytes bytes) {
   MoxAacADTSFrameHeader like{};
   const auto take = [&bytes] {
     const uint8_t value = bytes.empty() ? uint8_t{0} : bytes[0];
-    bytes = mox::slice(bytes, 1);
+    bytes = moxc::slice(bytes, 1);
     return value;
   };
   like.profile = take() % 4;
@@ -79,8 +79,8 @@ inline std::vector<uint8_t> wrapInAdts(mox::Bytes bytes) {
   std::vector<uint8_t> out;
   while (!bytes.empty()) {
     const size_t length = size_t{take()} * 4;
-    appendFrame(out, like, mox::slice(bytes, 0, length));
-    bytes = mox::slice(bytes, length);
+    appendFrame(out, like, moxc::slice(bytes, 0, length));
+    bytes = moxc::slice(bytes, length);
   }
   return out;
 }

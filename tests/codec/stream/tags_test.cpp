@@ -6,8 +6,8 @@
 
 namespace {
 
-using mox::Bytes;
-using mox::TaggedAudio;
+using moxc::Bytes;
+using moxc::TaggedAudio;
 
 std::string little(uint32_t v) {
   return {static_cast<char>(v), static_cast<char>(v >> 8), static_cast<char>(v >> 16),
@@ -50,7 +50,7 @@ std::string id3v1(const std::string& title) {
 
 // The view in `result` points into `bytes`, which the caller keeps.
 TaggedAudio strip(const std::string& bytes) {
-  return mox::stripTags(Bytes(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
+  return moxc::stripTags(Bytes(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()));
 }
 
 TEST(Tags, EveryKindIsTakenOffBothEnds) {
@@ -63,7 +63,7 @@ TEST(Tags, EveryKindIsTakenOffBothEnds) {
   const std::string after = ape("Year", "1999", true) + lyrics + "000014LYRICS200" + id3v1("other");
   const std::string all = before + audio + after;
   const TaggedAudio tagged = strip(all);
-  EXPECT_EQ(mox::asText(tagged.audio), audio);
+  EXPECT_EQ(moxc::asText(tagged.audio), audio);
   EXPECT_EQ(tagged.kinds, (std::vector<std::string>{"ID3v2.3", "ID3v2.2", "ID3v1", "Lyrics3v2", "APEv2"}));
   EXPECT_EQ(tagged.fields.at("title"), "\xC3\xA4\xF0\x9F\x98\x80");  // the first one stays
   EXPECT_EQ(tagged.fields.at("artist"), "Ren\xC3\xA9");
@@ -92,7 +92,7 @@ TEST(Tags, EveryKindIsTakenOffBothEnds) {
                                   0x10) +
                             std::string("3DI\4\0\x10", 6) + syncsafe(13) + audio +
                             ape("ARTIST", "B\x1B[31m", false);
-  EXPECT_EQ(mox::asText(strip(other).audio), audio);
+  EXPECT_EQ(moxc::asText(strip(other).audio), audio);
   EXPECT_EQ(strip(other).fields.at("title"), "ab");
   EXPECT_EQ(strip(other).fields.at("artist"), "B [31m");  // no escape sequence reaches a terminal
 }
@@ -111,7 +111,7 @@ TEST(Tags, LengthsThatRunPastTheDataAreHarmless) {
       broken[random() % broken.size()] = static_cast<char>(random());
     // An exact copy on the heap, for the address sanitizer to watch its ends.
     const std::vector<uint8_t> exact(broken.begin(), broken.end());
-    EXPECT_LE(mox::stripTags(exact).audio.size(), exact.size());
+    EXPECT_LE(moxc::stripTags(exact).audio.size(), exact.size());
   }
 }
 

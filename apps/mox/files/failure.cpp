@@ -1,4 +1,5 @@
-#include "codec/io/failure.h"
+// The system's own words on a failed call.
+#include "mox/files/failure.h"
 
 #include <cerrno>
 #include <system_error>
