@@ -71,8 +71,8 @@ def program_tables():
     long_rows = rows("aac_swb_long_1024.csv")
     rates = [row["rate_hz"] for row in rows("aac_sampling_rates.csv")][:12]
     out = ["// Made by tools/gen_aac_tables.py from tools/tables; do not edit.", "// clang-format off",
-           '#include "codec/aac/tables.h"', "", "namespace moxc {", "",
-           "const int32_t aac::kRates[12] = {"] + wrapped(rates) + ["};", "",
+           '#include "codec/aac/tables.h"', "", "namespace moxc::aac {", "",
+           "const int32_t kRates[12] = {"] + wrapped(rates) + ["};", "",
            "const int32_t kPredSfbMax[12] = {"]
     out += wrapped([row["pred_sfb_max"] for row in rows("aac_pred_sfb_max.csv")]) + ["};", ""]
     out += ["const int32_t kTnsMaxBands[12] = {"]
@@ -86,7 +86,7 @@ def program_tables():
     out += ["};", "", "const int32_t kScaleFactorRows[121][3] = {"]
     out += wrapped([f"{{{row['index']}, {row['code']}, {row['length']}}}"
                     for row in rows("aac_huffman_scalefactor.csv")])
-    return "\n".join(out + ["};", "", "}  // namespace moxc"]) + "\n"
+    return "\n".join(out + ["};", "", "}  // namespace moxc::aac"]) + "\n"
 
 
 def ltp_gains():

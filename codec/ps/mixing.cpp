@@ -58,7 +58,7 @@ void Mixing::configure(bool wide) {
   if (wide == wide_) return;
   wide_ = wide;
   for (auto* part : {&to_.re, &to_.im})
-    for (auto& factors : *part) wide ? convert(factors, kPs20To34) : convert(factors, kPs34To20);
+    for (auto& factors : *part) wide ? convert(factors, k20To34) : convert(factors, k34To20);
   overall_.fill({});
   inter_.fill({});
 }

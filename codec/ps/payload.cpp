@@ -65,9 +65,9 @@ int8_t otherQuantiser(int8_t index, bool toFine) {
 
 Indices convertBands(const Indices& indices, int32_t from, int32_t to) {
   if (from == to) return indices;
-  if (from == 10) return to == 20 ? mapped(indices, kPs10To20) : mapped(indices, kPs10To34);
-  if (to == 34) return mapped(indices, kPs20To34);
-  const Indices twenty = from == 34 ? mapped(indices, kPs34To20) : indices;
+  if (from == 10) return to == 20 ? mapped(indices, k10To20) : mapped(indices, k10To34);
+  if (to == 34) return mapped(indices, k20To34);
+  const Indices twenty = from == 34 ? mapped(indices, k34To20) : indices;
   if (to == 20) return twenty;
   Indices ten{};  // two of twenty bands make one of ten; the lower one speaks for both
   for (size_t b = 0; b < 10; ++b) ten[b] = twenty[2 * b];

@@ -60,10 +60,10 @@ extern const HybridBand kHybridBands34[91];
 struct MapTerm {
   int8_t out, in, weight, divisor;
 };
-extern const MapTerm kPs10To20[20];
-extern const MapTerm kPs20To34[36];
-extern const MapTerm kPs34To20[36];
-extern const MapTerm kPs10To34[34];
+extern const MapTerm k10To20[20];
+extern const MapTerm k20To34[36];
+extern const MapTerm k34To20[36];
+extern const MapTerm k10To34[34];
 
 // level difference in dB, from -7 on
 inline constexpr int32_t kIidCoarse[15] = {-25, -18, -14, -10, -7, -4, -2, 0, 2, 4, 7, 10, 14, 18, 25};

@@ -10,9 +10,11 @@
 
 #include "support/alloc_spy.h"
 
+#include "support/source_path.h"
+
 // Every status of the header has its name and sentence.
 TEST(Extras, StatusTextsAreTheHeaders) {
-  std::ifstream header(MOXAC_SOURCE_DIR "/include/moxac/types.h");
+  std::ifstream header(moxtest::sourcePath("include/moxac/types.h"));
   const std::regex line(R"( *(moxStatus\w+) = (-?\d+),? */\* (.*) \*/)");
   int found = 0;
   std::smatch part;

@@ -231,8 +231,8 @@ class Model {
     const auto list = [](const auto& table) {
       return std::vector<moxc::ps::MapTerm>(std::begin(table), std::end(table));
     };
-    if (to == 20) return from == 10 ? list(moxc::ps::kPs10To20) : list(moxc::ps::kPs34To20);
-    return from == 10 ? list(moxc::ps::kPs10To34) : list(moxc::ps::kPs20To34);
+    if (to == 20) return from == 10 ? list(moxc::ps::k10To20) : list(moxc::ps::k34To20);
+    return from == 10 ? list(moxc::ps::k10To34) : list(moxc::ps::k20To34);
   }
 
   void change(bool wide) {
