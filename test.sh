@@ -2,12 +2,12 @@
 # Installs what the machine lacks, builds, and runs every test: the ordinary build by g++ and by clang++, the
 # address, undefined-behaviour and thread sanitizers, a fuzzing smoke run, formatting and static analysis.
 #
-# usage: ./test.sh [STEP ...]     steps: release clang asan tsan fuzz format tidy (default: all, in this order)
+# usage: ./test.sh [STEP ...]     steps: release clang asan tsan fuzz python format tidy (default: all, in this order)
 set -euo pipefail
 cd "$(dirname "$0")"
 
 steps=("$@")
-[ ${#steps[@]} -gt 0 ] || steps=(format release clang asan tsan fuzz tidy)
+[ ${#steps[@]} -gt 0 ] || steps=(format release clang asan tsan fuzz python tidy)
 tools/install_packages.sh test
 
 passed=0
@@ -92,6 +92,10 @@ run_fuzzers() {
   $good
 }
 
+check_python() {
+  MOXAC_LIBRARY_DIR=$PWD/build /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
+}
+
 for step in "${steps[@]}"; do
   say "$step"
   case $step in
@@ -103,6 +107,7 @@ for step in "${steps[@]}"; do
     tsan) if build tsan "$(grep -rlE 'std::(j?thread|async)' tests --include='*_test.cpp' | cut -d/ -f2 |
                            sort -u | sed 's/^/test_/' | tr '\n' ' ')"; then run_tests build-tsan Thread; fi ;;
     fuzz) if build fuzz; then check "fuzzing" run_fuzzers; fi ;;
+    python) if build release; then check "the Python package" check_python; fi ;;
     tidy) check "static analysis" check_tidy ;;
     *) echo "unknown step: $step" >&2; exit 2 ;;
   esac
