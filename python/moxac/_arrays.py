@@ -11,6 +11,7 @@ _POINTERS = {np.dtype(name): ffi.typeof(f"{ctype} *") for name, ctype in [
     ("f4", "float"), ("i2", "int16_t"), ("i4", "int32_t"), ("u1", "uint8_t"), ("i1", "int8_t"), ("u2", "uint16_t"),
     ("c8", "Mox32fc")]}
 _ROWS = {dtype: ffi.typeof(f"{ffi.getctype(kind)} []") for dtype, kind in _POINTERS.items()}
+_VALUES = {dtype: ffi.typeof(f"{ffi.getctype(kind.item)}[]") for dtype, kind in _POINTERS.items()}
 _COMPLEX_WORDS = np.dtype([("re", "i4"), ("im", "i4")])
 _POINTERS[_COMPLEX_WORDS] = ffi.typeof("Mox32sc *")
 _ROWS[_COMPLEX_WORDS] = ffi.typeof("Mox32sc * []")
@@ -79,6 +80,8 @@ def pointers(at: np.ndarray, ctype: str):
 
 def rows(array: np.ndarray):
     """A pointer to each row along the last axis."""
+    if array.ndim == 1:
+        return (ffi.from_buffer(_VALUES[array.dtype], array),)
     return ffi.from_buffer(_ROWS[array.dtype], addresses(array))
 
 
