@@ -10,8 +10,6 @@
 
 namespace moxc {
 
-using mox::Bytes;
-
 // What a demuxer found next in the bytes fed so far.
 enum class DemuxEvent {
   needMore,  // feed more, from inputPosition() on, or say that there is no more
@@ -79,7 +77,8 @@ class Demuxer {
 
   // Takes the first bytes, and says how many: after needMore at least one.
   virtual size_t feed(Bytes bytes) = 0;
-  // The input ends where inputPosition() is.
+  // The input ends where inputPosition() is. A demuxer that can seek may want to go back all the same, and says so by
+  // another needMore.
   virtual void finish() = 0;
   virtual DemuxEvent next(Packet& packet) = 0;
   // Where in the input the next byte to be fed stands.

@@ -1,0 +1,1 @@
+../../../tests/data/streams/ts_44100_stereo.ts

@@ -1,0 +1,1 @@
+../../../tests/data/streams/ts_48000_51_latm.ts
