@@ -7,7 +7,7 @@ import numpy as np
 import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
-os.environ.setdefault("MOXAC_LIBRARY_DIR", str(ROOT / "build"))
+os.environ["MOXAC_LIBRARY_DIR"] = os.path.abspath(os.environ.get("MOXAC_LIBRARY_DIR", ROOT / "build"))
 sys.path.insert(0, str(ROOT / "python"))
 
 

@@ -96,6 +96,13 @@ def test_shapes_dtypes_and_out(rng):
         moxac.vectors.pow43([0.5])
 
 
+def test_the_walk_of_the_documentation_runs(tmp_path):
+    subprocess.run([sys.executable, ROOT / "tools/run_python_walk.py", tmp_path], check=True, capture_output=True)
+    shown = re.findall(r"\]\(python/(.*?)\)", (ROOT / "docs/python.md").read_text())
+    assert len(shown) == 3 and all((tmp_path / name).stat().st_size > 10_000 for name in shown)
+    assert {path.name for path in (ROOT / "docs/python").iterdir()} == set(shown)
+
+
 def test_wheel_and_sdist_build_offline(tmp_path):
     source = tmp_path / "python"
     subprocess.run(["cp", "-r", ROOT / "python", source], check=True)
