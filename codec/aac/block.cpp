@@ -18,7 +18,21 @@ constexpr size_t kPad = 512 * 56 / 8 + 1024;
 constexpr int32_t kAotMain = 1;
 constexpr int32_t kEightShort = 2;
 constexpr int32_t kNoiseBook = 13;
-constexpr int32_t kExtSbrData = 13, kExtSbrDataCrc = 14;  // extension_type
+constexpr int32_t kExtDataElement = 2, kExtDynamicRange = 11, kExtSbrData = 13,
+                  kExtSbrDataCrc = 14;  // extension_type
+
+// Bytes of a data element in a fill element: its type and version, a length of bytes of 255 and one less, the data.
+// 0 when it does not fit.
+size_t dataElementBytes(Bytes bytes) {
+  constexpr uint8_t kAncillaryData = 0;
+  if ((bytes[0] & 15) != kAncillaryData) return bytes.size();
+  size_t at = 1, length = 0;
+  do {
+    if (at == bytes.size()) return 0;
+    length += bytes[at];
+  } while (bytes[at++] == 255);
+  return at + length <= bytes.size() ? at + length : 0;
+}
 
 }  // namespace
 
@@ -62,6 +76,7 @@ bool BlockReader::read(Bytes bytes, Block& block) {
 
   block.elements = 0;
   block.program.reset();
+  block.dynamicRange.reset();
   block.hasSbr = block.hasCoupling = false;
   block.protectedBits.clear();
   const bool good = readElements(block);
@@ -293,15 +308,32 @@ bool BlockReader::readFill(Block& block) {
   int32_t count;
   std::array<uint8_t, 269> data;
   moxsDecodeFillElt_AAC(&stream_, &offset_, &count, data.data());
-  if (count > 0) {
-    const int32_t extension = data[0] >> 4;
-    if (extension != kExtSbrData && extension != kExtSbrDataCrc) return true;
-    if (block.elements == 0) return true;
-    Element& element = *block.storage[block.elements - 1];
-    if (element.id == ElementId::lfe) return true;  // which has no high band
-    block.hasSbr = true;
-    element.replicationBytes = static_cast<size_t>(count);
-    std::copy_n(data.begin(), count, element.replication.begin());
+  for (Bytes rest = Bytes(data).first(static_cast<size_t>(count)); !rest.empty();) {
+    size_t length = rest.size();  // of this extension; most last as long as the element
+    switch (rest[0] >> 4) {
+      case kExtDataElement:
+        length = dataElementBytes(rest);
+        break;
+      case kExtDynamicRange:
+        block.dynamicRange.emplace();
+        length = block.dynamicRange->read(rest);
+        if (length == 0) block.dynamicRange.reset();
+        break;
+      case kExtSbrData:
+      case kExtSbrDataCrc: {
+        if (block.elements == 0) break;
+        Element& element = *block.storage[block.elements - 1];
+        if (element.id == ElementId::lfe) break;  // which has no high band
+        block.hasSbr = true;
+        element.replicationBytes = rest.size();
+        std::copy(rest.begin(), rest.end(), element.replication.begin());
+        break;
+      }
+      default:
+        break;
+    }
+    if (length == 0) return true;  // it claims more than is there: what follows cannot be found
+    rest = slice(rest, length);
   }
   return true;
 }

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "codec/aac/dynamic_range.h"
 #include "codec/aac/layout.h"
 #include "codec/aac/long_tns.h"
 #include "codec/io/bytes.h"
@@ -63,6 +64,7 @@ struct Block {
   std::vector<std::unique_ptr<Element>> storage;  // kept from block to block
   size_t elements = 0;                            // of them in use
   std::optional<MoxAacPrgCfgElt> program;         // a program configuration element
+  std::optional<DynamicRange> dynamicRange;       // the last dynamic range information
   bool hasSbr = false;                            // some fill element carries spectral band replication
   bool hasCoupling = false;                       // a coupling channel element was passed over
   std::vector<ProtectedBits> protectedBits;

@@ -93,8 +93,8 @@ class Decoder final : public AudioDecoder {
   // Of HE-AAC: the elements of the layout, what the block at hand holds for each, and channels on the 16-bit scale.
   std::vector<sbr::Element> elements_;
   std::vector<Bytes> payloads_;
-  std::vector<std::array<float, sbr::kCoreSamples>> core_;
-  std::vector<std::array<float, sbr::kSamples>> full_;
+  std::vector<std::array<float, sbr::kMaxCoreSamples>> core_;
+  std::vector<std::array<float, sbr::kMaxSamples>> full_;
 
   std::vector<int16_t> shorts_;
   std::vector<float> floats_;
@@ -200,10 +200,10 @@ void Decoder::synthesiseReplicated(const std::vector<Spectrum>& spectra) {
   std::array<const float*, 8> channels{};
   for (size_t ch = 0; ch < full_.size(); ++ch) channels[ch] = full_[ch].data();
   if (!options_.floatSamples) {
-    moxsJoin_32f16s_D2L(channels.data(), format_.channels, sbr::kSamples, shorts_.data());
+    moxsJoin_32f16s_D2L(channels.data(), format_.channels, sbr::kMaxSamples, shorts_.data());
     return;
   }
-  moxsInterleave_32f(channels.data(), format_.channels, sbr::kSamples, floats_.data());
+  moxsInterleave_32f(channels.data(), format_.channels, sbr::kMaxSamples, floats_.data());
   for (float& sample : floats_) sample /= 32768;
 }
 

@@ -19,6 +19,8 @@ enum Speaker : uint32_t {
   kBackCentre = 0x100,
   kSideLeft = 0x200,
   kSideRight = 0x400,
+  kTopLeft = 0x1000,  // above the front
+  kTopRight = 0x4000,
 };
 
 struct Placed {
@@ -54,11 +56,13 @@ constexpr std::array<uint32_t, 2> kFrontPair = {kLeft, kRight};
 constexpr std::array<uint32_t, 2> kInnerPair = {kLeftOfCentre, kRightOfCentre};
 constexpr std::array<uint32_t, 2> kSidePair = {kSideLeft, kSideRight};
 constexpr std::array<uint32_t, 2> kBackPair = {kBackLeft, kBackRight};
+constexpr std::array<uint32_t, 2> kTopPair = {kTopLeft, kTopRight};
 
 }  // namespace
 
 std::string Layout::speakers() const {
-  static constexpr const char* kNames[] = {"L", "R", "C", "LFE", "Lb", "Rb", "Lc", "Rc", "Cb", "Ls", "Rs"};
+  static constexpr const char* kNames[] = {"L",  "R",  "C",  "LFE", "Lb", "Rb",  "Lc", "Rc",
+                                           "Cb", "Ls", "Rs", "Ct",  "Lt", "Cft", "Rt"};
   std::string text;
   for (size_t bit = 0; bit < std::size(kNames); ++bit)
     if ((mask >> bit & 1u) != 0) text.append(text.empty() ? "" : " ").append(kNames[bit]);
@@ -68,7 +72,8 @@ std::string Layout::speakers() const {
 std::optional<Layout> Layout::ofConfiguration(int32_t configuration) {
   constexpr auto sce = ElementId::sce, cpe = ElementId::cpe, lfe = ElementId::lfe;
   const Placed centre{sce, -1, {kCentre}}, front{cpe, -1, kFrontPair}, inner{cpe, -1, kInnerPair};
-  const Placed back{cpe, -1, kBackPair}, backCentre{sce, -1, {kBackCentre}}, low{lfe, -1, {kLfe}};
+  const Placed side{cpe, -1, kSidePair}, back{cpe, -1, kBackPair}, backCentre{sce, -1, {kBackCentre}};
+  const Placed top{cpe, -1, kTopPair}, low{lfe, -1, {kLfe}};
   switch (configuration) {
     case 1:
       return layOut({centre});
@@ -84,6 +89,12 @@ std::optional<Layout> Layout::ofConfiguration(int32_t configuration) {
       return layOut({centre, front, back, low});
     case 7:
       return layOut({centre, inner, front, back, low});
+    case 11:
+      return layOut({centre, front, back, backCentre, low});
+    case 12:
+      return layOut({centre, front, side, back, low});
+    case 14:
+      return layOut({centre, front, back, low, top});
     default:
       return std::nullopt;
   }

@@ -27,7 +27,7 @@ struct Layout {
   // "L R C LFE"; the number of channels where speakers are unknown.
   std::string speakers() const;
 
-  // The layouts of channel_configuration 1 to 7; nothing for others.
+  // The layouts of channel_configuration 1 to 7, 11, 12 and 14; nothing for others.
   static std::optional<Layout> ofConfiguration(int32_t configuration);
   // Nothing for no channel, or more than eight.
   static std::optional<Layout> ofProgram(const MoxAacPrgCfgElt& pce);

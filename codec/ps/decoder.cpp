@@ -70,17 +70,17 @@ void ParametricStereo::process(Mox32fc (*left)[64], Mox32fc (*right)[64], const 
 
 // Splits the lowest QMF bands of the frame into hybrid_.
 void ParametricStereo::split(const Mox32fc (*frame)[64], const Mox32fc* const* ahead) {
-  const Mox32fc* from[moxPsHistorySlots + kSlots];
-  Mox32fc* to[kSlots];
+  const Mox32fc* from[moxPsHistorySlots + kMaxSlots];
+  Mox32fc* to[kMaxSlots];
   const Mox32fc** row = from;
   for (const auto& old : history_) *row++ = old;
-  for (int32_t slot = 0; slot < kSlots; ++slot) *row++ = frame[slot];
+  for (int32_t slot = 0; slot < slots_; ++slot) *row++ = frame[slot];
   for (int32_t slot = 0; slot < kSlotsAhead; ++slot) *row++ = ahead[slot];
-  for (int32_t slot = 0; slot < kSlots; ++slot) to[slot] = hybrid_[slot];
-  moxsAnalysisFilter_PS_32fc_D2(from, to, kSlots, payload_.wide() ? 34 : 20);
+  for (int32_t slot = 0; slot < slots_; ++slot) to[slot] = hybrid_[slot];
+  moxsAnalysisFilter_PS_32fc_D2(from, to, slots_, payload_.wide() ? 34 : 20);
 
   for (int32_t slot = 0; slot < kSlotsAhead; ++slot)
-    std::copy_n(frame[kSlots - kSlotsAhead + slot], kBandsAhead, history_[slot]);
+    std::copy_n(frame[slots_ - kSlotsAhead + slot], kBandsAhead, history_[slot]);
 }
 
 }  // namespace moxc::ps

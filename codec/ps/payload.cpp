@@ -125,8 +125,8 @@ bool Payload::readBorders(BitReader& bits) {
   count_ = variable ? kNumEnvVariable[index] : kNumEnvFixed[index];
   for (int32_t e = 0; e < count_; ++e) {
     int32_t& border = borders_[static_cast<size_t>(e)];
-    border = variable ? static_cast<int32_t>(bits.bits(kBorderBits)) : (e + 1) * kSlots / count_ - 1;
-    if (e > 0 && border < borders_[static_cast<size_t>(e) - 1]) return false;
+    border = variable ? static_cast<int32_t>(bits.bits(kBorderBits)) : (e + 1) * slots_ / count_ - 1;
+    if (border >= slots_ || (e > 0 && border < borders_[static_cast<size_t>(e) - 1])) return false;
   }
   return true;
 }
@@ -172,9 +172,9 @@ bool Payload::readPhases(BitReader& bits) {
 
 // Without envelopes the last one lasts; where they end early, so does theirs.
 void Payload::complete() {
-  if (count_ == 0 || borders_[static_cast<size_t>(count_) - 1] < kSlots - 1) {
+  if (count_ == 0 || borders_[static_cast<size_t>(count_) - 1] < slots_ - 1) {
     at(count_) = before(count_);
-    borders_[static_cast<size_t>(count_++)] = kSlots - 1;
+    borders_[static_cast<size_t>(count_++)] = slots_ - 1;
   }
   if (!phasesOn_)
     for (Envelope& envelope : envelopes_) envelope.ipd = envelope.opd = {};
@@ -182,7 +182,7 @@ void Payload::complete() {
 
 void Payload::holdLast() {
   at(0) = envelope(count_ - 1);
-  borders_[0] = kSlots - 1;
+  borders_[0] = slots_ - 1;
   count_ = 1;
 }
 

@@ -30,8 +30,9 @@ struct Header {
 
 class Payload {
  public:
-  static constexpr int32_t kSlots = 32;        // of a frame
   static constexpr int32_t kMaxEnvelopes = 5;  // four sent, one that holds the last to the frame's end
+
+  explicit Payload(int32_t slots = 32) : slots_(slots), borders_{slots - 1} {}  // of a frame, at most 32
 
   // Reads one payload; false, and nothing has changed, when it is damaged.
   bool read(BitReader& bits);
@@ -59,10 +60,11 @@ class Payload {
   Envelope& at(int32_t e) { return envelopes_[static_cast<size_t>(e)]; }
   const Envelope& before(int32_t e) const { return e == 0 ? last_ : envelope(e - 1); }
 
+  int32_t slots_;
   Header header_;
   bool phasesOn_ = false, wide_ = false;
   int32_t count_ = 1;
-  std::array<int32_t, kMaxEnvelopes> borders_{kSlots - 1};
+  std::array<int32_t, kMaxEnvelopes> borders_;
   std::array<Envelope, kMaxEnvelopes> envelopes_{};
   Envelope last_;  // of the frame before, in the terms of this header: what time differences start from
 };

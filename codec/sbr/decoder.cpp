@@ -37,25 +37,38 @@ class Bank {
   Spec* spec_ = nullptr;
 };
 
-// The way back from 32 slots to samples.
+// The way back from slots to samples: 64 of a slot, or 32 of the lower half of the bands.
 class SynthesisBank {
  public:
-  void run(const HighRow* rows, float* samples) {
-    std::array<const Mox32fc*, kSlots> pointers;
-    for (size_t i = 0; i < pointers.size(); ++i) pointers[i] = rows[i];
-    moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow, kSlots, bank_.spec(),
-                                             bank_.work());
+  explicit SynthesisBank(bool downSampled)
+      : downSampled_(downSampled),
+        bank_(downSampled ? moxsSynthesisDownFilterGetSize_SBR_CToR_32fc32f
+                          : moxsSynthesisFilterGetSize_SBR_CToR_32fc32f,
+              downSampled ? moxsSynthesisDownFilterInit_SBR_CToR_32fc32f
+                          : moxsSynthesisFilterInit_SBR_CToR_32fc32f) {}
+
+  void run(const HighRow* rows, int32_t slots, float* samples) {
+    std::array<const Mox32fc*, kMaxSlots> pointers;
+    for (size_t i = 0; i < static_cast<size_t>(slots); ++i) pointers[i] = rows[i];
+    if (downSampled_)
+      moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kHalfWindow.data(), slots,
+                                                   bank_.spec(), bank_.work());
+    else
+      moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow, slots, bank_.spec(),
+                                               bank_.work());
   }
 
  private:
-  Bank<MoxQmfSynthesisSpec> bank_{moxsSynthesisFilterGetSize_SBR_CToR_32fc32f,
-                                  moxsSynthesisFilterInit_SBR_CToR_32fc32f};
+  bool downSampled_;
+  Bank<MoxQmfSynthesisSpec> bank_;
 };
 
 }  // namespace
 
 // The sub-bands of a channel. The output is what lies six slots back in the low band, and the high band beside it.
 struct Element::Channel {
+  explicit Channel(bool downSampled) : synthesis(downSampled) {}
+
   Bank<MoxQmfAnalysisSpec> analysis{moxsAnalysisFilterGetSize_SBR_RToC_32f32fc,
                                     moxsAnalysisFilterInit_SBR_RToC_32f32fc};
   SynthesisBank synthesis;
@@ -63,11 +76,11 @@ struct Element::Channel {
   Adjuster adjuster;
   LowRow low[kLowRows]{};
   HighRow high[kHighRows]{};
-  HighRow output[kSlots]{};
+  HighRow output[kMaxSlots]{};
   // Of the frame before: where its bands lay, and how many slots of its high band reach into this frame.
   int32_t oldBegin = 32, oldEnd = 32, oldSlots = 0;
 
-  void analyse(const float* core, int32_t bands);
+  void analyse(const float* core, int32_t slots, int32_t bands);
   // The output of slots `from` to `to` - 1 from the low band and that many rows of the high band, its sub-bands
   // [begin, end).
   void assemble(int32_t from, int32_t to, const HighRow* highRows, int32_t begin, int32_t end);
@@ -75,17 +88,19 @@ struct Element::Channel {
 
 // The second channel that parametric stereo makes.
 struct Element::Stereo {
+  Stereo(int32_t slots, bool downSampled) : tool(slots), synthesis(downSampled) {}
+
   ps::ParametricStereo tool;
   SynthesisBank synthesis;
-  HighRow output[kSlots]{};
+  HighRow output[kMaxSlots]{};
 };
 
 // The low band, of which only sub-bands below the crossover count.
-void Element::Channel::analyse(const float* core, int32_t bands) {
-  for (int32_t i = 0; i < kHistory; ++i) std::copy_n(low[kSlots + i], 32, low[i]);
+void Element::Channel::analyse(const float* core, int32_t slots, int32_t bands) {
+  for (int32_t i = 0; i < kHistory; ++i) std::copy_n(low[slots + i], 32, low[i]);
   std::array<Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), kSlots, kHistory, bands,
+  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), slots, kHistory, bands,
                                           analysis.spec(), analysis.work());
 }
 
@@ -99,9 +114,11 @@ void Element::Channel::assemble(int32_t from, int32_t to, const HighRow* highRow
   }
 }
 
-Element::Element(int32_t channels, int32_t outputRate, bool stereo)
-    : parser_(outputRate), stereo_(stereo ? std::make_unique<Stereo>() : nullptr) {
-  for (int32_t ch = 0; ch < channels; ++ch) channels_.push_back(std::make_unique<Channel>());
+Element::Element(int32_t channels, int32_t fullRate, bool stereo, int32_t coreSamples, bool downSampled)
+    : parser_(fullRate, coreSamples / 64),
+      slots_(coreSamples / 32),
+      stereo_(stereo ? std::make_unique<Stereo>(slots_, downSampled) : nullptr) {
+  for (int32_t ch = 0; ch < channels; ++ch) channels_.push_back(std::make_unique<Channel>(downSampled));
 }
 Element::~Element() = default;
 Element::Element(Element&&) noexcept = default;
@@ -132,8 +149,8 @@ void Element::hold() {
     channel.envelope[0] = channel.envelope[envelope];
     channel.noise[0] = channel.noise[static_cast<size_t>(last.noiseFloors) - 1];
     channel.grid = {};
-    channel.grid.border = {last.end() - kTimeSlots, kTimeSlots};
-    channel.grid.noiseBorder = {channel.grid.border[0], kTimeSlots};
+    channel.grid.border = {last.end() - slots_ / 2, slots_ / 2};
+    channel.grid.noiseBorder = {channel.grid.border[0], slots_ / 2};
     channel.grid.highRes[0] = last.highRes[envelope];
     channel.grid.coarse = last.coarse;
   }
@@ -147,26 +164,27 @@ void Element::run(const std::array<const float*, 2>& core, const std::array<floa
 
   for (size_t ch = 0; ch < channels_.size(); ++ch) {
     Channel& channel = *channels_[ch];
-    channel.analyse(core[ch], begin);
-    channel.assemble(0, channel.oldSlots, channel.high + kSlots, channel.oldBegin, channel.oldEnd);
+    channel.analyse(core[ch], slots_, begin);
+    channel.assemble(0, channel.oldSlots, channel.high + slots_, channel.oldBegin, channel.oldEnd);
     if (active_) {
       const ChannelFrame& frame = frame_.channel[ch];
       for (int32_t slot = 0; slot < 2 * frame.grid.border[0]; ++slot)
         std::fill_n(channel.high[slot], 64, Mox32fc{0, 0});
-      channel.generator.run(bands, frame, channel.low, channel.high);
+      channel.generator.run(bands, frame, slots_, channel.low, channel.high);
       channel.adjuster.run(parser_.header(), bands, frame, levels[ch], frame_.reset, channel.high);
     }
-    channel.assemble(channel.oldSlots, kSlots, channel.high + channel.oldSlots, begin, end);
+    channel.assemble(channel.oldSlots, slots_, channel.high + channel.oldSlots, begin, end);
     channel.oldBegin = begin;
     channel.oldEnd = end;
-    channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - kSlots : 0;
+    channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - slots_ : 0;
     if (stereo_) {
       std::array<const Mox32fc*, ps::ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
-      for (size_t i = 0; i < ahead.size(); ++i) ahead[i] = channel.low[kSlots + kAhead + i];
+      for (size_t i = 0; i < ahead.size(); ++i)
+        ahead[i] = channel.low[static_cast<size_t>(slots_ + kAhead) + i];
       stereo_->tool.process(channel.output, stereo_->output, ahead.data());
-      stereo_->synthesis.run(stereo_->output, samples[1]);
+      stereo_->synthesis.run(stereo_->output, slots_, samples[1]);
     }
-    channel.synthesis.run(channel.output, samples[ch]);
+    channel.synthesis.run(channel.output, slots_, samples[ch]);
   }
 }
 

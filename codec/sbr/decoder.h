@@ -14,12 +14,15 @@
 
 namespace moxc::sbr {
 
-constexpr size_t kCoreSamples = 1024, kSamples = 2 * kCoreSamples;
+constexpr size_t kMaxCoreSamples = 1024, kMaxSamples = 2 * kMaxCoreSamples;
 
 class Element {
  public:
-  // `channels` of the core, 1 or 2; `stereo` makes two of one, which parametric stereo tells apart once it has come.
-  Element(int32_t channels, int32_t outputRate, bool stereo);
+  // `channels` of the core, 1 or 2; `fullRate` is twice the core's. `stereo` makes two of one, which parametric stereo
+  // tells apart once it has come. Frames bring 1024 or 960 core samples and twice as many of the full band, or, when
+  // it is down-sampled, its lower half at the core's rate.
+  Element(int32_t channels, int32_t fullRate, bool stereo, int32_t coreSamples = 1024,
+          bool downSampled = false);
   ~Element();
   Element(Element&&) noexcept;
 
@@ -37,6 +40,7 @@ class Element {
   struct Stereo;
 
   Parser parser_;
+  int32_t slots_;  // of a frame
   Frame frame_, next_;
   bool active_ = false;  // the frame has a high band
   int32_t held_ = 0;     // frames since the last good one

@@ -30,12 +30,14 @@ void Generator::updateChirps(const Bands& bands, const ChannelFrame& frame) {
   }
 }
 
-void Generator::run(const Bands& bands, const ChannelFrame& frame, const LowRow* low, HighRow* high) {
+void Generator::run(const Bands& bands, const ChannelFrame& frame, int32_t slots, const LowRow* low,
+                    HighRow* high) {
   updateChirps(bands, frame);
 
   std::array<const Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand, kLowRows - 2);
+  moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand,
+                                 kHistory + slots - 2);
 
   std::array<float, 64> chirps{};
   for (int32_t b = 0; b < bands.noise.bands; ++b)

@@ -10,19 +10,19 @@
 
 namespace moxc::sbr {
 
-constexpr int32_t kSlots = 2 * kTimeSlots;  // QMF slots of a frame
-constexpr int32_t kHistory = 8;             // and of the low band in front of it
-constexpr int32_t kAhead = 2;               // where the first slot of the output lies in that history
-constexpr int32_t kLowRows = kHistory + kSlots;
-constexpr int32_t kHighRows = kSlots + 6;  // a frame's last border may lie so much behind its end
+constexpr int32_t kMaxSlots = 2 * kMaxTimeSlots;  // QMF slots of a frame
+constexpr int32_t kHistory = 8;                   // and of the low band in front of it
+constexpr int32_t kAhead = 2;                     // where the first slot of the output lies in that history
+constexpr int32_t kLowRows = kHistory + kMaxSlots;
+constexpr int32_t kHighRows = kMaxSlots + 6;  // a frame's last border may lie so much behind its end
 using LowRow = Mox32fc[32];
 using HighRow = Mox32fc[64];
 
 class Generator {
  public:
-  // Makes rows firstSlot to endSlot - 1 of `high`, from the crossover up; low[2] is the frame's slot 0. Where no patch
-  // leads there are zeros.
-  void run(const Bands& bands, const ChannelFrame& frame, const LowRow* low, HighRow* high);
+  // Makes the rows of `high` between the first and the last border of the frame, from the crossover up; low[2] is the
+  // first of the frame's `slots`. Where no patch leads there are zeros.
+  void run(const Bands& bands, const ChannelFrame& frame, int32_t slots, const LowRow* low, HighRow* high);
 
  private:
   void updateChirps(const Bands& bands, const ChannelFrame& frame);

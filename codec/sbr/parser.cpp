@@ -27,7 +27,7 @@ int32_t field(BitReader& bits, int32_t count) { return static_cast<int32_t>(bits
 }  // namespace
 
 // sbr_grid()
-bool Grid::read(BitReader& bits, bool coarseInHeader) {
+bool Grid::read(BitReader& bits, bool coarseInHeader, int32_t timeSlots) {
   *this = {};
   coarse = coarseInHeader;
   const int32_t frameClass = field(bits, 2);
@@ -36,14 +36,17 @@ bool Grid::read(BitReader& bits, bool coarseInHeader) {
     if (envelopes > 4) return false;
     coarse = coarse && envelopes > 1;
     highRes.fill(bits.flag());
-    for (int32_t l = 0; l <= envelopes; ++l) border[static_cast<size_t>(l)] = l * kTimeSlots / envelopes;
+    const int32_t length =
+        (2 * timeSlots + envelopes) / (2 * envelopes);  // rounded; the last one is what is left
+    for (int32_t l = 0; l < envelopes; ++l) border[static_cast<size_t>(l)] = l * length;
+    border[static_cast<size_t>(envelopes)] = timeSlots;
     divideNoise(frameClass, 0);
     return true;
   }
 
   // Relative borders count from the leading border up, from the trailing one down.
   const int32_t lead = frameClass != kFixVar ? field(bits, 2) : 0;
-  const int32_t trail = kTimeSlots + (frameClass != kVarFix ? field(bits, 2) : 0);
+  const int32_t trail = timeSlots + (frameClass != kVarFix ? field(bits, 2) : 0);
   const int32_t fromLead = frameClass != kFixVar ? field(bits, 2) : 0;
   const int32_t fromTrail = frameClass != kVarFix ? field(bits, 2) : 0;
   envelopes = fromLead + fromTrail + 1;
@@ -132,10 +135,10 @@ bool Parser::readChannels(BitReader& bits, bool pair, Frame& frame) {
   Previous &before = state_.previous[0], &beforeRight = state_.previous[1];
   if (bits.flag()) bits.bits(pair ? 8 : 4);  // reserved
   frame.coupled = pair && bits.flag();
-  if (!left.grid.read(bits, state_.header.coarse)) return false;
+  if (!left.grid.read(bits, state_.header.coarse, timeSlots_)) return false;
   if (frame.coupled)
     right.grid = left.grid;
-  else if (pair && !right.grid.read(bits, state_.header.coarse))
+  else if (pair && !right.grid.read(bits, state_.header.coarse, timeSlots_))
     return false;
 
   Directions directions, directionsRight;

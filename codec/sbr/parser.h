@@ -12,7 +12,8 @@
 
 namespace moxc::sbr {
 
-constexpr int32_t kTimeSlots = 16;  // of a frame, two QMF slots each
+// Time slots of a frame, two QMF slots each: 16 of 1024 core samples, 15 of 960.
+constexpr int32_t kMaxTimeSlots = 16;
 constexpr int32_t kMaxEnvelopes = 5, kMaxNoiseFloors = 2;
 
 // How a frame is divided in time. Borders are time slots; the last may lie up to three behind the frame's end, where
@@ -26,7 +27,7 @@ struct Grid {
       -1;  // l_A, the envelope that begins with a transient; `envelopes` for the next frame's first
   bool coarse = false;  // scale factors in steps of 3 dB, not 1.5
 
-  bool read(BitReader& bits, bool coarseInHeader);
+  bool read(BitReader& bits, bool coarseInHeader, int32_t timeSlots);
   int32_t end() const { return border[static_cast<size_t>(envelopes)]; }
 
  private:
@@ -57,7 +58,8 @@ enum class Read {
 
 class Parser {
  public:
-  explicit Parser(int32_t outputRate) : rate_(outputRate) {}
+  explicit Parser(int32_t fullRate, int32_t timeSlots = kMaxTimeSlots)
+      : rate_(fullRate), timeSlots_(timeSlots) {}
 
   // A fill element's data, which begin with an extension type of 13 or 14. Unless it is good, all that is kept from
   // frame to frame stays as it was.
@@ -96,7 +98,8 @@ class Parser {
   bool readNoise(BitReader& bits, const Directions& directions, bool balance, Previous& previous,
                  ChannelFrame& channel) const;
 
-  int32_t rate_;
+  int32_t rate_;  // of the full band, twice the core's
+  int32_t timeSlots_;
   State state_;
 };
 

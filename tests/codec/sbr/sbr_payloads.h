@@ -25,8 +25,8 @@ inline int runPayloads(moxc::Bytes bytes) {
                              channels == 1 && (choice & 2) != 0);
 
   std::minstd_rand random(choice);
-  std::array<std::array<float, moxc::sbr::kCoreSamples>, 2> core;
-  std::array<std::array<float, moxc::sbr::kSamples>, 2> samples;
+  std::array<std::array<float, moxc::sbr::kMaxCoreSamples>, 2> core;
+  std::array<std::array<float, moxc::sbr::kMaxSamples>, 2> samples;
   for (auto& channel : core)
     for (float& sample : channel) sample = static_cast<float>(random() % 65536) - 32768.0f;
   int good = 0;

@@ -152,7 +152,7 @@ TEST(SbrGrid, BordersNoiseFloorsAndTransientsOfEveryClass) {
     const std::vector<uint8_t> bytes = wanted.bits.bytes();
     moxc::BitReader reader(bytes, 0, 8 * bytes.size());
     moxc::sbr::Grid read;
-    ASSERT_TRUE(read.read(reader, true));
+    ASSERT_TRUE(read.read(reader, true, 16));
     const size_t index = static_cast<size_t>(&wanted - cases), envelopes = wanted.borders.size() - 1;
     ASSERT_EQ(static_cast<size_t>(read.envelopes), envelopes) << index;
     EXPECT_TRUE(std::equal(wanted.borders.begin(), wanted.borders.end(), read.border.begin())) << index;
@@ -174,7 +174,16 @@ TEST(SbrGrid, BordersNoiseFloorsAndTransientsOfEveryClass) {
   for (const Bits& bits : refused) {
     const std::vector<uint8_t> bytes = bits.bytes();
     moxc::BitReader reader(bytes, 0, 8 * bytes.size());
-    EXPECT_FALSE(moxc::sbr::Grid().read(reader, true)) << &bits - refused;
+    EXPECT_FALSE(moxc::sbr::Grid().read(reader, true, 16)) << &bits - refused;
+  }
+
+  // Fifteen slots do not divide evenly: all parts but the last are rounded.
+  for (const auto& [code, borders] : {std::pair{1, std::vector<int32_t>{0, 8, 15}}, {2, {0, 4, 8, 12, 15}}}) {
+    const std::vector<uint8_t> bytes = grid().put(0, 2).put(code, 2).put(0, 1).bytes();
+    moxc::BitReader reader(bytes, 0, 8 * bytes.size());
+    moxc::sbr::Grid read;
+    ASSERT_TRUE(read.read(reader, true, 15));
+    EXPECT_TRUE(std::equal(borders.begin(), borders.end(), read.border.begin())) << code;
   }
 }
 
@@ -216,7 +225,7 @@ class Element {
   explicit Element(int32_t channels) : element_(channels, kStereoRate, false) {}
 
   moxc::sbr::Element& operator*() { return element_; }
-  const std::array<float, moxc::sbr::kSamples>& run() {
+  const std::array<float, moxc::sbr::kMaxSamples>& run() {
     for (float& sample : core_) sample = static_cast<float>(1000 * std::sin(kStep * time_++));
     element_.run({core_.data(), core_.data()}, {samples_[0].data(), samples_[1].data()});
     return samples_[0];
@@ -226,8 +235,8 @@ class Element {
  private:
   moxc::sbr::Element element_;
   double time_ = 0;
-  std::array<float, moxc::sbr::kCoreSamples> core_{};
-  std::array<std::array<float, moxc::sbr::kSamples>, 2> samples_{};
+  std::array<float, moxc::sbr::kMaxCoreSamples> core_{};
+  std::array<std::array<float, moxc::sbr::kMaxSamples>, 2> samples_{};
 };
 
 TEST(SbrElement, WithoutAHighBandItDoublesTheRate) {
@@ -245,6 +254,37 @@ TEST(SbrElement, WithoutAHighBandItDoublesTheRate) {
     }
   }
   EXPECT_GT(10 * std::log10(power / error), 55);
+}
+
+// Frames are a matter of counting: cut into 960 samples instead of 1024 the same core gives the same output, and its
+// lower half alone, at the core's rate, is the core again.
+TEST(SbrElement, FramesOf960AndDownSampledOutput) {
+  constexpr size_t kTotal = 15 * 1024;  // 16 * 960
+  std::vector<float> core(kTotal);
+  for (size_t n = 0; n < kTotal; ++n)
+    core[n] = 1000 * std::sin(0.2f * static_cast<float>(n)) + 500 * std::sin(1.9f * static_cast<float>(n));
+  const auto run = [&core](int32_t frame, bool downSampled) {
+    moxc::sbr::Element element(1, kStereoRate, false, frame, downSampled);
+    std::vector<float> out(downSampled ? kTotal : 2 * kTotal);
+    const auto step = static_cast<size_t>(frame);
+    for (size_t at = 0; at < kTotal; at += step) {
+      element.read({});
+      element.run({core.data() + at, nullptr}, {out.data() + at * out.size() / kTotal, nullptr});
+    }
+    return out;
+  };
+  EXPECT_EQ(run(960, false), run(1024, false));
+  const std::vector<float> lower = run(960, true);
+  EXPECT_EQ(lower, run(1024, true));
+
+  // Six slots in the sub-bands, and what the two banks of 32 bands take.
+  constexpr size_t kDelay = 6 * 32 + 320 - 31;
+  double error = 0, power = 0;
+  for (size_t n = 2048; n + kDelay < kTotal; ++n) {
+    error += std::pow(lower[n + kDelay] - core[n], 2);
+    power += std::pow(core[n], 2);
+  }
+  EXPECT_LT(error, 1e-6 * power);
 }
 
 TEST(SbrElement, AHeldHighBandFadesAndComesBack) {
@@ -323,7 +363,7 @@ TEST(HeAac, ADamagedHighBandIsReportedAndLeavesTheCore) {
   EXPECT_EQ(decoded->stats.concealed, 0);
   ASSERT_EQ(decoded->stats.faults.size(), 1u);
   EXPECT_NE(decoded->stats.faults[0].find("high-band"), std::string::npos);
-  const auto same = static_cast<ptrdiff_t>(damaged * moxc::sbr::kSamples * 2);
+  const auto same = static_cast<ptrdiff_t>(damaged * moxc::sbr::kMaxSamples * 2);
   EXPECT_TRUE(std::equal(whole->s16.begin(), whole->s16.begin() + same, decoded->s16.begin()));
   EXPECT_NE(whole->s16, decoded->s16);
 }
