@@ -21,16 +21,12 @@ DECODED = {
     "aac_decode": ["aac_44100_stereo128.aac", "aac_44100_short_crc.aac", "aac_44100_random_lc.aac",
                    "aac_48000_mono64_tns.aac", "aac_96000_stereo160.aac"],
 }
-FAMILIES = ["AAC headers moxsUnpack.*_AAC", "AAC elements moxsDecode.*Elt_AAC", "AAC noiseless moxsNoiseless",
-            "AAC tools moxsQuantInv_AAC", "AAC stereo moxsDecodeMsStereo", "AAC noise moxsDecodePNS",
-            "AAC shaping moxsDecodeTNS", "AAC transform moxsMDCTInv_AAC", "AAC prediction moxsFDP",
-            "AAC long-term prediction moxsLongTerm", "MP3 parsers moxsUnpackSideInfo_MP3", "MP3 codes moxsHuffmanDecode",
-            "MP3 requantisation moxsReQuantize", "MP3 hybrid moxsMDCTInv_MP3", "MP3 polyphase moxsSynthPQMF",
-            "MP3 psychoacoustics moxsPsycho", "MP3 stereo moxsJoint", "MP3 quantisation moxsQuantize_MP3",
-            "MP3 packing moxsPack", "MDCT moxsMDCTFwd_32f", "DTS _DTS_", "QMF analysis moxsAnalysisFilter_SBR",
-            "QMF synthesis moxsSynthesisFilter_SBR", "SBR prediction moxsPredictCoef",
-            "VLC moxsVLCDecode",
-            "VLC moxsVLCEncode", "VLC moxsVLCCount", "gains moxsCalcSF", "block FIR moxsFIRBlock", "VQ moxsVQIndexSelect"]
+FAMILIES = ["moxsUnpack.*_AAC", "moxsDecode.*Elt_AAC", "moxsNoiseless", "moxsQuantInv_AAC", "moxsDecodeMsStereo",
+            "moxsDecodePNS", "moxsDecodeTNS", "moxsMDCTInv_AAC", "moxsFDP", "moxsLongTerm", "moxsUnpackSideInfo_MP3",
+            "moxsHuffmanDecode", "moxsReQuantize", "moxsMDCTInv_MP3", "moxsSynthPQMF", "moxsPsycho", "moxsJoint",
+            "moxsQuantize_MP3", "moxsPack", "moxsMDCTFwd_32f", "_DTS_", "moxsAnalysisFilter_SBR",
+            "moxsSynthesisFilter_SBR", "SBRHQ", "moxsPredictCoef", "moxsAnalysisFilter_PS", "moxsVLCDecode",
+            "moxsVLCEncode", "moxsVLCCount", "moxsCalcSF", "moxsFIRBlock", "moxsVQIndexSelect"]
 
 
 def run(program, *arguments):
@@ -56,7 +52,7 @@ def decoders(scratch):
 
 
 def mp3_encode(scratch):
-    original = streams / "mp3_48000_vbr_v3.ref.wav"
+    original = streams / "aac_44100_ltp.ref.wav"
     run(name, original, scratch / "out.mp3")
     run("mp3_decode", scratch / "out.mp3", scratch / "out.wav")
     rate, channels, want = read_wav(original)
@@ -92,8 +88,7 @@ def pages(scratch):
     texts = {path.name: path.read_text() for pattern in ("*.c", "*.cpp") for path in (source / "examples").glob(pattern)}
     for page, text in texts.items():
         expect(text.count("\n") <= 120, f"{page} has more than 120 lines")
-    for family in FAMILIES:
-        pattern = family.split()[-1]
+    for pattern in FAMILIES:
         expect(any(re.search(pattern, text) for text in texts.values()), f"no example calls {pattern}")
 
 
