@@ -23,6 +23,7 @@ def test_every_export_is_reachable_and_typed():
     exports = [line for line in (ROOT / "exports.txt").read_text().split() if line.startswith("mox")]
     assert len(exports) == 213
     stub = (ROOT / "python/moxac/raw.pyi").read_text()
+    compile(stub, "raw.pyi", "exec")
     for name in exports:
         assert callable(getattr(raw, name)) and f"def {name}(" in stub, name
     assert raw.moxStatusBadSize == -6 and moxac.library_version().startswith("8.")
