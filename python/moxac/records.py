@@ -99,11 +99,13 @@ class BitReader:
     @property
     def cursor(self) -> tuple:
         """The two arguments of an operation that reads at a bit cursor."""
+        self.within()
         return ffi.cast("uint8_t const * *", self._cursor), self._offset
 
     @property
     def byte_cursor(self):
         """The one argument of an operation that reads from a byte boundary."""
+        self.within()
         if self._offset[0] != 0:
             raise ValueError("this is read from a byte boundary on")
         return ffi.cast("uint8_t const * *", self._cursor)

@@ -147,6 +147,10 @@ def test_aac_parsers_stop_where_the_data_end(stream):
     assert header.as_dict()["profile"] == 1 and "frameLen=" in repr(header)
     with pytest.raises((EOFError, moxac.MoxacError)):
         list(aac.read_block(payload[: len(payload) // 2], header.samplingRateIndex))
+    reader = BitReader(b"\xff\xff")  # a fill element of more bytes than there are
+    for _ in range(2):
+        with pytest.raises(EOFError):
+            aac.fill(reader)
     with pytest.raises(AttributeError):
         header.frameLength = 3
 
