@@ -1,11 +1,10 @@
-// The version record, the load-time rule, moxcore, and the life of a context.
+// The load-time rule, moxcore, and the life of a context.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "frame/context.h"
 #include "frame/load.h"
-#include "moxac.h"
 #include "moxcore/moxcore.h"
 #include "support/alloc_spy.h"
 #include "support/block.h"
@@ -14,19 +13,6 @@ namespace {
 
 using namespace moxac;
 using moxtest::AllocSpy;
-
-TEST(Frame, VersionRecord) {
-  const moxLibVersion* v = moxacGetLibVersion();
-  EXPECT_EQ(v, moxacGetLibVersion());
-  EXPECT_EQ(v->majorVersion, 8);
-  EXPECT_EQ(v->minorVersion, 1);
-  EXPECT_EQ(v->updateNumber, 1);
-  EXPECT_EQ(v->revision, 42291);
-  EXPECT_EQ(std::memcmp(v->cpuCode, "e9\0\0", 4), 0);
-  EXPECT_STREQ(v->libraryName, "moxAC AVX (e9)");
-  EXPECT_STREQ(v->versionText, "8.1.1 (r42291)");
-  EXPECT_STREQ(v->buildDate, "Apr 10 2014");
-}
 
 TEST(Frame, LoadTimeFlagWantsBothBits) {
   EXPECT_EQ(featureFlag(0x00), 0);
