@@ -1,6 +1,6 @@
 // Whole AAC streams decoded from memory to memory, beside other decoders.
-#include "codec/decode_bench.h"
 #include "codec/aac/stream.h"
+#include "codec/decode_bench.h"
 
 #ifdef HAVE_FAAD2
 #include <neaacdec.h>

@@ -11,7 +11,6 @@
 #include "moxac/mp3.h"
 #include "mp3/hybrid_reference.h"
 #include "mp3/mp3_spectra.h"
-#include "mp3/polyphase_reference.h"
 
 namespace {
 
@@ -134,10 +133,9 @@ void synthesisFloat(benchmark::State& state) {
 }
 
 void synthesisPlain(benchmark::State& state) {
-  moxtest::SynthesisReference bank;
-  std::array<double, 32> s{0.1, 0.2};
-  for (auto _ : state)
-    for (int slot = 0; slot < 18; ++slot) benchmark::DoNotOptimize(bank.slot(s));
+  const moxtest::ModulatedBank bank = moxtest::layer3Synthesis();
+  const std::vector<moxtest::Complex> granule(576, 0.1);
+  for (auto _ : state) benchmark::DoNotOptimize(bank.synthesis(granule));
   perGranule(state, 1);
 }
 

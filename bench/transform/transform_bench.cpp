@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "moxac/transform.h"
+#include "support/direct_forms.h"
 #include "transform/fft.h"
 #include "transform/fft_reference.h"
-#include "transform/mdct_reference.h"
 
 #ifdef HAVE_FFTW3F
 #include <fftw3.h>

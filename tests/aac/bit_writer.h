@@ -4,47 +4,38 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
+#include "support/bits.h"
 #include "support/block.h"
 #include "support/guard_page.h"
 
 namespace moxtest {
 
-inline uint32_t draw(int32_t bits) { return static_cast<uint32_t>(noise()() & ((uint64_t{1} << bits) - 1)); }
-inline int32_t drawBelow(int32_t bound) { return static_cast<int32_t>(draw(31)) % bound; }
+inline uint32_t drawBits(int32_t n) { return static_cast<uint32_t>(noise()() & ((uint64_t{1} << n) - 1)); }
 
 // A stream that is drawn field by field, or one that is replayed: then the fields are what its bits say.
 class BitWriter {
  public:
   explicit BitWriter(int32_t startOffset = 0) : start_(startOffset) {
-    put(0x55u >> (8 - startOffset), startOffset);
+    bits_.put(0x55u >> (8 - startOffset), startOffset);
   }
 
-  BitWriter& put(uint32_t value, int32_t bits) {
-    for (int32_t i = bits - 1; i >= 0; --i) bits_.push_back(((value >> i) & 1u) != 0);
-    return *this;
-  }
-  BitWriter& align() {
-    while (bits_.size() % 8 != 0) bits_.push_back(true);
-    return *this;
-  }
+  BitWriter& put(uint32_t value, int32_t n) { return bits_.put(value, n), *this; }
+  BitWriter& align() { return bits_.align(true), *this; }
   // The next field: `value` is appended; in a replay n bits are read.
   int32_t field(int32_t n, int32_t value) {
     if (!replayed_) return put(static_cast<uint32_t>(value), n), value;
     for (value = 0; n > 0; --n) value = 2 * value + bitAt(static_cast<size_t>(start_ + replayedBits_++));
     return value;
   }
-  int32_t size() const {  // bits put or replayed
-    return replayed_ ? replayedBits_ : static_cast<int32_t>(bits_.size()) - start_;
-  }
+  int32_t size() const { return replayed_ ? replayedBits_ : bits_.size() - start_; }  // bits put or replayed
 
   // The same bits, `flips` of those behind `from` flipped, to be read from there.
   BitWriter replay(int32_t from, int32_t flips) const {
     BitWriter other(start_);
     other.bits_ = bits_;
     for (int32_t i = 0; i < flips; ++i)
-      other.bits_[static_cast<size_t>(start_ + from + drawBelow(size() - from))].flip();
+      other.bits_.flip(static_cast<size_t>(start_ + from + below(size() - from)));
     other.replayed_ = true;
     other.replayedBits_ = from;
     return other;
@@ -68,13 +59,15 @@ class BitWriter {
 
  private:
   int32_t bitAt(size_t i) const {  // some pattern behind the bits put
-    return i < bits_.size() ? bits_[i] : static_cast<uint8_t>(i / 8 * 167 + 0xB7) >> (7 - i % 8) & 1;
+    return i < static_cast<size_t>(bits_.size())
+               ? bits_[i]
+               : static_cast<uint8_t>(i / 8 * 167 + 0xB7) >> (7 - i % 8) & 1;
   }
 
   int32_t start_;
   bool replayed_ = false;
   int32_t replayedBits_ = 0;
-  std::vector<bool> bits_;
+  Bits bits_;
   std::unique_ptr<GuardPage> page_;
 };
 

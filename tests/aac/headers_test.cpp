@@ -49,7 +49,7 @@ void putPce(BitWriter& out, MoxAacPrgCfgElt& pce, int32_t commentBytes) {
   out.put(static_cast<uint32_t>(commentBytes), 8);
   pce.commentFieldBytes = commentBytes;
   for (int32_t i = 0; i < commentBytes; ++i) {
-    pce.commentFieldData[i] = static_cast<uint8_t>(draw(8));
+    pce.commentFieldData[i] = static_cast<uint8_t>(drawBits(8));
     out.put(pce.commentFieldData[i], 8);
   }
 }
@@ -59,7 +59,7 @@ TEST(AdtsHeader, FieldsAndWhatStaysUntouched) {
     auto got = noiseRecord<MoxAacADTSFrameHeader>();
     MoxAacADTSFrameHeader want = got;
     BitWriter out;
-    out.put(draw(12), 12);
+    out.put(drawBits(12), 12);
     using Adts = MoxAacADTSFrameHeader;
     for (const auto& [bits, field] : {std::pair{1, &Adts::id},
                                       {2, &Adts::layer},
@@ -87,7 +87,7 @@ TEST(AdtsHeader, FieldsAndWhatStaysUntouched) {
 
 TEST(PrgCfgElt, EveryFieldFromEveryOffset) {
   for (int round = 0; round < 400; ++round) {
-    const int32_t comments[] = {0, 255, static_cast<int32_t>(draw(8))};
+    const int32_t comments[] = {0, 255, static_cast<int32_t>(drawBits(8))};
     auto got = noiseRecord<MoxAacPrgCfgElt>();
     MoxAacPrgCfgElt want = got;
     BitWriter out(round % 8);
@@ -104,12 +104,12 @@ TEST(AdifHeader, ReadsAllElementsOrRefusesTheirNumber) {
     auto got = noiseRecord<MoxAacADIFHeader>();
     MoxAacADIFHeader want = got;
     BitWriter out;
-    const uint32_t id = draw(32);
+    const uint32_t id = drawBits(32);
     want.adifId = static_cast<int32_t>(id);
     out.put(id, 32);
     put(out, 1, want.copyrightIdPresent);
     if (want.copyrightIdPresent)
-      for (uint8_t& byte : want.copyrightId) out.put(byte = static_cast<uint8_t>(draw(8)), 8);
+      for (uint8_t& byte : want.copyrightId) out.put(byte = static_cast<uint8_t>(drawBits(8)), 8);
     put(out, 1, want.originalCopy);
     put(out, 1, want.home);
     put(out, 1, want.bitstreamType);
@@ -125,7 +125,7 @@ TEST(AdifHeader, ReadsAllElementsOrRefusesTheirNumber) {
     std::memcpy(wantElements, before, sizeof elements);
     for (int32_t i = 0; i < want.numPrgCfgElt; ++i) {
       if (want.bitstreamType == 0) put(out, 20, want.bufferFullness[i]);
-      putPce(out, wantElements[i], static_cast<int32_t>(draw(4)));
+      putPce(out, wantElements[i], static_cast<int32_t>(drawBits(4)));
     }
 
     for (int32_t max = 0; max <= 17; ++max) {

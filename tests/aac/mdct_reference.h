@@ -1,13 +1,13 @@
 // The AAC filter bank in double precision, straight from the formulas.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <vector>
 
-namespace moxtest {
+#include "support/direct_forms.h"
 
-inline constexpr double kPi = std::numbers::pi;
+namespace moxtest {
 
 // Rising slope of length n: shape 0 sine, 1 Kaiser-Bessel derived.
 inline std::vector<double> slopeReference(int shape, int n) {
@@ -28,22 +28,6 @@ inline std::vector<double> slopeReference(int shape, int n) {
   for (size_t i = 0; i < w.size(); ++i) w[i] = std::sqrt((sum += kernel[i]) / all);
   return w;
 }
-
-// One transform of 2M samples: weight w(n) X(k) cos(2 pi/N (n + n0)(k + 1/2)), by a table of cosines.
-class MdctReference {
- public:
-  explicit MdctReference(int lines) : M(lines) {
-    for (int i = 0; i < 8 * M; ++i) cosine_.push_back(std::cos(2 * kPi * i / (8 * M)));
-  }
-  // cos(2 pi/N (n + (M + 1)/2)(k + 1/2)): the angle is (2n + M + 1)(2k + 1) eighths of a 1/M turn.
-  double basis(int n, int k) const {
-    return cosine_[static_cast<size_t>((int64_t{2 * n + M + 1} * (2 * k + 1)) % (8 * M))];
-  }
-  const int M;
-
- private:
-  std::vector<double> cosine_;
-};
 
 // One frame: its four windows sequences as the standard draws them.
 struct FrameReference {
@@ -66,40 +50,31 @@ struct FrameReference {
                    : kShort[shape][static_cast<size_t>(255 - n)];
   }
 
-  // Calls visit(transform, window, first sample, first line, window function) for each transform.
+  // Calls visit(N, first line, first sample, window function) for each transform.
   template <class Visit>
   void forEachTransform(Visit&& visit) const {
-    static const MdctReference kLong(1024), kShort(128);
-    if (sequence != 2) {
-      visit(kLong, 0, 0, [&](int n) { return longWindow(n); });
-      return;
-    }
+    if (sequence != 2) return visit(2048, 0, 0, [&](int n) { return longWindow(n); });
     for (int w = 0; w < 8; ++w)
-      visit(kShort, 128 * w, 448 + 128 * w, [&, w](int n) { return shortWindow(w, n); });
+      visit(256, 128 * w, 448 + 128 * w, [&, w](int n) { return shortWindow(w, n); });
   }
 
   // 2048 windowed, aliased samples.
   std::vector<double> inverse(const std::vector<double>& X) const {
     std::vector<double> x(2048);
-    forEachTransform([&](const MdctReference& t, int line, int first, auto window) {
-      for (int n = 0; n < 2 * t.M; ++n) {
-        double sum = 0;
-        for (int k = 0; k < t.M; ++k) sum += X[static_cast<size_t>(line + k)] * t.basis(n, k);
-        x[static_cast<size_t>(first + n)] += window(n) * sum / t.M;
-      }
+    forEachTransform([&](int N, int line, int first, auto window) {
+      const auto samples = directImdct(X.data() + line, N);
+      for (int n = 0; n < N; ++n) x.data()[first + n] += window(n) * samples.data()[n];
     });
     return x;
   }
 
   std::vector<double> forward(const std::vector<double>& x) const {
     std::vector<double> X(1024);
-    forEachTransform([&](const MdctReference& t, int line, int first, auto window) {
-      for (int k = 0; k < t.M; ++k) {
-        double sum = 0;
-        for (int n = 0; n < 2 * t.M; ++n)
-          sum += window(n) * x[static_cast<size_t>(first + n)] * t.basis(n, k);
-        X[static_cast<size_t>(line + k)] = 2 * sum;
-      }
+    forEachTransform([&](int N, int line, int first, auto window) {
+      std::vector<double> windowed;
+      for (int n = 0; n < N; ++n) windowed.push_back(window(n) * x.data()[first + n]);
+      const auto lines = directMdct(windowed.data(), N);
+      std::copy(lines.begin(), lines.end(), X.begin() + line);
     });
     return X;
   }

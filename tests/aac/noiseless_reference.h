@@ -7,47 +7,30 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
-#include <map>
-#include <sstream>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "aac/band_tables.h"
 #include "aac/stream_model.h"
 #include "moxac/aac.h"
-#include "support/source_path.h"
+#include "support/code_book.h"
 
 namespace moxtest {
 
-// (length, code) -> values; for the scale-factor book the one value is the difference.
-using CodeBook = std::map<std::pair<int32_t, uint32_t>, std::vector<int32_t>>;
-
-inline std::vector<std::vector<std::string>> readCsv(const std::string& name) {
-  std::ifstream file(moxtest::sourcePath(std::string("tools/tables/") + name));
-  std::vector<std::vector<std::string>> rows;
-  for (std::string line; std::getline(file, line);) {
-    std::istringstream cells(line);
-    rows.emplace_back();
-    for (std::string cell; std::getline(cells, cell, ',');) rows.back().push_back(cell);
-  }
-  rows.erase(rows.begin());
-  return rows;
-}
+using AacBook = CodeBook<std::vector<int32_t>>;  // for the scale-factor book the one value is the difference
 
 // Book 0 is the scale-factor book.
-inline const std::array<CodeBook, 12>& codeBooks() {
+inline const std::array<AacBook, 12>& codeBooks() {
   static const auto books = [] {
-    std::array<CodeBook, 12> made;
-    for (const auto& row : readCsv("aac_huffman_scalefactor.csv"))
-      made[0][{std::stoi(row[1]), std::stoul(row[2])}] = {std::stoi(row[0]) - 60};
-    for (const auto& row : readCsv("aac_huffman_spectral.csv")) {
+    std::array<AacBook, 12> made;
+    for (const auto& row : csvRows("aac_huffman_scalefactor.csv"))
+      made[0].add({std::stoi(row[0]) - 60}, std::stoi(row[1]), static_cast<uint32_t>(std::stoul(row[2])));
+    for (const auto& row : csvRows("aac_huffman_spectral.csv")) {
       std::vector<int32_t> values;
       for (size_t i = 1; i <= 4; ++i)
         if (!row[i].empty()) values.push_back(std::stoi(row[i]));
-      made[static_cast<size_t>(std::stoi(row[0]))][{std::stoi(row[6]), std::stoul(row[7])}] = values;
+      made[static_cast<size_t>(std::stoi(row[0]))].add(values, std::stoi(row[6]),
+                                                       static_cast<uint32_t>(std::stoul(row[7])));
     }
     return made;
   }();
@@ -85,14 +68,14 @@ class NoiselessModel {
     if (!mode.mpeg4 && mode.maxSfb > to.numSwb) return -162;
 
     const int32_t pieceBits = isShort ? 3 : 5, escape = (1 << pieceBits) - 1;
-    const int32_t longest = 1 << drawBelow(draw(1) != 0 ? 2 : 6);
+    const int32_t longest = 1 << below(drawBits(1) != 0 ? 2 : 6);
     for (int32_t g = 0; g < mode.numGroups; ++g) {
       to.numSec[g] = 0;
       int32_t end = 0;
       while (end < mode.maxSfb && to.numSec[g] < mode.maxSfb) {
         const int32_t start = end;
         const int32_t book = stream_.field(4, drawnBook(mode));
-        int32_t left = std::min(1 + drawBelow(longest), mode.maxSfb - start);
+        int32_t left = std::min(1 + below(longest), mode.maxSfb - start);
         for (;;) {
           const int32_t piece = stream_.field(pieceBits, std::min(left, escape));
           end += piece, left -= piece;
@@ -130,7 +113,7 @@ class NoiselessModel {
     if (mode.layer) {
       to.pulseDataPresent = to.tnsDataPresent = to.gainControlDataPresent = 0;
     } else {
-      to.pulseDataPresent = stream_.field(1, isShort ? 0 : drawBelow(2));
+      to.pulseDataPresent = stream_.field(1, isShort ? 0 : below(2));
       if (to.pulseDataPresent != 0) {
         if (isShort) return -160;
         pulses = bits(2) + 1;
@@ -162,7 +145,7 @@ class NoiselessModel {
           for (int32_t* v = tuple; book == 11 && v < group + line; ++v) {
             if (std::abs(*v) != 16) continue;
             int32_t size = 4;
-            for (int32_t ones = drawBelow(9); stream_.field(1, ones > 0) != 0; --ones)
+            for (int32_t ones = below(9); stream_.field(1, ones > 0) != 0; --ones)
               if (++size > 12) return -163;
             const int32_t magnitude = (1 << size) + bits(size);
             *v = *v < 0 ? -magnitude : magnitude;
@@ -186,7 +169,7 @@ class NoiselessModel {
   static size_t at(int32_t i) { return static_cast<size_t>(i); }
 
   static int32_t drawnBook(const Mode& mode) {
-    const int32_t book = mode.onlyBook >= 0 ? mode.onlyBook : drawBelow(15);
+    const int32_t book = mode.onlyBook >= 0 ? mode.onlyBook : below(15);
     return book < 12 ? book : book == 12 && !mode.mpeg4 ? 0 : book + 1;  // 12 is reserved, 13 is MPEG-4's
   }
 
@@ -198,19 +181,16 @@ class NoiselessModel {
 
   // The values of a code word; a drawn one has a first value of at most `most`.
   const std::vector<int32_t>& word(int32_t book, int32_t most = 255) {
-    const CodeBook& codes = codeBooks()[at(book)];
+    const AacBook& words = codeBooks()[at(book)];
+    const auto& codes = words.symbols;
     auto drawn = codes.begin();
     do
       drawn = std::next(codes.begin(),
-                        drawBelow(static_cast<int32_t>(draw(1) != 0 ? 1 + codes.size() / 8 : codes.size())));
+                        below(static_cast<int32_t>(drawBits(1) != 0 ? 1 + codes.size() / 8 : codes.size())));
     while (drawn->second[0] > most);
-    uint32_t code = 0;
-    for (int32_t length = 1;; ++length) {
-      const int32_t left = drawn->first.first - length;
-      code =
-          2 * code + static_cast<uint32_t>(stream_.field(1, left < 0 ? 0 : drawn->first.second >> left & 1));
-      if (const auto found = codes.find({length, code}); found != codes.end()) return found->second;
-    }
+    int32_t left = drawn->first.first;
+    return words.walk(
+        [&] { return --left, stream_.field(1, left < 0 ? 0 : drawn->first.second >> left & 1); });
   }
 
   bool tns(bool isShort, MoxAacChanStream& to, NoiselessOutput& out) {

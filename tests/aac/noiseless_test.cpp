@@ -60,22 +60,22 @@ void run(BitWriter& laid, const Call& call, Outcome& got) {
 // One random stream, as drawn and then with flipped bits: the operation must leave exactly what the model
 // leaves, and load no byte more than three past the last one that it consumed bits from.
 void roundAgainstModel(int round, int32_t onlyBook, std::map<moxStatus, int>& statuses, int& full) {
-  const int32_t rate = drawBelow(12);
-  Call call{.mpeg4 = draw(1) != 0,
-            .commonWindow = draw(1) != 0,
+  const int32_t rate = below(12);
+  Call call{.mpeg4 = drawBits(1) != 0,
+            .commonWindow = drawBits(1) != 0,
             .layer = false,
-            .objectType = 1 + drawBelow(4),
+            .objectType = 1 + below(4),
             .windowSequence = 99,
             .maxSfb = 99};
-  call.layer = call.mpeg4 && draw(2) == 0;
+  call.layer = call.mpeg4 && drawBits(2) == 0;
   Outcome before;
   before.stream.samplingRateIndex = rate;
-  before.stream.predSfbMax = call.mpeg4 ? drawBelow(42) : 0;
+  before.stream.predSfbMax = call.mpeg4 ? below(42) : 0;
   Outcome head = before;
 
   BitWriter sound(round % 8), noStream;
   put(sound, 8, head.stream.globalGain);
-  const bool beyond = draw(call.layer ? 1 : 4) == 0;  // maxSfb may exceed the bands there are
+  const bool beyond = drawBits(call.layer ? 1 : 4) == 0;  // maxSfb may exceed the bands there are
   const bool readsIcs = !call.layer && !call.commonWindow;
   IcsOptions options{.predSfbMax = before.stream.predSfbMax,
                      .maxSfbLong = beyond ? 51 : moxac::aac::kNumSwbLong[rate],
@@ -85,7 +85,7 @@ void roundAgainstModel(int round, int32_t onlyBook, std::map<moxStatus, int>& st
   putIcsInfo(readsIcs ? sound : noStream, options, head.ics);
   if (call.layer) {
     call.windowSequence = head.ics.windowSequence;
-    if (beyond) head.ics.maxSfb = drawBelow(52);  // of short windows, too
+    if (beyond) head.ics.maxSfb = below(52);  // of short windows, too
     call.maxSfb = head.ics.maxSfb;
     head.main.numWindowGroups = before.main.numWindowGroups = head.ics.numWindowGroups;
     std::copy_n(head.ics.windowGroupLen, 8, head.main.windowGroupLen);

@@ -14,21 +14,8 @@ namespace moxtest {
 
 // A field of any value up to `most`.
 inline void put(BitWriter& out, int32_t bits, int32_t& field, int32_t most = INT32_MAX) {
-  const auto value = static_cast<int32_t>(draw(bits));
+  const auto value = static_cast<int32_t>(drawBits(bits));
   field = out.field(bits, value > most ? value % (most + 1) : value);
-}
-
-template <class Record>
-Record noiseRecord() {
-  Record record;
-  Block<uint8_t> bytes(sizeof record);
-  std::memcpy(&record, bytes, sizeof record);
-  return record;
-}
-
-template <class Record>
-bool same(const Record& a, const Record& b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 inline void putGrouping(BitWriter& out, int32_t& grouping, int32_t& groups, int32_t* groupLen) {

@@ -20,8 +20,8 @@ TEST(ChanPair, PredictionOrInMpeg4TheLongTermDataOfBothChannels) {
     auto pair = noiseRecord<MoxAacChanPairElt>(), wantPair = pair;
     auto holder = noiseRecord<MoxAacMainHeader>(), wantHolder = holder;
     const bool mpeg4 = round % 16 < 8;
-    const int32_t objectType = drawBelow(6);
-    IcsOptions options{.predSfbMax = drawBelow(mpeg4 ? 52 : 42),
+    const int32_t objectType = below(6);
+    IcsOptions options{.predSfbMax = below(mpeg4 ? 52 : 42),
                        .ltpHolder = mpeg4 && objectType != 1 ? &wantHolder : nullptr,
                        .maxSfbLong = 63};
     BitWriter out(round % 8);
@@ -76,7 +76,7 @@ TEST(Payload, DataStreamAndFillElementsOfEveryLength) {
     }
   for (int32_t count = 0; count <= 269; ++count) {
     BitWriter out(count % 8);
-    if (count < 14 || (count == 14 && draw(1) != 0))  // 14 has two codings
+    if (count < 14 || (count == 14 && drawBits(1) != 0))  // 14 has two codings
       out.put(static_cast<uint32_t>(count), 4);
     else
       out.put(15, 4).put(static_cast<uint32_t>(count) - 14, 8);
@@ -140,7 +140,7 @@ TEST(ExtensionHeader, EveryCombinationOfItsParts) {
   for (int round = 0; round < 4 * kRounds; ++round) {
     const int32_t tns = round & 1, stereo = (round >> 1) & 1, diff = (round >> 2) & 1,
                   sequence = (round >> 3) & 3;
-    const int32_t start = draw(1) != 0 ? drawBelow(52) : 0, end = drawBelow(52);
+    const int32_t start = drawBits(1) != 0 ? below(52) : 0, end = below(52);
     const bool isShort = sequence == 2;
     Block<uint8_t> mask(480), wantMask(mask);
     auto header = noiseRecord<MoxAacExtensionHeader>();

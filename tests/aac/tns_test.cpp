@@ -15,6 +15,7 @@ namespace {
 
 using namespace moxac;
 using namespace moxac::aac;
+using moxtest::below;
 using moxtest::Block;
 using moxtest::expectNeedsEveryPointer;
 
@@ -72,21 +73,19 @@ void filterRange(Block<int32_t>& x, int64_t start, int64_t end, int32_t directio
   std::copy(lines.begin(), lines.end(), x.begin() + start);
 }
 
-int32_t draw(int32_t n) { return static_cast<int32_t>(moxtest::noise()() % static_cast<uint32_t>(n)); }
-
 TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
   for (int round = 0; round < 3000; ++round) {
     Tns t;
     const bool isShort = round % 2 == 1;
     t.windowLen = isShort ? 128 : 1024;
-    t.rate = draw(12);
+    t.rate = below(12);
     const SwbTable swb = swbTable(t.rate, t.windowLen);
-    t.maxSfb = draw(8) == 0 ? draw(swb.numSwb + 1) : swb.numSwb;
-    for (int8_t& c : t.coef) c = static_cast<int8_t>(draw(16) - 8);
+    t.maxSfb = below(8) == 0 ? below(swb.numSwb + 1) : swb.numSwb;
+    for (int8_t& c : t.coef) c = static_cast<int8_t>(below(16) - 8);
     if (round % 8 == 6) std::fill_n(t.coef, 96, int8_t{0});  // M <= 2^26: the shift stays 31
 
-    Block<int32_t> x(1024, 4 * draw(4)), y(x);
-    const int headroom = draw(3) == 0 ? 0 : 8;  // without headroom the outputs wrap
+    Block<int32_t> x(1024, 4 * below(4)), y(x);
+    const int headroom = below(3) == 0 ? 0 : 8;  // without headroom the outputs wrap
     for (int i = 0; i < 1024; ++i) x[i] = y[i] = x[i] >> headroom;
     Block<int32_t> wantX(x), wantY(y);
     const int32_t limit =
@@ -94,15 +93,15 @@ TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
     int filters = 0, directions = 0;
     const int8_t* coef = t.coef;
     for (int w = 0; w < (isShort ? 8 : 1); ++w) {
-      t.numFilt[w] = draw(isShort ? 2 : 4);
-      t.coefRes[w] = 3 + draw(2);
+      t.numFilt[w] = below(isShort ? 2 : 4);
+      t.coefRes[w] = 3 + below(2);
       int32_t top = swb.numSwb;
       for (int i = 0; i < t.numFilt[w]; ++i, ++filters) {
-        t.length[filters] = draw(top + 1);
-        t.order[filters] = draw(isShort ? 8 : 13);
+        t.length[filters] = below(top + 1);
+        t.order[filters] = below(isShort ? 8 : 13);
         const int32_t bottom = top - t.length[filters];
         if (const int32_t order = t.order[filters]; order > 0) {
-          t.direction[directions] = draw(2);
+          t.direction[directions] = below(2);
           const int64_t start = 128 * w + swb.offset[std::min(limit, bottom)];
           const int64_t end = 128 * w + swb.offset[std::min(limit, top)];
           filterRange(wantX, start, end, t.direction[directions], coef, order, t.coefRes[w], true);
@@ -123,9 +122,9 @@ TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
 TEST(Tns, EncodingUndoesDecoding) {
   for (int round = 0; round < 200; ++round) {
     Tns t;
-    t.numFilt[0] = 1, t.length[0] = 40, t.order[0] = 1 + draw(12), t.coefRes[0] = 4;
-    t.direction[0] = draw(2);
-    for (int8_t& c : t.coef) c = static_cast<int8_t>(draw(9) - 4);
+    t.numFilt[0] = 1, t.length[0] = 40, t.order[0] = 1 + below(12), t.coefRes[0] = 4;
+    t.direction[0] = below(2);
+    for (int8_t& c : t.coef) c = static_cast<int8_t>(below(9) - 4);
     Block<int32_t> x(1024);
     for (int32_t& v : x) v >>= 12;
     const Block<int32_t> before(x);

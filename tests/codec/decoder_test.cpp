@@ -60,7 +60,8 @@ TEST(Decoder, EveryBundledStreamEqualsItsReferenceWithinOneBit) {
     std::printf("  %-34s 16-bit: max %.0f LSB, rms %.4f LSB; float: max %.4f LSB\n",
                 std::filesystem::path(path).filename().c_str(), worst, rms, worstFloat);
     EXPECT_LE(worst, 1);
-    EXPECT_LT(rms, 0.35);
+    // Of Layer III only ties may fall to different sides.
+    EXPECT_LT(rms, path.ends_with(".mp3") ? 0.06 : 0.1);
     // Parametric stereo fades in from silence in the reference; here it begins with what was there, the mono signal.
     EXPECT_LE(worstFloat, path.ends_with(".mp3") ? 0.52 : path.find("heaacv2") != path.npos ? 1.5 : 1);
   }

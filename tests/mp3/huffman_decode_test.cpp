@@ -11,13 +11,16 @@
 #include "mp3/mp3_stream.h"
 #include "support/block.h"
 #include "support/guard_page.h"
+#include "support/refusals.h"
 
 namespace {
 
 using moxtest::BitReader;
-using moxtest::BitString;
+using moxtest::Bits;
 using moxtest::draw;
+using moxtest::Faults;
 using moxtest::layer3Codes;
+using moxtest::randomValue;
 
 enum class Form { builtIn, sfb, mbp };
 
@@ -126,16 +129,8 @@ Call randomCall() {
   call.header.id = draw(0, 1);
   call.header.layer = 1;
   call.header.samplingFreq = draw(0, 2);
-  MoxMp3SideInfo& r = call.record;
-  r.bigVals = draw(0, 3) == 0 ? 288 : draw(0, 288);
-  r.winSwitch = draw(0, 1);
-  r.blockType = r.winSwitch == 1 ? draw(1, 3) : 0;
-  r.mixedBlock = draw(0, 1);
-  r.reg0Cnt = draw(0, 15);
-  r.reg1Cnt = draw(0, std::min(7, 20 - r.reg0Cnt));
-  for (int32_t& t : r.tableSelect) t = draw(0, 31);
-  if (r.winSwitch == 1) r.tableSelect[2] = r.reg0Cnt = r.reg1Cnt = 99;  // never looked at
-  r.cnt1TabSel = draw(0, 1);
+  call.record = moxtest::randomRegions();
+  if (call.record.winSwitch == 1) call.record.reg0Cnt = call.record.reg1Cnt = 99;  // never looked at
   call.bitOffset = draw(0, 7);
   const int16_t *const ownLong = moxac::mp3::kSfbLong[0], *const ownShort = moxac::mp3::kSfbShort[0];
   call.longBands.assign(ownLong, ownLong + 6 * 23);
@@ -154,17 +149,8 @@ Call randomCall() {
   return call;
 }
 
-// What a table can code, small and large values alike, escapes of every width.
-int32_t randomValue(int32_t table) {
-  const auto& t = layer3Codes().tables[static_cast<size_t>(table)];
-  if (t.book == nullptr) return 0;
-  int32_t magnitude = draw(0, t.width - 1);
-  if (magnitude == 15 && t.linBits > 0) magnitude += draw(0, (1 << draw(0, t.linBits)) - 1);
-  return draw(0, 1) == 1 ? -magnitude : magnitude;
-}
-
 // A spectrum in the call's tables and its bits; the count1 region ends where `quads` do.
-std::vector<int32_t> writeSpectrum(const Call& call, BitString& out, int32_t& bigBits) {
+std::vector<int32_t> writeSpectrum(const Call& call, Bits& out, int32_t& bigBits) {
   std::vector<int32_t> lines(576, 0);
   const std::vector<int32_t> ends = regionEnds(call);
   int32_t line = 0;
@@ -202,7 +188,7 @@ TEST(Mp3HuffmanDecode, WrittenSpectraComeBackFromEveryTable) {
     SCOPED_TRACE(round);
     Call call = randomCall();
     if (round < 320) call.record.tableSelect[0] = round / 10;
-    BitString bits;
+    Bits bits;
     int32_t bigBits = 0;
     const std::vector<int32_t> lines = writeSpectrum(call, bits, bigBits);
     call.hufSize = bits.size();
@@ -222,7 +208,7 @@ TEST(Mp3HuffmanDecode, EveryEndStopsAsTheReferenceDoes) {
   for (int round = 0; round < 6000; ++round) {
     SCOPED_TRACE(round);
     Call call = randomCall();
-    BitString bits;
+    Bits bits;
     int32_t bigBits = 0;
     if (draw(0, 1) == 1) writeSpectrum(call, bits, bigBits);
     const int32_t whole = bits.size();
@@ -244,35 +230,12 @@ TEST(Mp3HuffmanDecode, PairsTakeAtMost36Bits) {
   call.record.bigVals = 288;
   call.hufSize = 1;
   for (int32_t& table : call.record.tableSelect) table = 23;
-  BitString bits;
+  Bits bits;
   for (int i = 0; i < 288; ++i) layer3Codes().putPair(bits, 23, 8206, -8206);
   EXPECT_EQ(bits.size(), 288 * 36);
   std::vector<uint8_t> data = bits.bytes(call.bitOffset);
   data.resize(data.size() + 3);
   expectReference(call, data, reference(call, data.data()));
-}
-
-TEST(Mp3HuffmanDecode, EveryGranuleOfTheStreams) {
-  for (const moxtest::Mp3Stream& stream : moxtest::allMp3Streams())
-    for (const moxtest::Mp3Granule& g : stream.granules) {
-      SCOPED_TRACE(stream.name);
-      Call call;
-      call.header = g.header;
-      call.record = g.record;
-      int8_t scaleFactors[39] = {};
-      const uint8_t* p = stream.mainData.data() + g.firstBit / 8;
-      call.bitOffset = static_cast<int32_t>(g.firstBit % 8);
-      const int32_t before = call.bitOffset;
-      const uint8_t* const start = p;
-      moxsUnpackScaleFactors_MP3_1u8s(&p, &call.bitOffset, scaleFactors, &call.record, g.scfsi, &g.header,
-                                      g.granule, g.channel);
-      call.hufSize = g.record.part23Len - static_cast<int32_t>(8 * (p - start)) - call.bitOffset + before;
-      const Result got = decode(call, p), want = reference(call, p);
-      ASSERT_EQ(got.status, moxStatusOk);
-      ASSERT_EQ(got.position, want.position);
-      ASSERT_EQ(got.bound, want.bound);
-      ASSERT_EQ(got.lines, want.lines);
-    }
 }
 
 TEST(Mp3HuffmanDecode, ATableNumberIsCheckedWhenItsRegionComes) {
@@ -285,7 +248,7 @@ TEST(Mp3HuffmanDecode, ATableNumberIsCheckedWhenItsRegionComes) {
       call.record.bigVals = 288;
       call.record.tableSelect[0] = 13;
       call.record.tableSelect[1] = bad;
-      BitString bits;
+      Bits bits;
       for (int i = 0; i < 400; ++i) bits.put(moxtest::noiseValue<uint32_t>(), 31);
       const std::vector<uint8_t> data = bits.bytes();
       call.hufSize = call.record.part23Len = 4000;
@@ -315,94 +278,69 @@ TEST(Mp3HuffmanDecode, ATableNumberIsCheckedWhenItsRegionComes) {
     }
 }
 
-// Every field out of range, in the order in which faults are reported: with faults i, i+1, ... present at
-// once, fault i's status comes back and nothing is written.
-struct Fault {
-  moxStatus status;
-  void (*inflict)(Call&);
-};
-
-void expectFaultOrder(Form form, const std::vector<Fault>& faults) {
-  const std::vector<uint8_t> data(2000, 0x5A);
-  for (size_t from = 0; from < faults.size(); ++from) {
-    Call call = randomCall();
-    call.form = form;
-    call.record.winSwitch = 0;
-    call.record.blockType = call.record.reg0Cnt = call.record.reg1Cnt = 0;
-    call.hufSize = call.record.part23Len = 100;
-    for (size_t i = faults.size(); i-- > from;) faults[i].inflict(call);
-    const Result got = decode(call, data.data());
-    EXPECT_EQ(got.status, faults[from].status) << "fault " << from;
-    EXPECT_EQ(got.lines[0], -99999);
-    EXPECT_EQ(got.bound, -77);
-    EXPECT_EQ(got.position, call.bitOffset);
-  }
-}
-
 TEST(Mp3HuffmanDecode, RefusesInOrder) {
   constexpr moxStatus side = moxStatusMp3SideInfoErr, head = moxStatusMp3FrameHeaderErr;
-  const Fault offsetHigh = {moxStatusOutOfRange, [](Call& c) { c.bitOffset = 8; }};
-  const Fault offsetLow = {moxStatusOutOfRange, [](Call& c) { c.bitOffset = -1; }};
-  const Fault id = {head, [](Call& c) { c.header.id = 2; }};
-  const Fault idLow = {head, [](Call& c) { c.header.id = -1; }};
-  const Fault layer = {head, [](Call& c) { c.header.layer = 2; }};
-  const Fault rate = {head, [](Call& c) { c.header.samplingFreq = 3; }};
-  const Fault rateLow = {head, [](Call& c) { c.header.samplingFreq = -1; }};
-  const Fault big = {side, [](Call& c) { c.record.bigVals = 289; }};
-  const Fault bigLow = {side, [](Call& c) { c.record.bigVals = -1; }};
-  const Fault type = {side, [](Call& c) { c.record.blockType = 4; }};
-  const Fault window = {side, [](Call& c) { c.record.winSwitch = 2; }};
-  const Fault switchedNormal = {side, [](Call& c) { c.record.winSwitch = 1, c.record.blockType = 0; }};
-  const Fault count1 = {side, [](Call& c) { c.record.cnt1TabSel = 2; }};
-  const Fault regions = {side, [](Call& c) { c.record.reg0Cnt = 14, c.record.reg1Cnt = 7; }};
-  const Fault regionLow = {side, [](Call& c) { c.record.reg1Cnt = -1; }};
-  const auto sizeAs = [](moxStatus status) {
-    return std::pair{Fault{status, [](Call& c) { c.hufSize = -1; }},
-                     Fault{status, [](Call& c) { c.hufSize = c.record.part23Len + 1; }}};
+  const std::vector<uint8_t> data(2000, 0x5A);
+  const auto expect = [&](Form form, const Faults<Call>& faults) {
+    const auto make = [&] {
+      Call call = randomCall();
+      call.form = form;
+      call.record.winSwitch = call.record.blockType = call.record.reg0Cnt = call.record.reg1Cnt = 0;
+      for (int32_t& table : call.record.tableSelect) table = 1;
+      call.record.bigVals = 20;
+      call.hufSize = call.record.part23Len = 4000;
+      return call;
+    };
+    faults.expectInOrder(make, [&](const Call& call) {
+      const Result got = decode(call, data.data());
+      EXPECT_TRUE(got.status >= moxStatusOk ||
+                  (got.lines[0] == -99999 && got.bound == -77 && got.position == call.bitOffset));
+      return got.status;
+    });
   };
+  const auto offset = Faults<Call>().range(moxStatusOutOfRange, FIELD(Call, bitOffset), 0, 7);
+  const auto size = [](moxStatus status) {
+    return Faults<Call>().range(status, FIELD(Call, hufSize), 0, 4000);
+  };
+  const auto id = Faults<Call>().range(head, FIELD(Call, header.id), 0, 1);
+  const auto rate = Faults<Call>()
+                        .range(head, FIELD(Call, header.layer), 1, 1)
+                        .range(head, FIELD(Call, header.samplingFreq), 0, 2);
+  const auto window = Faults<Call>()
+                          .range(side, FIELD(Call, record.bigVals), 0, 288)
+                          .add(side, [](Call& c) { c.record.blockType = 4; })
+                          .add(side, [](Call& c) { c.record.winSwitch = 2; });
+  const auto count1 = Faults<Call>().range(side, FIELD(Call, record.cnt1TabSel), 0, 1);
+  const auto normal =
+      Faults<Call>().add(side, [](Call& c) { c.record.winSwitch = 1, c.record.blockType = 0; });
+  const auto regions = Faults<Call>(rate)
+                           .add(side, [](Call& c) { c.record.reg0Cnt = 14, c.record.reg1Cnt = 7; })
+                           .add(side, [](Call& c) { c.record.reg0Cnt = 0, c.record.reg1Cnt = -1; });
   for (const Form form : {Form::builtIn, Form::sfb}) {
-    const auto [sizeLow, sizeHigh] = sizeAs(moxStatusOutOfRange);
-    expectFaultOrder(form, {offsetHigh, offsetLow, sizeLow, sizeHigh, big, bigLow, type, window, count1, id,
-                            idLow, layer, rate, rateLow, switchedNormal});
-    expectFaultOrder(form, {rate, regions});
-    expectFaultOrder(form, {rate, regionLow});
+    expect(form, Faults<Call>(offset)
+                     .add(size(moxStatusOutOfRange))
+                     .add(window)
+                     .add(count1)
+                     .add(id)
+                     .add(rate)
+                     .add(normal));
+    expect(form, regions);
   }
-  const auto [sizeLow, sizeHigh] = sizeAs(side);
-  expectFaultOrder(Form::mbp, {offsetHigh, offsetLow, id, idLow, big, bigLow, type, window, switchedNormal,
-                               layer, rate, rateLow, count1, sizeLow, sizeHigh});
-  expectFaultOrder(Form::mbp, {rate, regions});
-  expectFaultOrder(Form::mbp, {rate, regionLow});
-}
+  expect(Form::mbp,
+         Faults<Call>(offset).add(id).add(window).add(normal).add(rate).add(count1).add(size(side)));
+  expect(Form::mbp, regions);
 
-TEST(Mp3HuffmanDecode, NullPointersComeFirst) {
   Call call = randomCall();
-  const uint8_t byte[4] = {};
-  const uint8_t* p = byte;
-  const uint8_t* none = nullptr;
+  const uint8_t* p = data.data();
   int32_t k = 8, bound = 0, lines[576];
-  const int16_t* const l = moxac::mp3::kSfbLong[0];
-  const int16_t* const s = moxac::mp3::kSfbShort[0];
-  const int16_t m[12] = {};
-  const auto all = [&](const uint8_t** pp, int32_t* pk, int32_t* dst, int32_t* b, const MoxMp3SideInfo* r,
-                       const MoxMp3FrameHeader* h) {
-    EXPECT_EQ(moxsHuffmanDecode_MP3_1u32s(pp, pk, dst, b, r, h, 0), moxStatusNullPointer);
-    EXPECT_EQ(moxsHuffmanDecodeSfb_MP3_1u32s(pp, pk, dst, b, r, h, 0, l), moxStatusNullPointer);
-    EXPECT_EQ(moxsHuffmanDecodeSfbMbp_MP3_1u32s(pp, pk, dst, b, r, h, 0, l, s, m), moxStatusNullPointer);
+  const int16_t *const longs = moxac::mp3::kSfbLong[0], *const shorts = moxac::mp3::kSfbShort[0],
+                       points[12] = {};
+  const auto nulls = [&](auto op, auto... bands) {
+    moxtest::expectNeedsEveryPointer(op, &p, &k, lines, &bound, &call.record, &call.header, 0, bands...);
   };
-  const MoxMp3SideInfo* const r = &call.record;
-  const MoxMp3FrameHeader* const h = &call.header;
-  all(nullptr, &k, lines, &bound, r, h);
-  all(&none, &k, lines, &bound, r, h);
-  all(&p, nullptr, lines, &bound, r, h);
-  all(&p, &k, nullptr, &bound, r, h);
-  all(&p, &k, lines, nullptr, r, h);
-  all(&p, &k, lines, &bound, nullptr, h);
-  all(&p, &k, lines, &bound, r, nullptr);
-  EXPECT_EQ(moxsHuffmanDecodeSfb_MP3_1u32s(&p, &k, lines, &bound, r, h, 0, nullptr), moxStatusNullPointer);
-  for (int missing = 0; missing < 3; ++missing)
-    EXPECT_EQ(moxsHuffmanDecodeSfbMbp_MP3_1u32s(&p, &k, lines, &bound, r, h, 0, missing == 0 ? nullptr : l,
-                                                missing == 1 ? nullptr : s, missing == 2 ? nullptr : m),
-              moxStatusNullPointer);
+  nulls(moxsHuffmanDecode_MP3_1u32s);
+  nulls(moxsHuffmanDecodeSfb_MP3_1u32s, longs);
+  nulls(moxsHuffmanDecodeSfbMbp_MP3_1u32s, longs, shorts, points);
 }
 
 }  // namespace

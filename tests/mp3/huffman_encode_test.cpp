@@ -10,11 +10,13 @@
 #include "mp3/band_tables.h"
 #include "mp3/layer3_reference.h"
 #include "support/block.h"
+#include "support/refusals.h"
 
 namespace {
 
-using moxtest::BitString;
+using moxtest::Bits;
 using moxtest::draw;
+using moxtest::Faults;
 using moxtest::layer3Codes;
 
 struct Call {
@@ -31,16 +33,8 @@ Call randomCall(int32_t table) {
   call.header.id = call.header.layer = 1;
   call.header.samplingFreq = draw(0, 2);
   MoxMp3SideInfo& r = call.record;
-  r.bigVals = draw(0, 288);
-  r.winSwitch = draw(0, 1);
-  r.blockType = r.winSwitch == 1 ? draw(1, 3) : 0;
-  r.mixedBlock = draw(0, 1);
-  r.reg0Cnt = draw(0, 15);
-  r.reg1Cnt = draw(0, std::min(7, 20 - r.reg0Cnt));
-  for (int32_t& t : r.tableSelect) t = draw(0, 31);
-  if (r.winSwitch == 1) r.tableSelect[2] = 99;  // of an empty region only a negative number is a fault
+  r = moxtest::randomRegions();
   r.tableSelect[0] = table;
-  r.cnt1TabSel = draw(0, 1);
   call.bitOffset = draw(0, 7);
 
   const int32_t big = 2 * r.bigVals;
@@ -50,21 +44,16 @@ Call randomCall(int32_t table) {
   call.ends[2] = big;
   int32_t line = 0;
   for (size_t region = 0; region < 3; ++region)
-    for (; line < call.ends[region]; ++line) {
-      const auto& t = layer3Codes().tables[static_cast<size_t>(r.tableSelect[region])];
-      if (t.book == nullptr) continue;
-      int32_t magnitude = draw(0, t.width - 1);
-      if (magnitude == 15 && t.linBits > 0) magnitude += draw(0, (1 << draw(0, t.linBits)) - 1);
-      call.lines[static_cast<size_t>(line)] = draw(0, 1) == 1 ? -magnitude : magnitude;
-    }
+    for (; line < call.ends[region]; ++line)
+      call.lines[static_cast<size_t>(line)] = moxtest::randomValue(r.tableSelect[region]);
   call.count1Len = draw(0, (576 - big) / 4) * 4;
   for (; line < big + call.count1Len; ++line) call.lines[static_cast<size_t>(line)] = draw(-1, 1);
   return call;
 }
 
 // The bits of the regions before `regions`; with 4 the count1 region's too.
-BitString expectedBits(const Call& call, int32_t regions) {
-  BitString bits;
+Bits expectedBits(const Call& call, int32_t regions) {
+  Bits bits;
   int32_t line = 0;
   for (int32_t r = 0; r < std::min(regions, 3); ++r)
     for (; line < call.ends[r]; line += 2)
@@ -85,7 +74,7 @@ struct Written {
 Written encode(const Call& call) {
   moxtest::Block<uint8_t> out(4096);
   std::fill(out.begin(), out.end(), uint8_t{0x5A});
-  if (call.bitOffset != 0) out[0] = 0;
+  if (call.bitOffset > 0) out[0] = 0;
   uint8_t* p = out;
   int32_t k = call.bitOffset;
   const moxStatus status = moxsHuffmanEncode_MP3_32s1u(call.lines.data(), &p, &k, &call.header, &call.record,
@@ -100,7 +89,7 @@ TEST(Mp3HuffmanEncode, EveryTableWritesItsCodesAndDecodesBack) {
   for (int round = 0; round < 3200; ++round) {
     SCOPED_TRACE(round);
     Call call = randomCall(round / 100);
-    BitString bits = expectedBits(call, 4);
+    Bits bits = expectedBits(call, 4);
     call.hufSize = bits.size() + (draw(0, 1) == 1 ? draw(-20, 100) : 0);
     while (bits.size() < call.hufSize) bits.put(1, 1);
     const Written got = encode(call);
@@ -125,7 +114,7 @@ TEST(Mp3HuffmanEncode, StuffingEndsOnTheBit) {
   call.header.id = call.header.layer = 1;
   for (call.bitOffset = 0; call.bitOffset < 8; ++call.bitOffset)
     for (call.hufSize = -3; call.hufSize < 40; ++call.hufSize) {
-      BitString ones;
+      Bits ones;
       while (ones.size() < call.hufSize) ones.put(1, 1);
       const Written got = encode(call);
       ASSERT_EQ(got.status, moxStatusOk);
@@ -169,7 +158,7 @@ TEST(Mp3HuffmanEncode, AFaultyRegionStopsBehindTheEarlierOnes) {
     call.lines[static_cast<size_t>(end - 1)] = c.magnitude;
     if (c.region < 3) call.record.tableSelect[c.region] = c.table;
     call.hufSize = 8000;
-    const BitString bits = expectedBits(call, c.region);
+    const Bits bits = expectedBits(call, c.region);
     const Written got = encode(call);
     EXPECT_EQ(got.status, moxStatusMp3SideInfoErr);
     EXPECT_EQ(got.bits, bits.size());
@@ -185,55 +174,38 @@ TEST(Mp3HuffmanEncode, AFaultyRegionStopsBehindTheEarlierOnes) {
 
 TEST(Mp3HuffmanEncode, RefusesInOrder) {
   constexpr moxStatus side = moxStatusMp3SideInfoErr, head = moxStatusMp3FrameHeaderErr;
-  struct Fault {
-    moxStatus status;
-    void (*inflict)(Call&);
-  };
-  const Fault faults[] = {
-      {moxStatusOutOfRange, [](Call& c) { c.bitOffset = 8; }},
-      {moxStatusOutOfRange, [](Call& c) { c.bitOffset = -1; }},
-      {side, [](Call& c) { c.record.bigVals = 289; }},
-      {side, [](Call& c) { c.record.bigVals = -1; }},
-      {side, [](Call& c) { c.record.reg0Cnt = 14, c.record.reg1Cnt = 7; }},
-      {side, [](Call& c) { c.record.reg0Cnt = -1, c.record.reg1Cnt = 0; }},
-      {side, [](Call& c) { c.record.reg0Cnt = 0, c.record.reg1Cnt = -1; }},
-      {side, [](Call& c) { c.record.cnt1TabSel = 2; }},
-      {head, [](Call& c) { c.header.id = 0; }},
-      {head, [](Call& c) { c.header.layer = 2; }},
-      {head, [](Call& c) { c.header.samplingFreq = 3; }},
-      {moxStatusOutOfRange, [](Call& c) { c.count1Len = -4; }},
-      {moxStatusOutOfRange, [](Call& c) { c.record.bigVals = 287, c.count1Len = 4; }},
-      {side, [](Call& c) { c.record.tableSelect[0] = -1; }},
-  };
-  const uint8_t before[4] = {1, 2, 3, 4};
-  for (size_t from = 0; from < std::size(faults); ++from) {
+  const auto make = [] {
     Call call = randomCall(1);
-    for (size_t i = std::size(faults); i-- > from;) faults[i].inflict(call);
-    uint8_t out[4];
-    std::memcpy(out, before, 4);
-    uint8_t* p = out;
-    int32_t k = call.bitOffset;
-    EXPECT_EQ(moxsHuffmanEncode_MP3_32s1u(call.lines.data(), &p, &k, &call.header, &call.record,
-                                          call.count1Len, 99),
-              faults[from].status)
-        << from;
-    EXPECT_EQ(p, out);
-    if (from + 1 < std::size(faults)) {
-      EXPECT_EQ(std::memcmp(out, before, 4), 0);
-    }
-  }
+    call.record.winSwitch = call.record.blockType = 0;
+    call.record.bigVals = 144;
+    call.record.tableSelect[0] = call.record.tableSelect[1] = call.record.tableSelect[2] = 1;
+    call.lines.assign(576, 1);
+    call.count1Len = 0;
+    call.hufSize = 99;
+    return call;
+  };
+  Faults<Call>()
+      .range(moxStatusOutOfRange, FIELD(Call, bitOffset), 0, 7)
+      .range(side, FIELD(Call, record.bigVals), 0, 288)
+      .add(side, [](Call& c) { c.record.reg0Cnt = 14, c.record.reg1Cnt = 7; })
+      .add(side, [](Call& c) { c.record.reg0Cnt = -1, c.record.reg1Cnt = 0; })
+      .add(side, [](Call& c) { c.record.reg0Cnt = 0, c.record.reg1Cnt = -1; })
+      .range(side, FIELD(Call, record.cnt1TabSel), 0, 1)
+      .range(head, FIELD(Call, header.id), 1, 1)
+      .range(head, FIELD(Call, header.layer), 1, 1)
+      .range(head, FIELD(Call, header.samplingFreq), 0, 2)
+      .range(moxStatusOutOfRange, FIELD(Call, count1Len), 0, 288)
+      .add(side, [](Call& c) { c.record.tableSelect[0] = -1; })
+      .expectInOrder(make, [](const Call& call) {
+        const Written got = encode(call);
+        EXPECT_TRUE(got.status >= moxStatusOk || got.bits == 0);
+        return got.status;
+      });
   Call call = randomCall(1);
-  uint8_t byte = 0;
-  uint8_t *p = &byte, *none = nullptr;
+  uint8_t byte = 0, *p = &byte;
   int32_t k = 8;
-  for (int i = 0; i < 6; ++i)
-    EXPECT_EQ(moxsHuffmanEncode_MP3_32s1u(i == 0 ? nullptr : call.lines.data(),
-                                          i == 1   ? nullptr
-                                          : i == 2 ? &none
-                                                   : &p,
-                                          i == 3 ? nullptr : &k, i == 4 ? nullptr : &call.header,
-                                          i == 5 ? nullptr : &call.record, 0, 0),
-              moxStatusNullPointer);
+  moxtest::expectNeedsEveryPointer(moxsHuffmanEncode_MP3_32s1u, call.lines.data(), &p, &k, &call.header,
+                                   &call.record, 0, 0);
 }
 
 }  // namespace

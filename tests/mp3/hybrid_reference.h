@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
-namespace moxtest {
+#include "support/direct_forms.h"
 
-inline constexpr double kPi = 3.14159265358979323846;
+namespace moxtest {
 
 // std::array indexed by any integer type.
 template <class T, int N>
@@ -41,10 +41,7 @@ inline double hybridWindow(int blockType, int i) {
   }
 }
 
-// cos(pi (2i + 1 + n/2)(2k + 1) / (2n))
-inline double hybridCosine(int n, int i, int k) {
-  return std::cos(kPi / (2 * n) * (2 * i + 1 + n / 2) * (2 * k + 1));
-}
+inline double hybridCosine(int n, int i, int k) { return MdctBasis::of(n)(i, k); }
 
 // Which window a sub-band of a block takes.
 inline int bandBlockType(int blockType, bool mixed, int band) { return mixed && band < 2 ? 0 : blockType; }

@@ -15,12 +15,17 @@
 #include "mp3/mp3_stream.h"
 #include "support/block.h"
 #include "support/guard_page.h"
+#include "support/refusals.h"
 
 namespace {
 
-using moxtest::BitString;
+using moxtest::Bits;
 using moxtest::Block;
 using moxtest::draw;
+using moxtest::expectNeedsEveryPointer;
+using moxtest::Faults;
+using moxtest::noiseRecord;
+using moxtest::same;
 
 // A record as a row of integers.
 template <class Record>
@@ -28,24 +33,12 @@ int32_t* fields(Record& record) {
   return reinterpret_cast<int32_t*>(&record);
 }
 
-template <class Record>
-Record noiseRecord() {
-  Record record;
-  for (size_t i = 0; i < sizeof(Record) / 4; ++i) fields(record)[i] = moxtest::noiseValue<int32_t>();
-  return record;
-}
-
-template <class Record>
-void expectSameRecord(const Record& got, const Record& want) {
-  EXPECT_EQ(std::memcmp(&got, &want, sizeof want), 0);
-}
-
 TEST(Mp3FrameHeader, FieldsOfAnyHeaderComeOutAndGoBack) {
   constexpr int32_t kWidths[] = {1, 2, 1, 4, 2, 1, 1, 2, 2, 1, 1, 2};
   for (int round = 0; round < 2000; ++round) {
     auto want = noiseRecord<MoxMp3FrameHeader>();
     MoxMp3FrameHeader got = want;
-    BitString bits;
+    Bits bits;
     bits.put(0xFFF, 12);
     for (int i = 0; i < 12; ++i) {
       fields(want)[i] &= (1 << kWidths[i]) - 1;
@@ -60,7 +53,7 @@ TEST(Mp3FrameHeader, FieldsOfAnyHeaderComeOutAndGoBack) {
     const uint8_t* p = page.data();
     ASSERT_EQ(moxsUnpackFrameHeader_MP3(&p, &got), moxStatusOk);
     ASSERT_EQ(p - page.data(), crc ? 6 : 4);
-    ASSERT_NO_FATAL_FAILURE(expectSameRecord(got, want));
+    ASSERT_TRUE(same(got, want));
 
     for (int i = 0; i < 12; ++i)
       if (i != 2) fields(got)[i] |= ~0 << kWidths[i];  // only the low bits are written
@@ -84,7 +77,7 @@ struct SideInfo {
 // fields, the packer in front of them, at bit `packedBits`.
 struct CodedSideInfo {
   SideInfo want;
-  BitString bits;
+  Bits bits;
   int32_t packedBits;
 
   CodedSideInfo(const MoxMp3FrameHeader& header, const SideInfo& before, bool stops) : want(before) {
@@ -153,7 +146,7 @@ TEST(Mp3SideInfo, FieldsComeOutAndGoBackUpToASwitchedBlockOfTheNormalType) {
         moxsUnpackSideInfo_MP3(&p, got.records, &got.mainDataBegin, &got.privateBits, got.scfsi, &header),
         stops ? moxStatusMp3SideInfoErr : moxStatusOk);
     ASSERT_EQ(p - page.data(), coded.bits.size() / 8);
-    ASSERT_NO_FATAL_FAILURE(expectSameRecord(got, coded.want));
+    ASSERT_TRUE(same(got, coded.want));
 
     const auto packedBytes = static_cast<size_t>(coded.packedBits + 7) / 8;
     Block<uint8_t> out(static_cast<int64_t>(packedBytes) + 1);
@@ -231,7 +224,7 @@ void expectScaleFactors(ScaleFactorCall call) {
   Block<int8_t> got(39);
   std::vector<int8_t> want(got.begin(), got.end());
   if (mpeg1) want[21] = 0;
-  BitString bits;
+  Bits bits;
   size_t at = 0;
   for (const Run& run : runs)
     for (int32_t i = 0; i < run.count; ++i, ++at) {
@@ -261,7 +254,7 @@ void expectScaleFactors(ScaleFactorCall call) {
   ASSERT_EQ(std::vector<int8_t>(got.begin(), got.end()), want);
   if (!mpeg1 && record.blockType == 2) call.record.mixedBlock &= 1;
   call.record.preFlag = preFlag;
-  ASSERT_NO_FATAL_FAILURE(expectSameRecord(record, call.record));
+  ASSERT_TRUE(same(record, call.record));
 
   Block<uint8_t> out(static_cast<int64_t>(data.size()) + 1);
   out[0] = 0;  // a byte that is gone on with has zeros below the cursor
@@ -390,109 +383,89 @@ TEST(Mp3BitReservoir, HoldsWhatADecoderCanHold) {
       EXPECT_EQ(reservoir.resBits, 0);
       EXPECT_EQ(reservoir.maxResBits, frame >= 7680 ? 0 : std::min(7680 - frame, 4088));
     }
-  const auto refused = [&](int32_t id, int32_t rate, int32_t freq) {
-    header.id = id, header.bitRateIndex = rate, header.samplingFreq = freq;
-    return moxsBitReservoirInit_MP3(&reservoir, &header);
-  };
-  for (const auto& [id, rate, freq] :
-       {std::array{0, 9, 0}, {2, 9, 0}, {1, 15, 0}, {1, -1, 0}, {1, 9, 3}, {1, 9, -1}})
-    EXPECT_EQ(refused(id, rate, freq), moxStatusMp3FrameHeaderErr);
-  EXPECT_EQ(moxsBitReservoirInit_MP3(nullptr, &header), moxStatusNullPointer);
-  EXPECT_EQ(moxsBitReservoirInit_MP3(&reservoir, nullptr), moxStatusNullPointer);
+  header.samplingFreq = header.bitRateIndex = 0;
+  using Header = MoxMp3FrameHeader;
+  Faults<Header>()
+      .range(moxStatusMp3FrameHeaderErr, FIELD(Header, id), 1, 1)
+      .range(moxStatusMp3FrameHeaderErr, FIELD(Header, bitRateIndex), 0, 14)
+      .range(moxStatusMp3FrameHeaderErr, FIELD(Header, samplingFreq), 0, 2)
+      .expectInOrder([&] { return header; },
+                     [&](const Header& h) { return moxsBitReservoirInit_MP3(&reservoir, &h); });
+  expectNeedsEveryPointer(moxsBitReservoirInit_MP3, &reservoir, &header);
 }
+
+// What the scale-factor operations are called with.
+struct ScaleFactorArguments {
+  MoxMp3FrameHeader header{};
+  MoxMp3SideInfo record{};
+  int32_t offset = 0, granule = 0, channel = 0;
+};
 
 TEST(Mp3Parse, RefusesInOrder) {
   const uint8_t bytes[64] = {};
-  const uint8_t *p = bytes, *none = nullptr;
+  const uint8_t* p = bytes;
   uint8_t buffer[64];
-  uint8_t *w = buffer, *noBuffer = nullptr;
-  MoxMp3FrameHeader header{};
-  header.layer = 1;
+  uint8_t* w = buffer;
   SideInfo side{};
   int8_t values[39];
-  int32_t k = 0;
-
-  EXPECT_EQ(moxsUnpackFrameHeader_MP3(nullptr, &header), moxStatusNullPointer);
-  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&none, &header), moxStatusNullPointer);
-  EXPECT_EQ(moxsUnpackFrameHeader_MP3(&p, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsPackFrameHeader_MP3(nullptr, &w), moxStatusNullPointer);
-  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, nullptr), moxStatusNullPointer);
-  EXPECT_EQ(moxsPackFrameHeader_MP3(&header, &noBuffer), moxStatusNullPointer);
-
-  // Each pointer in turn, with a bad header behind it: the pointer wins.
-  MoxMp3FrameHeader bad = header;
+  int32_t k = 8;
+  MoxMp3FrameHeader header{};
+  header.layer = 1;
+  MoxMp3FrameHeader bad = header;  // the pointer wins over it
   bad.mode = 4;
-  for (int i = 0; i < 7; ++i) {
-    EXPECT_EQ(moxsUnpackSideInfo_MP3(i == 0   ? nullptr
-                                     : i == 1 ? &none
-                                              : &p,
-                                     i == 2 ? nullptr : side.records, i == 3 ? nullptr : &side.mainDataBegin,
-                                     i == 4 ? nullptr : &side.privateBits, i == 5 ? nullptr : side.scfsi,
-                                     i == 6 ? nullptr : &bad),
-              moxStatusNullPointer);
-    if (i < 5) {
-      EXPECT_EQ(moxsPackSideInfo_MP3(i == 2 ? nullptr : side.records,
-                                     i == 0   ? nullptr
-                                     : i == 1 ? &noBuffer
-                                              : &w,
-                                     0, 0, i == 3 ? nullptr : side.scfsi, i == 4 ? nullptr : &bad),
-                moxStatusNullPointer);
-    }
-    EXPECT_EQ(moxsUnpackScaleFactors_MP3_1u8s(i == 0   ? nullptr
-                                              : i == 1 ? &none
-                                                       : &p,
-                                              i == 2 ? nullptr : &(k = 8), i == 3 ? nullptr : values,
-                                              i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi,
-                                              i == 6 ? nullptr : &header, 2, 2),
-              moxStatusNullPointer);
-    EXPECT_EQ(
-        moxsPackScaleFactors_MP3_8s1u(i == 3 ? nullptr : values,
-                                      i == 0   ? nullptr
-                                      : i == 1 ? &noBuffer
-                                               : &w,
-                                      i == 2 ? nullptr : &k, i == 6 ? nullptr : &header,
-                                      i == 4 ? nullptr : side.records, i == 5 ? nullptr : side.scfsi, 0, 0),
-        moxStatusNullPointer);
-  }
+  expectNeedsEveryPointer(moxsUnpackFrameHeader_MP3, &p, &header);
+  expectNeedsEveryPointer(moxsPackFrameHeader_MP3, &header, &w);
+  expectNeedsEveryPointer(moxsUnpackSideInfo_MP3, &p, side.records, &side.mainDataBegin, &side.privateBits,
+                          side.scfsi, &bad);
+  expectNeedsEveryPointer(moxsPackSideInfo_MP3, side.records, &w, 0, 0, side.scfsi, &bad);
+  expectNeedsEveryPointer(moxsUnpackScaleFactors_MP3_1u8s, &p, &k, values, side.records, side.scfsi, &header,
+                          2, 2);
+  expectNeedsEveryPointer(moxsPackScaleFactors_MP3_8s1u, values, &w, &k, &header, side.records, side.scfsi, 0,
+                          0);
 
-  int32_t MoxMp3FrameHeader::*const members[] = {&MoxMp3FrameHeader::id, &MoxMp3FrameHeader::layer,
-                                                 &MoxMp3FrameHeader::mode};
-  const int32_t wrong[][2] = {{-1, 2}, {0, 2}, {-1, 4}};
-  for (int m = 0; m < 3; ++m)
-    for (const int32_t value : wrong[m]) {
-      bad = header;
-      bad.*members[m] = value;
-      EXPECT_EQ(
-          moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin, &side.privateBits, side.scfsi, &bad),
-          moxStatusMp3FrameHeaderErr);
-      EXPECT_EQ(moxsPackSideInfo_MP3(side.records, &w, 0, 0, side.scfsi, &bad), moxStatusMp3FrameHeaderErr);
-    }
+  using Header = MoxMp3FrameHeader;
+  const Faults<Header> headers = Faults<Header>()
+                                     .range(moxStatusMp3FrameHeaderErr, FIELD(Header, id), 0, 1)
+                                     .range(moxStatusMp3FrameHeaderErr, FIELD(Header, layer), 1, 1)
+                                     .range(moxStatusMp3FrameHeaderErr, FIELD(Header, mode), 0, 3);
+  headers.expectInOrder([&] { return header; },
+                        [&](const Header& h) {
+                          p = bytes;
+                          return moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin,
+                                                        &side.privateBits, side.scfsi, &h);
+                        });
+  headers.expectInOrder([&] { return header; },
+                        [&](const Header& h) {
+                          w = buffer;
+                          return moxsPackSideInfo_MP3(side.records, &w, 0, 0, side.scfsi, &h);
+                        });
 
+  using Call = ScaleFactorArguments;
   for (const int32_t id : {0, 1}) {
-    header.id = id;
-    header.modeExt = 4;  // looked at by MPEG-2 alone, and last
-    const auto unpack = [&](int32_t offset, int32_t compress, int32_t granule, int32_t channel) {
-      k = offset;
-      side.records[0].sfCompress = compress;
-      return moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, side.records, side.scfsi, &header, granule,
-                                             channel);
+    Faults<Call> fields;  // those that both directions look at
+    fields.range(moxStatusMp3SideInfoErr, FIELD(Call, record.sfCompress), 0, id == 1 ? 15 : 511);
+    if (id == 0) fields.range(moxStatusMp3FrameHeaderErr, FIELD(Call, header.modeExt), 0, 3);
+    Faults<Call> unpacking = Faults<Call>()
+                                 .range(moxStatusOutOfRange, FIELD(Call, offset), 0, 7)
+                                 .range(moxStatusOutOfRange, FIELD(Call, granule), 0, 1)
+                                 .range(moxStatusOutOfRange, FIELD(Call, channel), 0, 1)
+                                 .add(fields);
+    const auto good = [&] {
+      Call call;
+      call.header.id = id, call.header.layer = 1;
+      call.header.modeExt = id == 1 ? 4 : 0;  // looked at by MPEG-2 alone
+      return call;
     };
-    for (const int32_t offset : {-1, 8}) EXPECT_EQ(unpack(offset, -1, 2, 2), moxStatusOutOfRange);
-    for (const int32_t index : {-1, 2}) {
-      EXPECT_EQ(unpack(0, -1, index, 0), moxStatusOutOfRange);
-      EXPECT_EQ(unpack(0, -1, 0, index), moxStatusOutOfRange);
-    }
-    for (const int32_t compress : {-1, id == 1 ? 16 : 512}) {
-      EXPECT_EQ(unpack(0, compress, 0, 0), moxStatusMp3SideInfoErr);
-      EXPECT_EQ(moxsPackScaleFactors_MP3_8s1u(values, &w, &k, &header, side.records, side.scfsi, 0, 0),
-                moxStatusMp3SideInfoErr);
-    }
-    for (const int32_t modeExt : {-1, 4}) {
-      header.modeExt = modeExt;
-      const moxStatus want = id == 1 ? moxStatusOk : moxStatusMp3FrameHeaderErr;
-      EXPECT_EQ(unpack(0, 15, 0, 0), want);
-      EXPECT_EQ(moxsPackScaleFactors_MP3_8s1u(values, &w, &k, &header, side.records, side.scfsi, 0, 0), want);
-    }
+    unpacking.expectInOrder(good, [&](Call call) {
+      p = bytes;
+      return moxsUnpackScaleFactors_MP3_1u8s(&p, &call.offset, values, &call.record, side.scfsi, &call.header,
+                                             call.granule, call.channel);
+    });
+    fields.expectInOrder(good, [&](Call call) {
+      w = buffer;
+      return moxsPackScaleFactors_MP3_8s1u(values, &w, &call.offset, &call.header, &call.record, side.scfsi,
+                                           0, 0);
+    });
   }
 }
 

@@ -25,7 +25,7 @@ struct PsychoacousticReference {
   std::vector<Partition> longs, shorts;
   std::vector<Span> longBands, shortBands;
   std::vector<double> signal;  // from the first sample on, silence before
-  std::vector<double> masked[2];
+  std::vector<double> masked[2], shortMasked;
 
   explicit PsychoacousticReference(const std::string& rate) {
     const auto number = [](const std::string& cell) { return std::stod(cell); };
@@ -44,6 +44,7 @@ struct PsychoacousticReference {
     if (rate == "32000") longs[0].qthr = longs[1].qthr = 9.064;
     shortBands[0].last = 3;
     for (auto& m : masked) m.assign(longs.size(), 0);
+    shortMasked.assign(shorts.size(), 0);
   }
 
   static double spreading(double bark, bool above) {
@@ -123,17 +124,24 @@ struct PsychoacousticReference {
     return out;
   }
 
-  // Before the rise from window to window is limited.
-  std::vector<double> shortThresholds(int64_t granule, int window) const {
+  // Thresholds of short bands, window by window: not more than twice that of the window before.
+  std::vector<double> nextShort(int64_t granule, int window, std::vector<double>& energies) {
     const auto x = spectrum(576 * granule - 240 + 192 * (window - 1), 256);
     std::vector<double> e(shorts.size());
     size_t line = 0;
     for (size_t b = 0; b < shorts.size(); ++b)
       for (int i = 0; i < shorts[b].lines; ++i) e[b] += std::norm(x[line++]);
     std::vector<double> threshold = spread(shorts, e), out;
-    for (size_t b = 0; b < shorts.size(); ++b)
-      threshold[b] = std::max(shorts[b].qthr, threshold[b] * std::pow(10, shorts[b].snr / 10));
-    for (const Span& span : shortBands) out.push_back(band(threshold, span));
+    for (size_t b = 0; b < shorts.size(); ++b) {
+      const double now = threshold[b] * std::pow(10, shorts[b].snr / 10);
+      threshold[b] = std::max(shorts[b].qthr, std::min(now, 2 * shortMasked[b]));
+      shortMasked[b] = now;
+    }
+    energies.clear();
+    for (const Span& span : shortBands) {
+      out.push_back(band(threshold, span));
+      energies.push_back(band(e, span));
+    }
     return out;
   }
 };

@@ -234,6 +234,36 @@ TEST(Quantize, NoiseStaysBelowTheThresholds) {
     }
 }
 
+// Bands that ask for more than their neighbours get it by scale factors: finer steps for everything cost more.
+TEST(Quantize, BandsThatAskForMoreGetItByScaleFactors) {
+  std::mt19937 random(12);
+  for (const int32_t blockType : {0, 2}) {
+    Frame uneven;
+    fill(uneven, 2, random);
+    uneven.mask(blockType, 6);
+    Frame fine = uneven;
+    fine.mask(blockType, 24);
+    const auto asksForMore = [](int32_t b) { return b % 4 == 1; };
+    for (size_t i = 0; i < 4; ++i)
+      for (int32_t b = 0; b < 21; ++b) {
+        if (!asksForMore(b)) continue;
+        uneven.psy[i].thresholdLong[b] = fine.psy[i].thresholdLong[b];
+        for (int32_t w = 0; w < 3 && b < 12; ++w)
+          uneven.psy[i].thresholdShort[b][w] = fine.psy[i].thresholdShort[b][w];
+      }
+    MoxMp3BitReservoir reservoir{0, 0};
+    ASSERT_EQ(uneven.quantize(reservoir, 16380, 0), moxStatusOk);
+    ASSERT_EQ(fine.quantize(reservoir = {0, 0}, 16380, 0), moxStatusOk);
+    EXPECT_LT(uneven.bits(), 0.75 * fine.bits()) << "type " << blockType;
+    double more = 0, less = 0;
+    for (size_t i = 0; i < 4; ++i)
+      for (int32_t b = 0; b < (blockType == 2 ? 12 : 21); ++b)
+        (asksForMore(b) ? more : less) +=
+            uneven.scaleFactors[39 * i + static_cast<size_t>(blockType == 2 ? 3 * b : b)];
+    EXPECT_GT(more / (blockType == 2 ? 3 : 5), less / (blockType == 2 ? 9 : 16) + 1) << "type " << blockType;
+  }
+}
+
 // The count of every split into regions and every table, by the codes' own files.
 int32_t fewestBits(const std::vector<int32_t>& ix, int32_t bigVals, bool switched) {
   const auto& codes = moxtest::layer3Codes();
@@ -245,7 +275,7 @@ int32_t fewestBits(const std::vector<int32_t>& ix, int32_t bigVals, bool switche
       if (std::max(ix[k], ix[k + 1]) > table.largest() || t == 4 || t == 14) {
         bits = 100000;
       } else if (table.book != nullptr) {
-        moxtest::BitString string;
+        moxtest::Bits string;
         codes.putPair(string, t, ix[k], ix[k + 1]);
         bits = string.size();
       }
@@ -370,13 +400,21 @@ TEST(JointStereo, TakesMidAndSideWhereChannelsAreAlike) {
   EXPECT_EQ(apart.header.modeExt, 0);
   EXPECT_EQ(apart.lines, untouched);
 
-  Frame mixedTypes(1);
-  mixedTypes.psy[1].blockType = 2;
-  mixedTypes.header.modeExt = 2;
-  ASSERT_EQ(
-      moxsJointStereoEncode_MP3_32s_I(mixedTypes.lines.data(), mixedTypes.psy.data(), &mixedTypes.header),
-      moxStatusOk);
-  EXPECT_EQ(mixedTypes.header.modeExt, 0);
+  Frame mixedTypes(1);  // alike again, but for the windows of one granule: nothing to add up
+  fill(mixedTypes, 1, random);
+  for (size_t g = 0; g < 2; ++g)
+    for (size_t k = 0; k < 576; ++k) mixedTypes.lines[g * 1152 + 576 + k] = mixedTypes.lines[g * 1152 + k];
+  const std::vector<int32_t> asTheyWere = mixedTypes.lines;
+  for (const size_t differing : {1u, 2u, 3u}) {
+    mixedTypes.mask(0, 15);
+    mixedTypes.psy[differing].blockType = 3;
+    mixedTypes.header.modeExt = 2;
+    ASSERT_EQ(
+        moxsJointStereoEncode_MP3_32s_I(mixedTypes.lines.data(), mixedTypes.psy.data(), &mixedTypes.header),
+        moxStatusOk);
+    EXPECT_EQ(mixedTypes.header.modeExt, 0);
+    EXPECT_EQ(mixedTypes.lines, asTheyWere);
+  }
   mixedTypes.psy[1].blockType = -1;
   EXPECT_EQ(
       moxsJointStereoEncode_MP3_32s_I(mixedTypes.lines.data(), mixedTypes.psy.data(), &mixedTypes.header),

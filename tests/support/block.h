@@ -5,25 +5,12 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
-#include <random>
 #include <type_traits>
 #include <vector>
 
+#include "support/random.h"
+
 namespace moxtest {
-
-inline std::mt19937_64& noise() {
-  static std::mt19937_64 generator(20261122);  // one fixed seed: every run sees the same data
-  return generator;
-}
-
-template <class T>
-T noiseValue() {
-  if constexpr (std::is_floating_point_v<T>)
-    return std::uniform_real_distribution<T>(T(-1), T(1))(noise());
-  else
-    return static_cast<T>(noise()());
-}
 
 // len values between guards; `shift` bytes past a 64-byte boundary. Guards are checked on destruction and
 // by intact(). Converts to T* where an operation wants a pointer.

@@ -54,29 +54,6 @@ struct Signal : Block<float> {
 
 constexpr double kErrorPerOrder = 1.0e-7;
 
-TEST(Fft, SizesAreTheDocumentedOnes) {
-  for (int32_t order = 0; order <= 6; ++order) EXPECT_EQ(sizesOf(order), (Sizes{208, 0, 0}));
-  EXPECT_EQ(sizesOf(7), (Sizes{1024 + 64 + 192 + 256, 0, 1024 + 64}));
-  EXPECT_EQ(sizesOf(10), (Sizes{8192 + 64 + 1088 + 256, 0, 8192 + 64}));
-  EXPECT_EQ(sizesOf(11), (Sizes{16384 + 64 + 2112 + 256, 2112 + 64, 16384 + 64}));
-  EXPECT_EQ(sizesOf(18), (Sizes{2097152 + 64 + 262208 + 256, 262208 + 64, 2097152 + 64}));
-  for (int32_t order = 19; order <= 28; ++order) EXPECT_GT(sizesOf(order).spec, 0);
-
-  const auto withCopy = [](int32_t order, int32_t hint) {
-    Sizes s;
-    EXPECT_EQ(FftGetSizeWithCopy_C_32fc(order, FftScaleNone, hint, &s.spec, &s.init, &s.work), moxStatusOk);
-    return s;
-  };
-  EXPECT_EQ(withCopy(0, 0), (Sizes{136 + 192, 64, 64}));
-  EXPECT_EQ(withCopy(1, 0), (Sizes{64 + 64 + 192, 64 + 64, 16 + 64}));
-  EXPECT_EQ(withCopy(3, 1), (Sizes{64 + 64 + 192, 64 + 64, 64 + 64}));
-  EXPECT_EQ(withCopy(3, 2), (Sizes{208 + 192, 64, 64 + 64}));
-  EXPECT_EQ(withCopy(5, 0), (Sizes{208 + 192, 64, 256 + 64}));
-  EXPECT_EQ(withCopy(11, 0), (Sizes{18816 + 192, 2176 + 64, 16448 + 16384 + 64}));
-  Sizes s;
-  EXPECT_EQ(FftGetSizeWithCopy_C_32fc(28, FftScaleNone, 0, &s.spec, &s.init, &s.work), moxStatusBadSize);
-}
-
 // Every twiddle is an entry of a quarter wave: the one built at compile time and those built by Init are the
 // sines rounded once.
 TEST(Fft, QuarterWavesAreRoundedOnce) {

@@ -190,6 +190,14 @@ TEST(Vq, RefusalsInOrder) {
             moxStatusBadSize);
   EXPECT_EQ(moxsVQIndexSelect_32f(x, w, lengths, out, out1, 2, 1, 1, a.spec(), other.spec()),
             moxStatusBadSize);
+  Book longer(5, 3, 1, 0);  // a vector is no longer than either book's
+  const int32_t five = 5;
+  for (const bool first : {false, true}) {
+    MoxVqCodeBook *const b0 = first ? longer.spec() : a.spec(), *const b1 = first ? a.spec() : longer.spec();
+    EXPECT_EQ(moxsVQMainSelect_32f(x, w, cand, cand, out, out1, 5, 2, 2, b0, b1), moxStatusBadSize);
+    EXPECT_EQ(moxsVQIndexSelect_32f(x, w, &five, out, out1, 1, 1, 1, b0, b1), moxStatusBadSize);
+    EXPECT_EQ(moxsVQReconstruction_32f(cand, cand, &five, x, 1, b0, b1), moxStatusBadSize);
+  }
   const int32_t words[] = {5, 3};
   float y[8];
   std::fill_n(y, 8, 5.0f);

@@ -5,17 +5,15 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "support/block.h"
+#include "support/code_book.h"
 #include "support/guard_page.h"
-#include "support/source_path.h"
 
 namespace moxtest {
 
@@ -27,8 +25,6 @@ static_assert(sizeof(Row) == 12);
 
 inline const int32_t* words(const Rows& rows) { return &rows.data()->value; }
 inline int32_t count(const Rows& rows) { return static_cast<int32_t>(rows.size()); }
-
-inline int32_t below(int64_t n) { return static_cast<int32_t>(noise()() % static_cast<uint64_t>(n)); }
 
 inline int32_t longest(const Rows& rows) {
   int32_t length = 0;
@@ -161,14 +157,8 @@ using Book = std::vector<Symbol>;
 // The lines of a table whose first column is `key`, or all; the value columns end at an empty field.
 inline Book readBook(const std::string& file, const std::string& key, size_t firstValue, size_t valueCount,
                      size_t lengthColumn, size_t codeColumn) {
-  std::ifstream in(moxtest::sourcePath(std::string("tools/tables/") + file));
   Book book;
-  std::string line;
-  std::getline(in, line);
-  while (std::getline(in, line)) {
-    std::vector<std::string> fields;
-    std::stringstream stream(line);
-    for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
+  for (const std::vector<std::string>& fields : csvRows(file)) {
     if (!key.empty() && fields[0] != key) continue;
     Symbol symbol;
     for (size_t i = firstValue; i < firstValue + valueCount && !fields[i].empty(); ++i)

@@ -6,34 +6,9 @@
 #include <vector>
 
 #include "codec/stream/adts_frame.h"
+#include "support/bits.h"
 
 namespace moxtest {
-
-// Bits, most significant first.
-class Bits {
- public:
-  Bits& put(uint32_t value, int32_t count) {
-    while (count-- > 0) bits_.push_back(((value >> count) & 1u) != 0);
-    return *this;
-  }
-  Bits& copy(moxc::Bytes bytes, size_t first, size_t count) {
-    for (size_t i = first; i < first + count; ++i) bits_.push_back(((bytes[i / 8] >> (7 - i % 8)) & 1) != 0);
-    return *this;
-  }
-  Bits& align() {
-    while (bits_.size() % 8 != 0) bits_.push_back(false);
-    return *this;
-  }
-  std::vector<uint8_t> bytes() const {
-    std::vector<uint8_t> bytes((bits_.size() + 7) / 8);
-    for (size_t i = 0; i < bits_.size(); ++i)
-      if (bits_[i]) bytes[i / 8] = static_cast<uint8_t>(bytes[i / 8] | (0x80 >> (i % 8)));
-    return bytes;
-  }
-
- private:
-  std::vector<bool> bits_;
-};
 
 // A header of 7 bytes for a frame of `bytes` in all; what `like` says but for length, protection and blocks.
 inline std::vector<uint8_t> adtsHeader(const MoxAacADTSFrameHeader& like, size_t bytes, int32_t blocks,
