@@ -288,7 +288,9 @@ std::vector<uint8_t> Encoder::infoFrame() const {
   writer.put(0, 3);  // gain change; preset
   writer.put(bytes, 4);
   writer.put(queue_.crc(), 2);
-  writer.put(crc16({frame.data(), static_cast<size_t>(writer.position() - frame.data())}, 0), 2);
+  InfoCrc crc(0);
+  crc.add({frame.data(), static_cast<size_t>(writer.position() - frame.data())});
+  writer.put(crc.value(), 2);
   return frame;
 }
 

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "codec/io/crc.h"
+
 namespace moxc::mp3 {
 namespace {
 
@@ -11,24 +13,6 @@ constexpr int32_t kBitRates[2][15] = {
     {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
 };
 constexpr int32_t kMpeg1Rates[3] = {44100, 48000, 32000};
-
-// The CRC of one more byte, for every value of the register's upper byte.
-constexpr std::array<uint16_t, 256> crcTable() {
-  std::array<uint16_t, 256> table{};
-  for (uint32_t byte = 0; byte < 256; ++byte) {
-    uint32_t crc = byte << 8;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc << 1) ^ ((crc & 0x8000u) != 0 ? 0x8005u : 0u);
-    table[byte] = static_cast<uint16_t>(crc);
-  }
-  return table;
-}
-constexpr std::array<uint16_t, 256> kCrcTable = crcTable();
-
-uint16_t crcOf(Bytes bytes, uint16_t crc) {
-  for (const uint8_t byte : bytes)
-    crc = static_cast<uint16_t>((crc << 8) ^ kCrcTable[static_cast<uint8_t>((crc >> 8) ^ byte)]);
-  return crc;
-}
 
 }  // namespace
 
@@ -68,9 +52,10 @@ std::optional<Header> parseHeader(Bytes bytes) {
 }
 
 bool crcMatches(const Frame& frame) {
-  const uint16_t header = crcOf(slice(frame.bytes, 2, 2), 0xFFFF);
-  const Bytes sideInfo = slice(frame.bytes, frame.header.sideInfoAt(), frame.header.sideInfoBytes());
-  return crcOf(sideInfo, header) == frame.header.fields.crcWord;
+  MpegCrc crc;
+  crc.add(slice(frame.bytes, 2, 2));
+  crc.add(slice(frame.bytes, frame.header.sideInfoAt(), frame.header.sideInfoBytes()));
+  return crc.value() == static_cast<uint32_t>(frame.header.fields.crcWord);
 }
 
 }  // namespace moxc::mp3

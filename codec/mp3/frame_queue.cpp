@@ -1,24 +1,9 @@
+// Frames on their way out.
 #include "codec/mp3/frame_queue.h"
 
 #include <algorithm>
-#include <array>
 
 namespace moxc::mp3 {
-
-uint16_t crc16(Bytes bytes, uint16_t crc) {
-  static constexpr auto kTable = [] {
-    std::array<uint16_t, 256> table{};
-    for (uint32_t i = 0; i < 256; ++i) {
-      uint32_t value = i;
-      for (int bit = 0; bit < 8; ++bit) value = (value >> 1) ^ ((value & 1) != 0 ? 0xA001u : 0u);
-      table[i] = static_cast<uint16_t>(value);
-    }
-    return table;
-  }();
-  for (const uint8_t byte : bytes)
-    crc = static_cast<uint16_t>((crc >> 8) ^ kTable[static_cast<size_t>((crc ^ byte) & 0xFF)]);
-  return crc;
-}
 
 void FrameQueue::addFrame(Bytes start, size_t bytes) {
   Frame frame{std::vector<uint8_t>(bytes), start.size()};
@@ -41,7 +26,7 @@ void FrameQueue::takeFinished(std::vector<uint8_t>& out) {
     const Frame& frame = frames_.front();
     offsets_.push_back(bytes_);
     bytes_ += frame.bytes.size();
-    crc_ = crc16(frame.bytes, crc_);
+    crc_.add(frame.bytes);
     out.insert(out.end(), frame.bytes.begin(), frame.bytes.end());
   }
 }

@@ -6,8 +6,12 @@
 #include <vector>
 
 #include "codec/io/bytes.h"
+#include "codec/io/crc.h"
 
 namespace moxc::mp3 {
+
+// x^16 + x^15 + x^2 + 1, lowest bit first, as the information frame carries it.
+using InfoCrc = Crc<16, 0xA001, true>;
 
 // A frame's main data may begin in the room that earlier frames left (ISO/IEC 11172-3, 2.4.2.7): frames wait until
 // their room is full.
@@ -24,7 +28,7 @@ class FrameQueue {
 
   const std::vector<uint64_t>& offsets() const { return offsets_; }  // of every frame taken
   uint64_t bytes() const { return bytes_; }                          // of all of them
-  uint16_t crc() const { return crc_; }                              // CRC-16 of them
+  uint32_t crc() const { return crc_.value(); }                      // of them
 
  private:
   struct Frame {
@@ -35,10 +39,7 @@ class FrameQueue {
   std::deque<Frame> frames_;
   std::vector<uint64_t> offsets_;
   uint64_t bytes_ = 0;
-  uint16_t crc_ = 0;
+  InfoCrc crc_{0};
 };
-
-// CRC-16 with polynomial x^16 + x^15 + x^2 + 1, lowest bit first, as the information frame carries it.
-uint16_t crc16(Bytes bytes, uint16_t crc);
 
 }  // namespace moxc::mp3

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "codec/io/crc.h"
 #include "codec/sbr/tables.h"
 
 namespace moxc::sbr {
@@ -12,15 +13,7 @@ enum FrameClass { kFixFix, kFixVar, kVarFix, kVarVar };
 constexpr int32_t kExtSbrDataCrc = 14;
 constexpr uint32_t kExtensionParametricStereo = 2;
 
-// x^10 + x^9 + x^5 + x^4 + x + 1 over all bits that are left, starting at zero.
-uint32_t checkWord(BitReader bits) {
-  uint32_t crc = 0;
-  for (size_t left = bits.left(); left > 0; --left) {
-    const bool carry = (crc >> 9 & 1u) != static_cast<uint32_t>(bits.flag());
-    crc = (crc << 1 & 0x3FFu) ^ (carry ? 0x233u : 0u);
-  }
-  return crc;
-}
+using CheckWord = Crc<10, 0x233>;  // x^10 + x^9 + x^5 + x^4 + x + 1
 
 int32_t field(BitReader& bits, int32_t count) { return static_cast<int32_t>(bits.bits(count)); }
 
@@ -90,7 +83,9 @@ Read Parser::read(Bytes payload, bool pair, Frame& frame) {
   BitReader bits(payload, 0, 8 * payload.size());
   if (field(bits, 4) == kExtSbrDataCrc) {
     const uint32_t word = bits.bits(10);
-    if (word != checkWord(bits)) return Read::damaged;
+    CheckWord crc(0);
+    crc.addBits(payload, bits.position(), bits.left());
+    if (word != crc.value()) return Read::damaged;
   }
   frame = {};
   const State before = state_;
