@@ -113,7 +113,7 @@ void Decorrelator::attenuate(const HybridRow& mono, float* gains) {
     powers[k] = mono.re[k] * mono.re[k] + mono.im[k] * mono.im[k];
   BandValues power, gain;
   for (size_t b = 0; b < kBands; ++b) power[b] = sum(powers + whole_[b], powers + whole_[b + 1]);
-  for (int32_t k = 0; k < splitBands; ++k) power[static_cast<size_t>(bands[k].stereoBand)] += powers[k];
+  for (int32_t k = 0; k < splitBands; ++k) power[bands[k].stereoBand] += powers[k];
 
   constexpr float kLeast = std::numeric_limits<float>::min(), kMost = 1e30f;  // keep what follows finite
   constexpr auto kDecay = static_cast<float>(kTransientPeakDecay);
@@ -126,7 +126,7 @@ void Decorrelator::attenuate(const HybridRow& mono, float* gains) {
     excess_[b] += kSmooth * (peak_[b] - p - excess_[b]);
     gain[b] = mean_[b] / std::max(std::max(mean_[b], kImpact * excess_[b]), kLeast);
   }
-  for (int32_t k = 0; k < splitBands; ++k) gains[k] = gain[static_cast<size_t>(bands[k].stereoBand)];
+  for (int32_t k = 0; k < splitBands; ++k) gains[k] = gain[bands[k].stereoBand];
   for (size_t b = 0; b < kBands; ++b) std::fill(gains + whole_[b], gains + whole_[b + 1], gain[b]);
 }
 

@@ -2,10 +2,10 @@
 // less of it while a transient dies away. ISO/IEC 14496-3, 8.6.4.5.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 
+#include "codec/io/array.h"
 #include "codec/ps/hybrid_row.h"
 
 namespace moxc::ps {
@@ -34,7 +34,7 @@ class Decorrelator {
     AllpassRow state[kLinkRows];
   };
   static constexpr size_t kBands = 34;  // stereo bands, or 20 of them
-  using BandValues = std::array<float, kBands>;
+  using BandValues = Array<float, kBands>;
 
   void start(bool wide);
   void attenuate(const HybridRow& mono, float* gains);
@@ -46,7 +46,7 @@ class Decorrelator {
   AllpassRow turn_;
   Link links_[kLinks];
   // Of the hybrid bands that are whole QMF bands, whole_[b] up to whole_[b + 1] belong to stereo band b.
-  std::array<int32_t, kBands + 1> whole_{};
+  Array<int32_t, kBands + 1> whole_{};
   BandValues peak_{}, mean_{}, excess_{};  // decaying peak of the power; smoothed: power, and peak above it
 };
 

@@ -12,14 +12,14 @@ namespace {
 constexpr double kSqrt2 = std::numbers::sqrt2;
 
 // c is the ratio of the channels' amplitudes, rho their coherence.
-std::array<double, 4> mixingA(double c, double rho) {
+Array<double, 4> mixingA(double c, double rho) {
   const double c1 = std::sqrt(2 / (1 + c * c)), c2 = c * c1;
   const double alpha = std::acos(rho) / 2, beta = alpha * (c1 - c2) / kSqrt2;
   return {c2 * std::cos(beta + alpha), c1 * std::cos(beta - alpha), c2 * std::sin(beta + alpha),
           c1 * std::sin(beta - alpha)};
 }
 
-std::array<double, 4> mixingB(double c, double coherence) {
+Array<double, 4> mixingB(double c, double coherence) {
   const double rho = std::max(coherence, kMixBRhoMin), spread = c + 1 / c;
   const double alpha = std::atan2(2 * c * rho, c * c - 1) / 2;
   const double mu = std::sqrt(1 + (4 * rho * rho - 4) / (spread * spread));
@@ -82,7 +82,7 @@ void Mixing::aim(const Envelope& envelope, const Header& header, bool phasesOn, 
   const auto icc = convertBands(envelope.icc, header.iccBands(), config.stereoBands);
   from_ = to_;
   to_ = {};
-  for (size_t b = 0; b < static_cast<size_t>(config.stereoBands); ++b) {
+  for (int32_t b = 0; b < config.stereoBands; ++b) {
     const int32_t level = iid[b] + (header.fineIid() ? 15 + 15 : 7);
     const Real& real = mixed_[header.mixingB()][level][icc[b]];
     for (size_t h = 0; h < kFactors; ++h) to_.re[h][b] = real[h];
@@ -91,7 +91,7 @@ void Mixing::aim(const Envelope& envelope, const Header& header, bool phasesOn, 
   if (phasesOn) {
     const auto ipd = convertBands(envelope.ipd, header.iidBands(), config.stereoBands);
     const auto opd = convertBands(envelope.opd, header.iidBands(), config.stereoBands);
-    for (size_t b = 0; b < static_cast<size_t>(config.phaseBands); ++b) {
+    for (int32_t b = 0; b < config.phaseBands; ++b) {
       // The left channel turns by the overall phase, the right one by that less the difference.
       const Phasor o = overall_[b].next(opd[b]), i = inter_[b].next(ipd[b]);
       const Phasor other{o.re * i.re + o.im * i.im, o.im * i.re - o.re * i.im};

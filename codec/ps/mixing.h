@@ -2,9 +2,9 @@
 // factors, and from slot to slot. ISO/IEC 14496-3, 8.6.4.6.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
+#include "codec/io/array.h"
 #include "codec/ps/hybrid_row.h"
 #include "codec/ps/payload.h"
 
@@ -31,7 +31,7 @@ class Mixing {
     kH22,
     kFactors
   };  // left = h11*mono + h21*diffuse, right = h12*mono + h22*diffuse
-  using Real = std::array<float, kFactors>;
+  using Real = Array<float, kFactors>;
   struct Matrices {  // by stereo band
     float re[kFactors][34]{}, im[kFactors][34]{};
   };
@@ -50,7 +50,7 @@ class Mixing {
   Real mixed_[2][kLevels][8];  // procedure A and B, by level and coherence
   bool wide_ = false;
   Matrices from_, to_;
-  std::array<PhaseHistory, 17> overall_, inter_;
+  Array<PhaseHistory, 17> overall_, inter_;
   // The same by hybrid band: where the envelope starts and what a slot adds.
   bool turns_ = false;  // some factor is not real
   HybridRow start_[kFactors], step_[kFactors];

@@ -25,7 +25,7 @@ constexpr Coding kOverallPhases = {kOpdDf, kOpdDt, 0, 7, true};
 bool readIndices(BitReader& bits, const Coding& coding, int32_t bands, const Indices& earlier, Indices& out) {
   const bool overTime = bits.flag();
   int32_t below = 0;
-  for (size_t b = 0; b < static_cast<size_t>(bands); ++b) {
+  for (int32_t b = 0; b < bands; ++b) {
     int32_t index = overTime ? earlier[b] + readDifference(bits, coding.time)
                              : below + readDifference(bits, coding.frequency);
     if (coding.wraps) index &= 7;
@@ -38,10 +38,10 @@ bool readIndices(BitReader& bits, const Coding& coding, int32_t bands, const Ind
 
 template <size_t kTerms>
 Indices mapped(const Indices& in, const MapTerm (&terms)[kTerms]) {
-  std::array<int32_t, 34> sums{}, divisors{};
+  Array<int32_t, 34> sums{}, divisors{};
   for (const MapTerm& term : terms) {
     const auto out = static_cast<size_t>(term.out);
-    sums[out] += term.weight * in[static_cast<size_t>(term.in)];
+    sums[out] += term.weight * in[term.in];
     divisors[out] = term.divisor;
   }
   Indices out{};
@@ -124,9 +124,9 @@ bool Payload::readBorders(BitReader& bits) {
   const auto index = bits.bits(2);
   count_ = variable ? kNumEnvVariable[index] : kNumEnvFixed[index];
   for (int32_t e = 0; e < count_; ++e) {
-    int32_t& border = borders_[static_cast<size_t>(e)];
+    int32_t& border = borders_[e];
     border = variable ? static_cast<int32_t>(bits.bits(kBorderBits)) : (e + 1) * slots_ / count_ - 1;
-    if (border >= slots_ || (e > 0 && border < borders_[static_cast<size_t>(e) - 1])) return false;
+    if (border >= slots_ || (e > 0 && border < borders_[e - 1])) return false;
   }
   return true;
 }
@@ -172,9 +172,9 @@ bool Payload::readPhases(BitReader& bits) {
 
 // Without envelopes the last one lasts; where they end early, so does theirs.
 void Payload::complete() {
-  if (count_ == 0 || borders_[static_cast<size_t>(count_) - 1] < slots_ - 1) {
+  if (count_ == 0 || borders_[count_ - 1] < slots_ - 1) {
     at(count_) = before(count_);
-    borders_[static_cast<size_t>(count_++)] = slots_ - 1;
+    borders_[count_++] = slots_ - 1;
   }
   if (!phasesOn_)
     for (Envelope& envelope : envelopes_) envelope.ipd = envelope.opd = {};

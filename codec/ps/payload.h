@@ -2,16 +2,16 @@
 // frame. ISO/IEC 14496-3, 8.6.4.2 to 8.6.4.4.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
+#include "codec/io/array.h"
 #include "codec/io/bit_reader.h"
 
 namespace moxc::ps {
 
 // The indices of one envelope, as many of each kind as the header says; 0 where a kind is switched off.
 struct Envelope {
-  using Indices = std::array<int8_t, 34>;
+  using Indices = Array<int8_t, 34>;
   Indices iid{}, icc{}, ipd{}, opd{};  // -7..7 or -15..15; 0..7 each
 };
 
@@ -45,8 +45,8 @@ class Payload {
   bool wide() const { return wide_; }  // 34 stereo bands in the hybrid domain instead of 20
   // The envelopes of the frame, and the slot that each ends with; the last one's is the frame's last.
   int32_t count() const { return count_; }
-  const Envelope& envelope(int32_t e) const { return envelopes_[static_cast<size_t>(e)]; }
-  int32_t border(int32_t e) const { return borders_[static_cast<size_t>(e)]; }
+  const Envelope& envelope(int32_t e) const { return envelopes_[e]; }
+  int32_t border(int32_t e) const { return borders_[e]; }
 
  private:
   bool readHeader(BitReader& bits);
@@ -57,15 +57,15 @@ class Payload {
   bool readPhases(BitReader& bits);
   void recast(const Header& before);
   void complete();
-  Envelope& at(int32_t e) { return envelopes_[static_cast<size_t>(e)]; }
+  Envelope& at(int32_t e) { return envelopes_[e]; }
   const Envelope& before(int32_t e) const { return e == 0 ? last_ : envelope(e - 1); }
 
   int32_t slots_;
   Header header_;
   bool phasesOn_ = false, wide_ = false;
   int32_t count_ = 1;
-  std::array<int32_t, kMaxEnvelopes> borders_;
-  std::array<Envelope, kMaxEnvelopes> envelopes_{};
+  Array<int32_t, kMaxEnvelopes> borders_;
+  Array<Envelope, kMaxEnvelopes> envelopes_{};
   Envelope last_;  // of the frame before, in the terms of this header: what time differences start from
 };
 

@@ -11,26 +11,25 @@ namespace {
 constexpr float kMaxGain = 1e5f, kMaxBoost = 1.584893192f;
 constexpr float kEpsilon = 1e-12f;
 // The noise with its beginning once more behind it: the sub-bands of a slot never wrap.
-const std::array<Mox32fc, 512 + 64> kNoise = [] {
-  std::array<Mox32fc, 512 + 64> noise;
+const Array<Mox32fc, 512 + 64> kNoise = [] {
+  Array<Mox32fc, 512 + 64> noise;
   std::copy_n(kNoiseVectors, 64, std::copy_n(kNoiseVectors, 512, noise.begin()));
   return noise;
 }();
 // (-1)^k from an even or an odd sub-band on
-constexpr std::array<float, 66> kAlternating = [] {
-  std::array<float, 66> signs{};
+constexpr Array<float, 66> kAlternating = [] {
+  Array<float, 66> signs{};
   for (size_t k = 0; k < signs.size(); ++k) signs[k] = k % 2 == 0 ? 1.0f : -1.0f;
   return signs;
 }();
 
 void dequantise(const ChannelFrame& frame, const Bands& bands, float scale, Levels& levels) {
   const float steps = frame.grid.coarse ? 1.0f : 0.5f;  // of a power of two
-  for (size_t l = 0; l < static_cast<size_t>(frame.grid.envelopes); ++l)
-    for (size_t b = 0; b < static_cast<size_t>(bands.envelope(frame.grid.highRes[l]).bands); ++b)
+  for (int32_t l = 0; l < frame.grid.envelopes; ++l)
+    for (int32_t b = 0; b < bands.envelope(frame.grid.highRes[l]).bands; ++b)
       levels.envelope[l][b] = scale * std::exp2(steps * frame.envelope[l][b]);
-  for (size_t q = 0; q < static_cast<size_t>(frame.grid.noiseFloors); ++q)
-    for (size_t b = 0; b < static_cast<size_t>(bands.noise.bands); ++b)
-      levels.noise[q][b] = std::exp2(6.0f - frame.noise[q][b]);
+  for (int32_t q = 0; q < frame.grid.noiseFloors; ++q)
+    for (int32_t b = 0; b < bands.noise.bands; ++b) levels.noise[q][b] = std::exp2(6.0f - frame.noise[q][b]);
 }
 
 // Divides twice `left`, the mean of both channels, by the balance: `steps` from a centre of equal halves.
@@ -54,11 +53,11 @@ void dequantise(const Frame& frame, const Bands& bands, int32_t channels, int32_
   const ChannelFrame& balances = frame.channel[1];
   const Grid& grid = balances.grid;
   const float steps = grid.coarse ? 1.0f : 0.5f;
-  for (size_t l = 0; l < static_cast<size_t>(grid.envelopes); ++l)
-    for (size_t b = 0; b < static_cast<size_t>(bands.envelope(grid.highRes[l]).bands); ++b)
+  for (int32_t l = 0; l < grid.envelopes; ++l)
+    for (int32_t b = 0; b < bands.envelope(grid.highRes[l]).bands; ++b)
       balance(steps * balances.envelope[l][b] - 12, levels[0].envelope[l][b], levels[1].envelope[l][b]);
-  for (size_t q = 0; q < static_cast<size_t>(grid.noiseFloors); ++q)
-    for (size_t b = 0; b < static_cast<size_t>(bands.noise.bands); ++b)
+  for (int32_t q = 0; q < grid.noiseFloors; ++q)
+    for (int32_t b = 0; b < bands.noise.bands; ++b)
       balance(balances.noise[q][b] - 12.0f, levels[0].noise[q][b], levels[1].noise[q][b]);
 }
 
@@ -68,7 +67,7 @@ void Adjuster::run(const Header& header, const Bands& bands, const ChannelFrame&
     harmonicBefore_.fill(false);
     noiseIndex_ = 0;
   }
-  for (size_t l = 0; l < static_cast<size_t>(frame.grid.envelopes); ++l)
+  for (int32_t l = 0; l < frame.grid.envelopes; ++l)
     computeGains(header, bands, frame, levels, l, high, envelopes_[l]);
   apply(header, bands, frame.grid, reset, high);
   harmonicBefore_ = harmonicAtEnd_;
@@ -77,16 +76,17 @@ void Adjuster::run(const Header& header, const Bands& bands, const ChannelFrame&
 
 // Sinusoids stand in the middle of a band of high resolution. One that is new begins with the transient. `inBand`
 // tells the sub-bands whose scale-factor band holds one.
-void Adjuster::mapHarmonics(const Bands& bands, const ChannelFrame& frame, size_t l, Row& sine, Row& inBand) {
+void Adjuster::mapHarmonics(const Bands& bands, const ChannelFrame& frame, int32_t l, Row& sine,
+                            Row& inBand) {
   sine.fill(0);
   inBand.fill(0);
   harmonicAtEnd_.fill(false);
   for (int32_t b = 0; b < bands.high.bands; ++b) {
     const int32_t k = (bands.high[b] + bands.high[b + 1]) / 2;
-    if (!frame.harmonic[static_cast<size_t>(b)]) continue;
-    if (static_cast<int32_t>(l) < frame.grid.transient && !harmonicBefore_[static_cast<size_t>(k)]) continue;
-    harmonicAtEnd_[static_cast<size_t>(k)] = true;
-    sine[static_cast<size_t>(k - bands.begin())] = 1;
+    if (!frame.harmonic[b]) continue;
+    if (l < frame.grid.transient && !harmonicBefore_[k]) continue;
+    harmonicAtEnd_[k] = true;
+    sine[k - bands.begin()] = 1;
   }
   const Borders& borders = bands.envelope(frame.grid.highRes[l]);
   for (int32_t b = 0; b < borders.bands; ++b) {
@@ -96,68 +96,85 @@ void Adjuster::mapHarmonics(const Bands& bands, const ChannelFrame& frame, size_
   }
 }
 
-void Adjuster::computeGains(const Header& header, const Bands& bands, const ChannelFrame& frame,
-                            const Levels& levels, size_t l, const HighRow* high, Envelope& envelope) {
-  const Grid& grid = frame.grid;
-  const auto count = static_cast<size_t>(bands.count());
-  const auto subBand = [&bands](int32_t border) { return static_cast<size_t>(border - bands.begin()); };
-  const Borders& borders = bands.envelope(grid.highRes[l]);
-  const auto floor = static_cast<size_t>(grid.noiseFloors > 1 && grid.border[l] >= grid.noiseBorder[1]);
-  Row wanted{}, ratio{}, current{}, inBand{};
+// The values of a set of bands, one for each sub-band above the crossover.
+template <class Values>
+void spread(const Bands& bands, const Borders& borders, const Values& values, Adjuster::Row& row) {
   for (int32_t b = 0; b < borders.bands; ++b)
-    std::fill(wanted.begin() + subBand(borders[b]), wanted.begin() + subBand(borders[b + 1]),
-              levels.envelope[l][static_cast<size_t>(b)]);
-  for (int32_t b = 0; b < bands.noise.bands; ++b)
-    std::fill(ratio.begin() + subBand(bands.noise[b]), ratio.begin() + subBand(bands.noise[b + 1]),
-              levels.noise[floor][static_cast<size_t>(b)]);
-  mapHarmonics(bands, frame, l, envelope.sine, inBand);
+    std::fill(row.begin() + borders[b] - bands.begin(), row.begin() + borders[b + 1] - bands.begin(),
+              values[b]);
+}
 
-  // The energy that was generated, of each sub-band or on average over each band.
-  const int32_t first = 2 * grid.border[l], end = 2 * grid.border[l + 1];
+// The energy that was generated in slots [first, end), of each sub-band or on average over each band.
+void measure(const Bands& bands, const Borders& borders, bool interpolate, const HighRow* high, int32_t first,
+             int32_t end, Adjuster::Row& energy) {
+  energy.fill(0);
   for (int32_t slot = first; slot < end; ++slot) {
     const Mox32fc* const row = high[slot] + bands.begin();
-    for (size_t m = 0; m < count; ++m) current[m] += row[m].re * row[m].re + row[m].im * row[m].im;
+    for (int32_t m = 0; m < bands.count(); ++m) energy[m] += row[m].re * row[m].re + row[m].im * row[m].im;
   }
-  for (size_t m = 0; m < count; ++m) current[m] /= static_cast<float>(end - first);
-  if (!header.interpolate)
-    for (int32_t b = 0; b < borders.bands; ++b) {
-      const auto from = current.begin() + subBand(borders[b]), to = current.begin() + subBand(borders[b + 1]);
-      float sum = 0;
-      for (auto energy = from; energy != to; ++energy) sum += *energy;
-      std::fill(from, to, sum / static_cast<float>(to - from));
-    }
+  for (int32_t m = 0; m < bands.count(); ++m) energy[m] /= static_cast<float>(end - first);
+  if (interpolate) return;
+  for (int32_t b = 0; b < borders.bands; ++b) {
+    const auto from = energy.begin() + borders[b] - bands.begin(),
+               to = energy.begin() + borders[b + 1] - bands.begin();
+    float sum = 0;
+    for (auto value = from; value != to; ++value) sum += *value;
+    std::fill(from, to, sum / static_cast<float>(to - from));
+  }
+}
 
-  envelope.sudden = static_cast<int32_t>(l) == grid.transient || (l == 0 && transientNext_);
+void Adjuster::computeGains(const Header& header, const Bands& bands, const ChannelFrame& frame,
+                            const Levels& levels, int32_t l, const HighRow* high, Envelope& envelope) {
+  const Grid& grid = frame.grid;
+  const Borders& borders = bands.envelope(grid.highRes[l]);
+  const int32_t floor = grid.noiseFloors > 1 && grid.border[l] >= grid.noiseBorder[1] ? 1 : 0;
+  Row wanted{}, ratio{}, current, inBand;
+  spread(bands, borders, levels.envelope[l], wanted);
+  spread(bands, bands.noise, levels.noise[floor], ratio);
+  mapHarmonics(bands, frame, l, envelope.sine, inBand);
+  measure(bands, borders, header.interpolate, high, 2 * grid.border[l], 2 * grid.border[l + 1], current);
+
+  envelope.sudden = l == grid.transient || (l == 0 && transientNext_);
+  share(bands.count(), wanted, ratio, current, inBand, envelope);
+  limit(bands, kLimiterGains[header.limiterGains], wanted, current, envelope);
+}
+
+// What is wanted of a sub-band divides into the generated signal, the noise, and the sinusoid.
+void Adjuster::share(int32_t count, const Row& wanted, const Row& ratio, const Row& current,
+                     const Row& inBand, Envelope& envelope) {
+  const float noiseAdds = envelope.sudden ? 0.0f : 1.0f;
+  for (int32_t m = 0; m < count; ++m) {
+    const float part = 1 / (1 + ratio[m]);
+    envelope.noise[m] = std::sqrt(wanted[m] * ratio[m] * part);
+    envelope.sine[m] *= std::sqrt(wanted[m] * part);
+    const float left = inBand[m] != 0 ? ratio[m] * part : 1 / (1 + noiseAdds * ratio[m]);
+    envelope.gain[m] = std::sqrt(wanted[m] / (1 + current[m]) * left);
+  }
+}
+
+// No gain is far above the mean of its limiter band; what that takes away is given back to all of the band.
+void Adjuster::limit(const Bands& bands, float maxGain, const Row& wanted, const Row& current,
+                     Envelope& envelope) {
   const float noiseAdds = envelope.sudden ? 0.0f : 1.0f;
   Row &gain = envelope.gain, &noise = envelope.noise, &sine = envelope.sine;
-  for (size_t m = 0; m < count; ++m) {
-    const float share = 1 / (1 + ratio[m]);
-    noise[m] = std::sqrt(wanted[m] * ratio[m] * share);
-    sine[m] *= std::sqrt(wanted[m] * share);
-    const float left = inBand[m] != 0 ? ratio[m] * share : 1 / (1 + noiseAdds * ratio[m]);
-    gain[m] = std::sqrt(wanted[m] / (1 + current[m]) * left);
-  }
-
-  // No gain is far above the mean of its limiter band; what that takes away is given back to all of the band.
   for (int32_t b = 0; b < bands.limiter.bands; ++b) {
-    const size_t from = subBand(bands.limiter[b]), to = subBand(bands.limiter[b + 1]);
+    const int32_t from = bands.limiter[b] - bands.begin(), to = bands.limiter[b + 1] - bands.begin();
     float sumWanted = kEpsilon, sumCurrent = kEpsilon, sumMade = kEpsilon;
-    for (size_t m = from; m < to; ++m) {
+    for (int32_t m = from; m < to; ++m) {
       sumWanted += wanted[m];
       sumCurrent += current[m];
     }
-    const float limit =
-        std::min(kMaxGain, kLimiterGains[header.limiterGains] * std::sqrt(sumWanted / sumCurrent));
-    for (size_t m = from; m < to; ++m) {
-      if (gain[m] > limit) {
-        noise[m] *= limit / gain[m];
-        gain[m] = limit;
+    const float most = std::min(kMaxGain, maxGain * std::sqrt(sumWanted / sumCurrent));
+    for (int32_t m = from; m < to; ++m) {
+      if (gain[m] > most) {
+        noise[m] *= most / gain[m];
+        gain[m] = most;
       }
       sumMade += current[m] * gain[m] * gain[m] + sine[m] * sine[m];
       if (sine[m] == 0) sumMade += noiseAdds * noise[m] * noise[m];
     }
     const float boost = std::min(kMaxBoost, std::sqrt(sumWanted / sumMade));
-    for (size_t m = from; m < to; ++m) {
+    for (int32_t m = from; m < to; ++m) {
       gain[m] *= boost;
       noise[m] *= boost;
       sine[m] *= boost;
@@ -165,61 +182,66 @@ void Adjuster::computeGains(const Header& header, const Bands& bands, const Chan
   }
 }
 
+// The weighted mean of a slot's values and the four before it.
+void smooth(const Adjuster::Row* const* latest, int32_t count, Adjuster::Row& mean) {
+  mean.fill(0);
+  for (size_t n = 0; n < std::size(kSmoothing); ++n)
+    for (int32_t m = 0; m < count; ++m) mean[m] += kSmoothing[n] * (*latest[-static_cast<ptrdiff_t>(n)])[m];
+}
+
 // 4.6.18.7.6
 void Adjuster::apply(const Header& header, const Bands& bands, const Grid& grid, bool reset, HighRow* high) {
-  constexpr size_t kPast = std::size(kSmoothing) - 1;
+  constexpr int32_t kPast = static_cast<int32_t>(std::size(kSmoothing)) - 1;
   if (reset) {
     pastGain_.fill(envelopes_[0].gain);
     pastNoise_.fill(envelopes_[0].noise);
   }
   // Of every slot, behind the four before the frame.
-  std::array<const Row*, kPast + kHighRows> gains, noises;
-  for (size_t i = 0; i < kPast; ++i) {
+  Array<const Row*, kPast + kHighRows> gains, noises;
+  for (int32_t i = 0; i < kPast; ++i) {
     gains[i] = &pastGain_[i];
     noises[i] = &pastNoise_[i];
   }
 
-  const auto count = static_cast<size_t>(bands.count());
-  const float* const signs = kAlternating.data() + bands.begin() % 2;
   static constexpr Row kNoNoise{};
   Row smoothGain, smoothNoise;
-  size_t at = kPast;
-  for (size_t l = 0; l < static_cast<size_t>(grid.envelopes); ++l) {
+  int32_t at = kPast;
+  for (int32_t l = 0; l < grid.envelopes; ++l) {
     const Envelope& envelope = envelopes_[l];
     for (int32_t slot = 2 * grid.border[l]; slot < 2 * grid.border[l + 1]; ++slot, ++at) {
       const Row *gain = gains[at] = &envelope.gain, *noise = noises[at] = &envelope.noise;
       if (envelope.sudden) {
         noise = &kNoNoise;
       } else if (header.smooth && gains[at - kPast] != gain) {
-        smoothGain.fill(0);
-        smoothNoise.fill(0);
-        for (size_t n = 0; n < std::size(kSmoothing); ++n)
-          for (size_t m = 0; m < count; ++m) {
-            smoothGain[m] += kSmoothing[n] * (*gains[at - n])[m];
-            smoothNoise[m] += kSmoothing[n] * (*noises[at - n])[m];
-          }
+        smooth(&gains[at], bands.count(), smoothGain);
+        smooth(&noises[at], bands.count(), smoothNoise);
         gain = &smoothGain;
         noise = &smoothNoise;
       }
-
-      static constexpr std::array<float, 4> kSineRe = {1, 0, -1, 0}, kSineIm = {0, 1, 0, -1};
-      const float sineRe = kSineRe[static_cast<size_t>(sineIndex_)],
-                  sineIm = kSineIm[static_cast<size_t>(sineIndex_)];
-      const Mox32fc* const random = kNoise.data() + (noiseIndex_ + 1) % 512;
-      Mox32fc* const row = high[slot] + bands.begin();
-      for (size_t m = 0; m < count; ++m) {
-        const float sine = envelope.sine[m], level = sine != 0 ? 0 : (*noise)[m];
-        row[m].re = (*gain)[m] * row[m].re + level * random[m].re + sine * sineRe;
-        row[m].im = (*gain)[m] * row[m].im + level * random[m].im + sine * signs[m] * sineIm;
-      }
-      noiseIndex_ = (noiseIndex_ + bands.count()) % 512;
-      sineIndex_ = (sineIndex_ + 1) % 4;
+      mix(bands, *gain, *noise, envelope.sine, high[slot]);
     }
   }
-  for (size_t i = 0; i < kPast; ++i) {
+  for (int32_t i = 0; i < kPast; ++i) {
     pastGain_[i] = *gains[at - kPast + i];
     pastNoise_[i] = *noises[at - kPast + i];
   }
+}
+
+// One slot: what was generated times its gain, with noise or a sinusoid added.
+void Adjuster::mix(const Bands& bands, const Row& gain, const Row& noise, const Row& sines, HighRow& high) {
+  static constexpr Array<float, 4> kSineRe = {1, 0, -1, 0}, kSineIm = {0, 1, 0, -1};
+  const float sineRe = kSineRe[sineIndex_], sineIm = kSineIm[sineIndex_];
+  const float* const signs = kAlternating.data() + bands.begin() % 2;
+  const Mox32fc* const random = kNoise.data() + (noiseIndex_ + 1) % 512;
+  Mox32fc* const row = high + bands.begin();
+  const int32_t count = bands.count();
+  for (int32_t m = 0; m < count; ++m) {
+    const float sine = sines[m], level = sine != 0 ? 0 : noise[m];
+    row[m].re = gain[m] * row[m].re + level * random[m].re + sine * sineRe;
+    row[m].im = gain[m] * row[m].im + level * random[m].im + sine * signs[m] * sineIm;
+  }
+  noiseIndex_ = (noiseIndex_ + count) % 512;
+  sineIndex_ = (sineIndex_ + 1) % 4;
 }
 
 }  // namespace moxc::sbr

@@ -156,7 +156,7 @@ bool Bands::makePatches(int32_t goalBand) {
     if (count > 0) {
       const int32_t from = firstBand - odd - count;
       if (from < 0 || numPatches == static_cast<int32_t>(patches.size())) return false;
-      patches[static_cast<size_t>(numPatches++)] = {from, done, count};
+      patches[numPatches++] = {from, done, count};
       done = sourceEnd = top;
     } else {
       sourceEnd = begin();
@@ -164,7 +164,7 @@ bool Bands::makePatches(int32_t goalBand) {
     if (top == end) break;
     if (master[k] - top < 3) k = master.bands;
   }
-  if (numPatches > 1 && patches[static_cast<size_t>(numPatches) - 1].count < 3) --numPatches;
+  if (numPatches > 1 && patches[numPatches - 1].count < 3) --numPatches;
   return numPatches > 0;
 }
 
@@ -179,7 +179,7 @@ void Bands::makeLimiter(int32_t limiterBands) {
   constexpr double kPerOctave[] = {0, 1.2, 2, 3};
   Borders patchBorders;
   patchBorders.at[0] = begin();
-  for (int32_t p = 1; p < numPatches; ++p) patchBorders.add(patches[static_cast<size_t>(p)].to);
+  for (int32_t p = 1; p < numPatches; ++p) patchBorders.add(patches[p].to);
   patchBorders.add(high.end());  // above the last patch, if a short one was left out
   std::vector<int32_t> borders(low.at.begin(), low.at.begin() + low.bands + 1);
   for (int32_t p = 1; p < patchBorders.bands; ++p) borders.push_back(patchBorders[p]);

@@ -2,9 +2,9 @@
 // ISO/IEC 14496-3, 4.6.18.3.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
+#include "codec/io/array.h"
 #include "codec/io/bit_reader.h"
 
 namespace moxc::sbr {
@@ -27,11 +27,11 @@ struct Header {
 
 // Borders between bands, in QMF sub-bands: band b is [at[b], at[b + 1]).
 struct Borders {
-  std::array<int32_t, 65> at{};
+  Array<int32_t, 65> at{};
   int32_t bands = 0;
 
-  int32_t operator[](int32_t i) const { return at[static_cast<size_t>(i)]; }
-  void add(int32_t border) { at[static_cast<size_t>(++bands)] = border; }
+  int32_t operator[](int32_t i) const { return at[i]; }
+  void add(int32_t border) { at[++bands] = border; }
   int32_t end() const { return (*this)[bands]; }
   bool has(int32_t border) const;
 };
@@ -46,7 +46,7 @@ struct Bands {
   struct Patch {
     int32_t from, to, count;  // so many sub-bands are made of those from `from` on
   };
-  std::array<Patch, 6> patches{};
+  Array<Patch, 6> patches{};
   int32_t numPatches = 0;
 
   int32_t begin() const { return high[0]; }               // kx

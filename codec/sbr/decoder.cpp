@@ -11,8 +11,8 @@ namespace {
 constexpr int32_t kMaxHeld = 6;
 
 // The prototype of the 32-band bank: every second value.
-const std::array<float, 320> kHalfWindow = [] {
-  std::array<float, 320> window;
+const Array<float, 320> kHalfWindow = [] {
+  Array<float, 320> window;
   for (size_t i = 0; i < window.size(); ++i) window[i] = kWindow[2 * i];
   return window;
 }();
@@ -48,8 +48,8 @@ class SynthesisBank {
                           : moxsSynthesisFilterInit_SBR_CToR_32fc32f) {}
 
   void run(const HighRow* rows, int32_t slots, float* samples) {
-    std::array<const Mox32fc*, kMaxSlots> pointers;
-    for (size_t i = 0; i < static_cast<size_t>(slots); ++i) pointers[i] = rows[i];
+    Array<const Mox32fc*, kMaxSlots> pointers;
+    for (int32_t i = 0; i < slots; ++i) pointers[i] = rows[i];
     if (downSampled_)
       moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kHalfWindow.data(), slots,
                                                    bank_.spec(), bank_.work());
@@ -98,7 +98,7 @@ struct Element::Stereo {
 // The low band, of which only sub-bands below the crossover count.
 void Element::Channel::analyse(const float* core, int32_t slots, int32_t bands) {
   for (int32_t i = 0; i < kHistory; ++i) std::copy_n(low[slots + i], 32, low[i]);
-  std::array<Mox32fc*, kLowRows> rows;
+  Array<Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
   moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), slots, kHistory, bands,
                                           analysis.spec(), analysis.work());
@@ -145,9 +145,9 @@ void Element::hold() {
   frame_.reset = false;
   for (ChannelFrame& channel : frame_.channel) {
     const Grid last = channel.grid;
-    const auto envelope = static_cast<size_t>(last.envelopes) - 1;
+    const int32_t envelope = last.envelopes - 1;
     channel.envelope[0] = channel.envelope[envelope];
-    channel.noise[0] = channel.noise[static_cast<size_t>(last.noiseFloors) - 1];
+    channel.noise[0] = channel.noise[last.noiseFloors - 1];
     channel.grid = {};
     channel.grid.border = {last.end() - slots_ / 2, slots_ / 2};
     channel.grid.noiseBorder = {channel.grid.border[0], slots_ / 2};
@@ -156,10 +156,10 @@ void Element::hold() {
   }
 }
 
-void Element::run(const std::array<const float*, 2>& core, const std::array<float*, 2>& samples) {
+void Element::run(const Array<const float*, 2>& core, const Array<float*, 2>& samples) {
   const Bands& bands = parser_.bands();
   const int32_t begin = active_ ? bands.begin() : 32, end = active_ ? bands.high.end() : 32;
-  std::array<Levels, 2> levels;
+  Array<Levels, 2> levels;
   if (active_) dequantise(frame_, bands, static_cast<int32_t>(channels_.size()), held_, levels.data());
 
   for (size_t ch = 0; ch < channels_.size(); ++ch) {
@@ -178,9 +178,8 @@ void Element::run(const std::array<const float*, 2>& core, const std::array<floa
     channel.oldEnd = end;
     channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - slots_ : 0;
     if (stereo_) {
-      std::array<const Mox32fc*, ps::ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
-      for (size_t i = 0; i < ahead.size(); ++i)
-        ahead[i] = channel.low[static_cast<size_t>(slots_ + kAhead) + i];
+      Array<const Mox32fc*, ps::ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
+      for (size_t i = 0; i < ahead.size(); ++i) ahead[i] = channel.low[slots_ + kAhead + i];
       stereo_->tool.process(channel.output, stereo_->output, ahead.data());
       stereo_->synthesis.run(stereo_->output, slots_, samples[1]);
     }

@@ -2,11 +2,11 @@
 // ISO/IEC 14496-3, 4.6.18.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "codec/io/array.h"
 #include "codec/io/bytes.h"
 #include "codec/sbr/adjuster.h"
 #include "codec/sbr/generator.h"
@@ -33,7 +33,7 @@ class Element {
   void hold();
 
   // One frame of every channel, on the 16-bit scale. Of one channel without stereo the second place is not looked at.
-  void run(const std::array<const float*, 2>& core, const std::array<float*, 2>& samples);
+  void run(const Array<const float*, 2>& core, const Array<float*, 2>& samples);
 
  private:
   struct Channel;

@@ -21,7 +21,7 @@ inline Mox32fc plus(Mox32fc a, Mox32fc t, Mox32fc b) {
 }  // namespace
 
 void Generator::updateChirps(const Bands& bands, const ChannelFrame& frame) {
-  for (size_t b = 0; b < static_cast<size_t>(bands.noise.bands); ++b) {
+  for (int32_t b = 0; b < bands.noise.bands; ++b) {
     const float target = targetChirp(mode_[b], frame.inverseFilter[b]);
     const float moved =
         target < chirp_[b] ? 0.75f * target + 0.25f * chirp_[b] : 0.90625f * target + 0.09375f * chirp_[b];
@@ -34,18 +34,17 @@ void Generator::run(const Bands& bands, const ChannelFrame& frame, int32_t slots
                     HighRow* high) {
   updateChirps(bands, frame);
 
-  std::array<const Mox32fc*, kLowRows> rows;
+  Array<const Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
   moxsPredictCoef_SBR_C_32fc_D2L(rows.data(), alpha0_.data(), alpha1_.data(), bands.firstBand,
                                  kHistory + slots - 2);
 
-  std::array<float, 64> chirps{};
+  Array<float, 64> chirps{};
   for (int32_t b = 0; b < bands.noise.bands; ++b)
-    std::fill(chirps.begin() + bands.noise[b], chirps.begin() + bands.noise[b + 1],
-              chirp_[static_cast<size_t>(b)]);
+    std::fill(chirps.begin() + bands.noise[b], chirps.begin() + bands.noise[b + 1], chirp_[b]);
   for (int32_t p = 0; p < bands.numPatches; ++p) {
-    const Bands::Patch& patch = bands.patches[static_cast<size_t>(p)];
-    for (size_t x = 0; x < static_cast<size_t>(patch.count); ++x) {
+    const Bands::Patch& patch = bands.patches[p];
+    for (int32_t x = 0; x < patch.count; ++x) {
       const size_t from = static_cast<size_t>(patch.from) + x, to = static_cast<size_t>(patch.to) + x;
       const float chirp = chirps[to], squared = chirp * chirp;
       tap1_[to] = {chirp * alpha0_[from].re, chirp * alpha0_[from].im};
@@ -53,12 +52,12 @@ void Generator::run(const Bands& bands, const ChannelFrame& frame, int32_t slots
     }
   }
 
-  const Bands::Patch& last = bands.patches[static_cast<size_t>(bands.numPatches) - 1];
+  const Bands::Patch& last = bands.patches[bands.numPatches - 1];
   for (int32_t slot = 2 * frame.grid.border[0]; slot < 2 * frame.grid.end(); ++slot) {
     const LowRow* const at = low + kAhead + slot;
     Mox32fc* const row = high[slot];
     for (int32_t p = 0; p < bands.numPatches; ++p) {
-      const Bands::Patch& patch = bands.patches[static_cast<size_t>(p)];
+      const Bands::Patch& patch = bands.patches[p];
       const Mox32fc *const x0 = at[0] + patch.from, *const x1 = at[-1] + patch.from,
                            *const x2 = at[-2] + patch.from;
       const Mox32fc *const t1 = tap1_.data() + patch.to, *const t2 = tap2_.data() + patch.to;

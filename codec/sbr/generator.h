@@ -2,8 +2,7 @@
 // the high band. ISO/IEC 14496-3, 4.6.18.6.
 #pragma once
 
-#include <array>
-
+#include "codec/io/array.h"
 #include "codec/sbr/bands.h"
 #include "codec/sbr/parser.h"
 #include "moxac/sbr.h"
@@ -27,10 +26,10 @@ class Generator {
  private:
   void updateChirps(const Bands& bands, const ChannelFrame& frame);
 
-  std::array<float, Bands::kMaxNoiseBands> chirp_{};
-  std::array<uint8_t, Bands::kMaxNoiseBands> mode_{};
+  Array<float, Bands::kMaxNoiseBands> chirp_{};
+  Array<uint8_t, Bands::kMaxNoiseBands> mode_{};
   // Of the low sub-bands, and, chirped, of the high ones.
-  std::array<Mox32fc, 64> alpha0_{}, alpha1_{}, tap1_{}, tap2_{};
+  Array<Mox32fc, 64> alpha0_{}, alpha1_{}, tap1_{}, tap2_{};
 };
 
 }  // namespace moxc::sbr

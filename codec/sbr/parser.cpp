@@ -31,8 +31,8 @@ bool Grid::read(BitReader& bits, bool coarseInHeader, int32_t timeSlots) {
     highRes.fill(bits.flag());
     const int32_t length =
         (2 * timeSlots + envelopes) / (2 * envelopes);  // rounded; the last one is what is left
-    for (int32_t l = 0; l < envelopes; ++l) border[static_cast<size_t>(l)] = l * length;
-    border[static_cast<size_t>(envelopes)] = timeSlots;
+    for (int32_t l = 0; l < envelopes; ++l) border[l] = l * length;
+    border[envelopes] = timeSlots;
     divideNoise(frameClass, 0);
     return true;
   }
@@ -45,18 +45,16 @@ bool Grid::read(BitReader& bits, bool coarseInHeader, int32_t timeSlots) {
   envelopes = fromLead + fromTrail + 1;
   if (envelopes > kMaxEnvelopes) return false;
   border[0] = lead;
-  for (int32_t l = 1; l <= fromLead; ++l)
-    border[static_cast<size_t>(l)] = border[static_cast<size_t>(l) - 1] + 2 * field(bits, 2) + 2;
-  border[static_cast<size_t>(envelopes)] = trail;
-  for (int32_t l = envelopes - 1; l > fromLead; --l)
-    border[static_cast<size_t>(l)] = border[static_cast<size_t>(l) + 1] - 2 * field(bits, 2) - 2;
+  for (int32_t l = 1; l <= fromLead; ++l) border[l] = border[l - 1] + 2 * field(bits, 2) + 2;
+  border[envelopes] = trail;
+  for (int32_t l = envelopes - 1; l > fromLead; --l) border[l] = border[l + 1] - 2 * field(bits, 2) - 2;
   for (int32_t l = 0; l < envelopes; ++l)
-    if (border[static_cast<size_t>(l)] >= border[static_cast<size_t>(l) + 1]) return false;
+    if (border[l] >= border[l + 1]) return false;
 
   const int32_t pointer = field(bits, static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(envelopes))));
   if (pointer > envelopes + 1) return false;
   for (int32_t l = 0; l < envelopes; ++l)
-    highRes[static_cast<size_t>(frameClass == kFixVar ? envelopes - 1 - l : l)] = bits.flag();
+    highRes[frameClass == kFixVar ? envelopes - 1 - l : l] = bits.flag();
   if (frameClass == kVarFix)
     transient = pointer > 1 ? pointer - 1 : -1;
   else
@@ -69,14 +67,14 @@ bool Grid::read(BitReader& bits, bool coarseInHeader, int32_t timeSlots) {
 void Grid::divideNoise(int32_t frameClass, int32_t pointer) {
   noiseFloors = envelopes > 1 ? 2 : 1;
   noiseBorder[0] = border[0];
-  noiseBorder[static_cast<size_t>(noiseFloors)] = end();
+  noiseBorder[noiseFloors] = end();
   if (noiseFloors == 1) return;
   int32_t middle = envelopes / 2;
   if (frameClass == kVarFix)
     middle = pointer == 0 ? 1 : pointer == 1 ? envelopes - 1 : pointer - 1;
   else if (frameClass != kFixFix)
     middle = pointer > 1 ? envelopes + 1 - pointer : envelopes - 1;
-  noiseBorder[1] = border[static_cast<size_t>(middle)];
+  noiseBorder[1] = border[middle];
 }
 
 Read Parser::read(Bytes payload, bool pair, Frame& frame) {
@@ -119,8 +117,8 @@ bool Parser::readHeader(BitReader& bits, Frame& frame) {
 }
 
 void Parser::Directions::read(BitReader& bits, const Grid& grid) {
-  for (int32_t l = 0; l < grid.envelopes; ++l) envelope[static_cast<size_t>(l)] = bits.flag();
-  for (int32_t q = 0; q < grid.noiseFloors; ++q) noise[static_cast<size_t>(q)] = bits.flag();
+  for (int32_t l = 0; l < grid.envelopes; ++l) envelope[l] = bits.flag();
+  for (int32_t q = 0; q < grid.noiseFloors; ++q) noise[q] = bits.flag();
 }
 
 // sbr_single_channel_element() or sbr_channel_pair_element(), up to bs_extended_data. The second channel of a coupled
@@ -159,13 +157,12 @@ bool Parser::readChannels(BitReader& bits, bool pair, Frame& frame) {
 
 void Parser::readInverseFilters(BitReader& bits, ChannelFrame& channel) const {
   for (int32_t b = 0; b < state_.bands.noise.bands; ++b)
-    channel.inverseFilter[static_cast<size_t>(b)] = static_cast<uint8_t>(bits.bits(2));
+    channel.inverseFilter[b] = static_cast<uint8_t>(bits.bits(2));
 }
 
 void Parser::readHarmonics(BitReader& bits, ChannelFrame& channel) const {
   if (!bits.flag()) return;
-  for (int32_t b = 0; b < state_.bands.high.bands; ++b)
-    channel.harmonic[static_cast<size_t>(b)] = bits.flag();
+  for (int32_t b = 0; b < state_.bands.high.bands; ++b) channel.harmonic[b] = bits.flag();
 }
 
 // sbr_envelope() and the delta decoding of 4.6.18.3.5. Differences in time refer to the band of the envelope before
@@ -176,7 +173,7 @@ bool Parser::readEnvelopes(BitReader& bits, const Directions& directions, bool b
   const auto* const codes = kEnvelopeCodes[balance][grid.coarse];
   const int32_t step = balance ? 2 : 1, largest = grid.coarse ? 63 : 127;
   const int32_t odd = state_.bands.high.bands % 2;
-  for (size_t l = 0; l < static_cast<size_t>(grid.envelopes); ++l) {
+  for (int32_t l = 0; l < grid.envelopes; ++l) {
     const int32_t bands = state_.bands.envelope(grid.highRes[l]).bands;
     int32_t value = 0;
     for (int32_t b = 0; b < bands; ++b) {
@@ -184,14 +181,14 @@ bool Parser::readEnvelopes(BitReader& bits, const Directions& directions, bool b
         int32_t same = b;
         if (grid.highRes[l] && !previous.highRes) same = (b + odd) / 2;
         if (!grid.highRes[l] && previous.highRes && b > 0) same = 2 * b - odd;
-        value = previous.envelope[static_cast<size_t>(same)] + step * readDifference(bits, codes[1]);
+        value = previous.envelope[same] + step * readDifference(bits, codes[1]);
       } else if (b == 0) {
         value = step * field(bits, 7 - grid.coarse - balance);
       } else {
         value += step * readDifference(bits, codes[0]);
       }
       if (value < 0 || value > largest) return false;
-      channel.envelope[l][static_cast<size_t>(b)] = static_cast<int16_t>(value);
+      channel.envelope[l][b] = static_cast<int16_t>(value);
     }
     previous.envelope = channel.envelope[l];
     previous.highRes = grid.highRes[l];
@@ -205,15 +202,15 @@ bool Parser::readNoise(BitReader& bits, const Directions& directions, bool balan
   constexpr int32_t kLargest = 30;
   const auto* const codes = kNoiseCodes[balance];
   const int32_t step = balance ? 2 : 1;
-  for (size_t q = 0; q < static_cast<size_t>(channel.grid.noiseFloors); ++q) {
+  for (int32_t q = 0; q < channel.grid.noiseFloors; ++q) {
     int32_t value = 0;
     for (int32_t b = 0; b < state_.bands.noise.bands; ++b) {
       if (directions.noise[q])
-        value = previous.noise[static_cast<size_t>(b)] + step * readDifference(bits, codes[1]);
+        value = previous.noise[b] + step * readDifference(bits, codes[1]);
       else
         value = b == 0 ? step * field(bits, 5) : value + step * readDifference(bits, codes[0]);
       if (value < 0 || value > kLargest) return false;
-      channel.noise[q][static_cast<size_t>(b)] = static_cast<int16_t>(value);
+      channel.noise[q][b] = static_cast<int16_t>(value);
     }
     previous.noise = channel.noise[q];
   }

@@ -2,10 +2,10 @@
 // ISO/IEC 14496-3, 4.4.2.8 and 4.6.18.3.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 
+#include "codec/io/array.h"
 #include "codec/io/bit_reader.h"
 #include "codec/io/bytes.h"
 #include "codec/sbr/bands.h"
@@ -20,15 +20,15 @@ constexpr int32_t kMaxEnvelopes = 5, kMaxNoiseFloors = 2;
 // the next frame then begins.
 struct Grid {
   int32_t envelopes = 1, noiseFloors = 1;
-  std::array<int32_t, kMaxEnvelopes + 1> border{};
-  std::array<int32_t, kMaxNoiseFloors + 1> noiseBorder{};
-  std::array<bool, kMaxEnvelopes> highRes{};
+  Array<int32_t, kMaxEnvelopes + 1> border{};
+  Array<int32_t, kMaxNoiseFloors + 1> noiseBorder{};
+  Array<bool, kMaxEnvelopes> highRes{};
   int32_t transient =
       -1;  // l_A, the envelope that begins with a transient; `envelopes` for the next frame's first
   bool coarse = false;  // scale factors in steps of 3 dB, not 1.5
 
   bool read(BitReader& bits, bool coarseInHeader, int32_t timeSlots);
-  int32_t end() const { return border[static_cast<size_t>(envelopes)]; }
+  int32_t end() const { return border[envelopes]; }
 
  private:
   void divideNoise(int32_t frameClass, int32_t pointer);
@@ -37,16 +37,16 @@ struct Grid {
 // One channel's frame. Scale factors are those of the stream after delta decoding, balance values already doubled.
 struct ChannelFrame {
   Grid grid;
-  std::array<std::array<int16_t, Bands::kMaxBands>, kMaxEnvelopes> envelope{};
-  std::array<std::array<int16_t, Bands::kMaxNoiseBands>, kMaxNoiseFloors> noise{};
-  std::array<uint8_t, Bands::kMaxNoiseBands> inverseFilter{};  // bs_invf_mode
-  std::array<bool, Bands::kMaxBands> harmonic{};
+  Array<Array<int16_t, Bands::kMaxBands>, kMaxEnvelopes> envelope{};
+  Array<Array<int16_t, Bands::kMaxNoiseBands>, kMaxNoiseFloors> noise{};
+  Array<uint8_t, Bands::kMaxNoiseBands> inverseFilter{};  // bs_invf_mode
+  Array<bool, Bands::kMaxBands> harmonic{};
 };
 
 struct Frame {
   bool reset = false;    // the bands are others than those of the frame before
   bool coupled = false;  // the second channel holds balances
-  std::array<ChannelFrame, 2> channel;
+  Array<ChannelFrame, 2> channel;
   std::optional<BitReader> stereo;  // where parametric stereo data begin, within the payload that was read
 };
 
@@ -72,19 +72,19 @@ class Parser {
  private:
   struct Previous {  // what differences in time refer to
     bool highRes = false;
-    std::array<int16_t, Bands::kMaxBands> envelope{};
-    std::array<int16_t, Bands::kMaxNoiseBands> noise{};
+    Array<int16_t, Bands::kMaxBands> envelope{};
+    Array<int16_t, Bands::kMaxNoiseBands> noise{};
   };
   struct State {
     bool hasHeader = false;
     Header header;
     Bands bands;
-    std::array<Previous, 2> previous;
+    Array<Previous, 2> previous;
   };
   // Which envelopes and noise floors are coded as differences in time.
   struct Directions {
-    std::array<bool, kMaxEnvelopes> envelope{};
-    std::array<bool, kMaxNoiseFloors> noise{};
+    Array<bool, kMaxEnvelopes> envelope{};
+    Array<bool, kMaxNoiseFloors> noise{};
 
     void read(BitReader& bits, const Grid& grid);
   };
