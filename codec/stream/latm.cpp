@@ -140,7 +140,10 @@ size_t findLatm(Bytes head, bool whole) {
   return kNotFound;
 }
 
-LatmDemuxer::LatmDemuxer() : window_(kFindBytes + kLongestFrame) { packet_.reserve(kLongestFrame + 8); }
+LatmDemuxer::LatmDemuxer(int64_t position) : window_(kFindBytes + kLongestFrame), start_(position) {
+  window_.jump(position);
+  packet_.reserve(kLongestFrame + 8);
+}
 
 void LatmDemuxer::skip(size_t count) {
   gapIsZero_ = gapIsZero_ && allZero(window_.bytes().first(count));
@@ -170,7 +173,7 @@ LatmDemuxer::Sync LatmDemuxer::lock() {
   for (; at < bytes.size(); at = nextSync(bytes, at + 1)) {
     joins = framesJoin(bytes, at, ever_ ? 1 : 2);
     if (joins == Joins::cut && whole_) {
-      const bool mayEnd = ever_ || window_.position() + static_cast<int64_t>(at) == 0;
+      const bool mayEnd = ever_ || window_.position() + static_cast<int64_t>(at) == start_;
       joins = mayEnd && endsWithFrames(bytes, at) ? Joins::yes : Joins::no;
     }
     if (joins != Joins::no) break;

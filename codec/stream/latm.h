@@ -25,7 +25,8 @@ struct StreamMuxConfig {
 
 class LatmDemuxer final : public Demuxer {
  public:
-  LatmDemuxer();
+  // The input is fed from `position` on, where findLatm() found it.
+  explicit LatmDemuxer(int64_t position = 0);
 
   size_t feed(Bytes bytes) override { return window_.feed(bytes); }
   void finish() override { whole_ = true; }
@@ -54,6 +55,7 @@ class LatmDemuxer final : public Demuxer {
   void endGap();
 
   ByteWindow window_;
+  int64_t start_;
   bool whole_ = false;   // no more will be fed
   bool locked_ = false;  // a frame is expected where the window begins
   bool ever_ = false;    // was locked before

@@ -139,7 +139,10 @@ struct MpegTsDemuxer::Header {
         payloadAt((packet[3] & 0x20) != 0 ? size_t{5} + packet[4] : 4) {}
 };
 
-MpegTsDemuxer::MpegTsDemuxer(int32_t track) : window_(kWindow), track_(track) {}
+MpegTsDemuxer::MpegTsDemuxer(int32_t track, int64_t position)
+    : window_(kWindow), start_(position), track_(track) {
+  window_.jump(position);
+}
 
 MpegTsDemuxer::Order MpegTsDemuxer::Counter::follow(int32_t counter, bool jumps) {
   const int32_t before = last;
@@ -333,7 +336,7 @@ bool MpegTsDemuxer::takePacket(Bytes bytes, Packet& packet) {
 bool MpegTsDemuxer::restartToGuess() {
   if (!programs_.empty() || pid_ >= 0 || guess_ || !seekable_) return false;
   guess_ = true;
-  window_.jump(0);
+  window_.jump(start_);
   whole_ = locked_ = false;
   packets_ = between_ = 0;
   skipped_ = before_ = 0;

@@ -21,7 +21,7 @@ size_t findMpegTs(Bytes head, bool whole);
 class MpegTsDemuxer final : public Demuxer {
  public:
   // `track`: which of the audio streams, in the order in which the programs' tables come.
-  explicit MpegTsDemuxer(int32_t track = 0);
+  explicit MpegTsDemuxer(int32_t track = 0, int64_t position = 0);
 
   void setSeekable(int64_t /*inputBytes*/) override { seekable_ = true; }
   size_t feed(Bytes bytes) override { return window_.feed(bytes); }
@@ -72,6 +72,7 @@ class MpegTsDemuxer final : public Demuxer {
   void refuseAtEnd();
 
   ByteWindow window_;
+  int64_t start_;
   int32_t track_;
   bool seekable_ = false, whole_ = false, locked_ = false;
   size_t stride_ = kPacketBytes,

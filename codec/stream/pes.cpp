@@ -91,7 +91,7 @@ size_t findPes(Bytes head, bool whole) {
   return kNotFound;
 }
 
-PesDemuxer::PesDemuxer() : window_(kWindow) {}
+PesDemuxer::PesDemuxer(int64_t position) : window_(kWindow) { window_.jump(position); }
 
 // The next start code to the front of the window, and what it begins. False where more is needed.
 bool PesDemuxer::openUnit() {

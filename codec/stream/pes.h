@@ -47,7 +47,7 @@ size_t findPes(Bytes head, bool whole);
 // The first audio stream of an MPEG program stream, or of PES packets without anything around them.
 class PesDemuxer final : public Demuxer {
  public:
-  PesDemuxer();
+  explicit PesDemuxer(int64_t position = 0);
 
   size_t feed(Bytes bytes) override { return window_.feed(bytes); }
   void finish() override { whole_ = true; }

@@ -18,14 +18,15 @@ struct Demuxed {
   // 'c' config, 'p' packet, 'l' lost, 'r' refused, 'e' end; pieces of an elementary stream count as one packet.
   std::string events;
   std::vector<std::vector<uint8_t>> packets;
-  std::vector<int64_t> positions;  // of the packets
+  std::vector<int64_t> positions, numbers;  // of the packets
   std::vector<moxc::TrackConfig> configs;
   std::string refusal;
   std::vector<std::string> faults, notes;
 
   bool sameAs(const Demuxed& other) const {
     return events == other.events && packets == other.packets && positions == other.positions &&
-           refusal == other.refusal && faults == other.faults && notes == other.notes;
+           numbers == other.numbers && refusal == other.refusal && faults == other.faults &&
+           notes == other.notes;
   }
 };
 
@@ -40,16 +41,16 @@ inline PieceSize randomPieces(uint32_t seed) {
   return [random = std::mt19937(seed)]() mutable { return size_t{1} << (random() % 14) | random() % 1000; };
 }
 
-// Goes on until the end, or `limit` packets.
+// Goes on until the end, or `limit` packets. `resumed`: a demuxer that has told its configuration.
 inline Demuxed demux(moxc::Demuxer& demuxer, moxc::Bytes input, PieceSize pieceSize, bool seekable,
-                     size_t limit = SIZE_MAX) {
+                     size_t limit = SIZE_MAX, bool resumed = false) {
   const auto require = [](bool kept) {
     if (!kept) std::abort();
   };
   const auto size = static_cast<int64_t>(input.size());
   Demuxed out;
   std::vector<uint8_t> piece;  // its own memory, so that a sanitizer sees the end
-  int64_t stands = 0;
+  int64_t stands = demuxer.inputPosition();
   bool finished = false, joining = false;
   for (;;) {
     moxc::Packet packet;
@@ -76,7 +77,7 @@ inline Demuxed demux(moxc::Demuxer& demuxer, moxc::Bytes input, PieceSize pieceS
       stands += static_cast<int64_t>(taken);
       require(demuxer.inputPosition() == stands);
     } else if (event == moxc::DemuxEvent::packet) {
-      require(!out.configs.empty());
+      require(resumed || !out.configs.empty());
       uint32_t behind = 0;  // eight bytes behind the packet are readable
       for (size_t i = 0; i < 8; ++i) behind += packet.bytes.data()[packet.bytes.size() + i];
       require(behind < 8 * 256);
@@ -85,6 +86,7 @@ inline Demuxed demux(moxc::Demuxer& demuxer, moxc::Bytes input, PieceSize pieceS
       } else {
         out.packets.emplace_back(packet.bytes.begin(), packet.bytes.end());
         out.positions.push_back(packet.position);
+        out.numbers.push_back(packet.number);
         out.events += 'p';
       }
       joining = elementary;

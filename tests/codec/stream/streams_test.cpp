@@ -4,13 +4,12 @@
 #include <memory>
 
 #include "codec/damage.h"
-#include "codec/stream/adts_scanner.h"
+#include "codec/stream/adts_frames.h"
 #include "codec/stream/adts_writer.h"
 #include "codec/stream/demux.h"
 #include "codec/stream/latm.h"
 #include "codec/stream/mpeg_ts.h"
 #include "codec/stream/pes.h"
-#include "support/streams.h"
 
 namespace moxtest {
 namespace {
@@ -21,28 +20,6 @@ using moxc::PacketContent;
 using moxc::PesDemuxer;
 
 using Frames = std::vector<std::vector<uint8_t>>;
-
-std::vector<uint8_t> bundled(const std::string& name) { return readFile(streamPath(name)); }
-
-// Frames `first` to `first + count` of a bundled ADTS stream, or the raw data blocks in them.
-Frames adtsFrames(const std::string& name, size_t first, size_t count, bool blocks) {
-  const std::vector<uint8_t> bytes = bundled(name);
-  moxc::AdtsScanner scanner(bytes);
-  Frames frames;
-  moxc::AdtsFrame frame;
-  for (size_t i = 0; scanner.next(frame); ++i) {
-    const moxc::Bytes part = moxc::slice(frame.bytes, blocks ? frame.header.headerBytes() : 0);
-    if (i >= first && i < first + count) frames.emplace_back(part.begin(), part.end());
-  }
-  EXPECT_EQ(frames.size(), count);
-  return frames;
-}
-
-std::vector<uint8_t> joined(const Frames& frames) {
-  std::vector<uint8_t> all;
-  for (const auto& frame : frames) all.insert(all.end(), frame.begin(), frame.end());
-  return all;
-}
 
 template <class Container>
 Demuxed demuxed(const std::vector<uint8_t>& bytes, PieceSize pieces = wholeInput(), bool seekable = false) {
