@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "codec/aac/tables.h"
+#include "codec/io/bit_reader.h"
 #include "moxac/extras.h"
 
 namespace moxc::aac {
@@ -34,6 +35,34 @@ size_t dataElementBytes(Bytes bytes) {
   return at + length <= bytes.size() ? at + length : 0;
 }
 
+// pulse_data(): lines of a long window whose magnitudes are larger than coded.
+struct Pulses {
+  struct Pulse {
+    int32_t offset, amplitude;
+  };
+  int32_t count = 0, firstBand = 0;
+  std::array<Pulse, 4> pulse;
+
+  void read(BitReader& bits) {  // from pulse_data_present on
+    if (!bits.flag()) return;
+    count = static_cast<int32_t>(bits.bits(2)) + 1;
+    firstBand = static_cast<int32_t>(bits.bits(6));
+    for (int32_t i = 0; i < count; ++i) {
+      pulse[static_cast<size_t>(i)].offset = static_cast<int32_t>(bits.bits(5));
+      pulse[static_cast<size_t>(i)].amplitude = static_cast<int32_t>(bits.bits(4));
+    }
+  }
+  bool add(int32_t line, std::array<int32_t, 1024>& spectrum) const {
+    for (int32_t i = 0; i < count; ++i) {
+      line += pulse[static_cast<size_t>(i)].offset;
+      if (line >= 1024) return false;
+      int32_t& value = spectrum[static_cast<size_t>(line)];
+      value += value > 0 ? pulse[static_cast<size_t>(i)].amplitude : -pulse[static_cast<size_t>(i)].amplitude;
+    }
+    return true;
+  }
+};
+
 }  // namespace
 
 BlockReader::BlockReader(const Config& config)
@@ -49,12 +78,10 @@ BlockReader::BlockReader(const Config& config)
 }
 
 int32_t BlockReader::bits(int32_t count) {
-  uint32_t word = 0;
-  for (int32_t i = 0; i < 3; ++i) word = (word << 8) | stream_[i];
-  const int32_t end = offset_ + count;
-  stream_ += end / 8;
-  offset_ = end % 8;
-  return static_cast<int32_t>((word >> (24 - end)) & ((1u << count) - 1));
+  BitReader reader(buffer_, position(), static_cast<size_t>(count));
+  const auto value = static_cast<int32_t>(reader.bits(count));
+  moveTo(reader.position());
+  return value;
 }
 
 size_t BlockReader::position() const {
@@ -194,17 +221,31 @@ bool BlockReader::readChannel(bool commonWindow, Channel& channel) {
 // scale factors and spectrum. So these data are read here, and the channel is decoded from a copy without them.
 bool BlockReader::readAroundLongTns(bool commonWindow, Channel& channel) {
   const MoxAacIcsInfo& ics = channel.ics;
-  const MoxAacChanStream& stream = channel.stream;
   if (ics.windowSequence == kEightShort) return false;
+  const size_t gainAt = position(), sectionsAt = gainAt + 8 + (commonWindow ? 0 : icsInfoBits(ics));
+  if (!skipScaleFactors(sectionsAt, channel)) return false;
 
-  const size_t gainAt = position();
-  const size_t sectionsAt = gainAt + 8 + (commonWindow ? 0 : icsInfoBits(ics));
+  const size_t toolsAt = position();
+  BitReader tools(Bytes(buffer_).first((end_ + 7) / 8), toolsAt, end_ - toolsAt);
+  Pulses pulses;
+  pulses.read(tools);
+  tools.flag();                                                                       // tns_data_present
+  if (!channel.longTns.read(tools) || tools.flag() || tools.overrun()) return false;  // gain control
+
+  if (!readWithout(toolsAt, tools.position(), gainAt, sectionsAt, commonWindow, channel)) return false;
+  return pulses.firstBand < channel.stream.numSwb &&
+         pulses.add(kLongBands[config_.rateIndex][pulses.firstBand], channel.spectrum);
+}
+
+// Past the sections and the scale factors of a long window whose code books are known.
+bool BlockReader::skipScaleFactors(size_t sectionsAt, const Channel& channel) {
+  const MoxAacChanStream& stream = channel.stream;
   size_t factorsAt = sectionsAt;
   for (int32_t s = 0, start = 0; s < stream.numSec[0]; start = stream.sectEnd[s++])
     factorsAt += 4 + 5 * static_cast<size_t>((stream.sectEnd[s] - start) / 31 + 1);
   moveTo(factorsAt);
   bool noiseSeen = false;
-  for (int32_t band = 0; band < ics.maxSfb; ++band) {
+  for (int32_t band = 0; band < channel.ics.maxSfb; ++band) {
     const int32_t book = channel.sfbCb[static_cast<size_t>(band)];
     int16_t difference;
     if (book == kNoiseBook && !noiseSeen) {
@@ -215,56 +256,33 @@ bool BlockReader::readAroundLongTns(bool commonWindow, Channel& channel) {
       return false;
     }
   }
+  return within();
+}
 
-  const size_t toolsAt = position();
-  struct Pulse {
-    int32_t offset, amplitude;
-  };
-  std::vector<Pulse> pulses;
-  int32_t line = 0;
-  if (bits(1) != 0) {
-    pulses.resize(static_cast<size_t>(bits(2)) + 1);
-    const int32_t firstBand = bits(6);
-    if (firstBand >= stream.numSwb) return false;
-    line = kLongBands[config_.rateIndex][firstBand];
-    for (Pulse& pulse : pulses) {
-      pulse.offset = bits(5);
-      pulse.amplitude = bits(4);
-    }
-  }
-  bits(1);  // tns_data_present
-  if (!channel.longTns.read([this](int32_t count) { return bits(count); })) return false;
-  if (bits(1) != 0 || !within()) return false;  // gain control
-  const size_t spectrumAt = position();
-
+// Decodes the channel from its global gain on as if bits [from, to) and its window information were not there.
+bool BlockReader::readWithout(size_t from, size_t to, size_t gainAt, size_t sectionsAt, bool commonWindow,
+                              Channel& channel) {
   std::vector<uint8_t> joined(buffer_.size());
   size_t written = 0;
-  const auto copy = [&](size_t from, size_t to) {
-    for (; from < to; ++from, ++written)
+  const auto copy = [&](size_t first, size_t last) {
+    for (; first < last; ++first, ++written)
       joined[written / 8] |=
-          static_cast<uint8_t>(((buffer_[from / 8] >> (7 - from % 8)) & 1) << (7 - written % 8));
+          static_cast<uint8_t>(((buffer_[first / 8] >> (7 - first % 8)) & 1) << (7 - written % 8));
   };
   copy(gainAt, gainAt + 8);
-  copy(sectionsAt, toolsAt);
+  copy(sectionsAt, from);
   const size_t headBits = written;
-  copy(spectrumAt, end_);
+  copy(to, end_);
 
   ltpHolder_.numWindowGroups = ltpHolder_.windowGroupLen[0] = 1;
   const uint8_t* at = joined.data();
   int32_t bit = 0;
   if (moxsNoiselessDecode_AAC(&at, &bit, &ltpHolder_, channel.scaleFactor.data(), channel.spectrum.data(),
                               channel.sfbCb.data(), channel.tnsCoef.data(), &channel.stream,
-                              ics.windowSequence, ics.maxSfb, commonWindow, 1,
+                              channel.ics.windowSequence, channel.ics.maxSfb, commonWindow, 1,
                               config_.objectType) != moxStatusOk)
     return false;
-  moveTo(spectrumAt + static_cast<size_t>(at - joined.data()) * 8 + static_cast<size_t>(bit) - headBits);
-
-  for (const Pulse& pulse : pulses) {
-    line += pulse.offset;
-    if (line >= 1024) return false;
-    int32_t& value = channel.spectrum[static_cast<size_t>(line)];
-    value += value > 0 ? pulse.amplitude : -pulse.amplitude;
-  }
+  moveTo(to + static_cast<size_t>(at - joined.data()) * 8 + static_cast<size_t>(bit) - headBits);
   return true;
 }
 

@@ -85,6 +85,9 @@ class BlockReader {
   bool readPair(Element& element);
   bool readChannel(bool commonWindow, Channel& channel);
   bool readAroundLongTns(bool commonWindow, Channel& channel);
+  bool skipScaleFactors(size_t sectionsAt, const Channel& channel);
+  bool readWithout(size_t from, size_t to, size_t gainAt, size_t sectionsAt, bool commonWindow,
+                   Channel& channel);
   size_t icsInfoBits(const MoxAacIcsInfo& ics) const;
   bool readCoupling();
   bool readFill(Block& block);

@@ -28,6 +28,26 @@ Coefficients directForm(const LongTns::Filter& filter, int32_t resolution) {
 
 }  // namespace
 
+bool LongTns::read(BitReader& bits) {
+  const auto field = [&bits](int32_t count) { return static_cast<int32_t>(bits.bits(count)); };
+  numFilters = field(2);
+  if (numFilters > 0) resolution = field(1) + 3;
+  for (size_t f = 0; f < static_cast<size_t>(numFilters); ++f) {
+    Filter& filter = filters[f];
+    filter.length = field(6);
+    filter.order = field(5);
+    if (filter.order > kMaxOrder) return false;
+    if (filter.order == 0) continue;
+    filter.direction = field(1);
+    const int32_t width = resolution - field(1);
+    for (size_t i = 0; i < static_cast<size_t>(filter.order); ++i) {
+      const int32_t code = field(width), sign = 1 << (width - 1);
+      filter.coef[i] = static_cast<int8_t>((code ^ sign) - sign);
+    }
+  }
+  return true;
+}
+
 void LongTns::run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t* lines) const {
   const int32_t* const bands = kLongBands[rateIndex];
   const int32_t highest = std::min(kTnsMaxBands[rateIndex], maxSfb);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "codec/io/bytes.h"
 
@@ -15,6 +16,14 @@ class BitReader {
   BitReader(Bytes bytes, size_t first, size_t count) : bytes_(bytes), position_(first), end_(first + count) {}
 
   uint32_t bits(int32_t count) {  // up to 32
+    const size_t byte = position_ / 8, last = position_ + static_cast<size_t>(count);
+    if (count > 0 && last <= end_ && byte + 8 <= bytes_.size()) {
+      uint64_t window;
+      std::memcpy(&window, bytes_.data() + byte, sizeof window);
+      window = __builtin_bswap64(window) << position_ % 8;
+      position_ = last;
+      return static_cast<uint32_t>(window >> (64 - count));
+    }
     uint32_t value = 0;
     for (; count > 0; --count) value = value << 1 | bit();
     return value;

@@ -179,7 +179,8 @@ void Element::run(const Array<const float*, 2>& core, const Array<float*, 2>& sa
     channel.oldSlots = active_ ? 2 * frame_.channel[ch].grid.end() - slots_ : 0;
     if (stereo_) {
       Array<const Mox32fc*, ps::ParametricStereo::kSlotsAhead> ahead;  // which the low band has already
-      for (size_t i = 0; i < ahead.size(); ++i) ahead[i] = channel.low[slots_ + kAhead + i];
+      for (int32_t i = 0; i < ps::ParametricStereo::kSlotsAhead; ++i)
+        ahead[i] = channel.low[slots_ + kAhead + i];
       stereo_->tool.process(channel.output, stereo_->output, ahead.data());
       stereo_->synthesis.run(stereo_->output, slots_, samples[1]);
     }

@@ -45,7 +45,7 @@ void Generator::run(const Bands& bands, const ChannelFrame& frame, int32_t slots
   for (int32_t p = 0; p < bands.numPatches; ++p) {
     const Bands::Patch& patch = bands.patches[p];
     for (int32_t x = 0; x < patch.count; ++x) {
-      const size_t from = static_cast<size_t>(patch.from) + x, to = static_cast<size_t>(patch.to) + x;
+      const int32_t from = patch.from + x, to = patch.to + x;
       const float chirp = chirps[to], squared = chirp * chirp;
       tap1_[to] = {chirp * alpha0_[from].re, chirp * alpha0_[from].im};
       tap2_[to] = {squared * alpha1_[from].re, squared * alpha1_[from].im};
