@@ -1,3 +1,4 @@
+// Allocation, processor features and cache size.
 #include "moxcore.h"
 
 #include <cpuid.h>

@@ -1,3 +1,4 @@
+// Raw data blocks: the syntax around what the library parses.
 #include "codec/aac/block.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Channel layouts: speakers in WAVE order.
 #include "codec/aac/layout.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Temporal noise shaping with long filters.
 #include "codec/aac/long_tns.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The filter bank: windows, inverse transforms, overlap.
 #include "codec/aac/synthesis.h"
 
 #include <algorithm>

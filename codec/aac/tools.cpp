@@ -1,3 +1,4 @@
+// The spectral tools in the order of the standard.
 #include "codec/aac/tools.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The MP3 encoder: from samples to frames.
 #include "codec/mp3/encoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Scale-factor bands of the MPEG-2.5 rates.
 #include "codec/mp3/mpeg25_bands.h"
 
 namespace moxc::mp3 {

@@ -1,3 +1,4 @@
+// Parametric stereo: hybrid analysis, mixing and back.
 #include "codec/ps/decoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// All-pass filters and delays that make a second, diffuse signal.
 #include "codec/ps/decorrelator.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Levels, coherence and phases as a mixing matrix that moves from envelope to envelope.
 #include "codec/ps/mixing.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Reads ps_data().
 #include "codec/ps/payload.h"
 
 #include <algorithm>

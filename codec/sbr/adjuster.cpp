@@ -1,3 +1,4 @@
+// Gains, noise and sinusoids of the high band.
 #include "codec/sbr/adjuster.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Frequency tables from a header.
 #include "codec/sbr/bands.h"
 
 #include <algorithm>

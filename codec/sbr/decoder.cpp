@@ -1,3 +1,4 @@
+// One element: sub-bands of the core, high band, synthesis.
 #include "codec/sbr/decoder.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The raw material of the high band.
 #include "codec/sbr/generator.h"
 
 #include <algorithm>

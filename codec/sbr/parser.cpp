@@ -1,3 +1,4 @@
+// Reads sbr_extension_data().
 #include "codec/sbr/parser.h"
 
 #include <algorithm>

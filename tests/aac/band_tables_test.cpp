@@ -1,3 +1,4 @@
+// The band tables against the tables of the standard.
 #include "aac/band_tables.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// ADTS and ADIF headers, program configuration elements.
 #include <gtest/gtest.h>
 
 #include <cstring>

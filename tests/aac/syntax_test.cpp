@@ -1,3 +1,4 @@
+// Syntax elements of raw data blocks.
 #include <gtest/gtest.h>
 
 #include <cstring>

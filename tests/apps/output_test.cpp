@@ -1,3 +1,4 @@
+// Output files: atomic, WAV and RF64.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>

@@ -1,3 +1,4 @@
+// Reading and writing bits through the cursor.
 #include "frame/bit_cursor.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Allocation, fills and copies.
 #include "frame/memory.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Layer III Huffman decoding against a bit-by-bit model.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Layer III Huffman encoding: what it writes is read again.
 #include <gtest/gtest.h>
 
 #include <algorithm>

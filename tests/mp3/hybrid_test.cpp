@@ -1,3 +1,4 @@
+// The hybrid bank of Layer III in both directions.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Requantisation and joint stereo against the formulas of the standard.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Counts allocations, and lets one fail.
 #include "support/alloc_spy.h"
 
 #include <atomic>

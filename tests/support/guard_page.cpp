@@ -1,3 +1,4 @@
+// Memory that ends, or begins, at a page that may not be touched.
 #include "support/guard_page.h"
 
 #include <sys/mman.h>

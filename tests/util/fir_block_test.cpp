@@ -1,3 +1,4 @@
+// Block FIR against direct sums.
 #include <gtest/gtest.h>
 
 #include <vector>

@@ -1,3 +1,4 @@
+// Interleaving and conversion.
 #include <gtest/gtest.h>
 
 #include <memory>

@@ -1,3 +1,4 @@
+// Power laws and scaling against double precision.
 #include <gtest/gtest.h>
 
 #include <cmath>

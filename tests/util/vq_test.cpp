@@ -1,3 +1,4 @@
+// Vector quantisation against exhaustive search.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Output that appears only when it is complete.
 #include "mox/files/atomic_file.h"
 
 #include <fcntl.h>

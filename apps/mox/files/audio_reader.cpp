@@ -1,3 +1,4 @@
+// Audio files as interleaved samples, by libsndfile.
 #include "mox/files/audio_reader.h"
 
 #include <algorithm>

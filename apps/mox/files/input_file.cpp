@@ -1,3 +1,4 @@
+// An input as a whole, from a file or from standard input.
 #include "mox/files/input_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// The progress line on a terminal.
 #include "mox/files/progress.h"
 
 #include <sys/ioctl.h>

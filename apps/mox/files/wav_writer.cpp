@@ -1,3 +1,4 @@
+// WAV and RF64 output.
 #include "mox/files/wav_writer.h"
 
 #include <sndfile.h>

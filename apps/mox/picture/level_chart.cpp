@@ -1,3 +1,4 @@
+// Draws levels over time and frequency, with axes and a scale.
 #include "mox/picture/level_chart.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Pictures in memory, text in them, and PNG files.
 #include "mox/picture/picture.h"
 
 #include <png.h>

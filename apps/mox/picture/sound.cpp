@@ -1,3 +1,4 @@
+// The sound that is to be drawn.
 #include "mox/picture/sound.h"
 
 #include <memory>

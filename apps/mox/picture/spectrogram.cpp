@@ -1,3 +1,4 @@
+// Levels over time and frequency.
 #include "mox/picture/spectrogram.h"
 
 #include <algorithm>
