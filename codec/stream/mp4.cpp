@@ -95,7 +95,9 @@ bool Mp4Demuxer::passedOver() const {
 
 bool Mp4Demuxer::isContainer(uint32_t type) const {
   if (type == fourcc("covr")) return inside(fourcc("ilst"));
-  if (type == fourcc("moov") && sawMoov_) return false;
+  if (type == fourcc("moov")) return depth_ == 0 && !sawMoov_;
+  if (type == fourcc("moof")) return depth_ == 0;
+  if (type == fourcc("trak") || type == fourcc("mvex")) return inside(fourcc("moov"));
   if (type == fourcc("minf") && passedOver()) return false;
   return isOneOf(type, kContainers);
 }
@@ -491,6 +493,8 @@ void Mp4Demuxer::endMoof() {
   fragment_.finish(inputBytes_);
   const int64_t packets = fragment_.packets(), first = nextNumber_;
   if (packets == 0) return;
+  fragmented_ = true;  // whatever the index said
+  config_.packets = -1;
   if (first >= knownPackets_ && (fragments_.empty() || first - fragments_.back().firstNumber >= 2))
     fragments_.push_back({moofAt_, first});
   nextNumber_ = first + packets;

@@ -118,7 +118,8 @@ const char* nameOf(uint32_t type) {
 // "3/12": the number and the total of `trkn` and `disk`.
 std::string pairText(Bytes value) {
   std::string text = std::to_string(bigEndian(value, 2, 2));
-  if (const uint32_t total = bigEndian(value, 4, 2); total > 0) text.append("/").append(std::to_string(total));
+  if (const uint32_t total = bigEndian(value, 4, 2); total > 0)
+    text.append("/").append(std::to_string(total));
   return text;
 }
 
