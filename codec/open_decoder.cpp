@@ -3,7 +3,6 @@
 #include "codec/decoder.h"
 #include "codec/io/failure.h"
 #include "codec/mp3/decoder.h"
-#include "codec/stream/mp4_audio.h"
 #include "codec/stream/tags.h"
 
 namespace moxc {
@@ -14,7 +13,6 @@ std::string foreignFormat(Bytes bytes) {
   if (startsWith(bytes, "RIFF") || startsWith(bytes, "RF64")) return "a WAV or other RIFF file";
   if (startsWith(bytes, "fLaC")) return "a FLAC file";
   if (startsWith(bytes, "OggS")) return "an Ogg file";
-  if (isMp4(bytes) && !canReadMp4()) return "an MP4 file";
   if (startsWith(bytes, "\x1A\x45\xDF\xA3")) return "a Matroska or WebM file";
   if (startsWith(bytes, "FORM")) return "an AIFF file";
   return {};

@@ -5,8 +5,11 @@
 
 #include "codec/aac/crc.h"
 #include "codec/io/failure.h"
+#include "codec/io/text.h"
 #include "codec/mp3/scanner.h"
-#include "codec/stream/mp4_audio.h"
+#include "codec/stream/audio_specific_config.h"
+#include "codec/stream/latm.h"
+#include "codec/stream/mp4.h"
 
 namespace moxc::aac {
 namespace {
@@ -14,10 +17,6 @@ namespace {
 constexpr int32_t kAotSsr = 3;
 // How many blocks are looked at for a program configuration element when the headers name no layout.
 constexpr int kProgramSearchBlocks = 16;
-
-std::string counted(int64_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 void refuseSsr(const Config& config) {
   if (config.objectType == kAotSsr)
@@ -28,63 +27,6 @@ Layout layoutOf(const MoxAacPrgCfgElt& program) {
   std::optional<Layout> layout = Layout::ofProgram(program);
   if (!layout) throw Failure("the AAC stream's program has no channels, or more than eight");
   return *std::move(layout);
-}
-
-struct SpecificConfig {
-  Config config;
-  Layout layout;
-};
-
-// AudioSpecificConfig(), ISO/IEC 14496-3, 1.6.2.1. In front of the core's configuration that of spectral band
-// replication may stand.
-SpecificConfig parseAudioSpecificConfig(Bytes bytes) {
-  constexpr int32_t kAotSbr = 5, kAotPs = 29;
-  size_t at = 0;
-  const auto bits = [&](size_t count) {
-    const auto value = (uint64_t{bigEndian(bytes, at / 8, 4)} << 32 | bigEndian(bytes, at / 8 + 4, 4))
-                       << (at % 8);
-    at += count;
-    return static_cast<int32_t>(value >> (64 - count));
-  };
-  const auto rateIndex = [&] {
-    int32_t index = bits(4);
-    if (index == 15) {
-      const auto rate = std::find(std::begin(kRates), std::end(kRates), bits(24));
-      index = static_cast<int32_t>(rate - std::begin(kRates));
-    }
-    return index;
-  };
-  SpecificConfig result;
-  result.config.objectType = bits(5);
-  result.config.rateIndex = rateIndex();
-  const int32_t configuration = bits(4);
-  if (result.config.objectType == kAotSbr || result.config.objectType == kAotPs) {
-    result.config.replication = true;
-    result.config.parametricStereo = result.config.objectType == kAotPs;
-    rateIndex();  // of the replicated band
-    result.config.objectType = bits(5);
-  }
-  refuseSsr(result.config);
-  if (result.config.objectType < 1 || result.config.objectType > 4)
-    throw Failure("the MP4 file holds MPEG-4 audio object type " + std::to_string(result.config.objectType) +
-                  ", which is not decoded");
-  if (result.config.rateIndex > 11) throw Failure("the AAC stream names no usable sample rate");
-  if (bits(1) != 0) throw Failure("the AAC stream has frames of 960 samples, which are not decoded");
-  if (bits(1) != 0) bits(14);  // coreCoderDelay
-  bits(1);                     // extensionFlag
-
-  std::optional<Layout> layout = Layout::ofConfiguration(configuration);
-  if (!layout) {
-    std::vector<uint8_t> padded(bytes.begin(), bytes.end());
-    padded.resize(bytes.size() + 1024);
-    const uint8_t* position = padded.data() + at / 8;
-    auto offset = static_cast<int32_t>(at % 8);
-    MoxAacPrgCfgElt program{};
-    moxsDecodePrgCfgElt_AAC(&position, &offset, &program);
-    layout = layoutOf(program);
-  }
-  result.layout = *std::move(layout);
-  return result;
 }
 
 class AdtsStream final : public Stream {
@@ -321,54 +263,142 @@ std::unique_ptr<Stream> openAdif(Bytes bytes) {
   return std::make_unique<AdifStream>(slice(bytes, headerBytes), header, config, layoutOf(programs[0]));
 }
 
-// Blocks from the packets of an MP4 file.
-class Mp4Stream final : public Stream {
+// The packets of a container in memory.
+class PacketReader {
  public:
-  Mp4Stream(Mp4Audio audio, const Config& config, Layout layout)
-      : Stream(config, std::move(layout)), audio_(std::move(audio)) {}
+  using Make = std::unique_ptr<Demuxer> (*)();
+  PacketReader(Bytes bytes, Make make) : bytes_(bytes), make_(make) { rewind(); }
 
-  Event next(Block& block) override {
-    if (next_ == audio_.packets.size()) return Event::end;
-    return reader_.read(audio_.packets[next_++], block) ? Event::block : Event::damaged;
+  void rewind() {
+    demuxer_ = make_();
+    demuxer_->setSeekable(static_cast<int64_t>(bytes_.size()));
   }
-  void rewind() override { next_ = 0; }
-  double progress() const override {
-    return audio_.packets.empty() ? 1.0
-                                  : static_cast<double>(next_) / static_cast<double>(audio_.packets.size());
+  DemuxEvent next(Packet& packet) {
+    for (;;) {
+      const DemuxEvent event = demuxer_->next(packet);
+      if (event != DemuxEvent::needMore) return event;
+      const Bytes rest = slice(bytes_, static_cast<size_t>(demuxer_->inputPosition()));
+      if (rest.empty())
+        demuxer_->finish();
+      else
+        demuxer_->feed(rest);
+    }
   }
-  const char* container() const override { return "MP4"; }
-  int64_t expectedBlocks() const override { return static_cast<int64_t>(audio_.packets.size()); }
-  int64_t audioBytes() const override {
-    int64_t bytes = 0;
-    for (const auto& packet : audio_.packets) bytes += static_cast<int64_t>(packet.size());
-    return bytes;
-  }
-  int64_t skippedBytes() const override { return 0; }
-  int64_t delay(int32_t rate) const override { return atRate(audio_.delay, rate); }
-  int64_t padding(int32_t rate) const override { return atRate(audio_.padding, rate); }
-  std::vector<std::string> faults() const override { return {}; }
-  std::vector<std::string> notes() const override { return {}; }
+  const Demuxer& demuxer() const { return *demuxer_; }
 
  private:
-  // Of HE-AAC some files count samples at the rate of the core, some at twice that.
-  int64_t atRate(int64_t samples, int32_t rate) const {
-    return audio_.rate > 0 ? samples * rate / audio_.rate : samples;
-  }
-
-  Mp4Audio audio_;
-  size_t next_ = 0;
+  Bytes bytes_;
+  Make make_;
+  std::unique_ptr<Demuxer> demuxer_;
 };
 
-std::unique_ptr<Stream> openMp4(Bytes bytes) {
-  Mp4Audio audio = readMp4(bytes);
-  auto [config, layout] = parseAudioSpecificConfig(audio.config);
-  return std::make_unique<Mp4Stream>(std::move(audio), config, std::move(layout));
+// Blocks from the packets of a container that says by an AudioSpecificConfig what they are, up to where it says
+// something else.
+class PacketStream final : public Stream {
+ public:
+  PacketStream(PacketReader packets, const Config& config, Layout layout)
+      : Stream(config, std::move(layout)), packets_(std::move(packets)) {
+    packets_.rewind();
+    Packet packet;
+    for (Event event = nextPacket(packet); event != Event::end; event = nextPacket(packet)) {
+      ++blocks_;
+      if (event == Event::block) bytes_ += static_cast<int64_t>(packet.bytes.size());
+    }
+    track_ = packets_.demuxer().config();
+    faults_ = packets_.demuxer().faults();
+    notes_ = packets_.demuxer().notes();
+    if (changes_) notes_.emplace_back("what follows a change of configuration is left out");
+    skipped_ = packets_.demuxer().skippedBytes();
+    rewind();
+  }
+
+  Event next(Block& block) override {
+    Packet packet;
+    const Event event = nextPacket(packet);
+    if (event != Event::end) ++next_;
+    if (event != Event::block) return event;
+    return reader_.read(packet.bytes, block) ? Event::block : Event::damaged;
+  }
+  void rewind() override {
+    packets_.rewind();
+    next_ = 0;
+    configured_ = false;
+  }
+  double progress() const override {
+    return blocks_ == 0 ? 1.0 : static_cast<double>(next_) / static_cast<double>(blocks_);
+  }
+  const char* container() const override { return packets_.demuxer().container(); }
+  int64_t expectedBlocks() const override { return blocks_; }
+  int64_t audioBytes() const override { return bytes_; }
+  int64_t skippedBytes() const override { return skipped_; }
+  int64_t delay(int32_t rate) const override { return atRate(std::max<int64_t>(track_.delay, 0), rate); }
+  int64_t padding(int32_t rate) const override {
+    if (track_.length < 0 || track_.packetDuration == 0) return 0;
+    return atRate(std::max<int64_t>(blocks_ * track_.packetDuration - track_.delay - track_.length, 0), rate);
+  }
+  std::vector<std::string> faults() const override { return faults_; }
+  std::vector<std::string> notes() const override { return notes_; }
+
+ private:
+  Event nextPacket(Packet& packet) {
+    for (;;) switch (packets_.next(packet)) {
+        case DemuxEvent::config:
+          changes_ = std::exchange(configured_, true);
+          if (changes_) return Event::end;
+          break;
+        case DemuxEvent::packet:
+          return Event::block;
+        case DemuxEvent::lost:
+          return Event::lost;
+        default:
+          return Event::end;
+      }
+  }
+  // Of HE-AAC some files count samples at the rate of the core, some at twice that.
+  int64_t atRate(int64_t samples, int32_t rate) const {
+    return track_.timescale > 0 ? samples * rate / track_.timescale : samples;
+  }
+
+  PacketReader packets_;
+  bool configured_ = false, changes_ = false;
+  int64_t blocks_ = 0, bytes_ = 0, next_ = 0, skipped_ = 0;
+  TrackConfig track_;
+  std::vector<std::string> faults_, notes_;
+};
+
+std::unique_ptr<Stream> openPackets(Bytes bytes, PacketReader::Make make) {
+  PacketReader packets(bytes, make);
+  Packet packet;
+  DemuxEvent event = packets.next(packet);
+  while (event == DemuxEvent::lost) event = packets.next(packet);
+  if (event == DemuxEvent::refused) throw Failure(packets.demuxer().refusal());
+  const TrackConfig& track = packets.demuxer().config();
+  if (track.content != PacketContent::aacBlock)
+    throw Failure("the MP4 file holds MPEG audio, which is not decoded");
+  const auto specific = parseAudioSpecificConfig(track.specificConfig, track.specificConfigBits, true);
+  if (event != DemuxEvent::config || !specific) throw Failure("the AAC stream has no usable configuration");
+  if (specific->refusal != nullptr)
+    throw Failure(std::string("the stream is ") + specific->refusal + ", which is not decoded");
+  if (specific->frameSamples != kAacSamples)
+    throw Failure("the AAC stream has frames of 960 samples, which are not decoded");
+  const Config config{.objectType = specific->objectType,
+                      .rateIndex = specific->rateIndex,
+                      .replication = specific->sbr == Signalled::present,
+                      .parametricStereo = specific->ps == Signalled::present};
+  refuseSsr(config);
+  std::optional<Layout> layout = specific->program ? Layout::ofProgram(*specific->program)
+                                                   : Layout::ofConfiguration(specific->channelConfiguration);
+  if (!layout) throw Failure("the AAC stream has no channels, or a layout that is not decoded");
+  return std::make_unique<PacketStream>(std::move(packets), config, *std::move(layout));
 }
 
 }  // namespace
 
 std::unique_ptr<Stream> Stream::open(Bytes bytes) {
-  if (isMp4(bytes) && canReadMp4()) return openMp4(bytes);
+  if (findMp4(bytes, true) == 0)
+    return openPackets(bytes, []() -> std::unique_ptr<Demuxer> { return std::make_unique<Mp4Demuxer>(); });
+  if (findLatm(bytes, true) == 0)
+    return openPackets(bytes, []() -> std::unique_ptr<Demuxer> { return std::make_unique<LatmDemuxer>(); });
   if (std::unique_ptr<Stream> stream = openAdif(bytes)) return stream;
   return openAdts(bytes);
 }
