@@ -99,9 +99,11 @@ def run(command, limit):
     process = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
     try:
         return process.wait(timeout=limit)
-    except subprocess.TimeoutExpired:
+    except BaseException as reason:  # out of time, or interrupted
         os.killpg(process.pid, signal.SIGKILL)
         process.wait()
+        if not isinstance(reason, subprocess.TimeoutExpired):
+            raise
         return None
 
 

@@ -121,22 +121,6 @@ TEST(Fdp, EqualsTheModelToTheBitAtEveryAlignmentAndFlag) {
   }
 }
 
-TEST(Fdp, InverseOfTheResidualIsTheInput) {
-  constexpr int32_t kLen = 672;
-  const int32_t offset[] = {0, kLen};
-  const uint8_t used[] = {1};
-  State encoder(kLen), decoder(kLen);
-  for (int frame = 0; frame < 100; ++frame) {
-    Block<float> x(kLen), y(kLen);
-    for (int i = 0; i < kLen;
-         ++i)  // multiples of 2^-8 below 2^13, where sums of residual and prediction are exact
-      x[i] = static_cast<float>(std::round(256 * (4000 * std::sin(0.4 * frame + i) + 100 * x[i])) / 256);
-    ASSERT_EQ(moxsFDPFwd_32f(x, y, encoder.state), moxStatusOk);
-    ASSERT_EQ(moxsFDPInv_32f_I(y, offset, 1, used, decoder.state), moxStatusOk);
-    for (int i = 0; i < kLen; ++i) ASSERT_NEAR(y[i], x[i], 4000 * std::exp2(-22)) << frame << " " << i;
-  }
-}
-
 TEST(Fdp, LifeAndRefusals) {
   int32_t size = -1;
   for (int32_t len : {0, -1, INT32_MIN, 89478485, INT32_MAX})

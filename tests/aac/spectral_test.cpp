@@ -111,12 +111,13 @@ TEST(QuantInv, ExtremesAndRefusals) {
     Frame f;
     f.cb[0] = 16, f.cb[1] = 0, f.cb[2] = 13, f.cb[3] = 14, f.cb[4] = 15, f.cb[5] = 12;
     Block<int32_t> x(1024);
-    x.fill(8);                                // 8^(4/3) = 16
-    x[20] = bad;                              // group 0, band 5: lines 20..23
-    for (int i = 4; i < 20; ++i) x[i] = bad;  // bands 1..4 are never looked at
+    x.fill(8);                                 // 8^(4/3) = 16
+    x[20] = bad;                               // group 0, band 5: lines 20..23
+    for (int i = 12; i < 20; ++i) x[i] = bad;  // bands 1 to 4 are neither looked at nor changed
     EXPECT_EQ(f.quantInv(x), moxStatusAacEscapeError);
     EXPECT_EQ(x[3], 256);
-    EXPECT_EQ(x[4], bad);
+    for (int i = 4; i < 12; ++i) EXPECT_EQ(x[i], 8);
+    EXPECT_EQ(x[12], bad);
     EXPECT_EQ(x[20], bad);
     EXPECT_EQ(x[21], 8) << "checked before the band is touched";
   }

@@ -1,4 +1,4 @@
-// Temporal noise shaping against the recursion written out for vectors, and against its own inverse.
+// Temporal noise shaping and its inverse against the recursions written out.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -116,22 +116,6 @@ TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
     ASSERT_EQ(t.encode(y), moxStatusOk);
     ASSERT_TRUE(moxtest::sameBits(x, wantX)) << "decode, round " << round;
     ASSERT_TRUE(moxtest::sameBits(y, wantY)) << "encode, round " << round;
-  }
-}
-
-TEST(Tns, EncodingUndoesDecoding) {
-  for (int round = 0; round < 200; ++round) {
-    Tns t;
-    t.numFilt[0] = 1, t.length[0] = 40, t.order[0] = 1 + below(12), t.coefRes[0] = 4;
-    t.direction[0] = below(2);
-    for (int8_t& c : t.coef) c = static_cast<int8_t>(below(9) - 4);
-    Block<int32_t> x(1024);
-    for (int32_t& v : x) v >>= 12;
-    const Block<int32_t> before(x);
-    ASSERT_EQ(t.decode(x), moxStatusOk);
-    ASSERT_EQ(t.encode(x), moxStatusOk);
-    // Decoding floors its output once; encoding floors the same sum again.
-    for (int i = 0; i < 1024; ++i) ASSERT_LE(std::abs(x[i] - before[i]), 1);
   }
 }
 

@@ -313,51 +313,6 @@ TEST(Mp3ScaleFactors, PackerTakesAMixedFlagBeyondOneAsLong) {
   }
 }
 
-TEST(Mp3Parse, EveryStreamIsRestoredByteForByte) {
-  for (const moxtest::Mp3Stream& stream : moxtest::allMp3Streams()) {
-    SCOPED_TRACE(stream.name);
-    ASSERT_GT(stream.granules.size(), 20u);
-    for (const std::vector<uint8_t>& frame : stream.frames) {
-      MoxMp3FrameHeader header{};
-      auto side = noiseRecord<SideInfo>();
-      const uint8_t* p = frame.data();
-      ASSERT_EQ(moxsUnpackFrameHeader_MP3(&p, &header), moxStatusOk);
-      ASSERT_EQ(moxsUnpackSideInfo_MP3(&p, side.records, &side.mainDataBegin, &side.privateBits, side.scfsi,
-                                       &header),
-                moxStatusOk);
-      uint8_t out[64] = {};
-      uint8_t* w = out;
-      ASSERT_EQ(moxsPackFrameHeader_MP3(&header, &w), moxStatusOk);
-      ASSERT_EQ(
-          moxsPackSideInfo_MP3(side.records, &w, side.mainDataBegin, side.privateBits, side.scfsi, &header),
-          moxStatusOk);
-      ASSERT_EQ(w - out, p - frame.data());
-      out[1] = static_cast<uint8_t>(out[1] & (frame[1] | 0xEF));  // the extension's marker is no field
-      ASSERT_EQ(std::memcmp(out, frame.data(), static_cast<size_t>(w - out)), 0);
-    }
-    for (moxtest::Mp3Granule g : stream.granules) {
-      int8_t values[39] = {};
-      const uint8_t* const start = stream.mainData.data() + g.firstBit / 8;
-      const auto offset = static_cast<int32_t>(g.firstBit % 8);
-      const uint8_t* p = start;
-      int32_t k = offset;
-      ASSERT_EQ(moxsUnpackScaleFactors_MP3_1u8s(&p, &k, values, &g.record, g.scfsi, &g.header, g.granule,
-                                                g.channel),
-                moxStatusOk);
-      uint8_t out[64] = {static_cast<uint8_t>(start[0] & ~(0xFF >> offset))};
-      uint8_t* w = out;
-      int32_t wk = offset;
-      ASSERT_EQ(
-          moxsPackScaleFactors_MP3_8s1u(values, &w, &wk, &g.header, &g.record, g.scfsi, g.granule, g.channel),
-          moxStatusOk);
-      ASSERT_EQ(w - out, p - start);
-      ASSERT_EQ(wk, k);
-      ASSERT_EQ(std::memcmp(out, start, static_cast<size_t>(w - out)), 0);
-      ASSERT_EQ(*w, *p & ~(0xFF >> k));
-    }
-  }
-}
-
 TEST(Mp3BandTables, EqualTheTablesOwnFilesAndCloseTheSpectrum) {
   const auto longs = moxtest::csvRows("mp3_sfb_long.csv"), shorts = moxtest::csvRows("mp3_sfb_short.csv");
   for (size_t row = 0; row < 6; ++row) {

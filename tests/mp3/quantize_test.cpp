@@ -156,40 +156,39 @@ TEST(Quantize, NeverTakesMoreThanItsBitsAndParsesBack) {
           }
 }
 
-// Spectra far above full scale, thresholds that no model would give: the frame still keeps to its bits and parses.
-TEST(Quantize, KeepsToItsBitsWhateverTheRecordsHold) {
-  std::mt19937 random(7);
-  const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
-  const float odd[] = {0, -1, INFINITY, NAN, 3e38f, 1e-40f};
-  for (int round = 0; round < 4000; ++round) {
-    Frame frame(below(2) == 0 ? 3 : 1, below(3));
-    const int shift = below(32), decay = below(40) + 1, noOdds = below(2);
-    for (size_t i = 0; i < frame.lines.size(); ++i)
-      frame.lines[i] =
-          static_cast<int32_t>(random()) >> std::min(31, shift + static_cast<int>(i % 576) / (16 * decay));
-    const auto value = [&] {
-      return noOdds == 0 && below(4) == 0 ? odd[below(6)]
-                                          : std::exp2(static_cast<float>(below(1200)) / 10 - 60);
-    };
-    for (Analysis& p : frame.psy) {
-      for (size_t b = 0; b < 21; ++b) p.energyLong[b] = value(), p.thresholdLong[b] = value();
-      for (size_t i = 0; i < 36; ++i)
-        p.energyShort[i / 3][i % 3] = value(), p.thresholdShort[i / 3][i % 3] = value();
-      p.blockType = round % 4;
+// The loudest noise of any band beside what its record allows, in dB, for each granule and channel.
+std::vector<double> worstNoise(const Frame& frame, int32_t blockType) {
+  const int16_t* const start = blockType == 2 ? moxac::mp3::kSfbShort[3] : moxac::mp3::kSfbLong[3];
+  const int32_t windows = blockType == 2 ? 3 : 1;
+  std::vector<double> all;
+  for (int32_t g = 0; g < 2; ++g) {
+    std::vector<int32_t> decoded(frame.ix.begin() + g * 1152, frame.ix.begin() + (g + 1) * 1152), buffer(576);
+    int32_t bounds[2] = {576, 576};
+    EXPECT_EQ(moxsReQuantize_MP3_32s_I(decoded.data(), bounds, frame.scaleFactors.data() + g * 78,
+                                       frame.side.data() + 2 * g, &frame.header, buffer.data()),
+              moxStatusOk);
+    for (int32_t ch = 0; ch < 2; ++ch) {
+      double worst = 0;
+      for (int32_t b = 0; b < (blockType == 2 ? 12 : 21); ++b)
+        for (int32_t w = 0; w < windows; ++w) {
+          double noise = 1e-20;
+          for (int32_t k = start[b]; k < start[b + 1]; ++k) {
+            // Requantisation interleaves the windows that the spectrum has side by side.
+            const int32_t coded = windows * start[b] + w * (start[b + 1] - start[b]) + k - start[b];
+            noise += std::pow((frame.lines[static_cast<size_t>(1152 * g + 576 * ch + coded)] -
+                               decoded[static_cast<size_t>(576 * ch + windows * k + w)]) /
+                                  67108864.0,
+                              2);
+          }
+          const Analysis& psy = frame.psy[static_cast<size_t>(2 * g + ch)];
+          worst = std::max(worst, noise / 1.5e-10 /
+                                      static_cast<double>(blockType == 2 ? psy.thresholdShort[b][w]
+                                                                         : psy.thresholdLong[b]));
+        }
+      all.push_back(10 * std::log10(worst));
     }
-    if (frame.header.mode == 1) {
-      ASSERT_EQ(moxsJointStereoEncode_MP3_32s_I(frame.lines.data(), frame.psy.data(), &frame.header),
-                moxStatusOk);
-    }
-    const int meanBits = below(round % 3 == 0 ? 400 : 16381);
-    MoxMp3BitReservoir reservoir{8 * below(200), 1600};
-    const int32_t most = reservoir.resBits + meanBits;
-    ASSERT_EQ(frame.quantize(reservoir, meanBits, below(2)), moxStatusOk);
-    ASSERT_LE(frame.bits(), most) << round;
-    ASSERT_GE(reservoir.resBits, 0);
-    frame.expectRoundTrip();
-    ASSERT_FALSE(HasFailure()) << round;
   }
+  return all;
 }
 
 // Bits that the noise needs, not more: what quality asks for is kept, and a constant rate is used.
@@ -202,36 +201,36 @@ TEST(Quantize, NoiseStaysBelowTheThresholds) {
       frame.mask(blockType, below);
       MoxMp3BitReservoir reservoir{0, 0};
       ASSERT_EQ(frame.quantize(reservoir, 16380, 0), moxStatusOk);
+      for (const double loudest : worstNoise(frame, blockType)) EXPECT_LE(loudest, 0.01);
       const int32_t wanted = frame.bits();
-      for (int32_t g = 0; g < 2; ++g) {
-        std::vector<int32_t> decoded(frame.ix.begin() + g * 1152, frame.ix.begin() + (g + 1) * 1152),
-            buffer(576);
-        int32_t bounds[2] = {576, 576};
-        ASSERT_EQ(moxsReQuantize_MP3_32s_I(decoded.data(), bounds, frame.scaleFactors.data() + g * 78,
-                                           frame.side.data() + 2 * g, &frame.header, buffer.data()),
-                  moxStatusOk);
-        const int16_t* const start = blockType == 2 ? moxac::mp3::kSfbShort[3] : moxac::mp3::kSfbLong[3];
-        for (size_t ch = 0; ch < 2; ++ch)
-          for (int32_t b = 0; b < (blockType == 2 ? 12 : 21); ++b)
-            for (int32_t w = 0; w < (blockType == 2 ? 3 : 1); ++w) {
-              double noise = 0, signal = 0;
-              const int32_t width = start[b + 1] - start[b];
-              for (int32_t k = 0; k < width; ++k) {
-                // Requantisation interleaves the windows that the spectrum has side by side.
-                const auto coded =
-                    static_cast<size_t>(blockType == 2 ? 3 * start[b] + w * width + k : start[b] + k);
-                const auto line = static_cast<size_t>(blockType == 2 ? 3 * (start[b] + k) + w : start[b] + k);
-                const double x = frame.lines[static_cast<size_t>(g) * 1152 + ch * 576 + coded];
-                signal += x * x;
-                noise += std::pow(x - decoded[ch * 576 + line], 2);
-              }
-              EXPECT_LE(10 * std::log10(noise / signal), static_cast<double>(0.01f - below)) << b << " " << w;
-            }
-      }
       Frame more = frame;
       ASSERT_EQ(more.quantize(reservoir = {0, 0}, wanted + 1500, 1), moxStatusOk);
       EXPECT_GT(more.bits(), wanted + 1000);  // nothing may be kept: the bits are used
     }
+}
+
+// With too few bits for every band the outer loop spreads the pain: the first attempt leaves 17 dB in some band of a long
+// block, 21 in a short one.
+TEST(Quantize, TheLoudestNoiseIsBroughtDownWhenBitsAreShort) {
+  for (const auto& [blockType, most] : {std::pair{0, 10.0}, {2, 14.0}}) {
+    std::mt19937 random(21);
+    double mean = 0;
+    for (int round = 0; round < 10; ++round) {
+      Frame frame;
+      fill(frame, 1, random);
+      frame.mask(blockType, 15);
+      const auto uneven = [&] { return std::exp2(static_cast<float>(random() % 7) - 3); };
+      for (Analysis& psy : frame.psy)
+        for (int b = 0; b < 21; ++b) {
+          psy.thresholdLong[b] *= uneven();
+          for (int w = 0; w < 3 && b < 12; ++w) psy.thresholdShort[b][w] *= uneven();
+        }
+      MoxMp3BitReservoir reservoir{0, 0};
+      ASSERT_EQ(frame.quantize(reservoir, 4500, 1), moxStatusOk);
+      for (const double loudest : worstNoise(frame, blockType)) mean += loudest / 40;
+    }
+    EXPECT_LT(mean, most) << "type " << blockType;
+  }
 }
 
 // Bands that ask for more than their neighbours get it by scale factors: finer steps for everything cost more.

@@ -62,13 +62,6 @@ std::vector<double> directImdct(const Line* X, int64_t N) {
   return x;
 }
 
-inline std::vector<double> sineWindow(int64_t N) {
-  std::vector<double> w;
-  for (int64_t n = 0; n < N; ++n)
-    w.push_back(std::sin(kPi * (static_cast<double>(n) + 0.5) / static_cast<double>(N)));
-  return w;
-}
-
 // How far `got` is from `want`: root mean squares, and their ratio.
 struct Error {
   double noise = 0, signal = 0, count = 0, worst = 0;

@@ -264,27 +264,6 @@ TEST(Mdct, ExactBlocksAtEveryAlignment) {
     }
 }
 
-// Sine-windowed blocks overlapped by half give the signal back.
-TEST(Mdct, AliasesCancel) {
-  for (int32_t N : kLengths) {
-    const auto window = sineWindow(N);
-    Mdct forward(kForward, N), inverse(kInverse, N);
-    const Block<float> signal(4 * N);
-    std::vector<double> sum(static_cast<size_t>(4 * N));
-    Block<float> block(N), spectrum(N / 2), back(N);
-    for (int64_t start = 0; start + N <= 4 * N; start += N / 2) {
-      for (int64_t n = 0; n < N; ++n)
-        block[n] = static_cast<float>(signal[start + n] * window[static_cast<size_t>(n)]);
-      moxsMDCTFwd_32f(block, spectrum, forward.spec, forward.work);
-      moxsMDCTInv_32f(spectrum, back, inverse.spec, inverse.work);
-      for (int64_t n = 0; n < N; ++n)
-        sum[static_cast<size_t>(start + n)] += back[n] * window[static_cast<size_t>(n)];
-    }
-    for (int64_t n = N / 2; n < 4 * N - N / 2; ++n)
-      ASSERT_NEAR(sum[static_cast<size_t>(n)], signal[n], 2e-6) << N << " " << n;
-  }
-}
-
 // Noise, square waves and extremes at every level, with scale factors from heavy saturation to silence.
 TEST(Mdct, SixteenBitIsWithinOneOfTheExactResult) {
   double worst = 0;
