@@ -61,7 +61,7 @@ void PacketIndex::finish(int64_t inputBytes) {
     return;
   }
   for (int64_t packet = 0, bytes = 0; packet < packets_; ++packet)
-    if ((bytes += size(packet)) > inputBytes) packets_ = packet;
+    if (size(packet) != kTooLong && (bytes += size(packet)) > inputBytes) packets_ = packet;
 }
 
 void PacketIndex::Cursor::openChunk(const PacketIndex& index) {

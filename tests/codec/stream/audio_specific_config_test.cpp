@@ -103,6 +103,7 @@ TEST(AudioSpecificConfig, RefusesByNameAndWhatIsCutShort) {
   };
   for (const auto& [type, name] : types) EXPECT_STREQ(parse(head(type, 2).put(0, 64).bytes())->refusal, name);
   EXPECT_STREQ(parse(head(2, 2).put(1, 2).put(0, 15).bytes())->refusal, "AAC over a core coder");
+  EXPECT_EQ(parse(head(2, 2).put(1, 2).put(0, 15).bytes(), false)->bits, 30);
   EXPECT_EQ(parse(head(23, 2).put(1, 1).put(0, 64).bytes())->frameSamples, 480);
 
   EXPECT_FALSE(parse({0x12}));

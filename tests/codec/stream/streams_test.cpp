@@ -119,6 +119,21 @@ TEST(Latm, ChangesItsConfigurationAndRefusesByName) {
   EXPECT_EQ(changing.events, "cppcppe");
   EXPECT_EQ(changing.packets[3], (std::vector<uint8_t>{0x11, 0x90}));
 
+  // A packet of fixed length: 20 bytes and one. A first configuration that is refused may be damage.
+  std::vector<uint8_t> fixed;
+  Bits damaged = muxHead(2, 1).put(0, 32);
+  addLoas(fixed, damaged);
+  for (int i = 0; i < 2; ++i) {
+    Bits element = muxHead(1, 1).put(0x1210, 16).put(1, 3).put(1, 9).put(0, 2);
+    for (uint32_t byte = 1; byte <= 21; ++byte) element.put(byte, 8);
+    addLoas(fixed, element);
+  }
+  const Demuxed fixedLength = demuxed<LatmDemuxer>(fixed);
+  EXPECT_EQ(fixedLength.events, "cppe");
+  EXPECT_EQ(fixedLength.packets[1].size(), 21u);
+  EXPECT_EQ(fixedLength.packets[1][20], 21);
+  EXPECT_FALSE(fixedLength.faults.empty());
+
   Bits later = Bits().put(0, 1).put(1, 1).put(1, 1);
   Bits speech = muxHead(1, 1).put(0x1210, 16).put(3, 3);
   Bits lowDelay = muxHead(1, 1).put(23, 5).put(4, 4).put(2, 4).put(0, 3).put(0, 2);
@@ -199,6 +214,24 @@ TEST(TransportStream, TellsOfGapsAndReadsWithoutTables) {
   }));
   EXPECT_EQ(gap.faults, std::vector<std::string>{"transport packets missing in 1 place"});
   EXPECT_EQ(gap.packets[0].size(), clean.packets[0].size() - 2 * 184);
+
+  // A packet that begins a PES packet is lost: what follows is payload all the same.
+  int begun = 0;
+  const Demuxed unbegun = demuxed<MpegTsDemuxer>(packets([&](size_t i, uint32_t pid) {
+    const bool begins = pid == 0x100 && (stream[188 * i + 1] & 0x40) != 0;
+    return begins && ++begun == 2 ? 0 : 1;
+  }));
+  EXPECT_GT(unbegun.packets[0].size() + 188, clean.packets[0].size());
+
+  // Tables that do not check are not believed; the next ones are.
+  std::vector<uint8_t> wrong = stream;
+  for (size_t at = 0, tables = 0; at < wrong.size() && tables == 0; at += 188)
+    if ((moxc::bigEndian(wrong, at + 1, 2) & 0x1FFF) == 0x1000) {
+      wrong[at + 4 + 1 + 12] = 0x11;  // LATM, it says
+      ++tables;
+    }
+  wrong.insert(wrong.end(), stream.begin(), stream.end());
+  EXPECT_EQ(demuxed<MpegTsDemuxer>(wrong).configs.at(0).content, PacketContent::adtsBytes);
 
   const std::vector<uint8_t> bare = packets([](size_t, uint32_t pid) { return pid == 0x100 ? 1 : 0; });
   EXPECT_EQ(demuxed<MpegTsDemuxer>(bare, randomPieces(3), true).packets, clean.packets);
