@@ -116,6 +116,10 @@ using f64x4 = __m256d;
 inline f64x4 splatDouble4(double v) { return _mm256_set1_pd(v); }
 inline f64x4 loadDouble4(const double* p) { return _mm256_loadu_pd(p); }
 inline f64x4 minOf(f64x4 a, f64x4 b) { return _mm256_min_pd(a, b); }
+inline f64x4 maxOf(f64x4 a, f64x4 b) { return _mm256_max_pd(a, b); }
+inline double maxOf(double a, double b) {
+  return a > b ? a : b;
+}  // b where either is not a number, as in lanes
 inline f64x4 toDouble4(i32x4 v) { return _mm256_cvtepi32_pd(v); }
 inline i32x4 roundToInt4(f64x4 v) { return _mm256_cvtpd_epi32(v); }  // to nearest, ties to even
 
@@ -142,6 +146,7 @@ inline void roundToInt8(f32x8 v, i32x4& low, i32x4& high) {
 }
 inline f32x8 minOf(f32x8 a, f32x8 b) { return _mm256_min_ps(a, b); }
 inline f32x8 maxOf(f32x8 a, f32x8 b) { return _mm256_max_ps(a, b); }
+inline f32x8 sqrtOf(f32x8 v) { return _mm256_sqrt_ps(v); }
 
 // Sixteen values in order (low, high) apart into those at even and odd places, and together again.
 inline void deinterleave8(f32x8 low, f32x8 high, f32x8& even, f32x8& odd) {

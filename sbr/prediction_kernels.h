@@ -106,16 +106,16 @@ inline constexpr double kLargestToneToNoise = 1 << 20;
 
 // How much of a sub-band's energy its two last samples predict, over what they leave: the residue of the
 // unreset prediction is phi(0,0) + alpha0*conj(phi(0,1)) + alpha1*conj(phi(0,2)). Silence has ratio 0.
-template <class Sample>
-inline double toneToNoise(int32_t slots, const Sample& x) {
-  const ComplexCovariance<Lanes1d> c = complexCovariance<Lanes1d>(slots, x);
-  const auto [alpha0, alpha1] = solvePrediction<Lanes1d>(c);
-  double energy = 0;
-  for (int32_t j = 0; j < slots; ++j) energy += square(x(j + 2));
-  const double predicted = -(alpha0 * conj(c.phi01) + alpha1 * conj(c.phi02)).re;
-  if (!(predicted > 0)) return 0;
-  const double residue = energy - predicted;
-  return residue * kLargestToneToNoise > predicted ? predicted / residue : kLargestToneToNoise;
+template <class L, class Sample>
+inline typename L::V toneToNoise(int32_t slots, const Sample& x) {
+  using V = typename L::V;
+  const ComplexCovariance<L> c = complexCovariance<L>(slots, x);
+  const auto [alpha0, alpha1] = solvePrediction<L>(c);
+  V energy = L::splat(0);
+  for (int32_t j = 0; j < slots; ++j) energy = energy + square(x(j + 2));
+  const V predicted = maxOf(-(alpha0 * conj(c.phi01) + alpha1 * conj(c.phi02)).re, L::splat(0));
+  const V residue = maxOf(energy - predicted, predicted * L::splat(1 / kLargestToneToNoise));
+  return whereNonZero(predicted, predicted / residue);
 }
 
 }  // namespace moxac::sbr

@@ -365,7 +365,25 @@ MOXAC_API moxStatus moxsPredictOneCoef_SBRHQ_32sc_D2L(const Mox32sc* const* ppSr
 MOXAC_API moxStatus moxsPredictOneCoef_SBRLP_32s_D2L(const int32_t* const* ppSrc, int32_t* pAlpha0,
                                                      int32_t* pAlpha1, int32_t band, int32_t numTimeSlots);
 
-/* ---- Encoder tools ---------------------------------------------------------------------------------- */
+/* ---- Encoder tools ----
+ *
+ * Three operations that take one another's data as it is. The analysis writes rows of 64 complex values, one row a
+ * time slot, rows one behind another (no row pointers, hence no _D2L in the names); the other two read such rows.
+ * They look at the first numBands values of each row from the pointer on, so that a pointer to band b of the first
+ * row shows them the bands from b up; numBands comes before numTimeSlots as in the prediction coefficients.
+ *
+ * Both read two rows more than numTimeSlots: the tonality begins with two rows of history, the transient detector
+ * ends with two rows that lie ahead. An encoder of frames of n slots keeps n + 4 rows, moves the last four to the
+ * front and has the analysis fill the other n:
+ *
+ *   rows       0, 1   |   2 .. n + 1      |   n + 2, n + 3
+ *              history    the frame           ahead
+ *
+ *   moxsEstimateTNR_SBR_32f(rows, tonality, 64, n)
+ *   moxsDetectTransient_SBR_32f(rows + 2*64, &position, &strength, level, 64, n, 2)
+ *
+ * and both speak of the same n slots. examples/sbr_encoder_tools.cpp does so.
+ */
 
 /* The encoder's 64-band complex analysis (ISO/IEC 14496-3, 4.6.18.4, with 64 sub-bands). With x[0] the newest
  * of a slot's last 640 samples and x[639] the oldest:
@@ -408,53 +426,69 @@ MOXAC_API moxStatus moxsAnalysisFilterEncFree_SBR_32f(MoxQmfEncoderState* pState
 MOXAC_API moxStatus moxsAnalysisFilterEnc_SBR_32f32fc(const float* pSrc, Mox32fc* pDst, const float* pWindow,
                                                       int32_t numTimeSlots, MoxQmfEncoderState* pState);
 
-/* Finds the strongest rise of energy in a frame. Each band carries a mean m of its past energies; slot t's
- * novelty is the mean rise over the bands, in octaves of energy,
+/* Finds the strongest attack of a frame, relative to a running level m of each band. With e[t][k] = |X|^2,
+ * a[t][k] the mean of e[t][k], e[t+1][k] and e[t+2][k], and f(t) = 2^-28 * sum over k of (a[t][k] + m[k]) + 2^-100,
+ * slot t announces
  *
- *   d(t) = 1/numBands * sum over k of min(15, log2(max(1, (e[t][k] + f) / (m[k] + f))))
+ *   d(t) = 1/numBands * sum over k of min(15, log2(max(1, r[k])))      r[k] = (a[t][k] + f) / (m[k] + f)
  *
- * and then m[k] = 3/4 * m[k] + 1/4 * e[t][k]. The floor f = 2^-40 * (sum of all the frame's and the means'
- * values) + 2^-100 keeps silence and rounding noise from counting. The frame's strength is the largest
- * d(t), of equal ones the first; its position is that slot, or -1 when the strength is below the threshold.
+ * octaves of energy. It holds an attack if d(t) is at least the threshold and what is new has arrived:
  *
- * White noise in the 64-band bank stays below 1; an attack 20 dB above what precedes it gives 3 and more.
- * 2 is a good threshold.
+ *   sum of w[k] * min(n[k], max(0, e[t][k] - m[k]) / (a[t][k] + f)) >= 0.3 * sum of w[k] * n[k]
+ *   w[k] = (a[t][k] + f)^(1/4)        n[k] = 1 - 1/r[k]
  *
- * pSrc           energies |X|^2, [slot][band], not negative
- * pSrcDstMean    numBands means, zeros at the start of a stream (the onset of sound then counts as an attack)
- * pDstPosition   slot, or -1
- * pDstStrength   octaves
- * threshold      above 0
+ * Then m[k] = 3/4 * m[k] + 1/4 * e[t][k] where d(t) is below the threshold, and m[k] = max(e[t][k], e[t+1][k],
+ * e[t+2][k]) in the slot of an attack; between announcement and arrival m stays. So a rise is reported once, in
+ * the slot that has most of it, and not again in the next frame. The frame's attack is the one of largest d(t), of
+ * equal ones the first.
+ *
+ * All terms are ratios: a signal scaled by a power of two gives the same bits, down to energies where 2^-100
+ * counts, and any division of a signal into frames the same attacks (where a frame has but one). The analysis
+ * delays by 256.5 samples, so that an attack in all bands that begins at sample n, 12 dB or more above what
+ * precedes it or out of silence, is found within one slot of n/64 + 4. White noise in 64 bands stays below 1; the
+ * fewer the bands, the more it scatters (1.4 in eight, 3 and more in one). 2 is a good threshold for 8 bands and
+ * more. An attack of a band or two among 64 is too small a part of them; ask for those bands alone.
+ *
+ * pSrc           rows 0 .. numTimeSlots + 1 of 64 values, the last two ahead of the frame; finite
+ * pDstPosition   the attack's slot, 0 .. numTimeSlots - 1, or -1
+ * pDstStrength   its d(t), 0 without one
+ * pSrcDstLevel   numBands levels from frame to frame; zeros at the start of a stream, so that the onset of sound
+ *                counts as an attack
+ * numBands       1..64
+ * threshold      octaves, above 0
  *
  * moxStatusOk
  * moxStatusNullPointer  some pointer is null; on this and any other error nothing is written
  * moxStatusOutOfRange   numBands outside 1..64, or threshold not above 0
  * moxStatusBadSize      numTimeSlots below 1
  */
-MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDstMean, int32_t* pDstPosition,
-                                                float* pDstStrength, int32_t numTimeSlots, int32_t numBands,
-                                                float threshold);
+MOXAC_API moxStatus moxsDetectTransient_SBR_32f(const Mox32fc* pSrc, int32_t* pDstPosition,
+                                                float* pDstStrength, float* pSrcDstLevel, int32_t numBands,
+                                                int32_t numTimeSlots, float threshold);
 
-/* Estimates the tone-to-noise ratio of each band: the energy that second-order linear prediction (the
- * unreset coefficients of moxsPredictCoef_SBR_C_32f_D2L, in double precision) explains, over the energy
- * that it leaves.
+/* Estimates the tone-to-noise ratio of each band: the energy that second-order linear prediction explains, over
+ * the energy that it leaves. The prediction is that of moxsPredictCoef_SBR_C_32fc_D2L, with its phi, det and
+ * relaxation, in double precision and without the reset of large coefficients.
  *
- *   pDst[k] = min(P / (E - P), 2^20),   E = sum over t of |x(t)|^2,  t = 2 .. numTimeSlots + 1,
- *   P = -Re(alpha0*conj(phi(0,1)) + alpha1*conj(phi(0,2))) or 0 if that is negative
+ *   pDst[k] = P / (E - P), at most 2^20 (also where E - P is not above 0)
+ *   E = sum over t of |x(t)|^2,  t = 2 .. numTimeSlots + 1
+ *   P = -Re(alpha0*conj(phi01) + alpha1*conj(phi02))                     pDst[k] = 0 if P is not above 0
  *
- * A pure tone gives 2^20, silence 0, white noise through the complex banks about 1 (their bands overlap,
- * so noise has some memory); mixtures fall between in the order of their ratios.
+ * A pure tone gives 2^20, silence 0, white noise through the complex banks about 1 (their bands overlap, so
+ * noise has some memory); mixtures fall between in the order of their ratios. Below some eight slots the two
+ * coefficients explain whatever they meet.
  *
- * ppSrcRe, ppSrcIm  rows 0 .. numTimeSlots + 1 of at least numBands floats
- * pDst              numBands values
+ * pSrc      rows 0 .. numTimeSlots + 1 of 64 values, the first two the history; finite
+ * pDst      numBands values
+ * numBands  1..64
  *
  * moxStatusOk
  * moxStatusNullPointer  some pointer is null; on this and any other error nothing is written
  * moxStatusOutOfRange   numBands outside 1..64
  * moxStatusBadSize      numTimeSlots below 1
  */
-MOXAC_API moxStatus moxsEstimateTNR_SBR_32f(const float* const* ppSrcRe, const float* const* ppSrcIm,
-                                            float* pDst, int32_t numBands, int32_t numTimeSlots);
+MOXAC_API moxStatus moxsEstimateTNR_SBR_32f(const Mox32fc* pSrc, float* pDst, int32_t numBands,
+                                            int32_t numTimeSlots);
 
 /* ---- Parametric stereo ------------------------------------------------------------------------------ */
 

@@ -411,8 +411,8 @@ moxStatus moxsAnalysisFilterEncInit_SBR_32f(MoxQmfEncoderState* pState);
 moxStatus moxsAnalysisFilterEncInitAlloc_SBR_32f(MoxQmfEncoderState** ppState);
 moxStatus moxsAnalysisFilterEncFree_SBR_32f(MoxQmfEncoderState* pState);
 moxStatus moxsAnalysisFilterEnc_SBR_32f32fc(const float* pSrc, Mox32fc* pDst, const float* pWindow, int32_t numTimeSlots, MoxQmfEncoderState* pState);
-moxStatus moxsDetectTransient_SBR_32f(const float* pSrc, float* pSrcDstMean, int32_t* pDstPosition, float* pDstStrength, int32_t numTimeSlots, int32_t numBands, float threshold);
-moxStatus moxsEstimateTNR_SBR_32f(const float* const* ppSrcRe, const float* const* ppSrcIm, float* pDst, int32_t numBands, int32_t numTimeSlots);
+moxStatus moxsDetectTransient_SBR_32f(const Mox32fc* pSrc, int32_t* pDstPosition, float* pDstStrength, float* pSrcDstLevel, int32_t numBands, int32_t numTimeSlots, float threshold);
+moxStatus moxsEstimateTNR_SBR_32f(const Mox32fc* pSrc, float* pDst, int32_t numBands, int32_t numTimeSlots);
 enum {
   moxPsHistorySlots = 12,
   moxPsSubBands20 = 10,

@@ -3,11 +3,15 @@
 
 Decoders are compared with the bundled references, the encoder by decoding what it wrote; programs without arguments
 check themselves. `pages` looks at the sources: their length, and that every family of the library appears in one."""
+import array
 import cmath
+import math
+import random
 import re
 import subprocess
 import sys
 import tempfile
+import wave
 from pathlib import Path
 
 name, programs, source = sys.argv[1], Path(sys.argv[2]), Path(sys.argv[3])
@@ -25,7 +29,8 @@ FAMILIES = ["moxsUnpack.*_AAC", "moxsDecode.*Elt_AAC", "moxsNoiseless", "moxsQua
             "moxsDecodePNS", "moxsDecodeTNS", "moxsMDCTInv_AAC", "moxsFDP", "moxsLongTerm", "moxsUnpackSideInfo_MP3",
             "moxsHuffmanDecode", "moxsReQuantize", "moxsMDCTInv_MP3", "moxsSynthPQMF", "moxsPsycho", "moxsJoint",
             "moxsQuantize_MP3", "moxsPack", "moxsMDCTFwd_32f", "_DTS_", "moxsAnalysisFilter_SBR",
-            "moxsSynthesisFilter_SBR", "SBRHQ", "moxsPredictCoef", "moxsAnalysisFilter_PS", "moxsVLCDecode",
+            "moxsSynthesisFilter_SBR", "SBRHQ", "moxsPredictCoef", "moxsDetectTransient",
+            "moxsAnalysisFilter_PS", "moxsVLCDecode",
             "moxsVLCEncode", "moxsVLCCount", "moxsCalcSF", "moxsFIRBlock", "moxsVQIndexSelect"]
 
 
@@ -84,6 +89,26 @@ def aac_spectrum(scratch):
     run(name, streams / "aac_44100_pns32.aac")  # which substitutes noise
 
 
+def sbr_encoder_tools(scratch):
+    noise, attacks = random.Random(1), [20000, 41000, 61000]
+    samples = array.array("h")
+    for n in range(80000):
+        v = 0.02 * (math.sin(0.031 * n) + math.sin(0.11 * n) + math.sin(1.7 * n))
+        v += sum(0.3 * math.exp((at - n) / 800) * noise.uniform(-1, 1) for at in attacks if n >= at)
+        samples.append(round(32767 * v))
+    with wave.open(str(scratch / "attacks.wav"), "wb") as file:
+        file.setparams((1, 2, 44100, 0, "NONE", ""))
+        file.writeframes(samples.tobytes())
+    rows = re.findall(r"^ *(-?\d+)  \|(.{16})\|    \|(.{16})\|(?:    ([\d.]+) octaves)?$",
+                      run(name, scratch / "attacks.wav"), re.M)
+    slots = [int(slot) for slot, _, _, octaves in rows if octaves]
+    expect(len(slots) == 4 and slots[0] < 3, f"an onset and three attacks, not {slots}")  # of 64 samples
+    expect(all(abs(slot - at // 64) <= 1 for slot, at in zip(slots[1:], attacks)), f"attacks in slots {slots}")
+    calm = [(energy, tone) for slot, energy, tone, _ in rows if 100 < int(slot) < 250]
+    expect(all(tone[0] == tone[8] == "@" for _, tone in calm), "the chord is tonal in two groups of bands")
+    expect(all(energy.replace(" ", "")[1:] and energy[4] == " " for energy, _ in calm), "and silent elsewhere")
+
+
 def pages(scratch):
     texts = {path.name: path.read_text() for pattern in ("*.c", "*.cpp") for path in (source / "examples").glob(pattern)}
     for page, text in texts.items():
@@ -93,6 +118,7 @@ def pages(scratch):
 
 
 with tempfile.TemporaryDirectory() as directory:
-    special = {"mp3_encode": mp3_encode, "aac_spectrum": aac_spectrum, "pages": pages}
+    special = {"mp3_encode": mp3_encode, "aac_spectrum": aac_spectrum, "sbr_encoder_tools": sbr_encoder_tools,
+               "pages": pages}
     check = decoders if name in DECODED else special.get(name, lambda scratch: print(run(name), end=""))
     check(Path(directory))

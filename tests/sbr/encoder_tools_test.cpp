@@ -1,6 +1,7 @@
 // The encoder's analysis bank, transient detection, tone-to-noise estimate, and the hybrid analysis.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstring>
@@ -43,118 +44,228 @@ TEST(QmfEncoder, RefusalsInOrder) {
   EXPECT_EQ(moxsAnalysisFilterEnc_SBR_32f32fc(x, y, x, 0, state), moxStatusBadSize);
 }
 
-constexpr int kFrameSlots = 32;
+constexpr int kFrameSlots = 32, kAhead = 2;
+using Samples = std::vector<double>;
+using Rows = std::vector<Mox32fc>;
 
-// Energies of `frames` frames of a signal through the bank, fed to the detector frame by frame.
-struct Detection {
-  int32_t position;
+Rows analysed(const Samples& signal) { return subBands({signal.begin(), signal.end()}); }
+
+struct Attack {
+  int slot;
   float strength;
+  bool operator==(const Attack&) const = default;
 };
-std::vector<Detection> detect(const std::vector<float>& signal) {
-  const int slots = static_cast<int>(signal.size()) / 64;
-  std::vector<float> energy, mean(64);
-  for (const Mox32fc& v : subBands(signal)) energy.push_back(v.re * v.re + v.im * v.im);
-  std::vector<Detection> found;
-  for (int t = 0; t + kFrameSlots <= slots; t += kFrameSlots) {
-    Detection d{};
-    EXPECT_EQ(moxsDetectTransient_SBR_32f(&energy[static_cast<size_t>(64 * t)], mean.data(), &d.position,
-                                          &d.strength, kFrameSlots, 64, 2.0f),
-              moxStatusOk);
-    found.push_back(d);
+// The attacks of a signal's frames, counted from its first slot; `level` goes on from frame to frame.
+std::vector<Attack> attacks(const Rows& rows, std::vector<float>& level, int frameSlots = kFrameSlots,
+                            float threshold = 2) {
+  std::vector<Attack> found;
+  for (int t = 0; 64 * (t + frameSlots + kAhead) <= static_cast<int>(rows.size()); t += frameSlots) {
+    int32_t position = 99;
+    float strength = 99;
+    EXPECT_EQ(
+        moxsDetectTransient_SBR_32f(&rows[static_cast<size_t>(64 * t)], &position, &strength, level.data(),
+                                    static_cast<int32_t>(level.size()), frameSlots, threshold),
+        moxStatusOk);
+    if (position >= 0) found.push_back({t + position, strength});
+    EXPECT_TRUE(position >= -1 && position < frameSlots && (position < 0) == (strength == 0));
   }
   return found;
 }
-
-TEST(Transient, SteadyNoiseTonesAndSilenceHaveNone) {
-  std::vector<float> noise(64 * kFrameSlots * 200), tones(64 * kFrameSlots * 20),
-      silence(64 * kFrameSlots * 3);
-  for (float& v : noise) v = 0.1f * gaussian();
-  for (size_t i = 0; i < tones.size(); ++i)
-    tones[i] = static_cast<float>(std::sin(0.05 * static_cast<double>(i)) +
-                                  0.3 * std::sin(1.234 * static_cast<double>(i)));
-  float largest = 0;
-  for (const auto& signal : {noise, tones}) {
-    const auto found = detect(signal);
-    EXPECT_GE(found[0].position, 0) << "the onset counts";
-    for (size_t f = 1; f < found.size(); ++f) {
-      EXPECT_EQ(found[f].position, -1) << "frame " << f;
-      largest = std::max(largest, found[f].strength);
-    }
-  }
-  RecordProperty("largest_novelty_of_steady_signals", std::to_string(largest));
-  EXPECT_LT(largest, 1.2f);
-  for (const Detection& d : detect(silence)) EXPECT_EQ(d.position, -1);
+std::vector<Attack> attacks(const Samples& signal) {
+  std::vector<float> level(64);
+  return attacks(analysed(signal), level);
 }
 
-TEST(Transient, AttacksAreFoundInTheirSlot) {
-  for (int slot = 0; slot < kFrameSlots; ++slot) {
-    std::vector<float> signal(64 * kFrameSlots * 4);
-    const size_t attack = static_cast<size_t>(64 * (2 * kFrameSlots + slot));
-    for (size_t i = 0; i < signal.size(); ++i) signal[i] = (i < attack ? 0.01f : 0.1f) * gaussian();
-    const auto found = detect(signal);
-    // The bank's window is ten slots long and peaks behind its fourth.
-    const int at = 2 * kFrameSlots + slot + 4;
-    const Detection& d = found[static_cast<size_t>(at / kFrameSlots)];
-    EXPECT_GE(d.strength, 3.0f) << "slot " << slot;
-    EXPECT_LE(std::abs(at / kFrameSlots * kFrameSlots + d.position - at), 2) << "slot " << slot;
+TEST(Transient, SteadyNoiseTonesAndSilenceHaveNoneButTheOnset) {
+  Samples noise(64 * kFrameSlots * 200), tones(64 * kFrameSlots * 20), silence(64 * kFrameSlots * 3);
+  for (double& v : noise) v = 0.1 * gaussian();
+  for (size_t i = 0; i < tones.size(); ++i)
+    tones[i] = std::sin(0.05 * static_cast<double>(i)) + 0.3 * std::sin(1.234 * static_cast<double>(i));
+  for (const Samples& signal : {noise, tones}) {
+    const auto found = attacks(signal);
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_LT(found[0].slot, 6);
   }
-  // On energies themselves the slot is exact, wherever it lies.
-  for (int slot = 0; slot < kFrameSlots; ++slot) {
-    std::vector<float> energy(5 * kFrameSlots, 1.0f), mean(5, 1.0f);
-    for (int i = 5 * slot; i < 5 * kFrameSlots; ++i) energy[static_cast<size_t>(i)] = 100.0f;
-    Detection d{};
-    moxsDetectTransient_SBR_32f(energy.data(), mean.data(), &d.position, &d.strength, kFrameSlots, 5, 2.0f);
-    EXPECT_EQ(d.position, slot);
-    EXPECT_NEAR(d.strength, std::log2(100.0), 1e-4);
+  EXPECT_TRUE(attacks(silence).empty());
+  std::vector<float> level(64);
+  const auto rows = analysed(noise);
+  EXPECT_EQ(attacks(rows, level, kFrameSlots, 1).size(), 1u) << "white noise stays below one octave";
+}
+
+// What begins at sample n and sounds on: noise, a click, a chord, noise that dies away.
+double attackAt(int kind, int n) {
+  if (kind == 0) return gaussian();
+  if (kind == 1) return n == 0 ? 30 : 0;
+  if (kind == 2)
+    return 3 * (std::sin(0.3 * n) + std::sin(0.9 * n + 1) + std::sin(1.7 * n) + std::sin(2.5 * n));
+  return gaussian() * std::exp(-n / 600.0);
+}
+
+TEST(Transient, EachAttackIsReportedOnceWithinASlotAtEveryLevel) {
+  for (const double level : {-70.0, -50.0, -30.0, 0.0})
+    for (const double above : {12.0, 20.0, 40.0, 60.0, 80.0, 300.0})
+      for (int kind = 0; kind < 4; ++kind) {
+        const int at = 64 * 3 * kFrameSlots + static_cast<int>(moxtest::noise()() % (64 * kFrameSlots));
+        Samples signal(64 * (6 * kFrameSlots + kAhead));
+        for (int i = 0; i < static_cast<int>(signal.size()); ++i) {
+          signal[static_cast<size_t>(i)] = std::pow(10, (level - above) / 20) * gaussian();
+          if (i >= at) signal[static_cast<size_t>(i)] += std::pow(10, level / 20) * attackAt(kind, i - at);
+        }
+        std::vector<Attack> found;
+        for (const Attack& a : attacks(signal))
+          if (a.slot >= kFrameSlots) found.push_back(a);  // not the onset of what comes before
+        ASSERT_EQ(found.size(), 1u) << level << " dB, " << above << " dB above, kind " << kind;
+        EXPECT_LE(std::abs(found[0].slot - (at / 64 + 4)), 1) << level << " " << above << " " << kind;
+        EXPECT_GT(found[0].strength, 2.5f);
+      }
+}
+
+// The header's formulas, slot by slot; returns the frame's attack.
+Attack modelFrame(const Mox32fc* rows, std::vector<double>& m, double threshold) {
+  Attack best{-1, 0};
+  for (int t = 0; t < kFrameSlots; ++t) {
+    const size_t bands = m.size();
+    std::vector<double> e[3], a(bands), r(bands);
+    double f = 0, d = 0, here = 0, all = 0;
+    for (int i = 0; i < 3; ++i)
+      for (size_t k = 0; k < bands; ++k) {
+        const Mox32fc v = rows[64 * (t + i) + static_cast<int>(k)];
+        e[i].push_back(std::norm(std::complex<double>(v.re, v.im)));
+        a[k] += e[i][k] / 3;
+      }
+    for (size_t k = 0; k < bands; ++k) f += std::ldexp(a[k] + m[k], -28);
+    f += std::ldexp(1.0, -100);
+    for (size_t k = 0; k < bands; ++k) {
+      r[k] = std::clamp((a[k] + f) / (m[k] + f), 1.0, 32768.0);
+      d += std::log2(r[k]) / static_cast<double>(bands);
+      const double w = std::pow(a[k] + f, 0.25), fresh = 1 - 1 / r[k];
+      here += w * std::min(fresh, std::max(e[0][k] - m[k], 0.0) / (a[k] + f));
+      all += w * fresh;
+    }
+    const bool attack = d >= threshold && here >= 0.3 * all;
+    if (attack && d > static_cast<double>(best.strength)) best = {t, static_cast<float>(d)};
+    for (size_t k = 0; k < bands; ++k) {
+      if (attack) m[k] = std::max({e[0][k], e[1][k], e[2][k]});
+      if (d < threshold) m[k] = 0.75 * m[k] + 0.25 * e[0][k];
+    }
   }
+  return best;
+}
+
+TEST(Transient, EqualsTheFormulasInAnyPartOfTheBands) {
+  for (const int bands : {1, 4, 8, 13, 63, 64}) {
+    std::vector<double> model(static_cast<size_t>(bands));
+    std::vector<float> level(model.size());
+    int reported = 0;
+    for (int frame = 0; frame < 60; ++frame) {
+      const int first = 64 - bands;
+      Rows rows(64 * (kFrameSlots + kAhead));
+      float gain = 1;
+      for (size_t i = 0; i < rows.size(); ++i) {
+        if (i % 64 == 0 && moxtest::noise()() % 24 == 0) gain *= 30;
+        rows[i] = {gain * gaussian(), gain * gaussian()};
+      }
+      const Attack want = modelFrame(&rows[static_cast<size_t>(first)], model, 3);
+      Attack got{};
+      ASSERT_EQ(moxsDetectTransient_SBR_32f(&rows[static_cast<size_t>(first)], &got.slot, &got.strength,
+                                            level.data(), bands, kFrameSlots, 3),
+                moxStatusOk);
+      ASSERT_EQ(got.slot, want.slot) << bands << " bands, frame " << frame;
+      ASSERT_NEAR(got.strength, want.strength, 1e-5);
+      for (size_t k = 0; k < model.size(); ++k) ASSERT_NEAR(level[k], model[k], 1e-5 * model[k]);
+      reported += got.slot >= 0;
+    }
+    EXPECT_GT(reported, 20);
+  }
+}
+
+TEST(Transient, NeitherPowersOfTwoNorFramesChangeABit) {
+  Samples signal(64 * (8 * 24 + kAhead));
+  for (size_t i = 0; i < signal.size(); ++i) signal[i] = (i / 3600 % 2 ? 0.3 : 0.01) * gaussian();
+  const Rows rows = analysed(signal);
+  std::vector<float> level(64), scaledLevel(64), shortLevel(64);
+  const auto whole = attacks(rows, level, 24);
+  EXPECT_EQ(whole.size(), 3u);
+  Rows scaled = rows;
+  for (Mox32fc& v : scaled) v = {v.re * 0x1p-12f, v.im * 0x1p-12f};
+  EXPECT_EQ(attacks(scaled, scaledLevel, 24), whole);
+  EXPECT_EQ(attacks(rows, shortLevel, 3), whole);
+  EXPECT_EQ(shortLevel, level);
 }
 
 TEST(Transient, RefusalsInOrder) {
-  float e = 1, mean = 1, strength = 7;
+  Mox32fc rows[3 * 64] = {};
+  float level = 1, strength = 7;
   int32_t position = 7;
-  expectNeedsEveryPointer(moxsDetectTransient_SBR_32f, &e, &mean, &position, &strength, 0, 0, 0);
-  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 65, 1), moxStatusOutOfRange);
-  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, NAN), moxStatusOutOfRange);
-  EXPECT_EQ(moxsDetectTransient_SBR_32f(&e, &mean, &position, &strength, 0, 1, 1), moxStatusBadSize);
-  EXPECT_TRUE(position == 7 && strength == 7 && mean == 1);
+  expectNeedsEveryPointer(moxsDetectTransient_SBR_32f, rows, &position, &strength, &level, 0, 0, 0);
+  for (const int bands : {0, 65})
+    EXPECT_EQ(moxsDetectTransient_SBR_32f(rows, &position, &strength, &level, bands, 0, 1),
+              moxStatusOutOfRange);
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(rows, &position, &strength, &level, 1, 0, NAN), moxStatusOutOfRange);
+  EXPECT_EQ(moxsDetectTransient_SBR_32f(rows, &position, &strength, &level, 1, 0, 1), moxStatusBadSize);
+  EXPECT_TRUE(position == 7 && strength == 7 && level == 1);
+}
+
+// By definition: alpha solves the two normal equations, the second one relaxed as the header's det says.
+double toneToNoise(const Rows& rows, int k, int slots) {
+  using C = std::complex<double>;
+  C phi[3][3];
+  for (int t = 2; t < slots + 2; ++t)
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) {
+        const Mox32fc a = rows[static_cast<size_t>(64 * (t - i) + k)],
+                      b = rows[static_cast<size_t>(64 * (t - j) + k)];
+        phi[i][j] += C(a.re, a.im) * std::conj(C(b.re, b.im));
+      }
+  const double det = (phi[2][2] * phi[1][1]).real() - 0.9999990463256836 * std::norm(phi[1][2]);
+  const C alpha1 = (phi[0][1] * phi[1][2] - phi[0][2] * phi[1][1]) / det;
+  const C alpha0 = -(phi[0][1] + alpha1 * std::conj(phi[1][2])) / phi[1][1];
+  const double left = (phi[0][0] + alpha0 * std::conj(phi[0][1]) + alpha1 * std::conj(phi[0][2])).real();
+  return (phi[0][0].real() - left) / left;
 }
 
 TEST(ToneToNoise, FallsFromPureToneToWhiteNoise) {
   constexpr int kSlots = 30;
   std::vector<double> averages;
-  for (const double noiseLevel : {0.0, 0.001, 0.01, 0.03, 0.1, 0.3, 1.0, 3.0, 100.0}) {
+  for (const float noiseLevel : {0.0f, 0.001f, 0.01f, 0.03f, 0.1f, 0.3f, 1.0f, 3.0f, 100.0f}) {
     double sum = 0;
-    for (int round = 0; round < 200; ++round) {
-      std::vector<std::vector<float>> re(kSlots + 2, std::vector<float>(64)), im = re;
-      std::vector<const float*> rowsRe, rowsIm;
-      for (size_t m = 0; m < re.size(); ++m) {
-        for (size_t k = 0; k < 64; ++k) {
-          const auto tone = std::polar(1.0, (0.1 + 0.04 * static_cast<double>(k)) * static_cast<double>(m));
-          re[m][k] = static_cast<float>(tone.real() + noiseLevel * gaussian());
-          im[m][k] = static_cast<float>(tone.imag() + noiseLevel * gaussian());
+    for (int round = 0; round < 100; ++round) {
+      Rows rows(64 * (kSlots + 2));
+      for (int m = 0; m < kSlots + 2; ++m)
+        for (int k = 0; k < 64; ++k) {
+          const auto tone = std::polar(1.0, (0.1 + 0.04 * k) * m);
+          rows[static_cast<size_t>(64 * m + k)] = {static_cast<float>(tone.real()) + noiseLevel * gaussian(),
+                                                   static_cast<float>(tone.imag()) + noiseLevel * gaussian()};
         }
-        rowsRe.push_back(re[m].data());
-        rowsIm.push_back(im[m].data());
-      }
       Block<float> tnr(64, 4 * (round % 8));
-      ASSERT_EQ(moxsEstimateTNR_SBR_32f(rowsRe.data(), rowsIm.data(), tnr, 64, kSlots), moxStatusOk);
-      for (const float v : tnr) sum += std::log2(1 + v);
+      ASSERT_EQ(moxsEstimateTNR_SBR_32f(rows.data(), tnr, 64, kSlots), moxStatusOk);
+      for (int k = 0; k < 64; ++k) {
+        if (noiseLevel > 0) {
+          const double want = toneToNoise(rows, k, kSlots);
+          ASSERT_NEAR(tnr[k], want, 1e-6 * want) << "noise " << noiseLevel << " band " << k;
+        }
+        float alone = 0;
+        ASSERT_EQ(moxsEstimateTNR_SBR_32f(&rows[static_cast<size_t>(k)], &alone, 1, kSlots), moxStatusOk);
+        ASSERT_EQ(alone, tnr[k]) << "one band against four at once";
+        sum += std::log2(1 + alone);
+      }
     }
-    averages.push_back(sum / 200 / 64);
+    averages.push_back(sum / 100 / 64);
   }
   for (size_t i = 1; i < averages.size(); ++i) EXPECT_LT(averages[i], averages[i - 1]) << "level " << i;
   EXPECT_GT(averages.front(), 15.0) << "a pure tone, in octaves";
   EXPECT_LT(averages.back(), 0.3) << "white noise";
 
-  std::vector<float> silence(3);
-  const float* rows[] = {silence.data(), silence.data(), silence.data()};
+  Rows silence(3 * 64);
   float tnr = 5;
-  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 0, 0), moxStatusOutOfRange);
-  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 0), moxStatusBadSize);
-  expectNeedsEveryPointer(moxsEstimateTNR_SBR_32f, rows, rows, &tnr, 0, 0);
+  for (const int bands : {0, 65})
+    EXPECT_EQ(moxsEstimateTNR_SBR_32f(silence.data(), &tnr, bands, 0), moxStatusOutOfRange);
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(silence.data(), &tnr, 1, 0), moxStatusBadSize);
+  expectNeedsEveryPointer(moxsEstimateTNR_SBR_32f, silence.data(), &tnr, 0, 0);
   EXPECT_EQ(tnr, 5);
-  EXPECT_EQ(moxsEstimateTNR_SBR_32f(rows, rows, &tnr, 1, 1), moxStatusOk);
-  EXPECT_EQ(tnr, 0);
+  float silent[5] = {1, 1, 1, 1, 1};
+  EXPECT_EQ(moxsEstimateTNR_SBR_32f(silence.data(), silent, 5, 1), moxStatusOk);
+  EXPECT_EQ(*std::max_element(silent, silent + 5), 0);
 }
 
 // The standard's filters of a band: how many, whether real, and the prototype's first seven taps.
