@@ -22,12 +22,35 @@ inline int64_t ltpGainQ30(int32_t q14) {
   return int64_t{q14} << 16;
 }
 
-// history[2048 + n] is sample n of the frame; there is none from 1024 on. gain is below 2^31.
+// (x * gain + 2^29) >> 30, saturated; gain is not negative and below 2^31.
+inline int32_t scaledSample(int32_t x, int64_t gain) {
+  return saturateSymmetric((x * gain + (1 << 29)) >> 30);
+}
+
+// The same in 64-bit lanes. They have no arithmetic shift: a bias of 2^62 keeps them positive, and the 2^32 that it
+// leaves falls out of the lower half.
+inline i32x4 scaledSample(i32x4 x, i32x4 gain) {
+  const i32x4 rounding = _mm_set1_epi64x((int64_t{1} << 62) + (1 << 29));
+  const i32x4 most = _mm_set1_epi64x((int64_t{1} << 32) + kSaturated);
+  const i32x4 least = _mm_set1_epi64x((int64_t{1} << 32) - kSaturated);
+  const auto scaled = [&](i32x4 v) {
+    v = _mm_srli_epi64(_mm_add_epi64(_mm_mul_epi32(v, gain), rounding), 30);
+    v = _mm_blendv_epi8(v, most, _mm_cmpgt_epi64(v, most));
+    return _mm_blendv_epi8(v, least, _mm_cmpgt_epi64(least, v));
+  };
+  const i32x4 even = scaled(x), odd = scaled(_mm_srli_epi64(x, 32));
+  return _mm_blend_epi16(even, _mm_slli_epi64(odd, 32), 0xCC);
+}
+
+// history[2048 + n] is sample n of the frame; there is none from 1024 on.
 inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t lag, int64_t gain, int32_t* x,
                            int32_t n) {
   const int32_t first = 2048 + firstSample - lag;
   const int32_t known = std::clamp(MOX_AAC_LTP_HISTORY - first, 0, n);
-  for (int32_t i = 0; i < known; ++i) x[i] = saturateSymmetric((history[first + i] * gain + (1 << 29)) >> 30);
+  const i32x4 gains = _mm_set1_epi64x(gain);
+  int32_t i = 0;
+  for (; i + 4 <= known; i += 4) storeInt4(x + i, scaledSample(loadInt4(history + first + i), gains));
+  for (; i < known; ++i) x[i] = scaledSample(history[first + i], gain);
   std::fill(x + known, x + n, 0);
 }
 

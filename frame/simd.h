@@ -5,6 +5,7 @@
 
 #include <immintrin.h>
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -120,6 +121,12 @@ inline f64x4 maxOf(f64x4 a, f64x4 b) { return _mm256_max_pd(a, b); }
 inline double maxOf(double a, double b) {
   return a > b ? a : b;
 }  // b where either is not a number, as in lanes
+inline f64x4 magnitudeOf(f64x4 v) { return _mm256_andnot_pd(splatDouble4(-0.0), v); }
+// v, which is not negative, with the sign of `sign`.
+inline double withSignOf(double v, double sign) { return std::copysign(v, sign); }
+inline f64x4 withSignOf(f64x4 v, f64x4 sign) {
+  return _mm256_or_pd(v, _mm256_and_pd(splatDouble4(-0.0), sign));
+}
 inline f64x4 toDouble4(i32x4 v) { return _mm256_cvtepi32_pd(v); }
 inline i32x4 roundToInt4(f64x4 v) { return _mm256_cvtpd_epi32(v); }  // to nearest, ties to even
 

@@ -1,7 +1,9 @@
 // Float channels to interleaved 16-bit PCM.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "util/round.h"
 
@@ -13,20 +15,59 @@ inline void joinGeneral(const float* const* src, int32_t numChannels, int64_t fi
     for (int32_t c = 0; c < numChannels; ++c) dst[i * numChannels + c] = roundSaturate16(src[c][i]);
 }
 
+// Eight frames of eight channels: a[c] holds channel c's samples, then a[f] frame f's.
+inline void channelsToFrames(i16x8 (&a)[8]) {
+  i16x8 pairs[8], fours[8];
+  for (int c = 0; c < 4; ++c) {
+    pairs[2 * c] = _mm_unpacklo_epi16(a[c], a[c + 4]);
+    pairs[2 * c + 1] = _mm_unpackhi_epi16(a[c], a[c + 4]);
+  }
+  for (int c = 0; c < 4; ++c) {
+    fours[2 * c] = _mm_unpacklo_epi16(pairs[c], pairs[c + 4]);
+    fours[2 * c + 1] = _mm_unpackhi_epi16(pairs[c], pairs[c + 4]);
+  }
+  for (int c = 0; c < 4; ++c) {
+    a[2 * c] = _mm_unpacklo_epi16(fours[c], fours[c + 4]);
+    a[2 * c + 1] = _mm_unpackhi_epi16(fours[c], fours[c + 4]);
+  }
+}
+
+// Whole vectors for any number of channels, eight of them at a time and the incomplete eight first: what its
+// vectors write too much belongs to later frames or channels, which are written after it. Only at the very end there
+// are none. Returns the first frame not done.
+inline int64_t joinEights(const float* const* src, int32_t numChannels, int64_t len, int16_t* dst) {
+  const int16_t* const end = dst + len * numChannels;
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8)
+    for (int32_t first = (numChannels - 1) / 8 * 8; first >= 0; first -= 8) {
+      const int32_t count = std::min(numChannels - first, 8);
+      i16x8 a[8];
+      for (int32_t c = 0; c < 8; ++c)
+        a[c] = c < count ? roundSaturate16(load8(src[first + c] + i)) : _mm_setzero_si128();
+      channelsToFrames(a);
+      for (int f = 0; f < 8; ++f) {
+        int16_t* const frame = dst + (i + f) * numChannels + first;
+        if (end - frame >= 8)
+          storeShort8(frame, a[f]);
+        else
+          std::memcpy(frame, &a[f], static_cast<size_t>(count) * sizeof(int16_t));
+      }
+    }
+  return i;
+}
+
 inline void joinBlock(const float* const* src, int32_t numChannels, int64_t len, int16_t* dst) {
-  const auto store = [dst](int64_t at, __m128i v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + at), v);
-  };
   int64_t i = 0;
   if (numChannels == 1) {
-    for (; i + 8 <= len; i += 8) store(i, roundSaturate16(load8(src[0] + i)));
+    for (; i + 8 <= len; i += 8) storeShort8(dst + i, roundSaturate16(load8(src[0] + i)));
   } else if (numChannels == 2) {
     for (; i + 8 <= len; i += 8) {
-      const __m128i a = roundSaturate16(load8(src[0] + i));
-      const __m128i b = roundSaturate16(load8(src[1] + i));
-      store(2 * i, _mm_unpacklo_epi16(a, b));
-      store(2 * i + 8, _mm_unpackhi_epi16(a, b));
+      const i16x8 a = roundSaturate16(load8(src[0] + i)), b = roundSaturate16(load8(src[1] + i));
+      storeShort8(dst + 2 * i, _mm_unpacklo_epi16(a, b));
+      storeShort8(dst + 2 * i + 8, _mm_unpackhi_epi16(a, b));
     }
+  } else {
+    i = joinEights(src, numChannels, len, dst);
   }
   joinGeneral(src, numChannels, i, len, dst);
 }

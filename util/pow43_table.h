@@ -18,7 +18,7 @@ inline double exactPow43(double k) {
   return k * (whole * whole * whole == k ? whole : root);
 }
 
-// Any 16-bit magnitude; above the table by the same law.
+// Any 16-bit magnitude, once rounded; above the table by the same law.
 inline float pow43(int32_t magnitude) {
   if (magnitude < kPow43Count) return kPow43[static_cast<size_t>(magnitude)];
   return static_cast<float>(exactPow43(magnitude));

@@ -1,6 +1,4 @@
 // Element-wise powers and scale factors.
-#include <cmath>
-
 #include "frame/checks.h"
 #include "moxac/util.h"
 #include "util/power_kernels.h"
@@ -43,11 +41,8 @@ moxStatus moxsPow43Scale_16s32s_Sf(const int16_t* pSrc, int32_t* pDst, const int
 
   for (int32_t b = 0; b < numBands; ++b) {
     const double gain = quarterPower(int64_t{pScale[b]} - 4 * int64_t{scaleFactor});
-    const int64_t end = pBandOffset[b + 1];
-    for (int64_t i = pBandOffset[b]; i < end; ++i) {
-      const double x = pSrc[i];
-      pDst[i] = x == 0.0 ? 0 : roundSaturate32(std::copysign(exactPow43(std::fabs(x)), x) * gain);
-    }
+    const int64_t first = pBandOffset[b];
+    scaledPow43Block(pSrc + first, pDst + first, pBandOffset[b + 1] - first, gain);
   }
   return moxStatusOk;
 }
@@ -56,11 +51,7 @@ moxStatus moxsPow34_16s_Sfs(const int16_t* pSrc, int16_t* pDst, int32_t len, int
   MOX_REQUIRE(len >= 1, moxStatusBadSize);
   MOX_REQUIRE(notNull(pSrc, pDst), moxStatusNullPointer);
 
-  for (int32_t i = 0; i < len; ++i) {
-    const double root = std::sqrt(std::fabs(static_cast<double>(pSrc[i])));
-    const double power = std::copysign(root * std::sqrt(root), static_cast<double>(pSrc[i]));
-    pDst[i] = roundSaturate16(scaleDown(power, scaleFactor));
-  }
+  scaledPow34Block(pSrc, pDst, len, scaleDown(scaleFactor));
   return moxStatusOk;
 }
 
@@ -84,8 +75,7 @@ moxStatus moxsCalcSF_16s32f(const int16_t* pSrc, float* pDst, int32_t len, int32
   MOX_REQUIRE(notNull(pSrc, pDst), moxStatusNullPointer);
   MOX_REQUIRE(len >= 1, moxStatusBadSize);
 
-  for (int32_t i = 0; i < len; ++i)
-    pDst[i] = static_cast<float>(quarterPower(int64_t{pSrc[i]} - int64_t{offset}));
+  gainsOfScaleFactors(pSrc, pDst, len, offset);
   return moxStatusOk;
 }
 
@@ -95,7 +85,7 @@ moxStatus moxsSpread_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const int32_t* 
   MOX_REQUIRE(numBands >= 1, moxStatusBadSize);
 
   for (int32_t b = 0; b < numBands; ++b) {
-    const int16_t value = roundSaturate16(scaleDown(pSrc[b], scaleFactor));
+    const int16_t value = roundSaturate16(pSrc[b] * scaleDown(scaleFactor));
     const int64_t end = pBandOffset[b + 1];
     for (int64_t i = pBandOffset[b]; i < end; ++i) pDst[i] = value;
   }

@@ -2,9 +2,11 @@
 // scalar twins; both give the same bits.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 
 #include "frame/simd.h"
 #include "util/pow43_table.h"
@@ -42,13 +44,18 @@ inline float signedPow43(int16_t x) {
   return x < 0 ? -y : y;
 }
 
+// The table's entries for four magnitudes in 16-bit fields.
+inline f32x4 tableEntries4(uint64_t m) {
+  return _mm_setr_ps(kPow43[m & 0xFFFF], kPow43[(m >> 16) & 0xFFFF], kPow43[(m >> 32) & 0xFFFF],
+                     kPow43[m >> 48]);
+}
+
 // Eight magnitudes at a time through the table; blocks with one beyond it go element by element.
 inline void pow43Block(const int16_t* src, float* dst, int64_t len) {
-  const float* const table = kPow43.data();
   const __m128i largest = _mm_set1_epi16(kPow43Count - 1);
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + i));
+    const __m128i x = loadShort8(src + i);
     const __m128i magnitude =
         _mm_abs_epi16(x);  // -32768 stays 0x8000, beyond the table as an unsigned number
     const __m128i beyond = _mm_subs_epu16(magnitude, largest);
@@ -56,18 +63,46 @@ inline void pow43Block(const int16_t* src, float* dst, int64_t len) {
       for (int64_t j = i; j < i + 8; ++j) dst[j] = signedPow43(src[j]);
       continue;
     }
-    const auto four = [table](uint64_t m) {
-      return _mm_setr_ps(table[m & 0xFFFF], table[(m >> 16) & 0xFFFF], table[(m >> 32) & 0xFFFF],
-                         table[m >> 48]);
-    };
     const __m128i sign = _mm_and_si128(x, _mm_set1_epi16(INT16_MIN));
     const __m128i zero = _mm_setzero_si128();
-    const f32x4 low = four(static_cast<uint64_t>(_mm_cvtsi128_si64(magnitude)));
-    const f32x4 high = four(static_cast<uint64_t>(_mm_extract_epi64(magnitude, 1)));
+    const f32x4 low = tableEntries4(static_cast<uint64_t>(_mm_cvtsi128_si64(magnitude)));
+    const f32x4 high = tableEntries4(static_cast<uint64_t>(_mm_extract_epi64(magnitude, 1)));
     store4(dst + i, _mm_or_ps(low, _mm_castsi128_ps(_mm_unpacklo_epi16(zero, sign))));
     store4(dst + i + 4, _mm_or_ps(high, _mm_castsi128_ps(_mm_unpackhi_epi16(zero, sign))));
   }
   for (; i < len; ++i) dst[i] = signedPow43(src[i]);
+}
+
+// x^(4/3) * gain with x's sign, from the float p next to |x|^(4/3): with r = (x^4 - p^3) / p^3, below 2^-22, the
+// power is p * (1 + r)^(1/3), and two terms of that leave an error below 2^-64. p^2 and x^2 are exact, so that p is
+// left as it is where it is right, which it is for all cubes: only they meet ties. L is Lanes1d or Lanes4d.
+template <class L>
+inline typename L::V scaledPow43(typename L::V x, typename L::V p, double gain) {
+  using V = typename L::V;
+  const V square = x * x, cube = p * p * p;
+  const V r = (square * square - cube) / cube;
+  const V power = p + p * (r * L::splat(1.0 / 3) - r * r * L::splat(1.0 / 9));
+  return withSignOf(whereNonZero(x, power * L::splat(gain)), x);
+}
+
+inline void scaledPow43Block(const int16_t* src, int32_t* dst, int64_t len, double gain) {
+  int64_t i = 0;
+  for (; i + 4 <= len; i += 4) {
+    const i32x4 x = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i)));
+    const i32x4 magnitude = abs4(x);
+    const __m128i beyond = _mm_cmpgt_epi32(magnitude, splatInt4(kPow43Count - 1));
+    f32x4 p;
+    if (isZeroInt4(beyond)) {
+      p = tableEntries4(static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi32(magnitude, magnitude))));
+    } else {
+      float powers[4];
+      for (int j = 0; j < 4; ++j) powers[j] = pow43(std::abs(int32_t{src[i + j]}));
+      p = load4(powers);
+    }
+    storeInt4(dst + i, roundSaturate32(scaledPow43<Lanes4d>(toDouble4(x), widen4(p), gain)));
+  }
+  for (; i < len; ++i)
+    dst[i] = roundSaturate32(scaledPow43<Lanes1d>(src[i], pow43(std::abs(int32_t{src[i]})), gain));
 }
 
 // sign(x) * |x|^(3/4) = sqrt(|x|) * sqrt(sqrt(|x|)) with x's sign.
@@ -95,18 +130,66 @@ inline void pow34Block(const float* src, int16_t* dst, int64_t len) {
   for (; i < len; ++i) dst[i] = roundSaturate16(signedPow34(src[i]));
 }
 
-// 2^(quarters/4) in double; the quarter roots correctly rounded.
-inline double quarterPower(int64_t quarters) {
-  constexpr double kRoot[4] = {1.0, 1.189207115002721, 1.4142135623730951, 1.681792830507429};
-  const int64_t whole = quarters >> 2;
-  const int64_t clipped = whole < -2000 ? -2000 : (whole > 2000 ? 2000 : whole);
-  return std::ldexp(kRoot[quarters & 3], static_cast<int>(clipped));
+// sign(x) * |x|^(3/4) * scale in double, exact enough for every 16-bit x.
+inline double scaledPow34(double x, double scale) {
+  const double root = std::sqrt(std::fabs(x));
+  return std::copysign(root * std::sqrt(root), x) * scale;
 }
 
-// x * 2^-scaleFactor for any scaleFactor.
-inline double scaleDown(double x, int32_t scaleFactor) {
-  const int32_t clipped = scaleFactor < -2000 ? -2000 : (scaleFactor > 2000 ? 2000 : scaleFactor);
-  return std::ldexp(x, -clipped);
+inline f64x4 scaledPow34(f64x4 x, f64x4 scale) {
+  const f64x4 root = _mm256_sqrt_pd(magnitudeOf(x));
+  return withSignOf(root * _mm256_sqrt_pd(root), x) * scale;
+}
+
+inline void scaledPow34Block(const int16_t* src, int16_t* dst, int64_t len, double scale) {
+  const f64x4 scales = splatDouble4(scale);
+  int64_t i = 0;
+  for (; i + 8 <= len; i += 8) {
+    const i16x8 x = loadShort8(src + i);
+    const f64x4 low = toDouble4(_mm_cvtepi16_epi32(x)),
+                high = toDouble4(_mm_cvtepi16_epi32(_mm_srli_si128(x, 8)));
+    storeShort8(dst + i, roundSaturate16(scaledPow34(low, scales), scaledPow34(high, scales)));
+  }
+  for (; i < len; ++i) dst[i] = roundSaturate16(scaledPow34(src[i], scale));
+}
+
+// The quarter roots 2^(q/4), correctly rounded.
+inline constexpr double kQuarterRoots[4] = {1.0, 1.189207115002721, 1.4142135623730951, 1.681792830507429};
+
+// 2^(quarters/4) in double; the far ends, infinite and 0 in every format here, give 2^1000 and 2^-1000.
+inline double quarterPower(int64_t quarters) {
+  const int64_t octaves = std::clamp<int64_t>(quarters >> 2, -1000, 1000);
+  return std::ldexp(kQuarterRoots[quarters & 3], static_cast<int>(octaves));
+}
+
+// 2^-scaleFactor for any scaleFactor; the far ends as above.
+inline double scaleDown(int32_t scaleFactor) {
+  return std::ldexp(1.0, -std::clamp(scaleFactor, -1000, 1000));
+}
+
+// 2^((scaleFactor - offset)/4): a quarter root whose exponent moves by whole octaves. Vectors with a power that is
+// not a normal float go element by element.
+inline void gainsOfScaleFactors(const int16_t* src, float* dst, int64_t len, int32_t offset) {
+  const i32x4 roots = _mm_castps_si128(narrow4(loadDouble4(kQuarterRoots)));
+  const i32x4 offsets = splatInt4(std::clamp(offset, -100000, 100000));
+  int64_t i = 0;
+  const auto alone = [&](int64_t end) {
+    for (; i < end; ++i) dst[i] = static_cast<float>(quarterPower(int64_t{src[i]} - int64_t{offset}));
+  };
+  while (i + 4 <= len) {
+    const i32x4 x = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i)));
+    const i32x4 quarters = _mm_sub_epi32(x, offsets), octaves = _mm_srai_epi32(quarters, 2);
+    const i32x4 outside =
+        _mm_or_si128(_mm_cmpgt_epi32(octaves, splatInt4(127)), _mm_cmpgt_epi32(splatInt4(-126), octaves));
+    if (isZeroInt4(outside)) {
+      const i32x4 power = _mm_add_epi32(lookUp4(roots, quarters), _mm_slli_epi32(octaves, 23));
+      store4(dst + i, _mm_castsi128_ps(power));
+      i += 4;
+    } else {
+      alone(i + 4);
+    }
+  }
+  alone(len);
 }
 
 }  // namespace moxac::util

@@ -1,4 +1,4 @@
-// Rounding to nearest (ties to even) and saturation, one element or eight at a time. NaN comes out at the
+// Rounding to nearest (ties to even) and saturation, one element, four or eight at a time. NaN comes out at the
 // lower end.
 #pragma once
 
@@ -25,9 +25,20 @@ inline int16_t roundSaturate16(double v) {
   return static_cast<int16_t>(_mm_cvtsd_si32(_mm_set_sd(clipped)));
 }
 
+inline __m128i roundSaturate16(f64x4 low, f64x4 high) {
+  const auto words = [](f64x4 v) {
+    return _mm256_cvtpd_epi32(minOf(maxOf(v, splatDouble4(-32768.0)), splatDouble4(32767.0)));
+  };
+  return _mm_packs_epi32(words(low), words(high));
+}
+
 inline int32_t roundSaturate32(double v) {
   const double clipped = v > 2147483647.0 ? 2147483647.0 : (v > -2147483648.0 ? v : -2147483648.0);
   return _mm_cvtsd_si32(_mm_set_sd(clipped));
+}
+
+inline i32x4 roundSaturate32(f64x4 v) {
+  return roundToInt4(minOf(maxOf(v, splatDouble4(-2147483648.0)), splatDouble4(2147483647.0)));
 }
 
 }  // namespace moxac::util

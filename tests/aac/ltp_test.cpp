@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "aac/band_tables.h"
+#include "aac/ltp_kernels.h"
 #include "aac/mdct_reference.h"
 #include "moxac/aac.h"
 #include "support/block.h"
@@ -54,6 +55,19 @@ TEST(Ltp, PredictsTheTransformOfDelayedSamples) {
       }
     }
   EXPECT_LT(worst, 1) << "lines reach 2^22 here, of which Q14 gains would miss 100";
+}
+
+TEST(Ltp, ScalesFourSamplesAsItScalesOne) {
+  Block<int32_t> x(400);
+  const int32_t edges[] = {INT32_MIN, INT32_MIN + 1, INT32_MAX, -1, 0, 1, 1 << 29, -(1 << 29)};
+  std::copy_n(edges, 8, x.begin());
+  for (const int64_t gain : {0L, 1L, 1L << 29, 1L << 30, 1282720000L, (1L << 31) - 1})
+    for (int32_t i = 0; i < 400; i += 4) {
+      int32_t four[4];
+      moxac::storeInt4(four, moxac::aac::scaledSample(moxac::loadInt4(x + i), _mm_set1_epi64x(gain)));
+      for (int32_t j = 0; j < 4; ++j)
+        ASSERT_EQ(four[j], moxac::aac::scaledSample(x[i + j], gain)) << x[i + j] << " " << gain;
+    }
 }
 
 TEST(Ltp, AddsWhereTheFlagsSay) {

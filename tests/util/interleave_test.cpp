@@ -97,8 +97,8 @@ TEST(Join, RoundsToEvenSaturatesAndAgreesWithItsTwin) {
                         -32768.5f, NAN,  INFINITY, -INFINITY, 0.49999997f, -1.5f,    3.0f, -3.49f};
   const int16_t want[] = {0,      2,      0,     -2,     32766, 32767, 32767, -32768,
                           -32768, -32768, 32767, -32768, 0,     -2,    3,     -3};
-  for (const int32_t channels : {1, 2, 3})
-    for (const int32_t len : {1, 7, 8, 16}) {
+  for (const int32_t channels : {1, 2, 3, 6, 8, 11, 16})
+    for (const int32_t len : {1, 7, 8, 16, 27}) {
       std::vector<std::unique_ptr<Block<float>>> rows;
       std::vector<const float*> src;
       for (int32_t c = 0; c < channels; ++c) {

@@ -221,6 +221,30 @@ TEST(Pow43Scale, MatchesTheFormulaForEveryInput) {
   EXPECT_EQ(moxsPow43Scale_16s32s_Sf(all.data(), got.data(), all.data(), offsets, 0, 0), moxStatusBadSize);
 }
 
+// The vectors take four or eight values; one at a time there are none.
+TEST(Power, WholeVectorsGiveTheBitsOfSingleElements) {
+  constexpr int32_t kLen = 4011;
+  for (const int16_t gain : {int16_t{7}, int16_t{-21}, int16_t{0}})
+    for (const int16_t limit : {int16_t{200}, int16_t{32767}}) {
+      Block<int16_t> x(kLen), got34(kLen), want34(kLen);
+      Block<int32_t> got43(kLen), want43(kLen);
+      Block<float> gotSf(kLen), wantSf(kLen);
+      for (int16_t& v : x) v = static_cast<int16_t>(v % limit);
+      const int32_t all[] = {0, kLen}, one[] = {0, 1};
+      ASSERT_EQ(moxsPow43Scale_16s32s_Sf(x, got43, &gain, all, 1, 0), moxStatusOk);
+      ASSERT_EQ(moxsPow34_16s_Sfs(x, got34, kLen, gain), moxStatusOk);
+      ASSERT_EQ(moxsCalcSF_16s32f(x, gotSf, kLen, gain), moxStatusOk);
+      for (int32_t i = 0; i < kLen; ++i) {
+        moxsPow43Scale_16s32s_Sf(&x[i], &want43[i], &gain, one, 1, 0);
+        moxsPow34_16s_Sfs(&x[i], &want34[i], 1, gain);
+        moxsCalcSF_16s32f(&x[i], &wantSf[i], 1, gain);
+      }
+      EXPECT_SAME_BITS(got43, want43);
+      EXPECT_SAME_BITS(got34, want34);
+      EXPECT_SAME_BITS(gotSf, wantSf);
+    }
+}
+
 TEST(CalcSF, CorrectlyRoundedForEveryInput) {
   const auto all = everyInput();
   std::vector<float> got(all.size());
