@@ -47,14 +47,14 @@ moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState) {
   return contextFree<DtsFamily>(pState);
 }
 
-moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots, int32_t filter,
+moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numTimeSlots, int32_t filter,
                                       MoxDtsSynthesisState* pState) {
   MOX_REQUIRE(notNull(pSrc, pDst, pState), moxStatusNullPointer);
   MOX_REQUIRE(isContext<DtsFamily>(pState), moxStatusContextMismatch);
   MOX_REQUIRE(inRange<int32_t>(filter, moxDtsNonPerfect, moxDtsPerfect), moxStatusOutOfRange);
-  MOX_REQUIRE(numSlots >= 1, moxStatusBadSize);
+  MOX_REQUIRE(numTimeSlots >= 1, moxStatusBadSize);
 
   DtsRecord& bank = *contextRecord<DtsFamily>(pState);
-  bank.position = dtsSynthesize(kDtsWindows[filter], pSrc, pDst, numSlots, bank.history, bank.position);
+  bank.position = dtsSynthesize(kDtsWindows[filter], pSrc, pDst, numTimeSlots, bank.history, bank.position);
   return moxStatusOk;
 }

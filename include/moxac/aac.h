@@ -546,6 +546,9 @@ MOXAC_API moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFla
  * band's M/S flag is set (msMaskPresent 2: every band) the right channel gets the left one's noise, scaled to
  * its own energy.
  *
+ * Arguments come as in moxsDecodePNS_AAC_32s, maxSfb before the groups; moxsDecodeMsStereo_AAC_32s_I has it
+ * behind them.
+ *
  * msMaskPresent  0 (all noise independent), 1 or 2; else moxStatusAacMsMaskError
  * pMsUsed        rows of 60 bytes, one row per group; read, and required, with msMaskPresent 1 only
  *

@@ -107,10 +107,10 @@ MOXAC_API moxStatus moxsSynthesisDownFilterInit_SBR_RToR_32f(MoxQmfSynthesisSpec
  * kx                sub-bands kept, 0..32: X[kx..31] are stored as 0
  * pBuffer           not null
  *
- * moxStatusOk               also for numTimeSlots below 1, which does nothing
+ * moxStatusOk               also for numTimeSlots below 1, which does nothing (the fixed-point banks refuse it)
  * moxStatusNullPointer      pSpec, pWindow or pBuffer is null
  * moxStatusContextMismatch  pSpec is not this operation's
- * moxStatusBadSize          kx outside 0..32
+ * moxStatusBadSize          kx outside 0..32 (the fixed-point banks: moxStatusOutOfRange)
  * moxStatusNullPointer      pSrc, ppDst, ppDstRe or ppDstIm is null
  * On an error nothing is written and the history stays.
  */
@@ -266,8 +266,8 @@ MOXAC_API moxStatus moxsSynthesisDownFilterFree_SBRLP_32s(MoxQmfFixedSynthesisSt
  * moxStatusOk
  * moxStatusNullPointer      pSrc, pDst or pState is null
  * moxStatusContextMismatch  pState is not this operation's
- * moxStatusOutOfRange       kx outside 0..32
- * moxStatusBadSize          numTimeSlots below 1
+ * moxStatusOutOfRange       kx outside 0..32 (the float banks: moxStatusBadSize)
+ * moxStatusBadSize          numTimeSlots below 1 (the float banks: moxStatusOk, nothing done)
  * On an error nothing is written and the history stays.
  */
 MOXAC_API moxStatus moxsAnalysisFilter_SBRHQ_32s32sc(const int32_t* pSrc, Mox32sc* pDst, int32_t numTimeSlots,

@@ -122,9 +122,11 @@ MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, cons
  *   y[32*t + r] = sum over k < 32, i < 512, i mod 32 = r of
  *       64 * s_k * h[i] * cos(pi/32 * (k + 1/2) * (i + 33/2)) * x[32*(t - floor(i/32)) + k]
  *
- * with s_k = +1, -1, -1, +1 for k mod 4 and h the prototype low-pass of sum 1 that `filter` names. The
- * filters reversed in time, as the encoder's analysis has them, followed by this bank give the input back
- * with gain 32 (to 0.001 dB), 480 samples late.
+ * with s_k = +1, -1, -1, +1 for k mod 4 and h the prototype low-pass of sum 1 that `filter` names.
+ *
+ * Scale. A sub-band signal of amplitude 1 gives samples of amplitude 1 (within 0.1 %): full scale is the same on both
+ * sides, whatever it is. The filters reversed in time, as the encoder's analysis has them, followed by this bank
+ * give the input back with gain 32 (to 0.001 dB), 480 samples late, so that an analysis of gain 1 divides by 32.
  *
  * The state keeps the last 16 slots. It serves one stream; a call with n + m slots gives the bits of a call
  * with n followed by one with m.
@@ -132,8 +134,9 @@ MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, cons
 typedef struct MoxDtsSynthesisState MoxDtsSynthesisState;
 
 enum {
-  moxDtsNonPerfect = 0, /* the prototype for non-perfect reconstruction */
-  moxDtsPerfect = 1     /* the one for perfect reconstruction */
+  moxDtsNonPerfect =
+      0, /* non-perfect reconstruction, 84 dB clean; one band off its centre a filter is 95 dB down */
+  moxDtsPerfect = 1 /* perfect reconstruction, 138 dB clean; there 43 dB down, and 60 dB further off */
 };
 
 /* GetSize tells the bytes of a state at any alignment; Init builds one with silent history in the caller's memory
@@ -150,20 +153,21 @@ MOXAC_API moxStatus moxsSynthesisFilterInit_DTS_32f(MoxDtsSynthesisState* pState
 MOXAC_API moxStatus moxsSynthesisFilterInitAlloc_DTS_32f(MoxDtsSynthesisState** ppState);
 MOXAC_API moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState);
 
-/* numSlots time slots of 32 sub-band samples to as many samples each.
+/* numTimeSlots time slots of 32 sub-band samples to as many samples each.
  *
- * pSrc    [slot][band], 32 * numSlots values, any alignment; no read past the end
- * pDst    32 * numSlots samples, any alignment; may be pSrc
- * filter  moxDtsNonPerfect or moxDtsPerfect, free to change from call to call
+ * pSrc    [slot][band], 32 * numTimeSlots values, any alignment; no read past the end
+ * pDst    32 * numTimeSlots samples, any alignment; may be pSrc
+ * filter  moxDtsNonPerfect or moxDtsPerfect, the value of the core frame header's FILTS bit; free to change from
+ *         call to call
  *
  * moxStatusOk
  * moxStatusNullPointer      some pointer is null
  * moxStatusContextMismatch  pState is not this family's
  * moxStatusOutOfRange       filter is neither
- * moxStatusBadSize          numSlots below 1
+ * moxStatusBadSize          numTimeSlots below 1
  * On an error nothing is written and the history stays.
  */
-MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots,
+MOXAC_API moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numTimeSlots,
                                                 int32_t filter, MoxDtsSynthesisState* pState);
 
 MOXAC_EXTERN_C_END

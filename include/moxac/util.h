@@ -53,7 +53,7 @@ MOXAC_API moxStatus moxsDeinterleave_32f(const float* pSrc, int32_t numChannels,
  *   pDst[i * numChannels + c] = saturate16(round(ppSrc[c][i]))
  *
  * Rounding is to nearest, ties to even; values beyond the 16-bit range saturate, NaN gives -32768.
- * Shapes and checks as moxsInterleave; there is no alignment warning.
+ * Shapes, checks and the order of arguments as moxsInterleave, pDst last; there is no alignment warning.
  *
  * moxStatusOk
  * moxStatusNullPointer      ppSrc or pDst null

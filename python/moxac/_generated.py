@@ -442,14 +442,15 @@ moxStatus moxsMDCTInv_32f_I(float* pSrcDst, const MoxMdctSpec* pSpec, uint8_t* p
 moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const MoxMdctSpec* pSpec, int32_t scaleFactor, uint8_t* pBuffer);
 typedef struct MoxDtsSynthesisState MoxDtsSynthesisState;
 enum {
-  moxDtsNonPerfect = 0,
+  moxDtsNonPerfect =
+      0,
   moxDtsPerfect = 1
 };
 moxStatus moxsSynthesisFilterGetSize_DTS_32f(int32_t* pStateSize);
 moxStatus moxsSynthesisFilterInit_DTS_32f(MoxDtsSynthesisState* pState);
 moxStatus moxsSynthesisFilterInitAlloc_DTS_32f(MoxDtsSynthesisState** ppState);
 moxStatus moxsSynthesisFilterFree_DTS_32f(MoxDtsSynthesisState* pState);
-moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numSlots, int32_t filter, MoxDtsSynthesisState* pState);
+moxStatus moxsSynthesisFilter_DTS_32f(const float* pSrc, float* pDst, int32_t numTimeSlots, int32_t filter, MoxDtsSynthesisState* pState);
 moxStatus moxsInterleave_16s(const int16_t* const* ppSrc, int32_t numChannels, int32_t len, int16_t* pDst);
 moxStatus moxsInterleave_32f(const float* const* ppSrc, int32_t numChannels, int32_t len, float* pDst);
 moxStatus moxsDeinterleave_16s(const int16_t* pSrc, int32_t numChannels, int32_t len, int16_t* const* ppDst);
