@@ -1,6 +1,6 @@
-// The delay line of a QMF bank. A context keeps the last ten slots' values in a circular line of 10*kStep; a
-// call works on a straight copy, in which slot l of the call stands in front of slot l-1, so that windowing
-// reads 10*kStep consecutive values and never wraps.
+// The delay line of a QMF bank. A context keeps the last ten slots' values in a circular line of 10*kStep. Batches
+// of slots work on a straight copy, in which slot l of the call stands in front of slot l-1, so that windowing
+// reads 10*kStep consecutive values and never wraps; single slots on the circular line itself.
 //
 //   straight:   | slot kChunk-1 | ... | slot 1 | slot 0 | nine earlier slots, newest first |
 //   circular:   a slot goes in at `position`, which then steps back by kStep modulo 10*kStep
@@ -10,6 +10,27 @@
 #include <cstdint>
 
 namespace moxac::sbr {
+
+// The circular line as it is.
+template <class T, int kStep>
+class QmfRing {
+ public:
+  static constexpr int kLength = 10 * kStep;
+
+  QmfRing(T* delay, int32_t& position) : delay_(delay), position_(position) {}
+
+  // Where the next slot goes, and afterwards what stands `age` slots behind it.
+  T* newest() const { return delay_ + position_; }
+  const T* aged(int age) const {
+    const int at = position_ + age * kStep;
+    return delay_ + (at < kLength ? at : at - kLength);
+  }
+  void next() const { position_ = position_ == 0 ? kLength - kStep : position_ - kStep; }
+
+ private:
+  T* delay_;
+  int32_t& position_;
+};
 
 template <class T, int kStep, int kChunk>
 class QmfLine {
