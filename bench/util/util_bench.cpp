@@ -1,5 +1,6 @@
-// Memory-bound operations beside memcpy of the same bytes. Each pair is checked before it is timed; the
-// counter "vs_memcpy" is the ratio of times within the run (below 1: faster than memcpy).
+// Memory-bound operations beside memcpy of the same bytes; each pair is checked before it is timed, and the counter
+// "vs_memcpy" is the ratio of times within the run (below 1: faster than memcpy). Then powers, gains, channels and
+// code-book searches, by the value.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -139,6 +140,75 @@ void fir(benchmark::State& state) {
   moxsFIRBlockFree_32f(fir);
 }
 
+// What takes more than a copy, in calls as a codec makes them: the time of a value.
+constexpr int32_t kValues = 1024;
+
+template <class Operation>
+void eachValue(benchmark::State& state, Operation&& operation, int64_t values = kValues) {
+  for (auto _ : state) {
+    operation();
+    benchmark::ClobberMemory();
+  }
+  state.counters["time/value"] =
+      benchmark::Counter(static_cast<double>(state.iterations() * values),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+std::vector<int16_t> quantised(int32_t count) {
+  std::vector<int16_t> values(static_cast<size_t>(count));
+  uint32_t noise = 1;
+  for (int16_t& v : values)
+    v = static_cast<int16_t>(static_cast<int32_t>((noise = noise * 1664525 + 1013904223) >> 27) - 16);
+  return values;
+}
+
+void pow43Scale(benchmark::State& state) {
+  const std::vector<int16_t> x = quantised(kValues), gains = quantised(64);
+  std::vector<int32_t> y(kValues), offsets;
+  for (int32_t b = 0; b <= 64; ++b) offsets.push_back(16 * b);
+  eachValue(state,
+            [&] { moxsPow43Scale_16s32s_Sf(x.data(), y.data(), gains.data(), offsets.data(), 64, 0); });
+  if (y[0] >= 0) state.SkipWithError("wrong result");  // the first value is negative
+}
+
+void pow34(benchmark::State& state) {
+  const std::vector<int16_t> x = quantised(kValues);
+  std::vector<int16_t> y(kValues);
+  eachValue(state, [&] { moxsPow34_16s_Sfs(x.data(), y.data(), kValues, 0); });
+}
+
+void calcSF(benchmark::State& state) {
+  const std::vector<int16_t> x = quantised(kValues);
+  std::vector<float> y(kValues);
+  eachValue(state, [&] { moxsCalcSF_16s32f(x.data(), y.data(), kValues, 100); });
+}
+
+void join(benchmark::State& state) {
+  const auto channels = static_cast<int32_t>(state.range(0));
+  const Array<float> x(kValues);
+  const std::vector<const float*> rows(static_cast<size_t>(channels), x.data);
+  std::vector<int16_t> y(static_cast<size_t>(channels) * kValues);
+  eachValue(
+      state, [&] { moxsJoin_32f16s_D2L(rows.data(), channels, kValues, y.data()); }, channels * kValues);
+}
+
+// 16 candidates of 64 vectors of 16 values from each book, and all pairs of them; a value is one of the target's.
+void vqSearch(benchmark::State& state) {
+  const Array<float> vectors(64 * 16), x(16);
+  const std::vector<float> weight(16, 1.0f);
+  MoxVqCodeBook* book = nullptr;
+  if (moxsVQCodeBookInitAlloc_32f(vectors.data, 16, 64, static_cast<int32_t>(state.range(0)), &book) !=
+      moxStatusOk)
+    return state.SkipWithError("no memory");
+  const int32_t len = 16;
+  int32_t word0 = 0, word1 = 0;
+  eachValue(
+      state,
+      [&] { moxsVQIndexSelect_32f(x.data, weight.data(), &len, &word0, &word1, 1, 16, 16, book, book); },
+      len);
+  moxsVQCodeBookFree_32f(book);
+}
+
 const std::vector<int64_t> kSizes = {16 << 10, 256 << 10, 64 << 20};
 
 BENCHMARK(interleave<int16_t, moxsInterleave_16s>)->ArgsProduct({kSizes});
@@ -148,6 +218,11 @@ BENCHMARK(deinterleave<float, moxsDeinterleave_32f>)->ArgsProduct({kSizes});
 BENCHMARK(scale)->ArgsProduct({kSizes});
 BENCHMARK(makeFloat)->ArgsProduct({kSizes});
 BENCHMARK(pow43)->ArgsProduct({kSizes});
+BENCHMARK(pow43Scale);
+BENCHMARK(pow34);
+BENCHMARK(calcSF);
+BENCHMARK(join)->Arg(1)->Arg(2)->Arg(6)->Arg(8);
+BENCHMARK(vqSearch)->Arg(0)->Arg(1);
 BENCHMARK(fir)->Args({2, 1024})->Args({8, 1024})->Args({8, 16384})->Args({32, 1024})->Args({128, 1024});
 
 }  // namespace
