@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLines = 576, kBands = 32, kRates[] = {44100, 48000, 32000}, kBitRate = 128000,
               kBitRateIndex = 9;
-
+constexpr MoxMp3EncoderParameters kParameters = MOX_MP3_ENCODER_DEFAULTS;
 using Psy = MoxMp3PsychoacousticModelTwoAnalysis;
 using Bytes = std::vector<uint8_t>;
 
@@ -28,7 +28,7 @@ void analyse(const std::vector<int16_t>& samples, const MoxMp3FrameHeader& heade
   int32_t history[2][512] = {}, position[2] = {}, overlap[2][kLines] = {}, slots[kLines];
   for (size_t at = 0; at < samples.size(); at += static_cast<size_t>(kLines * channels)) {
     Psy heard[2];
-    check(moxsPsychoacousticModelTwo_MP3_16s(&samples[at], heard, &header, &model));
+    check(moxsPsychoacousticModelTwo_MP3_16s(&samples[at], heard, &header, &kParameters, &model));
     for (int ch = 0; at > 0 && ch < channels; ++ch) {
       const int16_t* in = &samples[at] - kLines * channels + ch;
       for (int i = 0; i < kLines; i += kBands, in += kBands * channels)
@@ -44,13 +44,13 @@ void analyse(const std::vector<int16_t>& samples, const MoxMp3FrameHeader& heade
 void encodeFrame(int32_t* lines, Psy* psy, MoxMp3FrameHeader& header, MoxMp3BitReservoir& reservoir, int room,
                  Bytes& head, Bytes& main) {
   const int channels = header.mode == 3 ? 1 : 2;
-  if (channels == 2) check(moxsJointStereoEncode_MP3_32s_I(lines, psy, &header));
+  if (channels == 2) check(moxsJointStereoEncode_MP3_32s_I(lines, psy, &header, &kParameters));
   int8_t scaleFactors[4 * 39];
   int32_t scfsi[8], count1Len[4], bit = 0;
   MoxMp3SideInfo side[4] = {};
   const int begin = reservoir.resBits / 8;  // so many bytes before the frame's own
   check(moxsQuantize_MP3_32s_I(lines, scaleFactors, scfsi, count1Len, side, &reservoir, 8 * room, 1, psy,
-                               &header));
+                               &header, &kParameters));
 
   head.resize(4 + 32 + 1);  // packers touch the byte behind
   uint8_t* p = head.data();

@@ -19,6 +19,7 @@ int main(void) {
   static const int kFirstLines[22] = {0,  4,  8,  12,  16,  20,  24,  30,  36,  44,  52,
                                       62, 74, 90, 110, 134, 162, 196, 238, 288, 342, 418};
   const MoxMp3FrameHeader header = {.id = 1, .layer = 1, .samplingFreq = 0, .mode = 3};
+  const MoxMp3EncoderParameters parameters = MOX_MP3_ENCODER_ANNEX;
   static MoxMp3PsychoacousticModelTwoState state; /* all zero at the start */
   MoxMp3PsychoacousticModelTwoAnalysis psy;
   int16_t pcm[kGranule];
@@ -27,7 +28,7 @@ int main(void) {
 
   for (int g = 0; g < 24; ++g) {
     for (int i = 0; i < kGranule; ++i) pcm[i] = sample(kGranule * g + i);
-    if (moxsPsychoacousticModelTwo_MP3_16s(pcm, &psy, &header, &state) != moxStatusOk) return 1;
+    if (moxsPsychoacousticModelTwo_MP3_16s(pcm, &psy, &header, &parameters, &state) != moxStatusOk) return 1;
     if (g > 0) types[g - 1] = "-/S\\"[psy.blockType]; /* the records are of the granule before */
     if (g != 12) continue;
 

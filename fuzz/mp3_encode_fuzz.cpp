@@ -45,7 +45,12 @@ void fuzzMp3Encoder(FuzzInput& in) {
   settings.rate = kRates[in.below(3)];
   settings.mode = kModes[in.below(3)];
   settings.bitRate = moxc::mp3::mp3BitRates()[static_cast<size_t>(in.below(14))];
-  settings.vbrQuality = std::max(-1, in.below(20) - 10);
+  settings.vbrQuality = static_cast<float>(in.below(160) - 80) / 8;
+  settings.average = in.below(4) == 0;
+  settings.effort = in.below(10);
+  settings.highpass = in.below(401);
+  settings.checksums = in.below(2) == 1;
+  settings.strict = in.below(2) == 1;
   settings.lowpass = in.below(3) - 1;
   const auto channels = static_cast<size_t>(settings.channels());
   const std::vector<int16_t> sound = fuzzSound(in, 9000 * channels);
@@ -53,7 +58,7 @@ void fuzzMp3Encoder(FuzzInput& in) {
 
   moxc::mp3::Encoder encoder(settings);
   std::vector<uint8_t> stream;
-  encoder.encode({sound.data(), samples * channels}, stream);
+  encoder.encode(std::span(sound).first(samples * channels), stream);
   encoder.finish(stream);
   const std::vector<uint8_t> info = encoder.infoFrame();
   std::copy(info.begin(), info.end(), stream.begin());
@@ -63,14 +68,14 @@ void fuzzMp3Encoder(FuzzInput& in) {
 }
 
 float fuzzEnergy(FuzzInput& in) {
-  constexpr float kOdd[] = {0, -1, INFINITY, NAN, 3e38f, 1e-40f};
+  constexpr float kOdd[] = {0, -1, INFINITY, NAN, 3e38f, -INFINITY};
   const int32_t b = in.below(256);
   return b < 6 ? kOdd[b] : std::exp2(static_cast<float>(b - 130) / 2);
 }
 
 void fuzzMasking(FuzzInput& in, MoxMp3PsychoacousticModelTwoAnalysis& p) {
-  for (int b = 0; b < 21; ++b) p.energyLong[b] = fuzzEnergy(in), p.thresholdLong[b] = fuzzEnergy(in);
-  for (int b = 0; b < 12; ++b)
+  for (int b = 0; b < 22; ++b) p.energyLong[b] = fuzzEnergy(in), p.thresholdLong[b] = fuzzEnergy(in);
+  for (int b = 0; b < 13; ++b)
     for (int w = 0; w < 3; ++w) p.energyShort[b][w] = fuzzEnergy(in), p.thresholdShort[b][w] = fuzzEnergy(in);
 }
 
@@ -97,8 +102,10 @@ void fuzzMp3EncoderRecords(FuzzInput& in) {
   // The model's own records, then arbitrary ones.
   std::vector<MoxMp3PsychoacousticModelTwoAnalysis> psy(count);
   std::vector<MoxMp3PsychoacousticModelTwoState> state(1);
+  const MoxMp3EncoderParameters defaults = MOX_MP3_ENCODER_DEFAULTS, annex = MOX_MP3_ENCODER_ANNEX;
+  const MoxMp3EncoderParameters& parameters = in.below(2) == 0 ? defaults : annex;
   const std::vector<int16_t> sound(576 * channels, in.record<int16_t>());
-  moxsPsychoacousticModelTwo_MP3_16s(sound.data(), psy.data(), &header, state.data());
+  moxsPsychoacousticModelTwo_MP3_16s(sound.data(), psy.data(), &header, &parameters, state.data());
   std::vector<int32_t> lines(576 * count), subBands(576), overlap(576);
   for (size_t i = 0; i < count; ++i) {
     if (in.below(4) != 0) fuzzMasking(in, psy[i]);
@@ -108,7 +115,7 @@ void fuzzMp3EncoderRecords(FuzzInput& in) {
     moxsMDCTFwd_MP3_32s(subBands.data(), lines.data() + 576 * i, overlap.data(), psy[i].blockType,
                         in.below(3), &header);
   }
-  if (header.mode == 1) moxsJointStereoEncode_MP3_32s_I(lines.data(), psy.data(), &header);
+  if (header.mode == 1) moxsJointStereoEncode_MP3_32s_I(lines.data(), psy.data(), &header, &parameters);
 
   std::vector<int8_t> scaleFactors(39 * count);
   std::vector<int32_t> scfsi(4 * channels), count1Len(count);
@@ -116,7 +123,8 @@ void fuzzMp3EncoderRecords(FuzzInput& in) {
   MoxMp3BitReservoir reservoir{in.record<uint16_t>() % 4096, in.record<uint16_t>() % 4096};
   const int32_t meanBits = in.record<uint16_t>() % 16384, most = reservoir.resBits + meanBits;
   if (moxsQuantize_MP3_32s_I(lines.data(), scaleFactors.data(), scfsi.data(), count1Len.data(), side.data(),
-                             &reservoir, meanBits, in.below(2), psy.data(), &header) != moxStatusOk)
+                             &reservoir, meanBits, in.below(2), psy.data(), &header,
+                             &parameters) != moxStatusOk)
     return;
   int32_t used = 0;
   for (size_t i = 0; i < count; ++i) {

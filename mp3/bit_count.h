@@ -217,6 +217,25 @@ inline void countLong(const QuantizedLines& lines, const int16_t* sfb, SpectrumC
   code.bits += best;
 }
 
+// Regions of a long block with these borders: what the best ones take, or somewhat more.
+inline void countLongAt(const QuantizedLines& lines, const int16_t* sfb, int32_t reg0Cnt, int32_t reg1Cnt,
+                        SpectrumCode& code) {
+  const int32_t end = 2 * code.bigVals;
+  const int32_t border[4] = {0, std::min<int32_t>(sfb[reg0Cnt + 1], end),
+                             std::min<int32_t>(sfb[reg0Cnt + reg1Cnt + 2], end), end};
+  code.reg0Cnt = reg0Cnt;
+  code.reg1Cnt = reg1Cnt;
+  for (int r = 0; r < 3; ++r) {
+    const int32_t first = border[r], last = border[r + 1], pairs = (last - first) / 2;
+    const TableChoice choice =
+        pairs == 0 ? TableChoice{0, 0} : cheapestTable(pairSums(lines.clipped + first, pairs), pairs, [&] {
+          return *std::max_element(lines.ix + first, lines.ix + last);
+        });
+    code.tableSelect[r] = choice.table;
+    code.bits += choice.bits;
+  }
+}
+
 inline SpectrumCode countSpectrum(const QuantizedLines& lines, bool switched, const int16_t* sfbLong) {
   SpectrumCode code{};
   splitLines(lines, code);
@@ -224,6 +243,18 @@ inline SpectrumCode countSpectrum(const QuantizedLines& lines, bool switched, co
     countSwitched(lines, code);
   else
     countLong(lines, sfbLong, code);
+  return code;
+}
+
+// Not less than that, and much sooner: with the regions that were best for a spectrum like it.
+inline SpectrumCode estimateSpectrum(const QuantizedLines& lines, bool switched, const int16_t* sfbLong,
+                                     const SpectrumCode& alike) {
+  SpectrumCode code{};
+  splitLines(lines, code);
+  if (switched)
+    countSwitched(lines, code);
+  else
+    countLongAt(lines, sfbLong, alike.reg0Cnt, alike.reg1Cnt, code);
   return code;
 }
 

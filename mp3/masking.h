@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "frame/simd.h"
@@ -11,8 +12,7 @@
 
 namespace moxac::mp3 {
 
-// Runs without a scale factor (above the last band) and runs of silence may hold any noise. In the model's units, too,
-// this is a float.
+// Runs of silence may hold any noise. In the model's units, too, this is a float.
 inline constexpr float kAnyNoise = 1e28f;
 
 // Whatever the records hold, zeros and infinities included: noise from -120 dB to 90 dB of a run's energy.
@@ -27,7 +27,7 @@ inline SpectrumBands granuleBands(const MoxMp3FrameHeader& header, int32_t block
   return spectrumBands(blockType == 2, false, header.id, kSfbLong[row], kSfbShort[row]);
 }
 
-// Runs that have a scale factor: 21 long bands or 12 short ones in three windows.
+// Runs that have a scale factor: 21 long bands or 12 short ones in three windows. The others lie above them.
 inline int32_t scaledRuns(const SpectrumBands& bands) { return bands.longCount > 0 ? 21 : 36; }
 
 // Energy of a run of lines, full scale 1.
@@ -42,33 +42,46 @@ inline float runEnergy(const float* x, int32_t first, int32_t last) {
   return sum;
 }
 
-// Threshold to energy of the band and window that run i belongs to.
-inline float maskingRatio(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
-                          int32_t i) {
-  const bool isLong = bands.longCount > 0;
-  const float energy = isLong ? psy.energyLong[i] : psy.energyShort[i / 3][i % 3];
-  const float threshold = isLong ? psy.thresholdLong[i] : psy.thresholdShort[i / 3][i % 3];
-  // No number is greater than one that is not a number.
-  return energy > threshold / kLargestRatio ? std::clamp(threshold / energy, kLeastRatio, kLargestRatio)
-                                            : kLargestRatio;
+struct RunMasking {
+  float energy, threshold;  // the model's
+};
+
+inline RunMasking runMasking(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
+                             int32_t i) {
+  const auto run = static_cast<size_t>(i);
+  return bands.longCount > 0
+             ? RunMasking{psy.energyLong[run], psy.thresholdLong[run]}
+             : RunMasking{psy.energyShort[run / 3][run % 3], psy.thresholdShort[run / 3][run % 3]};
 }
 
-// The noise that run i may hold: its energy times the masking ratio. A short block's windows are longer than the
-// spectra of the model; what they see beyond, the attack that is to come, masks nothing.
+// Threshold to energy. What is no number, or infinite on both sides, asks for nothing: the largest ratio.
+inline float maskingRatio(const RunMasking& m) {
+  if (!(m.energy > m.threshold / kLargestRatio) || !(m.threshold > -INFINITY)) return kLargestRatio;
+  return std::clamp(m.threshold / m.energy, kLeastRatio, kLargestRatio);
+}
+
+// The noise that run i may hold: its energy times the masking ratio, in part the threshold as such. A short block's
+// windows are longer than the spectra of the model; what they see beyond, the attack that is to come, masks nothing.
 inline float runAllowance(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
-                          int32_t i, float energy) {
-  const float allowed = energy * maskingRatio(psy, bands, i);
-  if (bands.longCount > 0) return allowed;
-  const float most = 2 * kSpectrumPerModel * psy.thresholdShort[i / 3][i % 3];
-  return std::max(std::min(allowed, most), energy * kLeastRatio);
+                          int32_t i, float energy, const MoxMp3EncoderParameters& p) {
+  const RunMasking m = runMasking(psy, bands, i);
+  const float ratio = maskingRatio(m);
+  float allowed = energy * ratio;
+  const float absolute = kSpectrumPerModel * m.threshold;
+  if (bands.longCount > 0) {
+    if (p.absoluteShare > 0 && absolute > 0 && absolute < kAnyNoise && ratio < kLargestRatio)
+      allowed = std::exp2((1 - p.absoluteShare) * std::log2(allowed) + p.absoluteShare * std::log2(absolute));
+  } else {
+    allowed = std::min(allowed, 2 * absolute);
+  }
+  const float most = bands.longCount > 0 ? p.mostDistance : p.mostShortDistance;
+  return std::max(allowed, energy * std::max(kLeastRatio, std::exp2(-0.332192809f * most)));
 }
 
 inline void allowedNoise(const MoxMp3PsychoacousticModelTwoAnalysis& psy, const SpectrumBands& bands,
-                         const float* energy, float* allowed) {
-  const int32_t scaled = scaledRuns(bands);
-  for (int32_t i = 0; i < scaled; ++i)
-    allowed[i] = energy[i] > 0 ? runAllowance(psy, bands, i, energy[i]) : kAnyNoise;
-  for (int32_t i = scaled; i < bands.count; ++i) allowed[i] = kAnyNoise;
+                         const float* energy, const MoxMp3EncoderParameters& p, float* allowed) {
+  for (int32_t i = 0; i < bands.count; ++i)
+    allowed[i] = energy[i] > 0 ? runAllowance(psy, bands, i, energy[i], p) : kAnyNoise;
 }
 
 inline void toFloats(const int32_t* lines, float* x) {

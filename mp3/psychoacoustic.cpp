@@ -4,6 +4,7 @@
 #include "frame/align.h"
 #include "frame/checks.h"
 #include "moxac/mp3.h"
+#include "mp3/encoder_parameters.h"
 #include "mp3/psychoacoustic_kernels.h"
 
 using namespace moxac;
@@ -12,11 +13,13 @@ using namespace moxac::mp3;
 moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
                                              MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo,
                                              const MoxMp3FrameHeader* pFrameHeader,
+                                             const MoxMp3EncoderParameters* pParameters,
                                              MoxMp3PsychoacousticModelTwoState* pState) {
-  MOX_REQUIRE(notNull(pSrcAudioIn, pDstPsyInfo, pFrameHeader, pState), moxStatusNullPointer);
+  MOX_REQUIRE(notNull(pSrcAudioIn, pDstPsyInfo, pFrameHeader, pParameters, pState), moxStatusNullPointer);
   MOX_REQUIRE(pFrameHeader->id == 1, moxStatusMp3FrameHeaderErr);
   MOX_REQUIRE(inRange(pFrameHeader->samplingFreq, 0, 2) && inRange(pFrameHeader->mode, 0, 3),
               moxStatusMp3FrameHeaderErr);
+  MOX_REQUIRE(validParameters(*pParameters), moxStatusOutOfRange);
 
   auto& state = *reinterpret_cast<PsychoacousticState*>(pState);
   const RealTransforms transforms = realTransforms(state);
@@ -26,7 +29,8 @@ moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
   bool attack[2] = {};
   MoxMp3PsychoacousticModelTwoAnalysis now[2];
   for (int32_t ch = 0; ch < channels; ++ch)
-    attack[ch] = analyzeChannel(state.channel[ch], pSrcAudioIn + ch, channels, tables, transforms, now[ch]);
+    attack[ch] = analyzeChannel(state.channel[ch], pSrcAudioIn + ch, channels, tables, *pParameters,
+                                transforms, now[ch]);
   if (pFrameHeader->mode == 1) attack[0] = attack[1] = attack[0] || attack[1];
 
   for (int32_t ch = 0; ch < channels; ++ch) {

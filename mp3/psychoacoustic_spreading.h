@@ -1,6 +1,7 @@
 // The spreading function between partitions, computed at build time. ISO/IEC 11172-3, Annex D.2.4.
 #pragma once
 
+#include <array>
 #include <cstddef>
 
 #include "mp3/powers.h"
@@ -41,6 +42,27 @@ inline constexpr Spreading kSpreadingShort44100(kShortPartitions44100);
 inline constexpr Spreading kSpreadingShort48000(kShortPartitions48000);
 inline constexpr Spreading kSpreadingShort32000(kShortPartitions32000);
 
+// The bands' spans of partitions, and one more for the lines above the last band.
+template <size_t kCount>
+constexpr std::array<PartitionSpan, kCount + 1> withTheRest(const PartitionSpan (&spans)[kCount],
+                                                            int32_t partitions) {
+  std::array<PartitionSpan, kCount + 1> all{};
+  for (size_t i = 0; i < kCount; ++i) all[i] = spans[i];
+  const PartitionSpan& last = spans[kCount - 1];
+  all[kCount] = last.last < partitions - 1 ? PartitionSpan{last.last, partitions - 1, 1 - last.w2, 1}
+                                           : PartitionSpan{last.last, last.last, 0.5f, 0.5f};
+  return all;
+}
+
+// What a short partition's threshold is of the energy spread to it.
+template <size_t kCount>
+constexpr std::array<float, kPartitions> shortMasking(const ShortPartition (&p)[kCount]) {
+  std::array<float, kPartitions> of{};
+  for (size_t i = 0; i < kCount; ++i)
+    of[i] = static_cast<float>(powerOfTwo(double{p[i].snr} * 0.33219280948873623479));
+  return of;
+}
+
 // All tables of one sampling rate.
 struct PsychoacousticTables {
   int32_t longCount, shortCount;
@@ -48,18 +70,37 @@ struct PsychoacousticTables {
   const ShortPartition* shortPartitions;
   const float (*longSpreading)[kPartitions];
   const float (*shortSpreading)[kPartitions];
-  const PartitionSpan* longBands;   // 21
-  const PartitionSpan* shortBands;  // 12
+  std::array<PartitionSpan, 22> longBands;
+  std::array<PartitionSpan, 13> shortBands;
+  std::array<float, kPartitions> shortMasking;
 };
+
+template <size_t kLong, size_t kShort>
+constexpr PsychoacousticTables tablesOf(const LongPartition (&longs)[kLong],
+                                        const ShortPartition (&shorts)[kShort],
+                                        const Spreading<kLong>& longSpreading,
+                                        const Spreading<kShort>& shortSpreading,
+                                        const PartitionSpan (&longSpans)[21],
+                                        const PartitionSpan (&shortSpans)[12]) {
+  return {static_cast<int32_t>(kLong),
+          static_cast<int32_t>(kShort),
+          longs,
+          shorts,
+          longSpreading.from,
+          shortSpreading.from,
+          withTheRest(longSpans, kLong),
+          withTheRest(shortSpans, kShort),
+          shortMasking(shorts)};
+}
 
 // By samplingFreq.
 inline constexpr PsychoacousticTables kPsychoacousticTables[3] = {
-    {63, 39, kLongPartitions44100, kShortPartitions44100, kSpreadingLong44100.from, kSpreadingShort44100.from,
-     kPartitionSpansLong44100, kPartitionSpansShort44100},
-    {62, 38, kLongPartitions48000, kShortPartitions48000, kSpreadingLong48000.from, kSpreadingShort48000.from,
-     kPartitionSpansLong48000, kPartitionSpansShort48000},
-    {59, 42, kLongPartitions32000, kShortPartitions32000, kSpreadingLong32000.from, kSpreadingShort32000.from,
-     kPartitionSpansLong32000, kPartitionSpansShort32000},
+    tablesOf(kLongPartitions44100, kShortPartitions44100, kSpreadingLong44100, kSpreadingShort44100,
+             kPartitionSpansLong44100, kPartitionSpansShort44100),
+    tablesOf(kLongPartitions48000, kShortPartitions48000, kSpreadingLong48000, kSpreadingShort48000,
+             kPartitionSpansLong48000, kPartitionSpansShort48000),
+    tablesOf(kLongPartitions32000, kShortPartitions32000, kSpreadingLong32000, kSpreadingShort32000,
+             kPartitionSpansLong32000, kPartitionSpansShort32000),
 };
 
 }  // namespace moxac::mp3

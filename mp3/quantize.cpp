@@ -1,10 +1,12 @@
 // Quantisation of a frame: shares bits among granules, runs their loops, shares scale factors.
 // ISO/IEC 11172-3, Annex C.1.5.4 and 2.4.2.7.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "frame/checks.h"
 #include "moxac/mp3.h"
+#include "mp3/encoder_parameters.h"
 #include "mp3/quantize_kernels.h"
 
 namespace moxac::mp3 {
@@ -26,21 +28,21 @@ FrameBudget frameBudget(const MoxMp3BitReservoir& reservoir, int32_t meanBits) {
 
 // The bits that a frame should take at a constant rate: what it wants when that is below the mean, and of the
 // reservoir the more, the more it wants and the fuller that is; below half of its size it is filled up slowly.
-int32_t frameTarget(const MoxMp3BitReservoir& reservoir, int32_t meanBits, int32_t wanted) {
+int32_t frameTarget(const MoxMp3BitReservoir& reservoir, int32_t meanBits, int32_t wanted,
+                    const MoxMp3EncoderParameters& p) {
   const FrameBudget budget = frameBudget(reservoir, meanBits);
-  const int32_t half = reservoir.maxResBits / 2;
-  int32_t target = meanBits;
-  if (reservoir.resBits < half) target -= meanBits / 16 * (half - reservoir.resBits) / std::max(1, half);
-  if (wanted > meanBits) {
-    const double excess = static_cast<double>(wanted - meanBits) / std::max(1, meanBits);
-    const double fullness = static_cast<double>(reservoir.resBits) / std::max(1, reservoir.maxResBits);
-    const double share = std::min(0.95, 2 * excess) * (0.3 + 0.7 * fullness);
-    target += static_cast<int32_t>(share * reservoir.resBits);
-    target = std::min(target, wanted);
+  const auto mean = static_cast<float>(meanBits), held = static_cast<float>(reservoir.resBits);
+  const float fullness = held / static_cast<float>(std::max(1, reservoir.maxResBits));
+  float target = mean;
+  if (fullness < p.reservoirAim) target -= mean * p.reservoirFill * (p.reservoirAim - fullness);
+  const float excess = (static_cast<float>(wanted) - mean) / std::max(1.0f, mean);
+  if (excess > 0) {
+    target += std::min(0.9f, p.reservoirSpend * excess) * fullness * held;
+    target = std::min(target, static_cast<float>(wanted));
   } else {
-    target = std::max(wanted, meanBits * 3 / 4);
+    target = std::max(static_cast<float>(wanted), mean * 0.75f);
   }
-  return std::clamp(target, budget.least, budget.most);
+  return std::clamp(static_cast<int32_t>(target), budget.least, budget.most);
 }
 
 // Granule 1 repeats the scale factors of granule 0 in every band group where they are equal.
@@ -84,34 +86,42 @@ struct FrameSpectra {
 };
 
 // Quantises granule i with at most `budget` bits.
-void quantizeGranule(FrameSpectra& frame, int32_t i, int32_t budget, bool constantRate) {
-  GranuleSpectrum& s = frame.of[i];
+void quantizeGranule(FrameSpectra& frame, int32_t i, int32_t budget, const MoxMp3EncoderParameters& p) {
   QuantizedGranule& result = frame.quantized[i];
-  if (s.lines == 0) {  // silence: no bits at all
-    result = {};
-    result.globGain = kNeutralGain;
-    return;
-  }
-  if (!constantRate && quantizeToThresholds(s, budget, frame.attempt, result)) return;
-  quantizeToBudget(s, budget, frame.attempt, result);
+  if (frame.of[i].lines != 0) return quantizeToBudget(frame.of[i], budget, p, frame.attempt, result);
+  result = {};  // silence: no bits at all
+  result.globGain = kNeutralGain;
 }
 
-// Granules in turn, each with its share by what it wants; what one leaves goes to the next. Without a constant rate
-// a granule may also take what no later one wants. Returns the bits of all.
-int32_t quantizeFrame(FrameSpectra& frame, int32_t count, int32_t most, int32_t target, bool constantRate,
-                      const int32_t* wanted) {
-  int64_t stillWanted = 0;
-  constexpr int32_t kBase = 30;  // so that a granule that wants next to nothing gets something
-  for (int32_t i = 0; i < count; ++i) stillWanted += wanted[i] + kBase;
-  int32_t used = 0;
+// Each granule's part in what they share: a power of what it wants, of both channels and of one of them.
+void sharesOf(const int32_t* wanted, int32_t count, const MoxMp3EncoderParameters& p, float* share) {
+  constexpr float kBase = 30;  // so that a granule that wants next to nothing gets something
+  const int32_t channels = count / kGranules;
+  for (int32_t first = 0; first < count; first += channels) {
+    float ofGranule = 0, ofChannels = 0;
+    for (int32_t i = first; i < first + channels; ++i) {
+      ofGranule += static_cast<float>(wanted[i]) + kBase;
+      ofChannels += share[i] = std::pow(static_cast<float>(wanted[i]) + kBase, p.channelContrast);
+    }
+    for (int32_t i = first; i < first + channels; ++i)
+      share[i] *= std::pow(ofGranule, p.granuleContrast) / ofChannels;
+  }
+}
+
+// Granules in turn, each with its share of `target`; at a constant rate what one leaves goes to the next. Returns the
+// bits of all.
+int32_t quantizeFrame(FrameSpectra& frame, int32_t count, int32_t target, bool constantRate,
+                      const int32_t* wanted, const MoxMp3EncoderParameters& p) {
+  float share[4], rest = 0;
+  sharesOf(wanted, count, p, share);
+  for (int32_t i = 0; i < count; ++i) rest += share[i];
+  int32_t used = 0, left = target;
   for (int32_t i = 0; i < count; ++i) {
-    const int64_t own = wanted[i] + kBase, left = (constantRate ? target : most) - used;
-    int64_t share = left * own / stillWanted;
-    if (!constantRate) share = std::max(share, left - (stillWanted - own));
-    quantizeGranule(frame, i, static_cast<int32_t>(std::clamp<int64_t>(share, 0, kLargestPart23)),
-                    constantRate);
+    const auto budget = static_cast<int32_t>(static_cast<float>(left) * std::min(1.0f, share[i] / rest));
+    quantizeGranule(frame, i, std::min(budget, kLargestPart23), p);
     used += frame.quantized[i].bits();
-    stillWanted -= own;
+    rest -= share[i];
+    left = constantRate ? target - used : left - budget;
   }
   return used;
 }
@@ -130,9 +140,10 @@ moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, 
                                  int32_t* pDstCount1Len, MoxMp3SideInfo* pDstSideInfo,
                                  MoxMp3BitReservoir* pReservoir, int32_t meanBits, int32_t constantRate,
                                  const MoxMp3PsychoacousticModelTwoAnalysis* pPsyInfo,
-                                 const MoxMp3FrameHeader* pFrameHeader) {
+                                 const MoxMp3FrameHeader* pFrameHeader,
+                                 const MoxMp3EncoderParameters* pParameters) {
   MOX_REQUIRE(notNull(pSrcDstXrIx, pDstScaleFactor, pDstScfsi, pDstCount1Len, pDstSideInfo, pReservoir,
-                      pPsyInfo, pFrameHeader),
+                      pPsyInfo, pFrameHeader, pParameters),
               moxStatusNullPointer);
   MOX_REQUIRE(pFrameHeader->id == 1 && pFrameHeader->layer == 1, moxStatusMp3FrameHeaderErr);
   MOX_REQUIRE(inRange(pFrameHeader->samplingFreq, 0, 2) && inRange(pFrameHeader->mode, 0, 3),
@@ -140,7 +151,7 @@ moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, 
   const int32_t channels = pFrameHeader->mode == 3 ? 1 : 2;
   const int32_t count = kGranules * channels;
   MOX_REQUIRE(inRange(constantRate, 0, 1), moxStatusOutOfRange);
-  MOX_REQUIRE(validBlockTypes(pPsyInfo, count), moxStatusOutOfRange);
+  MOX_REQUIRE(validBlockTypes(pPsyInfo, count) && validParameters(*pParameters), moxStatusOutOfRange);
   MOX_REQUIRE(
       inRange(pReservoir->maxResBits, 0, 8 * 511) && inRange(pReservoir->resBits, 0, pReservoir->maxResBits),
       moxStatusOutOfRange);
@@ -149,13 +160,17 @@ moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, 
   FrameSpectra frame;
   int32_t wanted[4], total = 0;
   for (int32_t i = 0; i < count; ++i) {
-    prepareSpectrum(pSrcDstXrIx + i * kMp3Lines, pPsyInfo[i], *pFrameHeader, frame.of[i]);
-    wanted[i] = bitsWanted(frame.of[i], frame.attempt);
+    alignas(32) float lines[kMp3Lines];
+    toFloats(pSrcDstXrIx + i * kMp3Lines, lines);
+    GranuleSpectrum& s = frame.of[i];
+    takeSpectrum(lines, pPsyInfo[i].blockType, *pFrameHeader, s);
+    allowedNoise(pPsyInfo[i], s.bands, s.energy, *pParameters, s.allowed);
+    wanted[i] = bitsWanted(s, 1, frame.attempt);
     total += wanted[i];
   }
-  const int32_t most = frameBudget(*pReservoir, meanBits).most;
-  int32_t used =
-      quantizeFrame(frame, count, most, frameTarget(*pReservoir, meanBits, total), constantRate == 1, wanted);
+  const int32_t target = constantRate == 1 ? frameTarget(*pReservoir, meanBits, total, *pParameters)
+                                           : std::min(total, frameBudget(*pReservoir, meanBits).most);
+  int32_t used = quantizeFrame(frame, count, target, constantRate == 1, wanted, *pParameters);
 
   std::fill(pDstScfsi, pDstScfsi + kBandGroups * channels, 0);
   for (int32_t ch = 0; ch < channels; ++ch) {

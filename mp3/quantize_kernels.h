@@ -45,14 +45,15 @@ struct GranuleSpectrum {
   float rootSum[kScaleFactors];  // of sqrt(x): how noise grows with the step
 };
 
-inline void prepareSpectrum(const int32_t* xr, const MoxMp3PsychoacousticModelTwoAnalysis& psy,
-                            const MoxMp3FrameHeader& header, GranuleSpectrum& s) {
+// Everything about a spectrum (full scale 1) but what noise it may hold.
+inline void takeSpectrum(const float* lines, int32_t blockType, const MoxMp3FrameHeader& header,
+                         GranuleSpectrum& s) {
   const f32x8 absolute = _mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFFFF));
   alignas(32) float roots[kMp3Lines];
   f32x8 largest = splat8(0);
   s.lines = 0;
   for (int32_t i = 0; i < kMp3Lines; i += 8) {
-    const f32x8 x = _mm256_and_ps(toFloat8(loadInt8(xr + i)) * splat8(1 / kMp3One), absolute);
+    const f32x8 x = _mm256_and_ps(load8(lines + i), absolute);
     const f32x8 root = _mm256_sqrt_ps(x);
     const f32x8 power = _mm256_sqrt_ps(x * root);  // x^(3/4) as the root of x sqrt(x): exact to an ulp or two
     store8(s.x + i, x);
@@ -66,10 +67,10 @@ inline void prepareSpectrum(const int32_t* xr, const MoxMp3PsychoacousticModelTw
   store8(lanes, largest);
   s.largestPower = *std::max_element(lanes, lanes + 8);
 
-  s.blockType = psy.blockType;
-  s.switched = psy.blockType != 0;
+  s.blockType = blockType;
+  s.switched = blockType != 0;
   s.sfbLong = kSfbLong[sfbRow(header)];
-  s.bands = granuleBands(header, psy.blockType);
+  s.bands = granuleBands(header, blockType);
   s.scaled = scaledRuns(s.bands);
   for (int32_t i = 0; i < s.bands.count; ++i) {
     const int32_t first = s.bands.start[i], last = s.bands.start[i + 1];
@@ -78,7 +79,6 @@ inline void prepareSpectrum(const int32_t* xr, const MoxMp3PsychoacousticModelTw
     for (int32_t k = first; k < last; ++k) sum += roots[k];
     s.rootSum[i] = sum;
   }
-  allowedNoise(psy, s.bands, s.energy, s.allowed);
 }
 
 // ---- Scale factors -----------------------------------------------------------------------------------
@@ -157,17 +157,22 @@ inline float stepForNoise(const GranuleSpectrum& s, int32_t run, float allowance
 }
 
 // Amplifications (and subblock gains) that spread noise as the thresholds allow; returns the step q that goes with
-// them. Runs that may be left out altogether take no part.
-inline float shapeNoise(const GranuleSpectrum& s, float allowance, int32_t* wish, ScaleFactors& f) {
+// them. Runs that may be left out altogether take no part. Runs without a scale factor have the global step: they
+// take part when `withTop` is set, at the price of bits for all others.
+inline float shapeNoise(const GranuleSpectrum& s, float allowance, bool withTop, int32_t* wish,
+                        ScaleFactors& f) {
   float step[kScaleFactors];
   constexpr float kNone = -1000;
   float coarsest[3] = {kNone, kNone, kNone};
   const bool isShort = s.blockType == 2;
-  for (int32_t i = 0; i < s.scaled; ++i) {
+  for (int32_t i = 0; i < s.bands.count; ++i) {
     const bool heard = s.energy[i] > allowance * s.allowed[i];
     step[i] = heard ? stepForNoise(s, i, allowance) : kNone;
     float& window = coarsest[isShort ? i % 3 : 0];
-    window = std::max(window, step[i]);
+    if (i < s.scaled)
+      window = std::max(window, step[i]);
+    else if (withTop && heard && window != kNone)
+      window = std::min(window, step[i] + 1);
   }
   const float top = std::max({coarsest[0], coarsest[1], coarsest[2]});
   std::fill(wish, wish + kScaleFactors, 0);
@@ -185,7 +190,7 @@ inline float shapeNoise(const GranuleSpectrum& s, float allowance, int32_t* wish
     const float window = isShort ? 8.0f * static_cast<float>(f.subBlockGain[i % 3]) : 0;
     const float wanted = (top - window - step[i]) / 2;
     wish[i] = std::clamp(static_cast<int32_t>(std::lround(wanted)), 0, i < split ? 15 : 8);
-    base = std::min(base, step[i] + window + 2 * static_cast<float>(wish[i]) + 1);
+    if (wanted >= 0) base = std::min(base, step[i] + window + 2 * static_cast<float>(wish[i]) + 1);
   }
   return base;
 }
@@ -197,7 +202,7 @@ struct Attempt {
   alignas(32) float power[kMp3Lines + 16];  // |xr|^(3/4) times each run's amplification
   alignas(32) float step[kMp3Lines + 16];   // of each line, relative to the global step
   QuantizedLines lines;
-  SpectrumCode code;
+  SpectrumCode code{};
   float largestPower;
 };
 
@@ -268,14 +273,16 @@ inline void amplifyAsWished(const GranuleSpectrum& s, int32_t* wish, ScaleFactor
 }
 
 // Inner loop: the finest step whose codes fit into the budget, found by bisection from a guess; the coarsest where
-// none does. The attempt holds its result.
+// none does. The attempt holds its result. On the way bits are estimated with the regions that the attempt's code had;
+// where the exact count leaves room for it, a step more is taken.
 inline int32_t meetBudget(const GranuleSpectrum& s, int32_t budget, int32_t guess, Attempt& a) {
   const int32_t finest = finestStep(a);
   int32_t fits = kCoarsest + 1, exceeds = finest - 1;  // fits: none known yet
-  int32_t q = std::clamp(guess, finest, kCoarsest), last = INT32_MIN;
+  int32_t q = std::clamp(guess, finest, kCoarsest);
   for (int32_t stride = 2; fits - exceeds > 1; stride *= 2) {
-    last = q;
-    if (quantizeAndCount(s, q, a) <= budget) {
+    quantizeLines(s, q, a);
+    a.code = estimateSpectrum(a.lines, s.switched, s.sfbLong, a.code);
+    if (a.code.bits <= budget) {
       fits = q;
       q = exceeds < finest ? std::max(finest, q - stride) : exceeds + (fits - exceeds) / 2;
     } else {
@@ -284,7 +291,8 @@ inline int32_t meetBudget(const GranuleSpectrum& s, int32_t budget, int32_t gues
     }
   }
   fits = std::min(fits, kCoarsest);
-  if (last != fits) quantizeAndCount(s, fits, a);
+  if (fits > finest && quantizeAndCount(s, fits - 1, a) <= budget) return fits - 1;
+  quantizeAndCount(s, fits, a);
   return fits;
 }
 
@@ -298,7 +306,7 @@ inline void measureNoise(const GranuleSpectrum& s, int32_t q, const Attempt& a, 
     for (int i = 0; i < 4; ++i)
       store4(error + k + 4 * i, load4(s.x + k + 4 * i) - power[i] * (load4(a.step + k + 4 * i) * step));
   }
-  for (int32_t i = 0; i < s.scaled; ++i) {
+  for (int32_t i = 0; i < s.bands.count; ++i) {
     const int32_t last = std::min(s.bands.start[i + 1], s.lines);
     ratio[i] = s.allowed[i] == kAnyNoise || s.bands.start[i] >= last
                    ? 0
@@ -325,12 +333,13 @@ inline void keep(const Attempt& a, const ScaleFactors& f, int32_t q, QuantizedGr
   result.code = a.code;
 }
 
-// What the granule takes when its noise is just at the thresholds: the measure by which granules share bits.
-inline int32_t bitsWanted(const GranuleSpectrum& s, Attempt& a) {
+// What the granule takes when its noise is `allowance` times the thresholds: the measure by which granules share
+// bits, and stereo codings are compared.
+inline int32_t bitsWanted(const GranuleSpectrum& s, float allowance, Attempt& a) {
   if (s.lines == 0) return 0;
   ScaleFactors f;
   int32_t wish[kScaleFactors] = {};
-  const float base = shapeNoise(s, 1, wish, f);
+  const float base = shapeNoise(s, allowance, false, wish, f);
   amplifyAsWished(s, wish, f, a);
   const int32_t q = std::clamp(static_cast<int32_t>(std::floor(base)), finestStep(a), kCoarsest);
   return f.bits + quantizeAndCount(s, q, a);
@@ -357,18 +366,32 @@ inline bool amplifyWorst(const GranuleSpectrum& s, const ScaleFactors& f, const 
   return raised > 0 && untouched > 0;
 }
 
+// What is to be made small: noise over thresholds, each run's to the power that the parameters tell.
+inline float noiseCost(const GranuleSpectrum& s, const float* ratio, const MoxMp3EncoderParameters& p) {
+  constexpr float kFloor = 0.02f;
+  const float power = s.blockType == 2 ? p.shortCostPower : p.costPower;
+  float cost = 0;
+  for (int32_t i = 0; i < s.bands.count; ++i) {
+    const float counted = std::max(ratio[i], kFloor);
+    cost += power == 1 ? counted : power == 0.5f ? std::sqrt(counted) : std::exp2(power * std::log2(counted));
+  }
+  return cost;
+}
+
 // Outer loop at a given number of bits: shapes the noise by the thresholds, then amplifies the worst runs as long as
 // that helps; the best attempt counts. Never more than `budget` bits.
-inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& a, QuantizedGranule& best) {
-  constexpr int32_t kMostAttempts = 20, kPatience = 5;
+inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, const MoxMp3EncoderParameters& p,
+                             Attempt& a, QuantizedGranule& best) {
+  const int32_t patience = 1 + p.attempts / 5;
   float bestCost = INFINITY;
   int32_t bestAttempt = 0;
   ScaleFactors f;
   int32_t wish[kScaleFactors] = {};
-  float base = shapeNoise(s, 1, wish, f);
+  float base = shapeNoise(s, 1, false, wish, f);
   auto guess = static_cast<int32_t>(std::floor(base));
-  bool shaped = false;
-  for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
+  enum { first, reshaped, withTop, amplifying } stage = first;
+  float allowance = 1;
+  for (int32_t attempt = 0; attempt < p.attempts; ++attempt) {
     int32_t q = 0;
     const auto fits = [&] {
       amplifyAsWished(s, wish, f, a);
@@ -386,59 +409,42 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, Attempt& 
     guess = q + 1;
     float ratio[kScaleFactors] = {};
     measureNoise(s, q, a, ratio);
-    float cost = 0, worst = 0;
-    for (int32_t i = 0; i < s.scaled; ++i) {
-      cost += std::max(ratio[i], 0.25f);
-      worst = std::max(worst, ratio[i]);
-    }
+    const float cost = noiseCost(s, ratio, p);
+    const float coarser = static_cast<float>(q) - base;
     if (cost < bestCost) {
       bestCost = cost;
       bestAttempt = attempt;
       keep(a, f, q, best);
     }
-    if (!shaped && std::fabs(static_cast<float>(q) - base) > 3) {
+    if (stage == first && std::fabs(coarser) > 2) {
       // So much coarser (or finer) than the thresholds ask for: shape anew for noise that is so much louder.
-      shaped = true;
-      shapeNoise(s, std::exp2(0.375f * (static_cast<float>(q) - base)), wish, f);
+      stage = reshaped;
+      allowance *= std::exp2(0.375f * coarser);
+      base = shapeNoise(s, allowance, false, wish, f);
       continue;
     }
-    shaped = true;
-    if (worst <= 1 || attempt - bestAttempt >= kPatience) break;
-    if (!amplifyWorst(s, f, ratio, 1, wish)) break;
-  }
-}
-
-// Outer loop at a given quality: noise at or below the thresholds with as few bits as that takes. False when that
-// is not possible within the budget.
-inline bool quantizeToThresholds(const GranuleSpectrum& s, int32_t budget, Attempt& a,
-                                 QuantizedGranule& best) {
-  constexpr int32_t kMostAttempts = 12;
-  ScaleFactors f;
-  int32_t wish[kScaleFactors] = {};
-  auto q = static_cast<int32_t>(std::floor(shapeNoise(s, 1, wish, f)));
-  bool found = false;
-  for (int32_t attempt = 0; attempt < kMostAttempts; ++attempt) {
-    amplifyAsWished(s, wish, f, a);
-    q = std::clamp(q, finestStep(a), kCoarsest);
-    quantizeLines(s, q, a);
-    float ratio[kScaleFactors] = {};
-    measureNoise(s, q, a, ratio);
-    if (*std::max_element(ratio, ratio + s.scaled) <= 1) {
-      a.code = countSpectrum(a.lines, s.switched, s.sfbLong);
-      if (a.code.bits + f.bits > budget) return found;
-      if (found && a.code.bits + f.bits >= best.bits()) return true;
-      keep(a, f, q, best);
-      found = true;
-      if (q == kCoarsest) return true;
-      ++q;  // perhaps a coarser step will do
-    } else if (found) {
-      return true;
-    } else if (!amplifyWorst(s, f, ratio, 1, wish)) {
-      q -= 2;
-      if (q < -kNeutralGain) return false;
+    if (stage < withTop) {
+      stage = withTop;
+      float topWorst = 0;
+      for (int32_t i = s.scaled; i < s.bands.count; ++i) topWorst = std::max(topWorst, ratio[i]);
+      if (topWorst > 2 * allowance && topWorst > 1) {
+        shapeNoise(s, allowance, true, wish, f);
+        continue;
+      }
     }
+    if (stage == withTop && bestAttempt != attempt) {  // amplification goes on from the better shape
+      f = best.factors;
+      for (int32_t i = 0; i < s.scaled; ++i) wish[i] = f.amplification[i];
+      stage = amplifying;
+      amplifyAsWished(s, wish, f, a);
+      q = best.globGain - kNeutralGain;
+      quantizeLines(s, q, a);
+      measureNoise(s, q, a, ratio);
+    }
+    stage = amplifying;
+    if (attempt - bestAttempt >= patience) break;
+    if (!amplifyWorst(s, f, ratio, 0, wish)) break;
   }
-  return found;
 }
 
 }  // namespace moxac::mp3

@@ -42,6 +42,14 @@ def statuses(include):
     return found
 
 
+def encoder_parameters(include):
+    """{name: values} of the initialisers of MoxMp3EncoderParameters."""
+    text = (include / "moxac/mp3.h").read_text().replace("\\\n", " ")
+    found = re.findall(r"#define MOX_MP3_ENCODER_(\w+)\s+(\{.*\})", text)
+    tuples = {name: re.sub(r"(?<=\d)f", "", values).replace("{", "(").replace("}", ",)") for name, values in found}
+    return {name: eval(values) for name, values in tuples.items()}
+
+
 def stub(cdef):
     """raw.pyi: every function with its parameters, every constant."""
     lines = ['"""The operations and constants of libmoxac as cffi gives them; made by tools/gen_python_declarations.py."""',
@@ -74,6 +82,8 @@ def generated():
     assert len(values) == 640
     parts.append("QMF_PROTOTYPE = (\n" + "".join(
         f"    {', '.join(values[i : i + 8])},\n" for i in range(0, 640, 8)) + ")")
+    parts.append("MP3_ENCODER_PARAMETERS = {\n" + "".join(
+        f"    {name!r}: {values!r},\n" for name, values in encoder_parameters(include).items()) + "}")
     parts.append("STATUSES = {\n" + "".join(f"    {value}: {entry!r},\n" for value, entry in statuses(include).items()) + "}")
     return {PACKAGE / "_generated.py": "\n\n".join(parts) + "\n", PACKAGE / "raw.pyi": stub(cdef)}
 

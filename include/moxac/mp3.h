@@ -552,14 +552,56 @@ MOXAC_API moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, 
  * and moxsQuantize_MP3_32s_I; then the packers and moxsHuffmanEncode_MP3_32s1u write what these decided. None of the
  * three reads or writes past the arrays given. */
 
+/* What the three operations let a caller choose. Set it from one of the two initialisers below, then change what is
+ * to be changed. dB are within -200..200, factors 0..10^9, shares 0..1, powers 0..4. */
+typedef struct MoxMp3EncoderParameters {
+  /* The model. Distances are dB from a masker's spread energy down to its threshold. */
+  float noiseDistance, toneDistance;
+  float leastDistance[25]; /* at 0, 1 .. 24 Bark, straight lines between */
+  float annexMinimum; /* share of the annex's own least distances, partition by partition, that counts too */
+  float leastOwnDistance;      /* from a partition's own energy: what neighbours mask does not empty it */
+  int32_t predictedLines;      /* of 513 lines, those whose tonality is found by prediction */
+  float otherUnpredictability; /* share: of the lines above */
+  float rise, riseOverTwo;     /* factors by which a threshold may grow over one granule and over two */
+  float shortDistance;         /* dB added to the annex's distances in short blocks */
+  float shortRise;             /* factor from window to window of short blocks */
+  float attackLeap;            /* factor by which energy leaps in an attack */
+  float quietScale;            /* factor of the threshold in quiet */
+  /* Joint stereo */
+  float
+      sensitiveShare; /* 1: mid and side hold the noise that the more sensitive channel allows; 0: the other's */
+  float midSideBonus; /* share, -1..1, of the bits by which mid/side is favoured */
+  float midSideNoise; /* dB above the thresholds at which the two codings are compared */
+  /* Quantisation */
+  float costPower, shortCostPower; /* noise counts by its ratio to the threshold to this power */
+  float absoluteShare; /* share of the threshold as such; the rest follows the spectrum's energy */
+  float mostDistance, mostShortDistance; /* dB below a run's energy: finer than that nothing is asked for */
+  int32_t attempts;                      /* at shaping noise, 1..40 */
+  float granuleContrast,
+      channelContrast;  /* granules and their channels share bits by their wants to these powers */
+  float reservoirAim;   /* share of the reservoir that is kept */
+  float reservoirFill;  /* share of the mean that a frame gives up for an empty one */
+  float reservoirSpend; /* share of a full one that a frame takes that wants twice the mean */
+} MoxMp3EncoderParameters;
+
+#define MOX_MP3_ENCODER_DEFAULTS                                                                           \
+  {                                                                                                        \
+    6, 15, {15, 15, 14, 14, 13, 12, 11, 10, 9, 8, 8, 7, 7, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6}, 0, 6, 513, \
+        0.4f, 2, 16, 0, 4, 8, 1, 0.6f, 0.03f, 0, 1, 0.5f, 0.5f, 40, 20, 20, 0.6f, 0.5f, 0.5f, 0.12f, 0.6f  \
+  }
+/* What the annexes print, as far as they do. */
+#define MOX_MP3_ENCODER_ANNEX \
+  { 6, 29, {0}, 1, -200, 206, 0.4f, 2, 16, 0, 2, 8, 1, 1, 0, 0, 1, 1, 0, 120, 120, 20, 1, 1, 0.5f, 0.12f, 1 }
+
 /* What the model says of one granule of one channel: energies and masking thresholds by scale-factor band, in units
  * in which a sine of half a 16-bit step has energy 1 in the spectral line that it falls on. Coding noise of
- * threshold / energy times a band's own energy is not heard. */
+ * threshold / energy times a band's own energy is not heard. The last of each are those of the lines above the bands
+ * that have a scale factor. */
 typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
-  float energyLong[21];        /* of the 1024-point spectrum */
-  float thresholdLong[21];     /* never below the threshold in quiet */
-  float energyShort[12][3];    /* of three 256-point spectra, by band and window */
-  float thresholdShort[12][3]; /* likewise */
+  float energyLong[22];        /* of the 1024-point spectrum */
+  float thresholdLong[22];     /* never below the threshold in quiet */
+  float energyShort[13][3];    /* of three 256-point spectra, by band and window */
+  float thresholdShort[13][3]; /* likewise */
   float perceptualEntropy;     /* bits of what is audible: half log2(energy / threshold) a line */
   int32_t blockType;           /* 0 normal, 1 start, 2 short, 3 stop */
 } MoxMp3PsychoacousticModelTwoAnalysis;
@@ -567,7 +609,7 @@ typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
 /* What the model keeps between granules, of both channels; all zero before the first. A copy continues where the
  * original stood. */
 typedef struct MoxMp3PsychoacousticModelTwoState {
-  int64_t words[2048];
+  int64_t words[2560];
 } MoxMp3PsychoacousticModelTwoState;
 
 /* Psychoacoustic model two for one granule of all channels; MPEG-1. ISO/IEC 11172-3, Annex C.1.5.3 and D.2.4.
@@ -576,25 +618,27 @@ typedef struct MoxMp3PsychoacousticModelTwoState {
  * pDstPsyInfo   one record per channel, of the granule BEFORE the one given: its block type depends on whether this
  *               one holds an attack. The first call's records say nothing.
  * pFrameHeader  id, samplingFreq and mode are looked at; the same in every call on a state
+ * pParameters   those of the model
  * pState        updated; one call at a time
  *
  * The spectra are centred like the windows of moxsMDCTFwd_MP3_32s when that is fed, granule by granule, with the
  * sub-bands of the same samples. Thresholds of long blocks: unpredictability gives tonality, tonality the distance
- * (6 dB for noise to 29 dB for tones) of the threshold below the spread energy; from granule to granule a
- * threshold grows by 2 and over two granules by 16 at most, but after short blocks; from window to window of short
- * blocks by 2.
+ * (from noiseDistance to toneDistance, but leastDistance at least) of the threshold below the spread energy; how much
+ * a threshold may grow from granule to granule (but after short blocks) and from window to window is limited.
  *
- * A granule is short where the energy of 64 samples, differentiated twice, leaps to more than eightfold of what
+ * A granule is short where the energy of 64 samples, differentiated twice, leaps to more than attackLeap times what
  * the 13 ms before it held: the annex's own sign, an entropy above 1800, takes rich steady sounds for attacks. In
  * mode 1 (joint stereo) an attack counts in both channels. A start block precedes, a stop block follows.
  *
  * moxStatusOk
  * moxStatusNullPointer        some pointer is null
  * moxStatusMp3FrameHeaderErr  id not 1, samplingFreq not 0..2 or mode not 0..3
+ * moxStatusOutOfRange         a parameter outside its range
  * Nothing is written when a check fails. */
 MOXAC_API moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
                                                        MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo,
                                                        const MoxMp3FrameHeader* pFrameHeader,
+                                                       const MoxMp3EncoderParameters* pParameters,
                                                        MoxMp3PsychoacousticModelTwoState* pState);
 
 /* Chooses between left/right and mid/side for a frame, and carries the choice out; MPEG-1.
@@ -605,23 +649,26 @@ MOXAC_API moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioI
  * pSrcDstXr       576 lines in Q26 for granule 0 left, granule 0 right, granule 1 left, granule 1 right, as
  *                 moxsMDCTFwd_MP3_32s gives them; M replaces left, S right
  * pSrcDstPsyInfo  the four records in the same order. With mid/side the energies and thresholds of the block type in
- *                 use become those of M and S, their spectra's energies in the model's units: each of M and S may
- *                 hold the noise that the more sensitive of left and right allows in the band.
+ *                 use become those of M and S, their spectra's energies in the model's units. Half of the noise of
+ *                 each reaches either channel: together they may hold twice what the channels allow in the band (by
+ *                 sensitiveShare more the one's or the other's), each the more the less the other has to hold.
  * pFrameHeader    id, samplingFreq and mode are looked at; modeExt becomes 2 (mid/side) or 0
+ * pParameters     those of joint stereo; absoluteShare and the distances of quantisation
  *
- * Mid/side is chosen when the frame's lines hold fewer bits that way: half log2(1 + energy / threshold) each, above
- * all when the channels are alike; and only when the channels' block types agree in both granules. Intensity stereo
- * is not used.
+ * Both codings are quantised, midSideNoise above the thresholds, and their Huffman codes and scale factors counted:
+ * the frame becomes mid/side when that takes fewer bits, and the channels' block types agree in both granules.
+ * Intensity stereo is not used. Takes about 60 KiB of stack.
  * Any number of threads may call it, on data of their own.
  *
  * moxStatusOk
  * moxStatusNullPointer        some pointer is null
  * moxStatusMp3FrameHeaderErr  id not 1, samplingFreq not 0..2 or mode not 1
- * moxStatusOutOfRange         a blockType not 0..3
+ * moxStatusOutOfRange         a blockType not 0..3, or a parameter outside its range
  * Nothing is written when a check fails. */
 MOXAC_API moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
                                                     MoxMp3PsychoacousticModelTwoAnalysis* pSrcDstPsyInfo,
-                                                    MoxMp3FrameHeader* pFrameHeader);
+                                                    MoxMp3FrameHeader* pFrameHeader,
+                                                    const MoxMp3EncoderParameters* pParameters);
 
 /* Quantises a frame: chooses steps, scale factors, regions and Huffman tables; MPEG-1.
  * ISO/IEC 11172-3, Annex C.1.5.4 and 2.4.2.7.
@@ -641,26 +688,30 @@ MOXAC_API moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr,
  *                  part of a byte) is lost: stuffing behind the frame's main data.
  * meanBits         bits of main data that this frame brings: frame less header, CRC word and side information
  * constantRate     1: spends about meanBits on a frame, more of a full reservoir when the frame needs more. 0: takes
- *                  the fewest bits that keep all noise at or below the thresholds, up to resBits + meanBits; a
- *                  caller with another quality in mind scales the thresholds.
+ *                  what noise at the thresholds costs, up to resBits + meanBits, and shares it among granules in the
+ *                  same way; a caller with another quality in mind scales the thresholds.
  * pPsyInfo         2C records; energies and thresholds of the block type in use, and the type, are looked at. Noise
- *                  may be threshold / energy times what the band holds of the spectrum, in short blocks no more than
- *                  twice the threshold itself. Any values will do: the ratio is kept between 10^-12 and 10^9.
- *                  Blocks are never mixed.
+ *                  may be threshold / energy times what the band holds of the spectrum (by absoluteShare: the threshold
+ *                  itself), in short blocks no more than twice the threshold itself, but always mostDistance (in short
+ *                  blocks mostShortDistance) below the spectrum. Any values will do: the ratio is kept between 10^-12
+ *                  and 10^9, and what is no number, or infinite where that says nothing, asks for nothing. Blocks are
+ *                  never mixed.
  * pFrameHeader     id, layer, samplingFreq and mode are looked at
+ * pParameters      those of quantisation
  *
  * Noise is shaped by the thresholds first: a run of lines x with noise n needs the step (n / (0.148 sum of
  * sqrt x))^(2/3). Then the inner loop finds the finest global gain whose codes fit, by bisection, and the outer loop
- * amplifies the runs with the loudest noise (those within 1.5 dB of the worst) until no noise is above its threshold,
- * every run is amplified, a scale factor has no room, or five attempts brought no gain; the attempt with the least sum
- * of noise-to-threshold ratios counts. Tables and regions are the cheapest of all that the side information can name.
- * Takes about 50 KiB of stack. Any number of threads may call it, on data of their own.
+ * amplifies the runs with the loudest noise (those within 1.5 dB of the worst) until every run is amplified, a scale
+ * factor has no room, or some attempts brought no gain; the attempt with the least sum of noise-to-threshold ratios,
+ * each to the power costPower, counts. Lines above the bands have the global step: where their noise stands out, a
+ * shape that gives them theirs is tried too. Tables and regions are the cheapest of all that the side information can
+ * name. Takes about 50 KiB of stack. Any number of threads may call it, on data of their own.
  *
  * moxStatusOk
  * moxStatusNullPointer        some pointer is null
  * moxStatusMp3FrameHeaderErr  id or layer not 1, samplingFreq not 0..2 or mode not 0..3
- * moxStatusOutOfRange         constantRate not 0 or 1, a blockType not 0..3, maxResBits not 0..4088, resBits not
- *                             0..maxResBits
+ * moxStatusOutOfRange         constantRate not 0 or 1, a blockType not 0..3, a parameter outside its range, maxResBits
+ *                             not 0..4088, resBits not 0..maxResBits
  * moxStatusBadSize            meanBits not 0..16380
  * Nothing is written when a check fails. */
 MOXAC_API moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, int32_t* pDstScfsi,
@@ -668,7 +719,8 @@ MOXAC_API moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstSca
                                            MoxMp3BitReservoir* pReservoir, int32_t meanBits,
                                            int32_t constantRate,
                                            const MoxMp3PsychoacousticModelTwoAnalysis* pPsyInfo,
-                                           const MoxMp3FrameHeader* pFrameHeader);
+                                           const MoxMp3FrameHeader* pFrameHeader,
+                                           const MoxMp3EncoderParameters* pParameters);
 
 MOXAC_EXTERN_C_END
 

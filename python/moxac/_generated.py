@@ -325,20 +325,46 @@ moxStatus moxsSynthesisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp
 moxStatus moxsAnalysisFilter_PQMF_MP3_32f(const float* pSrc, float* pDst, MoxMp3AnalysisState* pState);
 moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstXs, int32_t* pXBuffer, int32_t* pXPosition, int32_t stride);
 moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, int32_t* pSrcDstOverlap, int32_t blockType, int32_t mixedBlock, const MoxMp3FrameHeader* pFrameHeader);
+typedef struct MoxMp3EncoderParameters {
+  float noiseDistance, toneDistance;
+  float leastDistance[25];
+  float annexMinimum;
+  float leastOwnDistance;
+  int32_t predictedLines;
+  float otherUnpredictability;
+  float rise, riseOverTwo;
+  float shortDistance;
+  float shortRise;
+  float attackLeap;
+  float quietScale;
+  float
+      sensitiveShare;
+  float midSideBonus;
+  float midSideNoise;
+  float costPower, shortCostPower;
+  float absoluteShare;
+  float mostDistance, mostShortDistance;
+  int32_t attempts;
+  float granuleContrast,
+      channelContrast;
+  float reservoirAim;
+  float reservoirFill;
+  float reservoirSpend;
+} MoxMp3EncoderParameters;
 typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
-  float energyLong[21];
-  float thresholdLong[21];
-  float energyShort[12][3];
-  float thresholdShort[12][3];
+  float energyLong[22];
+  float thresholdLong[22];
+  float energyShort[13][3];
+  float thresholdShort[13][3];
   float perceptualEntropy;
   int32_t blockType;
 } MoxMp3PsychoacousticModelTwoAnalysis;
 typedef struct MoxMp3PsychoacousticModelTwoState {
-  int64_t words[2048];
+  int64_t words[2560];
 } MoxMp3PsychoacousticModelTwoState;
-moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn, MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo, const MoxMp3FrameHeader* pFrameHeader, MoxMp3PsychoacousticModelTwoState* pState);
-moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr, MoxMp3PsychoacousticModelTwoAnalysis* pSrcDstPsyInfo, MoxMp3FrameHeader* pFrameHeader);
-moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, int32_t* pDstScfsi, int32_t* pDstCount1Len, MoxMp3SideInfo* pDstSideInfo, MoxMp3BitReservoir* pReservoir, int32_t meanBits, int32_t constantRate, const MoxMp3PsychoacousticModelTwoAnalysis* pPsyInfo, const MoxMp3FrameHeader* pFrameHeader);
+moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn, MoxMp3PsychoacousticModelTwoAnalysis* pDstPsyInfo, const MoxMp3FrameHeader* pFrameHeader, const MoxMp3EncoderParameters* pParameters, MoxMp3PsychoacousticModelTwoState* pState);
+moxStatus moxsJointStereoEncode_MP3_32s_I(int32_t* pSrcDstXr, MoxMp3PsychoacousticModelTwoAnalysis* pSrcDstPsyInfo, MoxMp3FrameHeader* pFrameHeader, const MoxMp3EncoderParameters* pParameters);
+moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, int32_t* pDstScfsi, int32_t* pDstCount1Len, MoxMp3SideInfo* pDstSideInfo, MoxMp3BitReservoir* pReservoir, int32_t meanBits, int32_t constantRate, const MoxMp3PsychoacousticModelTwoAnalysis* pPsyInfo, const MoxMp3FrameHeader* pFrameHeader, const MoxMp3EncoderParameters* pParameters);
 typedef struct MoxQmfAnalysisSpec MoxQmfAnalysisSpec;
 typedef struct MoxQmfSynthesisSpec MoxQmfSynthesisSpec;
 moxStatus moxsAnalysisFilterGetSize_SBR_RToC_32f(int32_t* pSpecSize, int32_t* pInitBufSize, int32_t* pWorkSize);
@@ -595,6 +621,11 @@ QMF_PROTOTYPE = (
     -0.00071577367, -0.00069416146, -0.0006777691, -0.0006540333, -0.00063124934, -0.00061327475, -0.00058709306, -0.0005677803,
     -0.00054665655, -0.0005226564, -0.0005040714, -0.0004893791, -0.0004875228, -0.0004947518, -0.00056176924, -0.00055252865,
 )
+
+MP3_ENCODER_PARAMETERS = {
+    'DEFAULTS': (6, 15, (15, 15, 14, 14, 13, 12, 11, 10, 9, 8, 8, 7, 7, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6, 6), 0, 6, 513, 0.4, 2, 16, 0, 4, 8, 1, 0.6, 0.03, 0, 1, 0.5, 0.5, 40, 20, 20, 0.6, 0.5, 0.5, 0.12, 0.6),
+    'ANNEX': (6, 29, (0,), 1, -200, 206, 0.4, 2, 16, 0, 2, 8, 1, 1, 0, 0, 1, 1, 0, 120, 120, 20, 1, 1, 0.5, 0.12, 1),
+}
 
 STATUSES = {
     0: ('moxStatusOk', 'success'),

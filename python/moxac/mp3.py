@@ -10,7 +10,7 @@ import numpy as np
 from ._arrays import addresses, as_array, call, each, output, pointer, pointers, rows, same
 from ._library import ffi, lib
 from .contexts import Context, States, sizes
-from ._psychoacoustics import ANALYSIS
+from ._psychoacoustics import ANALYSIS, encoder_parameters
 from .records import BitReader, Record
 
 FRAC_BITS = lib.MOX_MP3_FRAC_BITS
@@ -277,14 +277,15 @@ def bit_reservoir(header: Record) -> Record:
     return reservoir
 
 
-def joint_stereo(lines, psy, header: Record) -> tuple[np.ndarray, np.ndarray]:
+def joint_stereo(lines, psy, header: Record, parameters: Record | None = None) -> tuple[np.ndarray, np.ndarray]:
     """Chooses left/right or mid/side for a frame: (2, 2, 576) lines in Q26 and (2, 2) records of psychoacoustics, granule
     by channel, as they are to be coded. The header's modeExt tells the choice."""
     lines = as_array(lines, np.int32, "lines").copy(order="C")
     psy = np.array(psy, ANALYSIS, order="C")
     if lines.shape != (2, 2, LINES) or psy.shape != (2, 2):
         raise ValueError("lines and psy: two granules of two channels are wanted")
-    call("moxsJointStereoEncode_MP3_32s_I", lines, _analyses(psy), header)
+    call("moxsJointStereoEncode_MP3_32s_I", lines, _analyses(psy), header,
+         parameters or encoder_parameters())
     return lines, psy
 
 
@@ -301,7 +302,8 @@ class Quantised(NamedTuple):
     side: SideInfo
 
 
-def quantise(lines, psy, header: Record, reservoir: Record, mean_bits: int, constant_rate: bool = True) -> Quantised:
+def quantise(lines, psy, header: Record, reservoir: Record, mean_bits: int, constant_rate: bool = True,
+             parameters: Record | None = None) -> Quantised:
     """Quantises a frame of MPEG-1: (2, channels, 576) lines in Q26 and (2, channels) records of psychoacoustics. The
     reservoir is updated; `mean_bits` of main data come with the frame."""
     count = channels(header)
@@ -313,7 +315,7 @@ def quantise(lines, psy, header: Record, reservoir: Record, mean_bits: int, cons
     count1, made = np.zeros((2, count), np.int32), ffi.new("MoxMp3SideInfo[4]")
     begin = reservoir.resBits // 8
     call("moxsQuantize_MP3_32s_I", lines, factors, scfsi, count1, made, reservoir, mean_bits, int(constant_rate),
-         _analyses(psy), header)
+         _analyses(psy), header, parameters or encoder_parameters())
     records = [Record("MoxMp3SideInfo") for _ in range(2 * count)]
     for i, record in enumerate(records):
         ffi.memmove(record.pointer, made + i, ffi.sizeof("MoxMp3SideInfo"))

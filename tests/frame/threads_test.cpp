@@ -103,13 +103,14 @@ TEST(Threads, RunThePsychoacousticModelAndQuantisationEachOnItsOwnState) {
   MoxMp3FrameHeader header{};
   header.id = header.layer = 1;
   header.mode = 3;
+  const MoxMp3EncoderParameters parameters = MOX_MP3_ENCODER_DEFAULTS;
   const Block<int16_t> sound(576 * 6);
   expectSameOnThreads([&] {
     MoxMp3PsychoacousticModelTwoState state{};
     std::vector<MoxMp3PsychoacousticModelTwoAnalysis> records(2);
     for (int32_t g = 0; g < 6; ++g)
       EXPECT_EQ(moxsPsychoacousticModelTwo_MP3_16s(sound + 576 * g, &records[static_cast<size_t>(g % 2)],
-                                                   &header, &state),
+                                                   &header, &parameters, &state),
                 moxStatusOk);
     std::vector<int32_t> lines(1152), scfsi(4), count1(2);
     for (size_t i = 0; i < lines.size(); ++i) lines[i] = sound[static_cast<int64_t>(i)] << 8;
@@ -117,7 +118,7 @@ TEST(Threads, RunThePsychoacousticModelAndQuantisationEachOnItsOwnState) {
     MoxMp3SideInfo side[2] = {};
     MoxMp3BitReservoir reservoir{0, 0};
     EXPECT_EQ(moxsQuantize_MP3_32s_I(lines.data(), scaleFactors.data(), scfsi.data(), count1.data(), side,
-                                     &reservoir, 3000, 0, records.data(), &header),
+                                     &reservoir, 3000, 0, records.data(), &header, &parameters),
               moxStatusOk);
     return bytesOf(lines);
   });

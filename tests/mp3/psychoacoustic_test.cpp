@@ -18,6 +18,7 @@ namespace {
 using Analysis = MoxMp3PsychoacousticModelTwoAnalysis;
 using State = MoxMp3PsychoacousticModelTwoState;
 
+constexpr MoxMp3EncoderParameters kAnnex = MOX_MP3_ENCODER_ANNEX;
 constexpr int kRates[] = {44100, 48000, 32000};
 
 MoxMp3FrameHeader header(int32_t samplingFreq, int32_t mode) {
@@ -35,7 +36,7 @@ std::vector<std::vector<Analysis>> analyze(const std::vector<int16_t>& samples, 
   std::vector<std::vector<Analysis>> out;
   for (size_t first = 0; first + 576 * channels <= samples.size(); first += 576 * channels) {
     Analysis records[2];
-    EXPECT_EQ(moxsPsychoacousticModelTwo_MP3_16s(samples.data() + first, records, &h, state.get()),
+    EXPECT_EQ(moxsPsychoacousticModelTwo_MP3_16s(samples.data() + first, records, &h, &kAnnex, state.get()),
               moxStatusOk);
     if (first > 0) out.push_back({records, records + channels});
   }
@@ -171,11 +172,11 @@ TEST(PsychoacousticModel, ACopiedStateContinuesAndRefusalsWriteNothing) {
   const auto state = std::make_unique<State>(), copy = std::make_unique<State>();
   Analysis a{}, b{};
   for (size_t g = 0; g < 3; ++g)
-    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &a, &h, state.get());
+    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &a, &h, &kAnnex, state.get());
   *copy = *state;
   for (size_t g = 3; g < 6; ++g) {
-    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &a, &h, state.get());
-    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &b, &h, copy.get());
+    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &a, &h, &kAnnex, state.get());
+    moxsPsychoacousticModelTwo_MP3_16s(samples.data() + 576 * g, &b, &h, &kAnnex, copy.get());
     EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
   }
 
@@ -189,12 +190,15 @@ TEST(PsychoacousticModel, ACopiedStateContinuesAndRefusalsWriteNothing) {
                      [&](const Header& header) {
                        Analysis records[2] = {b, b};
                        const moxStatus status =
-                           moxsPsychoacousticModelTwo_MP3_16s(x, records, &header, copy.get());
+                           moxsPsychoacousticModelTwo_MP3_16s(x, records, &header, &kAnnex, copy.get());
                        EXPECT_TRUE(status >= moxStatusOk ||
                                    (moxtest::same(records[0], b) && moxtest::same(records[1], b)));
                        return status;
                      });
-  moxtest::expectNeedsEveryPointer(moxsPsychoacousticModelTwo_MP3_16s, x, &a, &h, state.get());
+  moxtest::expectNeedsEveryPointer(moxsPsychoacousticModelTwo_MP3_16s, x, &a, &h, &kAnnex, state.get());
+  MoxMp3EncoderParameters strange = kAnnex;
+  strange.leastDistance[24] = NAN;
+  EXPECT_EQ(moxsPsychoacousticModelTwo_MP3_16s(x, &a, &h, &strange, state.get()), moxStatusOutOfRange);
   EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
 }
 

@@ -18,7 +18,9 @@ namespace {
 
 struct EncodeArguments {
   std::string input, output;
-  int32_t bitRate = 0, quality = -1, lowpass = 0;
+  int32_t bitRate = 0, average = 0, effort = 5, lowpass = 0, highpass = 0;
+  float quality = -1;
+  bool checksums = false, strict = false;
   std::string mode;
   bool quiet = false;
 };
@@ -55,15 +57,20 @@ mp3::EncoderSettings settingsFor(const EncodeArguments& arguments, const AudioRe
                   : arguments.mode.empty() ? mp3::ChannelMode::joint
                                            : modes.at(arguments.mode);
   settings.bitRate = arguments.bitRate != 0 ? arguments.bitRate : 64 * settings.channels();
+  if (arguments.average != 0) settings.bitRate = arguments.average;
+  settings.average = arguments.average != 0;
   settings.vbrQuality = arguments.quality;
+  settings.effort = arguments.effort;
+  settings.highpass = arguments.highpass;
+  settings.checksums = arguments.checksums;
+  settings.strict = arguments.strict;
   settings.lowpass = arguments.lowpass;
   return settings;
 }
 
 // The mean of both channels.
-void mixDown(std::vector<int16_t>& block) {
-  for (size_t i = 0; i < block.size() / 2; ++i)
-    block[i] = static_cast<int16_t>((block[2 * i] + block[2 * i + 1]) / 2);
+void mixDown(std::vector<float>& block) {
+  for (size_t i = 0; i < block.size() / 2; ++i) block[i] = (block[2 * i] + block[2 * i + 1]) / 2;
   block.resize(block.size() / 2);
 }
 
@@ -83,7 +90,7 @@ int encode(const EncodeArguments& arguments) {
   {
     Progress progress(!arguments.quiet, name);
     std::vector<uint8_t> stream;
-    for (std::vector<int16_t> block; reader.read(block);) {
+    for (std::vector<float> block; reader.read(block);) {
       if (reader.channels() > settings.channels()) mixDown(block);
       encoder.encode(block, stream);
       writeOut(stream);
@@ -124,10 +131,20 @@ void addEncodeCommand(CLI::App& program, int& exitCode) {
                                    ->add_option("-b,--bitrate", arguments->bitRate,
                                                 "Constant bit rate, kbit/s; by default 64 for each channel")
                                    ->check(CLI::IsMember(std::vector<int32_t>(rates.begin(), rates.end())));
+  CLI::Option* const average = command
+                                   ->add_option("--abr", arguments->average,
+                                                "Average bit rate, kbit/s: each frame takes what it needs")
+                                   ->check(CLI::Range(32, 320))
+                                   ->excludes(bitRate);
   command
-      ->add_option("-V,--vbr", arguments->quality, "Variable bit rate by quality, 0 (best) to 9 (smallest)")
-      ->check(CLI::Range(0, 9))
-      ->excludes(bitRate);
+      ->add_option("-V,--vbr", arguments->quality,
+                   "Variable bit rate by quality, 0 (best) to 9.999 (smallest), fractions too")
+      ->check(CLI::Range(0.0, 9.999))
+      ->excludes(bitRate)
+      ->excludes(average);
+  command
+      ->add_option("--effort", arguments->effort, "Time for quality: 0 (best) to 9 (fastest), by default 5")
+      ->check(CLI::Range(0, 9));
   command
       ->add_option("-m,--mode", arguments->mode,
                    "Channels of two-channel input: joint (default), stereo, mono")
@@ -136,6 +153,13 @@ void addEncodeCommand(CLI::App& program, int& exitCode) {
       ->add_option("--lowpass", arguments->lowpass,
                    "Highest frequency to keep, Hz; chosen by bit rate, -1 keeps all")
       ->check(CLI::Range(-1, 24000));
+  command
+      ->add_option("--highpass", arguments->highpass,
+                   "Lowest frequency to keep, Hz, up to 400; by default all")
+      ->check(CLI::Range(0, 400));
+  command->add_flag("--crc", arguments->checksums, "A checksum in every frame");
+  command->add_flag("--strict", arguments->strict,
+                    "A bit reservoir as the standard's decoders hold, none at 320 kbit/s");
   command->add_flag("-q,--quiet", arguments->quiet, "No progress bar and no summary");
   command->callback([arguments, &exitCode] { exitCode = encode(*arguments); });
 }

@@ -38,16 +38,22 @@ AudioReader::AudioReader(const std::string& path) : name_(inputName(path)) {
 
 AudioReader::~AudioReader() { sf_close(file_); }
 
-bool AudioReader::read(std::vector<int16_t>& block) {
-  floats_.resize(static_cast<size_t>(kBlock * channels_));
-  const int64_t got = sf_readf_float(file_, floats_.data(), kBlock);
+bool AudioReader::read(std::vector<float>& block) {
+  block.resize(static_cast<size_t>(kBlock * channels_));
+  const int64_t got = sf_readf_float(file_, block.data(), kBlock);
   if (got <= 0) {
     if (sf_error(file_) != SF_ERR_NO_ERROR) throw Failure(name_ + ": " + sf_strerror(file_));
     return false;
   }
   samplesRead_ += got;
   block.resize(static_cast<size_t>(got * channels_));
-  std::transform(floats_.begin(), floats_.begin() + got * channels_, block.begin(), [](float x) {
+  return true;
+}
+
+bool AudioReader::read(std::vector<int16_t>& block) {
+  if (!read(floats_)) return false;
+  block.resize(floats_.size());
+  std::transform(floats_.begin(), floats_.end(), block.begin(), [](float x) {
     return static_cast<int16_t>(std::lrint(std::clamp(x * 32768.0f, -32768.0f, 32767.0f)));
   });
   return true;

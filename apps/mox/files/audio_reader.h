@@ -24,6 +24,8 @@ class AudioReader {
 
   // Replaces block by the next samples, interleaved; false at the end.
   bool read(std::vector<int16_t>& block);
+  // The same as they are, full scale 1.
+  bool read(std::vector<float>& block);
   // Once all is read: what of it is missing, or nothing.
   std::string damage() const;
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <random>
+#include <utility>
 
 #include "codec/decode_bytes.h"
 #include "codec/mp3/encoder.h"
@@ -80,7 +81,7 @@ TEST(Mp3Encoder, QualityCostsBits) {
   size_t before = SIZE_MAX;
   for (int32_t quality = 0; quality < 10; ++quality) {
     mp3::EncoderSettings settings;
-    settings.vbrQuality = quality;
+    settings.vbrQuality = static_cast<float>(quality);
     const auto samples = sound(40000, 2);
     expectSound(samples, settings, 13 - quality);
     const size_t bytes = encode(samples, settings, 1152).size();
@@ -89,10 +90,73 @@ TEST(Mp3Encoder, QualityCostsBits) {
   }
 }
 
+TEST(Mp3Encoder, AverageRateIsKeptAndChecksumsAre) {
+  mp3::EncoderSettings settings;
+  settings.average = settings.checksums = true;
+  settings.bitRate = 150;
+  const auto samples = sound(10 * 44100, 2);
+  const auto stream = encode(samples, settings, 1152);
+  EXPECT_NEAR(static_cast<double>(stream.size()) * 8 / 10000, 150, 8);
+  const moxc::Bytes bytes(stream);
+  moxc::mp3::Scanner scanner{bytes};
+  moxc::mp3::Frame frame;
+  int32_t smallest = 320, largest = 0;
+  while (scanner.next(frame)) {
+    EXPECT_TRUE(frame.header.hasCrc() && moxc::mp3::crcMatches(frame));
+    smallest = std::min(smallest, frame.header.bitRate);
+    largest = std::max(largest, frame.header.bitRate);
+  }
+  EXPECT_LT(smallest, largest);
+  expectSound(samples, settings, 12);
+}
+
+// Floats and wide integers are one sound; rounded to 16 bits it is another.
+TEST(Mp3Encoder, FinerSamplesThanSixteenBitsAreKept) {
+  mp3::EncoderSettings settings;
+  settings.mode = mp3::ChannelMode::mono;
+  settings.bitRate = 320;
+  std::vector<float> tone(20000);
+  std::vector<int32_t> wide(tone.size());
+  std::vector<int16_t> rounded(tone.size());
+  for (size_t i = 0; i < tone.size(); ++i) {
+    wide[i] = static_cast<int32_t>(std::lrint(2e7 * std::sin(0.05 * static_cast<double>(i)))) & ~0x1FF;
+    tone[i] = static_cast<float>(wide[i]) / 2147483648.0f;
+    rounded[i] = static_cast<int16_t>(std::lrint(tone[i] * 32768));
+  }
+  const auto streamOf = [&](const auto& samples) {
+    mp3::Encoder encoder(settings);
+    std::vector<uint8_t> stream;
+    encoder.encode(std::span(std::as_const(samples)), stream);
+    encoder.finish(stream);
+    return stream;
+  };
+  EXPECT_EQ(streamOf(tone), streamOf(wide));
+  EXPECT_NE(streamOf(tone), streamOf(rounded));
+}
+
+// Peak and gain of a sine of half of full scale at 1 kHz: 9.03 dB below it by K-weighted power, to be raised to -18.
+TEST(Mp3Encoder, TellsPeakAndGain) {
+  mp3::EncoderSettings settings;
+  settings.mode = mp3::ChannelMode::mono;
+  mp3::Encoder encoder(settings);
+  std::vector<float> tone(2 * 44100);
+  for (size_t i = 0; i < tone.size(); ++i)
+    tone[i] = 0.5f * static_cast<float>(std::sin(2 * M_PI * 997 * static_cast<double>(i) / 44100));
+  std::vector<uint8_t> stream;
+  encoder.encode(std::span<const float>(tone), stream);
+  encoder.finish(stream);
+  const std::vector<uint8_t> info = encoder.infoFrame();
+  const size_t at = 4 + 17 + 120 + 11;  // behind header, side information, counts and names
+  EXPECT_NEAR(moxc::bigEndian(info, at, 4) / 8388608.0, 0.5, 0.001);
+  const uint32_t gain = moxc::bigEndian(info, at + 4, 2);
+  EXPECT_EQ(gain >> 10, 1u << 3 | 3u);
+  EXPECT_NEAR(((gain & 0x200) != 0 ? -0.1 : 0.1) * static_cast<double>(gain & 0x1FF), -8.97, 0.11);
+}
+
 TEST(Mp3Encoder, AnyLengthReturnsWhole) {
   mp3::EncoderSettings settings;
   settings.mode = mp3::ChannelMode::mono;
-  for (const int32_t samples : {0, 1, 94, 95, 96, 575, 576, 577, 1152, 1247, 1248, 9999}) {
+  for (const int32_t samples : {0, 1, 92, 95, 96, 575, 576, 577, 1152, 1247, 1248, 9999}) {
     const auto x = sound(samples, 1);
     const auto decoded = moxtest::decodeBytes(encode(x, settings, 577));
     ASSERT_NE(decoded, nullptr);
