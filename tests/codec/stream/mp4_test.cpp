@@ -333,8 +333,8 @@ TEST(Mp4, HostileTablesCostNoMoreThanTheirBytes) {
       sizes() + chunks() + fullBox("stts", words({3, kMost, kMost, kMost, kMost, kMost, kMost})),
       sizes() + fullBox("stsc", words({1, 1, 1, 1})) + fullBox("stco", words({kMost, 24, 24})),
       fullBox("stz2", words({4, kMost}) + ByteList(50, 0)) + chunks(),
-      fullBox("stsz", words({0, 9, 20, 20, 20, 20, 20, 20, 20, 20, 20})) +
-          fullBox("stsc", words({1, 1, 3, 1})) + fullBox("stco", words({3, 24, 24, 24})),
+      fullBox("stsz", words({0, 5, 200, 200, 200, 200, 200})) + fullBox("stsc", words({1, 1, 1, 1})) +
+          fullBox("stco", words({5, 24, 24, 24, 24, 24})),
       fullBox("stsz", words({0, 7, 70000, 70000, 3, 3, 3, 3, 3})) + chunks(),
   };
   for (const ByteList& table : tables)
