@@ -1,10 +1,10 @@
 """The filter banks of spectral band replication and what works on their sub-bands."""
 import numpy as np
 
-from ._arrays import addresses, as_array, each, output, pointer, pointers, rows, same
+from ._arrays import addresses, as_array, call, each, output, pointer, pointers, rows, same
 from ._generated import QMF_PROTOTYPE
-from ._library import lib
-from .contexts import States, sizes
+from ._library import ffi, lib
+from .contexts import Context, States, sizes
 
 #: The standard's prototype low-pass, 640 values. Banks of 32 bands take every second one.
 PROTOTYPE = np.array(QMF_PROTOTYPE, np.float32)
@@ -121,6 +121,70 @@ class QmfSynthesis(_Bank):
             each(self._operation, self._row_tables(sub_bands), rows(out), same(pointer(self._window)), same(slots),
                  self._states, same(self._work))
         return out
+
+
+class QmfEncoderAnalysis(States):
+    """The encoder's bank: 64 samples a slot to 64 complex sub-bands. `shape`: a bank for each of these channels."""
+
+    def __init__(self, shape: tuple = ()):
+        super().__init__(shape, sizes("moxsAnalysisFilterEncGetSize_SBR_32f")[0], "MoxQmfEncoderState")
+        each("moxsAnalysisFilterEncInit_SBR_32f", self._states)
+
+    def process(self, x, *, out: np.ndarray | None = None) -> np.ndarray:
+        """(..., 64 * slots) samples to (..., slots, 64) sub-bands."""
+        x = as_array(x, np.float32, "x")
+        self._same_channels(x, 1, "x")
+        slots, rest = divmod(x.shape[-1], 64)
+        if rest:
+            raise ValueError(f"x: a multiple of 64 samples is wanted, not {x.shape[-1]}")
+        out, x = output(out, (*self.shape, slots, 64), np.complex64, x)
+        if not out.flags.c_contiguous:
+            raise ValueError("out: the array must be contiguous")
+        if slots:
+            each("moxsAnalysisFilterEnc_SBR_32f32fc", rows(x), _frames(out), same(pointer(PROTOTYPE)), same(slots), self._states)
+        return out
+
+
+def _frames(sub_bands: np.ndarray):
+    """A pointer to the first slot of each channel."""
+    return pointers(addresses(sub_bands.reshape(-1, sub_bands.shape[-2] * 64)), "Mox32fc *")
+
+
+def _rows_of_64(sub_bands, ndim: int | None = None) -> np.ndarray:
+    X = np.ascontiguousarray(as_array(sub_bands, np.complex64, "sub_bands", ndim=ndim))
+    if X.ndim < 2 or X.shape[-1] != 64 or X.shape[-2] < 3:
+        raise ValueError(f"sub_bands: (..., slots + 2, 64) is wanted, not {X.shape}")
+    return X
+
+
+def tonality(sub_bands, bands: int = 64, *, out: np.ndarray | None = None) -> np.ndarray:
+    """Tone-to-noise ratios of the encoder's sub-bands, (..., slots + 2, 64) to (..., bands). The first two slots are
+    history."""
+    X = _rows_of_64(sub_bands)
+    out, X = output(out, (*X.shape[:-2], bands), np.float32, X)
+    each("moxsEstimateTNR_SBR_32f", _frames(X), rows(out), same(bands), same(X.shape[-2] - 2))
+    return out
+
+
+class TransientDetector(Context):
+    """Looks for attacks in the encoder's sub-bands of one channel, relative to running levels of the lowest bands.
+
+    threshold  octaves of energy; 2 is a good one for 8 bands and more"""
+
+    def __init__(self, bands: int = 64, threshold: float = 2.0):
+        if not 1 <= bands <= 64:
+            raise ValueError(f"bands: 1 to 64, not {bands}")
+        self.bands, self.threshold = bands, float(threshold)
+        self._memory = np.zeros(bands, np.float32)
+
+    def process(self, sub_bands) -> tuple[int | None, float]:
+        """(the slot of the strongest attack or None, its octaves) of a frame, (slots + 2, 64): the last two slots lie
+        ahead of it."""
+        self._open()
+        X = _rows_of_64(sub_bands, ndim=2)
+        position, strength = ffi.new("int32_t *"), ffi.new("float *")
+        call("moxsDetectTransient_SBR_32f", X, position, strength, self._memory, self.bands, len(X) - 2, self.threshold)
+        return (position[0] if position[0] >= 0 else None), strength[0]
 
 
 def qmf_analysis(x, kind: str = "complex", *, kept: int = 32, window=None, out: np.ndarray | None = None) -> np.ndarray:

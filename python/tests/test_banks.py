@@ -152,3 +152,23 @@ def test_dts_bank_mirrored_gives_the_signal_back(rng):
     y = moxac.DtsSynthesis().process(reversed_in_time)
     error = y[480:] / 32 - x[: 4096 - 480]
     assert np.sqrt((error[512:] ** 2).mean()) < 1e-3
+
+
+def test_encoder_tools_hear_tones_and_attacks(rng):
+    slots = 34
+    t = np.arange(64 * slots * 2)
+    x = 1e-3 * rng.standard_normal((2, len(t)))
+    x[0] += np.sin(2 * np.pi * 20.5 / 128 * t)  # the middle of band 20
+    x[1, 64 * 50 :] += rng.standard_normal(64 * 18)  # an attack
+    bank = moxac.qmf.QmfEncoderAnalysis((2,))
+    X = np.concatenate([bank.process(x[:, : 64 * slots]), bank.process(x[:, 64 * slots :])], 1)
+    y = moxac.qmf_synthesis(X)
+    assert np.abs(y[:, 577:] - x[:, :-577]).max() < 0.01
+    ratio = moxac.qmf.tonality(X[:, 10:40])
+    assert ratio[0].argmax() == 20 and ratio[0, 20] > 1e4 and ratio[1].max() < 100
+    attacks = []
+    for channel in X:
+        with moxac.qmf.TransientDetector() as detector:
+            detector.process(channel[:32])
+            attacks.append(detector.process(channel[30:64]))
+    assert attacks[0] == (None, 0) and attacks[1][0] in (23, 24, 25) and attacks[1][1] > 3
