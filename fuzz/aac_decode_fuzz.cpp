@@ -7,7 +7,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  const moxc::DecodeOptions options{(data[size - 1] & 1) != 0, false};
+  moxtest::DecodeOptions options{(data[size - 1] & 1) != 0, false};
+  if ((data[size - 1] & 4) != 0) {  // in pieces of random lengths
+    options.piece = 0;
+    options.seed = data[size - 1];
+  }
   if ((data[size - 1] & 2) != 0)
     (void)moxtest::decodeBytes({data, size}, options);
   else

@@ -76,7 +76,7 @@ def generated():
     if codec.exists():
         text = preprocessed("moxcodec.h", include)
         known = set(cdef.splitlines())
-        parts.append('MOXCODEC = r"""\n' + "\n".join(l for l in text.splitlines() if l not in known) + '\n"""')
+        parts.append('MOXCODEC = r"""\n' + "\n".join(l for l in text.splitlines() if l not in known or l in ("enum {", "};")) + '\n"""')
     prototype = re.search(r"kQmfPrototype\[640\] = \{(.*?)\}", (ROOT / "examples/qmf_prototype.h").read_text(), re.S)[1]
     values = [value.rstrip("f") for value in re.findall(r"-?[\d.]+(?:e-?\d+)?f?", re.sub(r"//.*", "", prototype))]
     assert len(values) == 640

@@ -1,5 +1,5 @@
 // Whole AAC streams decoded from memory to memory, beside other decoders.
-#include "codec/aac/stream.h"
+#include "codec/aac/block.h"
 #include "codec/decode_bench.h"
 
 #ifdef HAVE_FAAD2
@@ -11,8 +11,8 @@ namespace {
 using namespace moxbench;
 
 struct Aac {
-  using Scanner = moxc::AdtsScanner;
-  using Frame = moxc::AdtsFrame;
+  using Syntax = moxc::AdtsSyntax;
+  using Frame = moxtest::Walk<Syntax>::Frame;
   // 128 kbit/s stereo, 144 kbit/s stereo with many short windows, 320 kbit/s 5.1.
   static constexpr const char* kStreams[] = {"aac_44100_stereo128.aac", "aac_44100_short_crc.aac",
                                              "aac_48000_51_320.aac"};
@@ -35,8 +35,11 @@ void benchMoxBlocks(benchmark::State& state) {
   moxc::aac::Block block;
   for (auto _ : state) {
     decoded = 0;
-    const auto blocks = moxc::aac::Stream::open(input.bytes);
-    while (blocks->next(block) == moxc::aac::Event::block) decoded += moxc::kAacSamples;
+    const moxc::AdtsHeader& first = input.frames[0].header;
+    moxc::aac::BlockReader reader({first.objectType(), first.fields.samplingRateIndex});
+    for (const Aac::Frame& frame : input.frames)
+      if (reader.read(moxc::slice(frame.bytes, frame.header.headerBytes()), block))
+        decoded += moxc::kAacSamples;
   }
   finish<Aac>(state, decoded);
 }
@@ -57,7 +60,7 @@ void benchFaad(benchmark::State& state, unsigned char format) {
                  &rate, &channels);
     decoded = 0;
     NeAACDecFrameInfo info;
-    for (const moxc::AdtsFrame& source : input.frames) {
+    for (const typename Codec::Frame& source : input.frames) {
       benchmark::DoNotOptimize(
           NeAACDecDecode(decoder, &info, const_cast<uint8_t*>(source.bytes.data()), source.bytes.size()));
       if (info.channels != 0) decoded += static_cast<int64_t>(info.samples) / info.channels;

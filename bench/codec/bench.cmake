@@ -1,4 +1,4 @@
-target_link_libraries(bench_codec PRIVATE moxcodec)
+target_link_libraries(bench_codec PRIVATE moxcodec_static)
 foreach(peer libmpg123 libavcodec mad faad2)
   string(TOUPPER ${peer} prefix)
   pkg_check_modules(${prefix} QUIET IMPORTED_TARGET ${peer})

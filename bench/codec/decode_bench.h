@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "codec/decoder.h"
+#include "codec/decode_bytes.h"
+#include "codec/walk.h"
 #include "support/source_path.h"
 
 #ifdef HAVE_LIBAVCODEC
@@ -32,9 +33,8 @@ struct Stream {
     std::ifstream file(moxtest::sourcePath("tests/data/streams/" + name), std::ios::binary);
     const std::vector<char> once((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     for (int i = 0; i < 20; ++i) bytes.insert(bytes.end(), once.begin(), once.end());
-    typename Codec::Scanner scanner{bytes};
-    for (typename Codec::Frame frame; scanner.next(frame);) {
-      frames.push_back(frame);
+    frames = moxtest::walk<typename Codec::Syntax>(bytes).frames;
+    for (const typename Codec::Frame& frame : frames) {
       samples += Codec::samples(frame);
       rate = Codec::rate(frame);
     }
@@ -62,15 +62,37 @@ void finish(benchmark::State& state, int64_t decoded) {
       benchmark::Counter::kIsRate);
 }
 
+// Samples per channel.
+inline int64_t decodeMemory(const std::vector<uint8_t>& bytes, bool floatSamples) {
+  constexpr size_t kFrames = 4096;
+  MoxcDecoderOptions options{};
+  options.floatSamples = floatSamples;
+  options.raw = 1;
+  MoxcDecoder* made = nullptr;
+  moxcDecoderCreate(&made, &options);
+  const moxtest::DecoderHandle decoder(made);
+  std::vector<float> samples(8 * kFrames);
+  int64_t decoded = 0;
+  for (size_t fed = 0;;) {
+    size_t got = 0, taken = 0;
+    const moxcStatus status =
+        floatSamples ? moxcDecoderRead_32f(made, samples.data(), kFrames, &got)
+                     : moxcDecoderRead_16s(made, reinterpret_cast<int16_t*>(samples.data()), kFrames, &got);
+    decoded += static_cast<int64_t>(got);
+    if (status == moxcStatusEnd || status < moxcStatusOk) return decoded;
+    if (status != moxcStatusNeedMore) continue;
+    moxcDecoderFeed(made, bytes.data() + fed, bytes.size() - fed, &taken);
+    fed += taken;
+    if (fed == bytes.size()) moxcDecoderEnd(made);
+  }
+}
+
 template <class Codec>
 void benchMox(benchmark::State& state, bool floatSamples) {
   const Stream<Codec>& input = streamOf<Codec>(state);
   int64_t decoded = 0;
   for (auto _ : state) {
-    decoded = 0;
-    const auto decoder = moxc::openDecoder(input.bytes, {floatSamples, true}, "stream");
-    for (moxc::PcmView block; decoder->decodeBlock(block);)
-      decoded += static_cast<int64_t>(block.s16.size() + block.f32.size()) / decoder->format().channels;
+    decoded = decodeMemory(input.bytes, floatSamples);
   }
   finish<Codec>(state, decoded);
 }

@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "codec/decode_bench.h"
-#include "codec/mp3/scanner.h"
 
 #ifdef HAVE_LIBMPG123
 #include <mpg123.h>
@@ -17,8 +16,8 @@ namespace {
 using namespace moxbench;
 
 struct Mp3 {
-  using Scanner = moxc::mp3::Scanner;
-  using Frame = moxc::mp3::Frame;
+  using Syntax = moxc::mp3::Syntax;
+  using Frame = moxtest::Walk<Syntax>::Frame;
   // 128 kbit/s with many short blocks, 128 kbit/s long blocks, 320 kbit/s.
   static constexpr const char* kStreams[] = {"mp3_44100_joint128_short.mp3", "mp3_44100_shine128.mp3",
                                              "mp3_44100_stereo320.mp3"};

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "codec/aac/stream.h"
-#include "codec/aac/survey.h"
+#include "codec/aac/crc.h"
+#include "codec/aac/tables.h"
 #include "codec/aac/tools.h"
+#include "codec/io/text.h"
 #include "codec/sbr/decoder.h"
+#include "codec/stream/audio_specific_config.h"
 #include "moxac/util.h"
 
 namespace moxc::aac {
@@ -14,158 +16,314 @@ namespace {
 
 // A damaged block repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
 constexpr int32_t kMaxRepeats = 6;
-constexpr int32_t kAotLtp = 4;
+constexpr int32_t kAotSsr = 3, kAotLtp = 4;
+constexpr int32_t kMaxOutputRate = 96000;
+// No block of audio is shorter: a channel's window, gain and sections, and the end mark.
+constexpr size_t kLeastBlock = 4;
 
-class Decoder final : public AudioDecoder {
- public:
-  Decoder(const TaggedAudio& tagged, const DecodeOptions& options, std::unique_ptr<Stream> stream)
-      : tagged_(tagged),
-        options_(options),
-        stream_(std::move(stream)),
-        layout_(stream_->layout()),
-        replication_(findReplication(*stream_)),
-        format_(formatOf(stream_->config(), layout_, replication_)),
-        blockSamples_(replication_.bands ? 2 * kAacSamples : kAacSamples),
-        tools_(stream_->config(), layout_.channels),
-        synthesis_(layout_.channels, options.floatSamples || replication_.bands,
-                   stream_->config().objectType == kAotLtp) {
-    for (auto& spectra : spectra_) spectra.resize(static_cast<size_t>(layout_.channels));
-    lastSample_ = stream_->expectedBlocks() * blockSamples_;
-    const int64_t delay = stream_->delay(format_.rate), padding = stream_->padding(format_.rate);
-    if (!options.raw && delay + padding <= lastSample_) {
-      firstSample_ = delay;
-      padding_ = padding;
-      lastSample_ -= padding_;
+// The program that a block's own elements make up, as if all stood in front. Some broadcasters send two single channels
+// and name no layout.
+MoxAacPrgCfgElt programOf(const Block& block) {
+  MoxAacPrgCfgElt program{};
+  for (size_t i = 0; i < block.elements; ++i) {
+    const Element& element = block.element(i);
+    if (element.id == ElementId::lfe && program.numLfeChanElt < 4) {
+      program.lfeEltTagSel[program.numLfeChanElt++] = element.tag;
+    } else if (element.id != ElementId::lfe && program.numFrontChanElt < 16) {
+      program.frontEltIsCpe[program.numFrontChanElt] = element.id == ElementId::cpe;
+      program.frontEltTagSel[program.numFrontChanElt++] = element.tag;
     }
-    const auto values = static_cast<size_t>(blockSamples_ * format_.channels);
-    if (options.floatSamples)
-      floats_.resize(values);
+  }
+  return program;
+}
+
+bool sameProgram(const MoxAacPrgCfgElt& a, const MoxAacPrgCfgElt& b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+}  // namespace
+
+// What the samples of one configuration need, from spectra on.
+struct Decoder::Channels : Allocated {
+  Channels(const Config& config, const Layout& layout, const DecodeSettings& settings, bool bands,
+           bool stereo)
+      : tools(config, layout.channels),
+        synthesis(layout.channels, settings.floatSamples || bands, config.objectType == kAotLtp),
+        format{kRates[config.rateIndex] * (bands ? 2 : 1), layout.channels + (stereo ? 1 : 0),
+               layout.channels > 2 ? layout.mask : 0},
+        samples(bands ? 2 * kAacSamples : kAacSamples) {
+    for (auto& made : spectra) made.resize(static_cast<size_t>(layout.channels));
+    const auto values = static_cast<size_t>(samples * format.channels);
+    if (settings.floatSamples)
+      floats.resize(values);
     else
-      shorts_.resize(values);
-    if (replication_.bands) {
-      for (const Layout::Element& element : layout_.elements)
-        elements_.emplace_back(element.id == ElementId::cpe ? 2 : 1, format_.rate, replication_.stereo);
-      payloads_.resize(elements_.size());
-      core_.resize(static_cast<size_t>(layout_.channels));
-      full_.resize(static_cast<size_t>(format_.channels));
-    }
+      shorts.resize(values);
+    if (!bands) return;
+    for (const Layout::Element& element : layout.elements)
+      elements.emplace_back(element.id == ElementId::cpe ? 2 : 1, format.rate, stereo);
+    payloads.resize(elements.size());
+    core.resize(static_cast<size_t>(layout.channels));
+    full.resize(static_cast<size_t>(format.channels));
   }
 
-  AudioFormat format() const override { return format_; }
-  int64_t expectedSamples() const override { return lastSample_ - firstSample_; }
-  double progress() const override { return stream_->progress(); }
+  Vector<Spectrum>& current() { return spectra[1 - good]; }
 
-  bool decodeBlock(PcmView& block) override;
-  DecodeStats stats() const override;
-  std::vector<std::pair<std::string, std::string>> describe() const override;
-
- private:
-  static AudioFormat formatOf(const Config& config, const Layout& layout, const Replication& replication) {
-    return {kRates[config.rateIndex] * (replication.bands ? 2 : 1),
-            layout.channels + (replication.stereo ? 1 : 0), layout.channels > 2 ? layout.mask : 0};
-  }
-
-  std::vector<Spectrum>& current() { return spectra_[1 - good_]; }
-  void decodeNext(Event event);
-  bool trim(PcmView& block);
-  bool decodeElements();
-  void conceal();
-  void readReplication();
-  void synthesise(const std::vector<Spectrum>& spectra);
-  void synthesiseReplicated(const std::vector<Spectrum>& spectra);
-
-  TaggedAudio tagged_;
-  DecodeOptions options_;
-  std::unique_ptr<Stream> stream_;
-  Layout layout_;
-  Replication replication_;
-  AudioFormat format_;
-  int64_t blockSamples_;  // that a block brings
-  Block block_;
-  Tools tools_;
-  Synthesis synthesis_;
-
+  Tools tools;
+  Synthesis synthesis;
+  AudioFormat format;
+  int32_t samples;  // that a block brings
   // The block being decoded and the last good one take turns.
-  std::array<std::vector<Spectrum>, 2> spectra_;
-  size_t good_ = 0;
-  int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
+  std::array<Vector<Spectrum>, 2> spectra;
+  size_t good = 0;
 
   // Of HE-AAC: the elements of the layout, what the block at hand holds for each, and channels on the 16-bit scale.
-  std::vector<sbr::Element> elements_;
-  std::vector<Bytes> payloads_;
-  std::vector<std::array<float, sbr::kMaxCoreSamples>> core_;
-  std::vector<std::array<float, sbr::kMaxSamples>> full_;
+  Vector<sbr::Element> elements;
+  Vector<Bytes> payloads;
+  Vector<std::array<float, sbr::kMaxCoreSamples>> core;
+  Vector<std::array<float, sbr::kMaxSamples>> full;
 
-  std::vector<int16_t> shorts_;
-  std::vector<float> floats_;
-  int64_t firstSample_ = 0, lastSample_ = 0, padding_ = 0;  // what is delivered
-  int64_t blocks_ = 0, concealed_ = 0, damaged_ = 0, coupling_ = 0;
-  int64_t replicated_ = 0, damagedBands_ = 0;
+  Vector<int16_t> shorts;
+  Vector<float> floats;
 };
 
-bool Decoder::decodeBlock(PcmView& block) {
-  do {
-    const Event event = stream_->next(block_);
-    if (event == Event::end) return false;
-    decodeNext(event);
-  } while (!trim(block));
+Decoder::Decoder(const DecodeSettings& settings) : settings_(settings) {}
+Decoder::~Decoder() = default;
+
+Decoder::Decoder(const DecodeSettings& settings, Bytes specificConfig, int64_t bits, const char* container)
+    : settings_(settings), container_(container) {
+  const std::optional<AudioSpecificConfig> read = parseAudioSpecificConfig(specificConfig, bits, true);
+  if (!read) {
+    refusal_ = "AAC whose configuration is damaged";
+    return;
+  }
+  if (read->refusal != nullptr) {
+    refusal_ = read->refusal;
+    return;
+  }
+  if (read->frameSamples != kAacSamples) {
+    refusal_ = "AAC with frames of 960 samples";
+    return;
+  }
+  Config config{.objectType = read->objectType, .rateIndex = read->rateIndex};
+  config.replication = read->sbr == Signalled::present;
+  config.parametricStereo = read->ps == Signalled::present;
+  std::optional<Layout> layout = Layout::ofConfiguration(read->channelConfiguration);
+  if (!layout && read->program) layout = Layout::ofProgram(*read->program);
+  configure(config, std::move(layout));
+}
+
+Decoder::Decoder(const DecodeSettings& settings, const Config& config, std::optional<Layout> layout,
+                 const char* container)
+    : settings_(settings), container_(container) {
+  configure(config, std::move(layout));
+}
+
+size_t Decoder::readAhead(Bytes bytes) {
+  readAhead_ = refusal_ == nullptr && reader_->read(bytes, block_);
+  return readAhead_ ? block_.bytes : 0;
+}
+
+int64_t Decoder::samplesAFrame() const { return channels_ ? channels_->samples : kAacSamples; }
+
+// Without a layout the blocks will tell.
+void Decoder::configure(const Config& config, std::optional<Layout> layout) {
+  if (config.objectType == kAotSsr) {
+    refusal_ = "AAC SSR (gain control)";
+    return;
+  }
+  const bool sameReader =
+      reader_ && config.objectType == config_.objectType && config.rateIndex == config_.rateIndex;
+  config_ = config;
+  if (!sameReader) reader_ = std::make_unique<BlockReader>(config);
+  programsTell_ = !layout;
+  layout_ = std::move(layout);
+  program_.reset();
+  known_ = true;
+  const bool fits = 2 * kRates[config.rateIndex] <= kMaxOutputRate;
+  bands_ = config.replication && fits;
+  stereo_ = bands_ && config.parametricStereo && layout_ && layout_->channels == 1;
+  channels_.reset();
+  if (layout_) rebuild();
+}
+
+void Decoder::rebuild() {
+  channels_ = std::make_unique<Channels>(config_, *layout_, settings_, bands_, stereo_);
+  repeats_ = kMaxRepeats;  // there is nothing to repeat yet
+}
+
+void Decoder::reset() {
+  if (layout_) rebuild();
+}
+
+void Decoder::open(const Packet& packet) {
+  blocksLeft_ = 0;
+  audioBytes_ += static_cast<int64_t>(packet.bytes.size());
+  if (container_ == std::string_view("ADTS")) {
+    openAdts(packet.bytes);
+    return;
+  }
+  header_.reset();
+  payload_ = packet.bytes;
+  blocksLeft_ = known_ && refusal_ == nullptr ? 1 : 0;
+}
+
+void Decoder::openAdts(Bytes bytes) {
+  const std::optional<AdtsHeader> header = parseAdtsHeader(bytes);
+  if (!header) return;
+  if (!header_ || !header->sameStream(*header_))
+    configure({.objectType = header->objectType(), .rateIndex = header->fields.samplingRateIndex},
+              Layout::ofConfiguration(header->fields.channelConfig));
+  header_ = header;
+  if (refusal_ != nullptr) return;
+  adtsFrame_ = bytes;
+  payload_ = slice(bytes, header->headerBytes());
+  // A frame may claim blocks that it has no room for.
+  blocksLeft_ = std::min(header->blocks(), static_cast<int32_t>(payload_.size() / kLeastBlock));
+  empty_ += blocksLeft_ == 0;
+}
+
+bool Decoder::next(PcmFrame& frame) {
+  while (blocksLeft_ > 0) {
+    --blocksLeft_;
+    const bool good = decodeBlock();
+    if (!channels_) continue;  // no layout known yet
+    if (good) {
+      channels_->good = 1 - channels_->good;
+      repeats_ = 0;
+      if (settings_.synthesise) synthesise(channels_->spectra[channels_->good]);
+    } else {
+      ++damaged_;
+      repeatLast();
+    }
+    ++blocks_;
+    frame = this->frame();
+    return true;
+  }
+  return false;
+}
+
+bool Decoder::conceal(PcmFrame& frame) {
+  if (!channels_) return false;
+  ++blocks_;
+  repeatLast();
+  frame = this->frame();
   return true;
 }
 
-void Decoder::decodeNext(Event event) {
-  ++blocks_;
-  if (event == Event::block && decodeElements()) {
-    good_ = 1 - good_;
-    repeats_ = 0;
-    readReplication();
-    synthesise(spectra_[good_]);
+PcmFrame Decoder::frame() const {
+  PcmFrame frame{channels_->format, channels_->samples, {}, {}};
+  if (settings_.synthesise) {
+    frame.s16 = channels_->shorts;
+    frame.f32 = channels_->floats;
+  }
+  return frame;
+}
+
+// Reads the next block of the packet and takes its spectra as far as the filter bank.
+bool Decoder::decodeBlock() {
+  const Bytes data = payload_;
+  if (!std::exchange(readAhead_, false) && !reader_->read(data, block_)) {
+    payload_ = {};  // where further blocks of the frame begin is not known
+    return false;
+  }
+  const bool crc = header_ && header_->hasCrc(), ownCheck = crc && header_->blocks() > 1;
+  payload_ = slice(data, block_.bytes + (ownCheck ? 2 : 0));
+  blocksLeft_ = std::min(blocksLeft_, static_cast<int32_t>(payload_.size() / kLeastBlock));
+  if (crc && !checkBlock(data)) return false;
+  survey_.note(block_, config_.objectType);
+  if (!followProgram()) return false;
+  followReplication();
+  if (!placeElements()) return false;
+  damagedBands_ += !readBands();
+  return true;
+}
+
+// One block to a frame: a check word in the header for both. Several: one for the header, and one behind each.
+bool Decoder::checkBlock(Bytes data) {
+  AdtsCrc crc;
+  uint32_t word;
+  if (header_->blocks() == 1) {
+    crc.addBits(adtsFrame_, 0, 56);
+    word = bigEndian(adtsFrame_, 7, 2);
   } else {
-    damaged_ += event != Event::lost;
-    for (sbr::Element& element : elements_) element.hold();
-    conceal();
+    word = bigEndian(data, block_.bytes, 2);
+  }
+  crc.add(data, block_.protectedBits);
+  const bool right = crc.value() == word;
+  ++(right ? crcRight_ : crcWrong_);
+  return right || !crcBelievable();
+}
+
+// Where the container names no layout, a program configuration element does, or the elements themselves.
+bool Decoder::followProgram() {
+  if (!programsTell_) return true;
+  if (block_.program ? program_ && sameProgram(*program_, *block_.program) : layout_.has_value()) return true;
+  const MoxAacPrgCfgElt program = block_.program ? *block_.program : programOf(block_);
+  std::optional<Layout> layout = Layout::ofProgram(program);
+  if (!layout) {
+    if (!layout_) refusal_ = "AAC whose program has no channels, or more than eight";
+    return false;
+  }
+  if (block_.program) program_ = program;
+  layout_ = std::move(layout);
+  stereo_ = stereo_ && layout_->channels == 1;
+  rebuild();
+  return true;
+}
+
+// Spectral band replication shows in the blocks, and parametric stereo within its data. Once there they stay.
+void Decoder::followReplication() {
+  if (!bands_ && block_.hasSbr && 2 * kRates[config_.rateIndex] <= kMaxOutputRate) {
+    bands_ = true;
+    rebuild();
   }
 }
 
-// The part of the block just decoded that lies between delay and padding; false when there is none. Without padding
-// the end is where the blocks end, whatever was expected.
-bool Decoder::trim(PcmView& block) {
-  const int64_t position = (blocks_ - 1) * blockSamples_;
-  const int64_t from = std::clamp<int64_t>(firstSample_ - position, 0, blockSamples_);
-  const int64_t to =
-      padding_ == 0 ? blockSamples_ : std::clamp<int64_t>(lastSample_ - position, 0, blockSamples_);
-  if (from >= to) return false;
-  block = PcmView{shorts_, floats_}.part(from, to, format_.channels);
-  return true;
+bool Decoder::readBands() {
+  bool good = true;
+  for (size_t place = 0; place < channels_->elements.size(); ++place)
+    good = channels_->elements[place].read(channels_->payloads[place]) && good;
+  if (!bands_ || stereo_ || layout_->channels != 1 || !channels_->elements[0].hasStereoData()) return good;
+  stereo_ = true;
+  channels_->format.channels = 2;
+  channels_->full.resize(2);
+  if (settings_.floatSamples)
+    channels_->floats.resize(2 * static_cast<size_t>(channels_->samples));
+  else
+    channels_->shorts.resize(2 * static_cast<size_t>(channels_->samples));
+  return channels_->elements[0].makeStereo() && good;
 }
 
 // The block must hold exactly the elements of the layout, in its order where no tags tell them apart.
-bool Decoder::decodeElements() {
-  coupling_ += block_.hasCoupling;
-  replicated_ += block_.hasSbr;
-  if (block_.elements != layout_.elements.size()) return false;
+bool Decoder::placeElements() {
+  if (block_.elements != layout_->elements.size()) return false;
   uint32_t done = 0;
   for (size_t i = 0; i < block_.elements; ++i) {
     Element& element = *block_.storage[i];
     size_t place = 0;
-    while (place < layout_.elements.size() &&
-           ((done >> place & 1u) != 0 || layout_.elements[place].id != element.id ||
-            (layout_.elements[place].tag >= 0 && layout_.elements[place].tag != element.tag)))
+    while (place < layout_->elements.size() &&
+           ((done >> place & 1u) != 0 || layout_->elements[place].id != element.id ||
+            (layout_->elements[place].tag >= 0 && layout_->elements[place].tag != element.tag)))
       ++place;
-    if (place == layout_.elements.size()) return false;
+    if (place == layout_->elements.size()) return false;
     done |= 1u << place;
-    if (replication_.bands) payloads_[place] = element.sbr();
-    if (!tools_.run(element, layout_.elements[place].output, synthesis_, current())) return false;
+    if (bands_) channels_->payloads[place] = element.sbr();
+    if (settings_.synthesise && !channels_->tools.run(element, layout_->elements[place].output,
+                                                      channels_->synthesis, channels_->current()))
+      return false;
   }
   return true;
 }
 
 // The filter banks go on over the joint, so that repetition and silence fade into their neighbours.
-void Decoder::conceal() {
+void Decoder::repeatLast() {
   ++concealed_;
+  if (!settings_.synthesise) return;
+  for (sbr::Element& element : channels_->elements) element.hold();
   repeats_ = std::min(repeats_ + 1, kMaxRepeats);
-  std::vector<Spectrum>& spectra = current();
+  Vector<Spectrum>& spectra = channels_->current();
   for (size_t ch = 0; ch < spectra.size(); ++ch) {
-    const Spectrum& good = spectra_[good_][ch];
+    const Spectrum& good = channels_->spectra[channels_->good][ch];
     Spectrum& made = spectra[ch];
     // Long windows follow long and stop windows; a start window is answered by a stop window first; short windows
     // go on as they are.
@@ -177,123 +335,93 @@ void Decoder::conceal() {
   synthesise(spectra);
 }
 
-void Decoder::readReplication() {
-  bool good = true;
-  for (size_t place = 0; place < elements_.size(); ++place)
-    good = elements_[place].read(payloads_[place]) && good;
-  damagedBands_ += !good;
-}
-
-void Decoder::synthesiseReplicated(const std::vector<Spectrum>& spectra) {
-  for (size_t ch = 0; ch < core_.size(); ++ch) {
-    synthesis_.run(ch, spectra[ch], core_[ch].data(), 1);
-    for (float& sample : core_[ch]) sample *= 32768;
+void Decoder::synthesise(const Vector<Spectrum>& spectra) {
+  Channels& to = *channels_;
+  if (!bands_) {
+    for (size_t ch = 0; ch < spectra.size(); ++ch)
+      if (settings_.floatSamples)
+        to.synthesis.run(ch, spectra[ch], to.floats.data() + ch, layout_->channels);
+      else
+        to.synthesis.run(ch, spectra[ch], to.shorts.data() + ch, layout_->channels);
+    return;
   }
-  for (size_t place = 0; place < elements_.size(); ++place) {
-    const Layout::Element& element = layout_.elements[place];
+
+  for (size_t ch = 0; ch < to.core.size(); ++ch) {
+    to.synthesis.run(ch, spectra[ch], to.core[ch].data(), 1);
+    for (float& sample : to.core[ch]) sample *= 32768;
+  }
+  for (size_t place = 0; place < to.elements.size(); ++place) {
+    const Layout::Element& element = layout_->elements[place];
     const auto first = static_cast<size_t>(element.output[0]),
                second = static_cast<size_t>(element.output[1]);
-    elements_[place].run({core_[first].data(), core_[second].data()},
-                         {full_[first].data(), full_[replication_.stereo ? 1 : second].data()});
+    to.elements[place].run({to.core[first].data(), to.core[second].data()},
+                           {to.full[first].data(), to.full[stereo_ ? 1 : second].data()});
   }
-
   std::array<const float*, 8> channels{};
-  for (size_t ch = 0; ch < full_.size(); ++ch) channels[ch] = full_[ch].data();
-  if (!options_.floatSamples) {
-    moxsJoin_32f16s_D2L(channels.data(), format_.channels, sbr::kMaxSamples, shorts_.data());
+  for (size_t ch = 0; ch < to.full.size(); ++ch) channels[ch] = to.full[ch].data();
+  if (!settings_.floatSamples) {
+    moxsJoin_32f16s_D2L(channels.data(), to.format.channels, to.samples, to.shorts.data());
     return;
   }
-  moxsInterleave_32f(channels.data(), format_.channels, sbr::kMaxSamples, floats_.data());
-  for (float& sample : floats_) sample /= 32768;
+  moxsInterleave_32f(channels.data(), to.format.channels, to.samples, to.floats.data());
+  for (float& sample : to.floats) sample /= 32768;
 }
 
-void Decoder::synthesise(const std::vector<Spectrum>& spectra) {
-  if (replication_.bands) {
-    synthesiseReplicated(spectra);
-    return;
-  }
-  for (size_t ch = 0; ch < spectra.size(); ++ch)
-    if (options_.floatSamples)
-      synthesis_.run(ch, spectra[ch], floats_.data() + ch, layout_.channels);
-    else
-      synthesis_.run(ch, spectra[ch], shorts_.data() + ch, layout_.channels);
-}
-
-DecodeStats Decoder::stats() const {
-  DecodeStats stats;
-  stats.frames = blocks_;
-  stats.concealed = concealed_;
-  stats.skippedBytes = stream_->skippedBytes();
-  stats.faults = stream_->faults();
-  const auto counted = [](int64_t count) {
-    return std::to_string(count) + (count == 1 ? " frame" : " frames");
+void Decoder::faults(const FrameCounts* counts, TextLines& lines) const {
+  const auto add = [&](int64_t count, const char* noun, const char* what, const char* front = "") {
+    if (count > 0) lines.push_back({"", front + amount(count, noun) + what});
   };
-  if (damaged_ > 0) stats.faults.push_back(counted(damaged_) + " with damaged audio data");
+  if (counts != nullptr) {
+    add(counts->skipped, "byte", " that belong to no frame skipped");
+    add(counts->lost, "frame", " missing where bytes were skipped", "about ");
+    add(counts->doubtful, "frame", " with a damaged header");
+  }
+  if (crcBelievable()) add(crcWrong_, "block", " with a wrong CRC");
+  if (counts != nullptr) add(counts->truncated, "byte", "", "the last frame is incomplete: ");
+  add(empty_, "frame", " without audio data");
+  add(damaged_, "frame", " with damaged audio data");
   if (concealed_ > 0)
-    stats.faults.push_back(std::to_string(concealed_) + " of " + counted(blocks_) + " concealed");
-  if (damagedBands_ > 0) stats.faults.push_back(counted(damagedBands_) + " with damaged high-band data");
-  if (replicated_ > 0 && !replication_.bands)
-    stats.notices.push_back("spectral band replication in " + counted(replicated_) + " is left out");
-  if (coupling_ > 0) stats.notices.push_back("coupling channels in " + counted(coupling_) + " are left out");
-  return stats;
+    lines.push_back({"", number(concealed_) + " of " + amount(blocks_, "frame") + " concealed"});
+  add(damagedBands_, "frame", " with damaged high-band data");
 }
 
-std::vector<std::pair<std::string, std::string>> Decoder::describe() const {
-  const std::unique_ptr<Stream> stream = Stream::open(tagged_.audio);
-  const Survey survey = takeSurvey(*stream);
-  const Config& config = stream->config();
-  const int32_t rate = format_.rate;
-  const int64_t samples = survey.blocks * blockSamples_ - firstSample_ - padding_;
-  const double seconds = static_cast<double>(samples) / rate;
-  const auto minutes = static_cast<long long>(seconds / 60);
+void Decoder::notices(TextLines& lines) const {
+  if (survey_.sbrBlocks > 0 && !bands_)
+    lines.push_back(
+        {"", "spectral band replication in " + amount(survey_.sbrBlocks, "frame") + " is left out"});
+  if (survey_.couplingBlocks > 0)
+    lines.push_back(
+        {"", "coupling channels in " + amount(survey_.couplingBlocks, "frame") + " are left out"});
+}
+
+void Decoder::describe(const String& duration, double seconds, const FrameCounts*, TextLines& lines) const {
+  if (!channels_) return;
   static constexpr const char* kObjectTypes[] = {"", "Main", "LC", "SSR", "LTP"};
-  char duration[96], bitRate[64];
-  std::snprintf(duration, sizeof duration, "%lld:%06.3f (%lld samples)", minutes,
-                seconds - 60.0 * static_cast<double>(minutes), static_cast<long long>(samples));
-  std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
-                seconds > 0 ? static_cast<double>(stream->audioBytes()) * 8 / 1000 / seconds : 0.0);
-
-  const std::string coder = std::string("AAC ") + kObjectTypes[config.objectType];
-  const std::string kind = replication_.stereo  ? "HE-AAC v2 (" + coder + ", SBR, parametric stereo)"
-                           : replication_.bands ? "HE-AAC (" + coder + ", SBR)"
-                                                : coder;
-  const std::string coreRate =
-      replication_.bands ? ", of the core " + std::to_string(kRates[config.rateIndex]) + " Hz" : "";
-  const std::string channels = replication_.stereo ? "2 (L R), of one coded"
-                               : layout_.channels == 1
-                                   ? "1 (mono)"
-                                   : std::to_string(layout_.channels) + " (" + layout_.speakers() + ")";
-  std::vector<std::pair<std::string, std::string>> lines = {
-      {"format", kind + " in " + stream->container()},
-      {"sample rate", std::to_string(rate) + " Hz" + coreRate},
-      {"channels", channels},
-      {"bit rate", bitRate},
-      {"duration", duration},
-      {"frames", std::to_string(survey.blocks) + " of " + std::to_string(blockSamples_) + " samples"},
+  const auto add = [&](const char* name, const String& text) {
+    if (!text.empty()) lines.push_back({name, text});
   };
-  if (const std::string tools = survey.tools(); !tools.empty()) lines.emplace_back("tools", tools);
-  if (survey.sbrBlocks > 0)
-    lines.emplace_back("SBR", "in " + std::to_string(survey.sbrBlocks) + " frames" +
-                                  (replication_.bands ? "" : ", left out"));
-  if (survey.couplingBlocks > 0)
-    lines.emplace_back(
-        "note", "coupling channels in " + std::to_string(survey.couplingBlocks) + " frames are left out");
-  if (survey.damaged > 0)
-    lines.emplace_back("note", std::to_string(survey.damaged) + " frames cannot be parsed");
-  if (const int64_t delay = stream->delay(rate), padding = stream->padding(rate); delay + padding > 0)
-    lines.emplace_back("delay, padding", std::to_string(delay) + ", " + std::to_string(padding) + " samples");
-  for (const std::string& note : stream->notes()) lines.emplace_back("note", note);
-  for (const std::string& tag : tagged_.kinds) lines.emplace_back("tag", tag);
-  for (const auto& [field, value] : tagged_.fields) lines.emplace_back(field, value);
-  return lines;
-}
-
-}  // namespace
-
-std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options) {
-  std::unique_ptr<Stream> stream = Stream::open(tagged.audio);
-  if (stream == nullptr) return nullptr;
-  return std::make_unique<Decoder>(tagged, options, std::move(stream));
+  const AudioFormat& format = channels_->format;
+  const String coder = String("AAC ") + kObjectTypes[config_.objectType];
+  const String kind = stereo_  ? "HE-AAC v2 (" + coder + ", SBR, parametric stereo)"
+                      : bands_ ? "HE-AAC (" + coder + ", SBR)"
+                               : coder;
+  add("format", kind + " in " + container_);
+  add("sample rate", number(format.rate) + " Hz" +
+                         (bands_ ? ", of the core " + number(kRates[config_.rateIndex]) + " Hz" : String()));
+  const std::string speakers = layout_->speakers();
+  add("channels", stereo_                  ? String("2 (L R), of one coded")
+                  : layout_->channels == 1 ? String("1 (mono)")
+                                           : number(layout_->channels) + " (" + speakers.c_str() + ")");
+  char bitRate[64];
+  std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
+                seconds > 0 ? static_cast<double>(audioBytes_) * 8 / 1000 / seconds : 0.0);
+  add("bit rate", bitRate);
+  add("duration", duration);
+  add("frames", number(blocks_) + " of " + number(channels_->samples) + " samples");
+  add("tools", survey_.tools());
+  if (survey_.sbrBlocks > 0)
+    add("SBR", "in " + amount(survey_.sbrBlocks, "frame") + (bands_ ? "" : ", left out"));
+  if (crcWrong_ > 0 && !crcBelievable()) add("note", "most CRCs are wrong, none is believed");
 }
 
 }  // namespace moxc::aac

@@ -57,7 +57,7 @@ Tools::Tools(const Config& config, int32_t channels) : config_(config) {
 
 // ISO/IEC 14496-3, 4.5.2.1 gives the order of the tools.
 bool Tools::run(Element& element, const std::array<int32_t, 2>& places, Synthesis& synthesis,
-                std::vector<Spectrum>& spectra) {
+                Vector<Spectrum>& spectra) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     Channel& channel = element.channel[ch];
     if (config_.objectType == kAotMain) dequantiseExactly(channel, exactLines_[ch]);

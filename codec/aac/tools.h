@@ -6,6 +6,7 @@
 
 #include "codec/aac/block.h"
 #include "codec/aac/synthesis.h"
+#include "codec/io/memory.h"
 
 namespace moxc::aac {
 
@@ -16,7 +17,7 @@ class Tools {
   // Takes a coded element to the spectra of its channels, which are channel[0] and, of a pair, channel[1] of the
   // stream. The element is used up. False when its data break a limit of the format.
   bool run(Element& element, const std::array<int32_t, 2>& channel, Synthesis& synthesis,
-           std::vector<Spectrum>& spectra);
+           Vector<Spectrum>& spectra);
 
  private:
   struct PredictorFree {

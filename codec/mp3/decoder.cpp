@@ -1,12 +1,8 @@
 #include "codec/mp3/decoder.h"
 
 #include <cstdio>
-#include <map>
 
-#include "codec/mp3/scanner.h"
-#include "codec/mp3/spectrum.h"
-#include "codec/mp3/survey.h"
-#include "codec/mp3/synthesis.h"
+#include "codec/io/text.h"
 
 namespace moxc::mp3 {
 namespace {
@@ -16,122 +12,100 @@ constexpr int64_t kDecoderDelay = 529;
 // A damaged granule repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
 constexpr int32_t kMaxRepeats = 6;
 
-class Decoder : public AudioDecoder {
- public:
-  Decoder(const TaggedAudio& tagged, const DecodeOptions& options, Survey survey)
-      : tagged_(tagged),
-        options_(options),
-        survey_(std::move(survey)),
-        scanner_(tagged.audio),
-        reader_(survey_.crcBelievable()),
-        synthesis_(survey_.first.channels) {
-    chooseTrim();
-    if (survey_.vbrHeader) scanner_.next(frame_);  // holds no audio
-    const int32_t values = survey_.first.samples() * survey_.first.channels;
-    if (options_.floatSamples)
-      floats_.resize(static_cast<size_t>(values));
-    else
-      shorts_.resize(static_cast<size_t>(values));
-  }
+}  // namespace
 
-  AudioFormat format() const override { return {survey_.first.rate, survey_.first.channels, 0}; }
-  int64_t expectedSamples() const override { return lastSample_ - firstSample_; }
-  double progress() const override {
-    return static_cast<double>(scanner_.position()) / static_cast<double>(tagged_.audio.size());
-  }
-
-  bool decodeBlock(PcmView& block) override;
-  DecodeStats stats() const override;
-  std::vector<std::pair<std::string, std::string>> describe() const override;
-
- private:
-  void chooseTrim();
-  void decodeFrame();
-  void concealFrame();
-  void decodeGranule(int32_t granule, Fault fault);
-  void conceal(Spectrum& spectrum) const;
-  bool trim(PcmView& block);
-  std::string duration() const;
-  std::string bitRate() const;
-
-  TaggedAudio tagged_;
-  DecodeOptions options_;
-  Survey survey_;
-  Scanner scanner_;
-  SpectrumReader reader_;
-  Synthesis synthesis_;
-
-  Frame frame_;
-  int32_t lostFrames_ = 0;  // still to be made up for, before frame_
-  bool framePending_ = false;
-  // The granule being decoded and the last good one take turns.
-  std::array<Spectrum, 2> spectra_;
-  size_t good_ = 0;
-  int32_t repeats_ = kMaxRepeats;  // there is nothing to repeat yet
-
-  std::vector<int16_t> shorts_;
-  std::vector<float> floats_;
-  int64_t position_ = 0;                      // samples decoded so far, per channel
-  int64_t firstSample_ = 0, lastSample_ = 0;  // what is delivered of them
-
-  int64_t frames_ = 0, concealed_ = 0;
-  std::map<Fault, int64_t> damage_;  // frames by what was wrong first
-};
-
-// Encoders tell how much they put in front and behind. The end is cut only when the stream is as long as the
-// encoder said: of a cut file it is missing already.
-void Decoder::chooseTrim() {
-  lastSample_ = survey_.frames * survey_.first.samples();
-  if (options_.raw || !survey_.vbrHeader || !survey_.vbrHeader->hasDelay) return;
-  const VbrHeader& header = *survey_.vbrHeader;
-  const int64_t front = header.delay + kDecoderDelay;
-  const bool tooLong = header.frames && *header.frames < survey_.frames;
-  const bool complete = !tooLong && survey_.missingFrames() == 0;
-  const int64_t back = complete ? std::max<int64_t>(0, header.padding - kDecoderDelay) : 0;
-  if (front + back > lastSample_) return;
-  firstSample_ = front;
-  lastSample_ -= back;
+void Decoder::open(const Packet& packet) {
+  frame_.bytes = packet.bytes;
+  pending_ = began_ = false;
+  const std::optional<Header> header = parseHeader(packet.bytes);
+  if (!header) return;
+  frame_.header = *header;
+  if (!known_ || !header->sameStream(first_)) beginStream(*header);
+  if (packet.afterGap) reader_.interrupt();
+  if (openInfoFrame()) return;
+  pending_ = true;
+  note();
 }
 
-bool Decoder::decodeBlock(PcmView& block) {
-  do {
-    if (!framePending_) {
-      if (!scanner_.next(frame_)) return false;
-      framePending_ = true;
-      lostFrames_ = frame_.lostBefore;
-      if (frame_.afterGap) reader_.interrupt();
-    }
-    if (lostFrames_ > 0) {
-      --lostFrames_;
-      concealFrame();
-    } else {
-      framePending_ = false;
-      decodeFrame();
-    }
-    ++frames_;
-  } while (!trim(block));
+void Decoder::beginStream(const Header& header) {
+  const bool channelsChange = !known_ || header.channels != first_.channels;
+  missing_ += missingFrames(true);
+  known_ = began_ = true;
+  first_ = header;
+  vbrHeader_.reset();
+  gapless_ = {};
+  partFrames_ = 0;
+  if (channelsChange) synthesis_.emplace(header.channels, settings_.floatSamples);
+  reset();
+}
+
+// Such a frame holds no audio, but begins a stream.
+bool Decoder::openInfoFrame() {
+  std::optional<VbrHeader> info = readVbrHeader(frame_);
+  if (!info) return false;
+  beginStream(frame_.header);
+  if (info->frames) gapless_.frames = *info->frames;
+  if (info->hasDelay) {
+    gapless_.front = info->delay + kDecoderDelay;
+    gapless_.back = std::max<int64_t>(0, info->padding - kDecoderDelay);
+  }
+  vbrHeader_ = std::move(info);
   return true;
 }
 
-void Decoder::decodeFrame() {
-  Fault fault = reader_.open(frame_);
+void Decoder::reset() {
+  reader_.interrupt();
+  if (synthesis_) synthesis_->reset();
+  spectra_.fill({});
+  repeats_ = kMaxRepeats;  // there is nothing to repeat yet
+}
+
+void Decoder::note() {
+  const Header& header = frame_.header;
+  ++coded_;
+  audioBytes_ += static_cast<int64_t>(frame_.bytes.size());
+  seconds_ += static_cast<double>(header.samples()) / header.rate;
+  usesMs_ |= (header.fields.modeExt & 2) != 0;
+  usesIntensity_ |= (header.fields.modeExt & 1) != 0;
+  if (header.hasCrc()) ++(crcMatches(frame_) ? crcRight_ : crcWrong_);
+  lowestRate_ = lowestRate_ == 0 ? header.bitRate : std::min(lowestRate_, header.bitRate);
+  highestRate_ = std::max(highestRate_, header.bitRate);
+}
+
+PcmFrame Decoder::frame() const {
+  PcmFrame frame{{first_.rate, first_.channels, 0}, first_.samples(), {}, {}};
+  const auto values = static_cast<size_t>(first_.samples() * first_.channels);
+  if (settings_.synthesise && settings_.floatSamples) frame.f32 = std::span(floats_).first(values);
+  if (settings_.synthesise && !settings_.floatSamples) frame.s16 = std::span(shorts_).first(values);
+  return frame;
+}
+
+bool Decoder::next(PcmFrame& frame) {
+  if (!std::exchange(pending_, false)) return false;
+  ++frames_;
+  ++partFrames_;
+  frame = this->frame();
+  const Fault fault = reader_.open(frame_, crcBelievable());
   Fault firstFault = fault;
-  for (int32_t granule = 0; granule < survey_.first.granules(); ++granule) {
-    Spectrum& spectrum = spectra_[1 - good_];
-    const Fault granuleFault = fault != Fault::none ? fault : reader_.read(granule, spectrum);
+  for (int32_t granule = 0; settings_.synthesise && granule < first_.granules(); ++granule) {
+    const Fault granuleFault = fault != Fault::none ? fault : reader_.read(granule, spectra_[1 - good_]);
     if (firstFault == Fault::none) firstFault = granuleFault;
     decodeGranule(granule, granuleFault);
   }
-  if (firstFault != Fault::none) {
-    ++concealed_;
-    ++damage_[firstFault];
-  }
+  concealed_ += firstFault != Fault::none;
+  ++damage_[static_cast<size_t>(firstFault)];
+  return true;
 }
 
-void Decoder::concealFrame() {
+bool Decoder::conceal(PcmFrame& frame) {
+  if (!known_) return false;
+  ++frames_;
+  ++partFrames_;
   ++concealed_;
-  for (int32_t granule = 0; granule < survey_.first.granules(); ++granule)
+  frame = this->frame();
+  for (int32_t granule = 0; settings_.synthesise && granule < first_.granules(); ++granule)
     decodeGranule(granule, Fault::missingData);
+  return true;
 }
 
 void Decoder::decodeGranule(int32_t granule, Fault fault) {
@@ -141,17 +115,17 @@ void Decoder::decodeGranule(int32_t granule, Fault fault) {
     repeats_ = 0;
   } else {
     repeats_ = std::min(repeats_ + 1, kMaxRepeats);
-    conceal(spectrum);
+    repeatLast(spectrum);
   }
-  const int32_t at = granule * kLines * survey_.first.channels;
-  if (options_.floatSamples)
-    synthesis_.run(spectrum, floats_.data() + at);
+  const auto at = static_cast<size_t>(granule * kLines * first_.channels);
+  if (settings_.floatSamples)
+    synthesis_->run(spectrum, floats_.data() + at);
   else
-    synthesis_.run(spectrum, shorts_.data() + at);
+    synthesis_->run(spectrum, shorts_.data() + at);
 }
 
 // The filter banks go on over the joint, so that repetition and silence fade into their neighbours.
-void Decoder::conceal(Spectrum& spectrum) const {
+void Decoder::repeatLast(Spectrum& spectrum) const {
   spectrum = repeats_ < kMaxRepeats ? spectra_[good_] : Spectrum{};
   for (int32_t& line : spectrum.lines) line /= 1 << repeats_;
   // Block types follow one another by rule, or windows meet that do not fit: long blocks follow long and stop
@@ -160,104 +134,81 @@ void Decoder::conceal(Spectrum& spectrum) const {
     if (type != 2) type = type == 1 && repeats_ == 1 ? 3 : 0;
 }
 
-// The part of the frame just decoded that lies between delay and padding; false when there is none.
-bool Decoder::trim(PcmView& block) {
-  const int64_t samples = survey_.first.samples();
-  const int64_t from = std::clamp<int64_t>(firstSample_ - position_, 0, samples);
-  const int64_t to = std::clamp<int64_t>(lastSample_ - position_, 0, samples);
-  position_ += samples;
-  if (from >= to) return false;
-  block = PcmView{shorts_, floats_}.part(from, to, survey_.first.channels);
-  return true;
+// Some encoders count the header frame too.
+int64_t Decoder::missingFrames(bool complete) const {
+  if (gapless_.frames < 0) return 0;
+  const int64_t fewer = gapless_.frames - partFrames_;
+  return fewer == 1 && complete ? 0 : std::max<int64_t>(fewer, 0);
 }
 
-DecodeStats Decoder::stats() const {
-  DecodeStats stats;
-  stats.frames = frames_;
-  stats.concealed = concealed_;
-  stats.skippedBytes = survey_.skippedBytes;
-  stats.faults = survey_.faults();
-  const auto report = [&](Fault fault, const char* what) {
-    if (const auto it = damage_.find(fault); it != damage_.end())
-      stats.faults.push_back(std::to_string(it->second) + (it->second == 1 ? " frame" : " frames") + what);
+double Decoder::averageRate() const {
+  return seconds_ > 0 ? static_cast<double>(audioBytes_) * 8 / 1000 / seconds_ : 0;
+}
+
+void Decoder::faults(const FrameCounts* counts, TextLines& lines) const {
+  const auto add = [&](int64_t count, const char* noun, const char* what) {
+    if (count > 0) lines.push_back({"", amount(count, noun) + what});
   };
-  report(Fault::sideInfo, " with damaged side information");
-  report(Fault::missingData, " whose data begin in frames that are missing");
-  report(Fault::mainData, " with damaged audio data");
+  if (counts != nullptr) {
+    add(counts->skipped, "byte", " that belong to no frame skipped");
+    add(counts->lost, "frame", " missing where bytes were skipped");
+    add(counts->doubtful, "frame", " with a damaged header");
+  }
+  if (crcBelievable()) add(crcWrong_, "frame", " with a wrong CRC");
+  if (counts != nullptr && counts->ended) {
+    add(missing_ + missingFrames(counts->truncated == 0), "frame", " fewer than the encoder counted");
+    if (counts->truncated > 0)
+      lines.push_back({"", "the last frame is incomplete: " + amount(counts->truncated, "byte")});
+  }
+  const auto damaged = [&](Fault fault, const char* what) {
+    add(damage_[static_cast<size_t>(fault)], "frame", what);
+  };
+  damaged(Fault::sideInfo, " with damaged side information");
+  damaged(Fault::missingData, " whose data begin in frames that are missing");
+  damaged(Fault::mainData, " with damaged audio data");
   if (concealed_ > 0)
-    stats.faults.push_back(std::to_string(concealed_) + " of " + std::to_string(frames_) +
-                           " frames concealed");
-  return stats;
+    lines.push_back({"", number(concealed_) + " of " + amount(frames_, "frame") + " concealed"});
 }
 
-std::string Decoder::duration() const {
-  const int64_t samples = lastSample_ - firstSample_;
-  const double seconds = static_cast<double>(samples) / survey_.first.rate;
-  const auto minutes = static_cast<long long>(seconds / 60);
+String Decoder::bitRateText() const {
   char text[96];
-  std::snprintf(text, sizeof text, "%lld:%06.3f (%lld samples)", minutes,
-                seconds - 60.0 * static_cast<double>(minutes), static_cast<long long>(samples));
-  return text;
-}
-
-std::string Decoder::bitRate() const {
-  char text[96];
-  if (survey_.first.bitRate == 0)
-    std::snprintf(text, sizeof text, "free format, %.0f kbit/s", survey_.averageRate());
-  else if (survey_.lowestRate == survey_.highestRate)
-    std::snprintf(text, sizeof text, "%d kbit/s constant", survey_.lowestRate);
+  if (first_.bitRate == 0)
+    std::snprintf(text, sizeof text, "free format, %.0f kbit/s", averageRate());
+  else if (lowestRate_ == highestRate_)
+    std::snprintf(text, sizeof text, "%d kbit/s constant", lowestRate_);
   else
-    std::snprintf(text, sizeof text, "%d to %d kbit/s variable, %.1f on average", survey_.lowestRate,
-                  survey_.highestRate, survey_.averageRate());
+    std::snprintf(text, sizeof text, "%d to %d kbit/s variable, %.1f on average", lowestRate_, highestRate_,
+                  averageRate());
   return text;
 }
 
-std::vector<std::pair<std::string, std::string>> Decoder::describe() const {
-  const Header& first = survey_.first;
+void Decoder::describe(const String& duration, double, const FrameCounts*, TextLines& lines) const {
   static constexpr const char* kModes[] = {"stereo", "joint stereo", "dual channel", "mono"};
   static constexpr const char* kEmphasis[] = {"", "50/15 microseconds", "reserved", "CCITT J.17"};
-  std::string mode = kModes[first.fields.mode];
-  if (survey_.usesMs) mode += ", mid/side";
-  if (survey_.usesIntensity) mode += ", intensity";
+  String mode = kModes[first_.fields.mode];
+  if (usesMs_) mode += ", mid/side";
+  if (usesIntensity_) mode += ", intensity";
 
-  std::vector<std::pair<std::string, std::string>> lines = {
-      {"format", std::string(versionName(first.version)) + " Layer III"},
-      {"sample rate", std::to_string(first.rate) + " Hz"},
-      {"channels", std::to_string(first.channels) + " (" + mode + ")"},
-      {"bit rate", bitRate()},
-      {"duration", duration()},
-      {"frames", std::to_string(survey_.frames) + " of " + std::to_string(first.samples()) + " samples"},
+  const auto add = [&](const char* name, const String& text) {
+    if (!text.empty()) lines.push_back({name, text});
   };
-  const auto add = [&](const char* key, const std::string& value) {
-    if (!value.empty()) lines.emplace_back(key, value);
-  };
-  if (survey_.crcFrames > 0)
-    add("CRC", survey_.crcBelievable() ? "in " + std::to_string(survey_.crcFrames) + " frames"
-                                       : "wrong in most frames, not believed");
-  add("emphasis", kEmphasis[first.fields.emphasis]);
-  if (survey_.vbrHeader) {
-    const VbrHeader& header = *survey_.vbrHeader;
-    add("header frame", header.kind);
-    add("encoder", header.encoder);
-    if (header.hasDelay)
-      add("delay, padding",
-          std::to_string(header.delay) + ", " + std::to_string(header.padding) + " samples");
-    if (header.frames && *header.frames < survey_.frames)
-      add("note", "the encoder counted " + std::to_string(*header.frames) + " frames");
-  }
-  if (survey_.bytesBefore > 0)
-    add("note", std::to_string(survey_.bytesBefore) + " bytes before the first frame");
-  for (const std::string& kind : tagged_.kinds) add("tag", kind);
-  for (const auto& [field, value] : tagged_.fields) add(field.c_str(), value);
-  return lines;
-}
-
-}  // namespace
-
-std::unique_ptr<AudioDecoder> openDecoder(const TaggedAudio& tagged, const DecodeOptions& options) {
-  std::optional<Survey> survey = takeSurvey(tagged.audio);
-  if (!survey || survey->frames == 0) return nullptr;
-  return std::make_unique<Decoder>(tagged, options, std::move(*survey));
+  add("format", String(versionName(first_.version)) + " Layer III");
+  add("sample rate", number(first_.rate) + " Hz");
+  add("channels", number(first_.channels) + " (" + mode + ")");
+  add("bit rate", bitRateText());
+  add("duration", duration);
+  add("frames", number(frames_) + " of " + number(first_.samples()) + " samples");
+  if (crcRight_ + crcWrong_ > 0)
+    add("CRC", crcBelievable() ? String("in ") + amount(crcRight_ + crcWrong_, "frame")
+                               : "wrong in most frames, not believed");
+  add("emphasis", kEmphasis[first_.fields.emphasis]);
+  if (!vbrHeader_) return;
+  add("header frame", vbrHeader_->kind);
+  add("encoder", vbrHeader_->encoder);
+  if (vbrHeader_->hasDelay)
+    add("delay, padding", number(vbrHeader_->delay) + ", " + number(vbrHeader_->padding) + " samples");
+  if (gapless_.frames >= 0 && gapless_.frames < partFrames_)
+    add("note", "the encoder counted " + amount(gapless_.frames, "frame"));
 }
 
 }  // namespace moxc::mp3

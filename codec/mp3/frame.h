@@ -1,4 +1,4 @@
-// One MPEG audio Layer III frame: where it lies and what its header says.
+// One MPEG audio Layer III frame and what its header says.
 #pragma once
 
 #include <cstdint>
@@ -41,12 +41,7 @@ struct Header {
 
 struct Frame {
   Header header;
-  size_t position = 0;
   Bytes bytes;  // from the header to the frame's end
-  // Bytes in front of this frame were no frame: main data held from earlier frames do not join on.
-  bool afterGap = false;
-  int32_t lostBefore = 0;       // frames that must have stood in that gap, judging by its length
-  bool lengthDoubtful = false;  // another frame begins before this one's end: some header bit is wrong
 };
 
 // Reads the header at the start of the bytes. Nothing where there is no Layer III header: no sync bits,

@@ -4,8 +4,8 @@ namespace moxc::mp3 {
 namespace {
 
 // What encoders leave in the name field when they have nothing to say is not printed.
-std::string printable(Bytes bytes) {
-  std::string text;
+String printable(Bytes bytes) {
+  String text;
   for (const uint8_t byte : bytes) {
     if (byte < 0x20 || byte > 0x7E) break;
     text += static_cast<char>(byte);
@@ -18,7 +18,7 @@ std::string printable(Bytes bytes) {
 VbrHeader readXing(Bytes at) {
   constexpr uint32_t kFrames = 1, kBytes = 2, kSeekTable = 4, kQuality = 8;
   VbrHeader header;
-  header.kind = asText(slice(at, 0, 4));
+  header.kind = startsWith(at, "Xing") ? "Xing" : "Info";
   const uint32_t flags = bigEndian(at, 4, 4);
   size_t next = 8;
   if ((flags & kFrames) != 0) {

@@ -3,15 +3,15 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
+#include "codec/io/memory.h"
 #include "codec/mp3/frame.h"
 
 namespace moxc::mp3 {
 
 struct VbrHeader {
-  std::string kind;     // "Xing" (variable bit rate), "Info" (constant) or "VBRI"
-  std::string encoder;  // as the encoder wrote it, for example "LAME3.100"; may be empty
+  String kind;     // "Xing" (variable bit rate), "Info" (constant) or "VBRI"
+  String encoder;  // as the encoder wrote it, for example "LAME3.100"; may be empty
   std::optional<uint32_t> frames, bytes;
   // Samples that the encoder put in front and behind; only where it says so.
   bool hasDelay = false;

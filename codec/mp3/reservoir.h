@@ -3,9 +3,9 @@
 #pragma once
 
 #include <optional>
-#include <vector>
 
 #include "codec/io/bytes.h"
+#include "codec/io/memory.h"
 
 namespace moxc::mp3 {
 
@@ -28,7 +28,7 @@ class BitReservoir {
  private:
   static constexpr size_t kMaxBegin = 511;
 
-  std::vector<uint8_t> buffer_;  // the last kMaxBegin bytes at most, then the frame's own, then zeros
+  Vector<uint8_t> buffer_;  // the last kMaxBegin bytes at most, then the frame's own, then zeros
   size_t held_ = 0;
 };
 

@@ -7,14 +7,14 @@
 
 namespace moxc::mp3 {
 
-Fault SpectrumReader::open(const Frame& frame) {
+Fault SpectrumReader::open(const Frame& frame, bool believeCrc) {
   header_ = frame.header;
   firstGranuleFailed_ = false;
   mainData_ = {};
   // Main data follow the side information; a frame cut short by the next one may not even hold that.
   const Bytes own = slice(frame.bytes, header_.mainDataAt());
   const bool whole = frame.bytes.size() >= header_.mainDataAt();
-  if (!whole || (believeCrc_ && header_.hasCrc() && !crcMatches(frame))) {
+  if (!whole || (believeCrc && header_.hasCrc() && !crcMatches(frame))) {
     reservoir_.assemble(own, 0);  // later frames may begin in these bytes
     return whole ? Fault::crc : Fault::sideInfo;
   }

@@ -32,10 +32,8 @@ enum class Fault {
 
 class SpectrumReader {
  public:
-  explicit SpectrumReader(bool believeCrc) : believeCrc_(believeCrc) {}
-
   // Reads the side information and gathers the main data. After a fault no granule can be read.
-  Fault open(const Frame& frame);
+  Fault open(const Frame& frame, bool believeCrc);
   // Reads a granule of the frame opened last, both channels; granule 0 first.
   Fault read(int32_t granule, Spectrum& spectrum);
   // The stream was interrupted: bits kept from earlier frames do not join on.
@@ -47,7 +45,6 @@ class SpectrumReader {
                           const MoxMp3SideInfo& side, int32_t bits) const;
   moxStatus requantise(const MoxMp3SideInfo* side, Spectrum& spectrum);
 
-  bool believeCrc_;
   BitReservoir reservoir_;
   Header header_;
   Bytes mainData_;

@@ -7,11 +7,20 @@ constexpr int32_t kSlots = 18, kBands = 32;
 
 }  // namespace
 
-Synthesis::Synthesis(int32_t channels) : channels_(static_cast<size_t>(channels)) {
+Synthesis::Synthesis(int32_t channels, bool floatSamples) : channels_(static_cast<size_t>(channels)) {
   int32_t bytes = 0;
   moxsSynthesisFilterGetSize_PQMF_MP3_32f(&bytes);
+  if (floatSamples)
+    for (Channel& channel : channels_) channel.memory.resize(static_cast<size_t>(bytes));
+  reset();
+}
+
+void Synthesis::reset() {
   for (Channel& channel : channels_) {
-    channel.memory.resize(static_cast<size_t>(bytes));
+    channel.overlap.fill(0);
+    channel.bank.fill(0);
+    channel.previousImdcts = channel.bankPosition = 0;
+    if (channel.memory.empty()) continue;
     channel.floatBank = reinterpret_cast<MoxMp3SynthesisState*>(channel.memory.data());
     moxsSynthesisFilterInit_PQMF_MP3_32f(channel.floatBank);
   }

@@ -118,6 +118,7 @@ void Element::Channel::assemble(int32_t from, int32_t to, const HighRow* highRow
 Element::Element(int32_t channels, int32_t fullRate, bool stereo, int32_t coreSamples, bool downSampled)
     : parser_(fullRate, coreSamples / 64),
       slots_(coreSamples / 32),
+      downSampled_(downSampled),
       stereo_(stereo ? std::make_unique<Stereo>(slots_, downSampled) : nullptr) {
   for (int32_t ch = 0; ch < channels; ++ch) channels_.push_back(std::make_unique<Channel>(downSampled));
 }
@@ -137,6 +138,11 @@ bool Element::read(Bytes payload) {
   active_ = found == Read::good;
   held_ = 0;
   return !active_ || !stereo_ || !frame_.stereo || stereo_->tool.read(*frame_.stereo);
+}
+
+bool Element::makeStereo() {
+  stereo_ = std::make_unique<Stereo>(slots_, downSampled_);
+  return !hasStereoData() || stereo_->tool.read(*frame_.stereo);
 }
 
 // The last envelope and noise floor for all of the frame.

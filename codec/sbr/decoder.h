@@ -29,6 +29,10 @@ class Element {
   // Says what the next frame's high band is. The payload is a fill element's data; an empty one, or one before the
   // first header, leaves the frame without a high band. False when it is damaged, which goes on as hold() does.
   bool read(Bytes payload);
+  // Whether what was read last holds parametric stereo, of which nothing is made without makeStereo().
+  bool hasStereoData() const { return active_ && frame_.stereo.has_value(); }
+  bool makeStereo();  // from this frame on two channels; false when its data are damaged
+
   // Nothing is known of the frame: the last high band stands, softer by 6 dB each time, and soon falls silent.
   void hold();
 
@@ -41,6 +45,7 @@ class Element {
 
   Parser parser_;
   int32_t slots_;  // of a frame
+  bool downSampled_;
   Frame frame_, next_;
   bool active_ = false;  // the frame has a high band
   int32_t held_ = 0;     // frames since the last good one

@@ -32,14 +32,6 @@ struct AdtsHeader {
   }
 };
 
-struct AdtsFrame {
-  AdtsHeader header;
-  size_t position = 0;
-  Bytes bytes;                  // from the header to the frame's end
-  int32_t lostBefore = 0;       // frames that probably stood in the gap before this one
-  bool lengthDoubtful = false;  // another frame begins before this one's end
-};
-
 // Reads the header at the start of the bytes. Nothing where there is none: no sync bits, another layer, a rate
 // that is reserved or not the library's, or a length shorter than the header.
 std::optional<AdtsHeader> parseAdtsHeader(Bytes bytes);

@@ -23,6 +23,7 @@ enum class DemuxEvent {
 // What the packets of a track hold.
 enum class PacketContent {
   aacBlock,        // one raw data block; TrackConfig::specificConfig says how to read it
+  adtsFrame,       // one ADTS frame with its header
   mpegAudioFrame,  // one frame of MPEG audio with its header
   adtsBytes,       // a piece, cut anywhere, of a stream of ADTS frames,
   latmBytes,       // of LOAS frames,
@@ -48,6 +49,7 @@ struct Packet {
   int64_t position =
       0;                // of the first byte in the input; within a transport stream, of the packet it came in
   int64_t number = -1;  // in the track, from 0; -1 where the container does not count
+  bool afterGap = false;  // what came before it does not join on: something is missing in between
 };
 
 // A value of `tags()`: title, artist, album, albumartist, year, genre, composer, comment, encoder, lyrics, track, disc,

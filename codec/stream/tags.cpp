@@ -2,11 +2,12 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace moxc {
 namespace {
 
-void addUtf8(std::string& text, uint32_t code) {
+void addUtf8(String& text, uint32_t code) {
   if (code < 0x80) {
     text += static_cast<char>(code);
   } else if (code < 0x800) {
@@ -24,8 +25,8 @@ void addUtf8(std::string& text, uint32_t code) {
   }
 }
 
-std::string fromLatin1(Bytes bytes) {
-  std::string text;
+String fromLatin1(Bytes bytes) {
+  String text;
   for (const uint8_t byte : bytes) {
     if (byte == 0) break;
     addUtf8(text, byte);
@@ -33,8 +34,8 @@ std::string fromLatin1(Bytes bytes) {
   return text;
 }
 
-std::string fromUtf16(Bytes bytes, bool bigEndianOrder) {
-  std::string text;
+String fromUtf16(Bytes bytes, bool bigEndianOrder) {
+  String text;
   uint32_t high = 0;  // a surrogate that waits for its partner
   for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
     const uint32_t unit =
@@ -55,7 +56,7 @@ std::string fromUtf16(Bytes bytes, bool bigEndianOrder) {
 }
 
 // The text of an ID3v2 frame: an encoding byte, then the text up to a terminator.
-std::string id3Text(Bytes frame) {
+String id3Text(Bytes frame) {
   if (frame.empty()) return {};
   const Bytes text = slice(frame, 1);
   switch (frame[0]) {
@@ -66,37 +67,10 @@ std::string id3Text(Bytes frame) {
     case 2:
       return fromUtf16(text, true);
     default: {
-      const std::string all = asText(text);
+      const String all(text.begin(), text.end());
       return all.substr(0, all.find('\0'));
     }
   }
-}
-
-// Keeps the first non-empty value of a field, without trailing blanks and without control characters, which a
-// terminal might obey.
-void keep(TaggedAudio& result, const std::string& field, std::string value) {
-  for (char& c : value)
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-  for (size_t at = value.find('\xC2'); at != std::string::npos; at = value.find('\xC2', at + 1))
-    if (at + 1 < value.size() && static_cast<unsigned char>(value[at + 1]) < 0xA0) value.replace(at, 2, "  ");
-  value.erase(value.find_last_not_of(' ') + 1);
-  if (!value.empty()) result.fields.emplace(field, value);
-}
-
-// Sizes of ID3v2 are "syncsafe": seven bits a byte.
-size_t syncsafe(Bytes bytes, size_t at) {
-  const uint32_t v = bigEndian(bytes, at, 4);
-  return ((v >> 3) & 0xFE00000u) | ((v >> 2) & 0x1FC000u) | ((v >> 1) & 0x3F80u) | (v & 0x7Fu);
-}
-
-std::vector<uint8_t> withoutUnsynchronisation(Bytes bytes) {
-  std::vector<uint8_t> plain;
-  plain.reserve(bytes.size());
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    plain.push_back(bytes[i]);
-    if (bytes[i] == 0xFF && i + 1 < bytes.size() && bytes[i + 1] == 0) ++i;
-  }
-  return plain;
 }
 
 struct FieldName {
@@ -106,165 +80,271 @@ struct FieldName {
   const char* field;
 };
 constexpr FieldName kFieldNames[] = {
-    {"TT2", "TIT2", "TITLE", "title"}, {"TP1", "TPE1", "ARTIST", "artist"}, {"TAL", "TALB", "ALBUM", "album"},
-    {"TYE", "TYER", "YEAR", "year"},   {"---", "TDRC", "DATE", "year"},     {"TRK", "TRCK", "TRACK", "track"},
-    {"TCO", "TCON", "GENRE", "genre"},
+    {"TT2", "TIT2", "TITLE", "title"},     {"TP1", "TPE1", "ARTIST", "artist"},
+    {"TAL", "TALB", "ALBUM", "album"},     {"TP2", "TPE2", "ALBUM ARTIST", "albumartist"},
+    {"TYE", "TYER", "YEAR", "year"},       {"---", "TDRC", "DATE", "year"},
+    {"TRK", "TRCK", "TRACK", "track"},     {"TPA", "TPOS", "DISC", "disc"},
+    {"TCO", "TCON", "GENRE", "genre"},     {"TCM", "TCOM", "COMPOSER", "composer"},
+    {"TBP", "TBPM", "BPM", "tempo"},       {"TCR", "TCOP", "COPYRIGHT", "copyright"},
+    {"TSS", "TSSE", "ENCODER", "encoder"},
 };
+const char* fieldOf(std::string_view name, const char* FieldName::*column) {
+  for (const FieldName& known : kFieldNames)
+    if (name == known.*column) return known.field;
+  return nullptr;
+}
+
+std::string_view viewOf(Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
+// Sizes of ID3v2 are "syncsafe": seven bits a byte.
+size_t syncsafe(Bytes bytes, size_t at) {
+  const uint32_t v = bigEndian(bytes, at, 4);
+  return ((v >> 3) & 0xFE00000u) | ((v >> 2) & 0x1FC000u) | ((v >> 1) & 0x3F80u) | (v & 0x7Fu);
+}
+
+// Takes out the zero behind every 0xFF; in place.
+size_t withoutUnsynchronisation(uint8_t* bytes, size_t count) {
+  size_t kept = 0;
+  for (size_t i = 0; i < count; ++i) {
+    const uint8_t byte = bytes[i];
+    bytes[kept++] = byte;
+    if (byte == 0xFF && i + 1 < count && bytes[i + 1] == 0) ++i;
+  }
+  return kept;
+}
 
 constexpr uint8_t kUnsynchronised = 2, kLengthInFront = 1;  // flags of a frame of version 2.4
+constexpr size_t kId3Header = 10, kApeHeader = 32, kId3v1 = 128, kId3v1Extended = 227;
+constexpr std::string_view kLyricsBegin = "LYRICSBEGIN", kLyricsEnd = "LYRICS200", kApe = "APETAGEX";
 
-// The content of a frame of version 2.4 as its flags say: freed of unsynchronisation and of the length in front.
-std::vector<uint8_t> plainContent(Bytes content, uint8_t flags) {
-  const Bytes text = slice(content, (flags & kLengthInFront) != 0 ? 4 : 0);
-  return (flags & kUnsynchronised) != 0 ? withoutUnsynchronisation(text)
-                                        : std::vector<uint8_t>(text.begin(), text.end());
+bool isId3v2(Bytes here) {
+  return here.size() >= kId3Header && startsWith(here, "ID3") && here[3] != 0xFF && here[4] != 0xFF &&
+         (bigEndian(here, 6, 4) & 0x80808080u) == 0;
 }
 
-// `frameFlags` hold for every frame besides its own.
-void readId3v2Frames(Bytes body, int version, bool extendedHeader, uint8_t frameFlags, TaggedAudio& result) {
-  const size_t nameBytes = version == 2 ? 3 : 4, headerBytes = version == 2 ? 6 : 10;
-  size_t at = 0;
-  // Version 2.3 does not count the size field itself, 2.4 does.
-  if (extendedHeader && version >= 3)
-    at = version == 3 ? bigEndian(body, 0, 4) + size_t{4} : syncsafe(body, 0);
-  while (at + headerBytes <= body.size() && body[at] != 0) {
-    const size_t size = version == 2   ? bigEndian(body, at + 3, 3)
-                        : version == 3 ? bigEndian(body, at + 4, 4)
-                                       : syncsafe(body, at + 4);
-    const std::string name = asText(slice(body, at, nameBytes));
-    const Bytes content = slice(body, at + headerBytes, size);
-    const auto flags = static_cast<uint8_t>(frameFlags | (version == 2 ? 0 : body[at + 9]));
-    const bool isText = (flags & (version == 3 ? 0xC0 : 0x0C)) == 0;  // neither compressed nor encrypted
-    for (const FieldName& known : kFieldNames)
-      if (isText && name == (version == 2 ? known.v22 : known.v23))
-        keep(result, known.field, id3Text(version == 4 ? plainContent(content, flags) : content));
-    at += headerBytes + size;
-  }
+const char* apeKind(Bytes header) { return littleEndian32(header, 8) >= 2000 ? "APEv2" : "APEv1"; }
+
+// What is kept of a tag that is read in one piece, and of the text of one frame.
+constexpr size_t kMaxHeld = 16384, kMaxText = 8192;
+
+}  // namespace
+
+void Tags::keep(const char* field, String value) {
+  for (char& c : value)
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+  for (size_t at = value.find('\xC2'); at != String::npos; at = value.find('\xC2', at + 1))
+    if (at + 1 < value.size() && static_cast<unsigned char>(value[at + 1]) < 0xA0) value.replace(at, 2, "  ");
+  value.erase(value.find_last_not_of(' ') + 1);
+  if (value.empty()) return;
+  for (const Field& known : fields)
+    if (known.name == field) return;
+  fields.push_back({field, std::move(value)});
 }
 
-bool takeId3v2(TaggedAudio& result) {
-  const Bytes bytes = result.audio;
-  if (bytes.size() < 10 || !startsWith(bytes, "ID3") || bytes[3] == 0xFF || bytes[4] == 0xFF ||
-      (bigEndian(bytes, 6, 4) & 0x80808080u) != 0)
-    return false;
-  const int version = bytes[3];
-  const bool unsynchronised = (bytes[5] & 0x80) != 0, extendedHeader = (bytes[5] & 0x40) != 0,
-             footer = (bytes[5] & 0x10) != 0;
-  const size_t size = syncsafe(bytes, 6);
-  result.kinds.push_back("ID3v2." + std::to_string(version));
-  if (version >= 2 && version <= 4) {
-    const Bytes body = slice(bytes, 10, size);
-    if (version == 4)  // each frame is unsynchronised by itself
-      readId3v2Frames(body, version, extendedHeader, unsynchronised ? kUnsynchronised : 0, result);
-    else if (unsynchronised)
-      readId3v2Frames(withoutUnsynchronisation(body), version, extendedHeader, 0, result);
+void Tags::found(const char* kind) {
+  if (kinds.size() < kMaxKinds) kinds.emplace_back(kind);
+}
+
+TagReader::Begins TagReader::begins(Bytes here, bool whole) {
+  const auto startOf = [&](std::string_view text) {
+    return here.size() < text.size() && text.starts_with(viewOf(here));
+  };
+  if (here.empty()) return whole ? Begins::no : Begins::needMore;
+  const bool may = !whole && (startOf("ID3") || startOf("TAG") || startOf(kApe) || startOf(kLyricsBegin) ||
+                              (startsWith(here, "ID3") && here.size() < kId3Header) ||
+                              (startsWith(here, "TAG+") && here.size() < kId3v1Extended + 3) ||
+                              (startsWith(here, kApe) && here.size() < kApeHeader));
+  if (may) return Begins::needMore;
+  return isId3v2(here) || startsWith(here, "TAG") || startsWith(here, kLyricsBegin) ||
+                 (startsWith(here, kApe) && here.size() >= kApeHeader)
+             ? Begins::yes
+             : Begins::no;
+}
+
+size_t TagReader::feed(Bytes bytes, bool whole) {
+  size_t taken = 0;
+  if (kind_ == Kind::none) {
+    if (begins(bytes, whole) != Begins::yes) return 0;
+    if (startsWith(bytes, "ID3"))
+      taken = beginId3v2(bytes);
+    else if (startsWith(bytes, kApe))
+      beginHeld(Kind::ape, kApeHeader + littleEndian32(bytes, 12), apeKind(bytes));
+    else if (startsWith(bytes, "TAG+") && startsWith(slice(bytes, kId3v1Extended), "TAG"))
+      beginHeld(Kind::id3v1Extended, kId3v1Extended, "ID3v1 extended");
+    else if (startsWith(bytes, "TAG"))
+      beginHeld(Kind::id3v1, kId3v1, "ID3v1");
     else
-      readId3v2Frames(body, version, extendedHeader, 0, result);
+      beginHeld(Kind::lyrics, SIZE_MAX, "Lyrics3v2");
   }
-  result.audio = slice(bytes, 10 + size + (footer ? 10 : 0));
-  return true;
+  bytes = slice(bytes, taken);
+  const size_t rest =
+      kind_ == Kind::id3v2 ? feedId3v2(slice(bytes, 0, left_)) : feedHeld(slice(bytes, 0, left_));
+  left_ -= std::min(rest, left_);
+  taken += rest;
+  if (left_ == 0) finish();
+  return taken;
+}
+
+void TagReader::finish() {
+  const Bytes held = held_;
+  if (kind_ == Kind::ape) readApeItems(slice(held, kApeHeader));
+  if (kind_ == Kind::id3v1) readId3v1(held);
+  kind_ = Kind::none;
+  held_.clear();
+}
+
+void TagReader::beginHeld(Kind kind, size_t length, const char* name) {
+  kind_ = kind;
+  left_ = length;
+  held_.clear();
+  tags_.found(name);
+}
+
+// Lyrics3v2 ends with a marker; an extended ID3v1 tag shows by the plain one behind it.
+size_t TagReader::feedHeld(Bytes bytes) {
+  if (kind_ != Kind::lyrics) {
+    const Bytes kept = slice(bytes, 0, kMaxHeld - std::min(kMaxHeld, held_.size()));
+    held_.insert(held_.end(), kept.begin(), kept.end());
+    return bytes.size();
+  }
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    held_.push_back(bytes[i]);
+    if (held_.size() > kLyricsEnd.size()) held_.erase(held_.begin());
+    if (!startsWith(held_, kLyricsEnd)) continue;
+    left_ = i + 1;
+    return left_;
+  }
+  return bytes.size();
+}
+
+size_t TagReader::beginId3v2(Bytes header) {
+  static constexpr const char* kNames[] = {"ID3v2.2", "ID3v2.3", "ID3v2.4", "ID3v2"};
+  version_ = header[3];
+  const bool known = version_ >= 2 && version_ <= 4;
+  tags_.found(kNames[known ? version_ - 2 : 3]);
+  const bool unsynchronised = (header[5] & 0x80) != 0, footer = (header[5] & 0x10) != 0;
+  kind_ = Kind::id3v2;
+  left_ = syncsafe(header, 6) + (footer ? kId3Header : 0);
+  // Up to version 2.3 the body is unsynchronised as one, later each frame by itself.
+  filtered_ = unsynchronised && version_ < 4;
+  frameFlags_ = unsynchronised && version_ == 4 ? kUnsynchronised : 0;
+  behindFF_ = false;
+  held_.clear();
+  part_ = !known                                     ? Part::rest
+          : (header[5] & 0x40) != 0 && version_ >= 3 ? Part::extension
+                                                     : Part::frameHeader;
+  need_ = part_ == Part::extension ? 4 : version_ == 2 ? 6 : 10;
+  return kId3Header;
+}
+
+size_t TagReader::feedId3v2(Bytes bytes) {
+  for (size_t i = 0; i < bytes.size();) {
+    if (part_ == Part::rest) break;
+    if (part_ == Part::skipped && !filtered_) {
+      const size_t passed = std::min(need_, bytes.size() - i);
+      i += passed;
+      need_ -= passed;
+    } else {
+      const uint8_t byte = bytes[i++];
+      if (filtered_ && std::exchange(behindFF_, byte == 0xFF) && byte == 0) continue;
+      if (part_ != Part::skipped) held_.push_back(byte);
+      --need_;
+    }
+    while (need_ == 0 && part_ != Part::rest) finishPart();
+  }
+  return bytes.size();
+}
+
+void TagReader::finishPart() {
+  const Bytes held = held_;
+  const size_t nameBytes = version_ == 2 ? 3 : 4;
+  Part next = Part::frameHeader;
+  need_ = version_ == 2 ? 6 : 10;
+  switch (part_) {
+    case Part::extension:  // version 2.3 does not count the size field itself, 2.4 does
+      next = Part::skipped;
+      need_ = version_ == 3 ? bigEndian(held, 0, 4) : std::max<size_t>(syncsafe(held, 0), 4) - 4;
+      break;
+    case Part::frameHeader: {
+      if (held[0] == 0) {  // padding
+        next = Part::rest;
+        break;
+      }
+      const size_t size = version_ == 2   ? bigEndian(held, 3, 3)
+                          : version_ == 3 ? bigEndian(held, 4, 4)
+                                          : syncsafe(held, 4);
+      flags_ = static_cast<uint8_t>(frameFlags_ | (version_ == 2 ? 0 : held[9]));
+      field_ = fieldOf(viewOf(held.first(nameBytes)), version_ == 2 ? &FieldName::v22 : &FieldName::v23);
+      const bool plain = (flags_ & (version_ == 3 ? 0xC0 : 0x0C)) == 0;  // neither compressed nor encrypted
+      next = field_ != nullptr && plain && size <= kMaxText ? Part::text : Part::skipped;
+      need_ = size;
+      break;
+    }
+    case Part::text: {
+      size_t count = held_.size();
+      size_t first = 0;
+      if (version_ == 4) {
+        first = (flags_ & kLengthInFront) != 0 ? std::min<size_t>(4, count) : 0;
+        count -= first;
+        if ((flags_ & kUnsynchronised) != 0) count = withoutUnsynchronisation(held_.data() + first, count);
+      }
+      tags_.keep(field_, id3Text(slice(held, first, count)));
+      break;
+    }
+    default:
+      break;
+  }
+  part_ = next;
+  held_.clear();
 }
 
 // APE items: value length, flags, name and its zero, value.
-void readApeItems(Bytes items, TaggedAudio& result) {
+void TagReader::readApeItems(Bytes items) {
   size_t at = 0;
   while (at + 8 < items.size()) {
     const size_t valueBytes = littleEndian32(items, at);
-    std::string name;
+    String name;
     for (at += 8; at < items.size() && items[at] != 0 && name.size() < 256; ++at)
       name += static_cast<char>(items[at] >= 'a' && items[at] <= 'z' ? items[at] - 32 : items[at]);
     ++at;
-    for (const FieldName& known : kFieldNames)
-      if (name == known.ape) keep(result, known.field, asText(slice(items, at, valueBytes)));
+    const char* const field = fieldOf(name, &FieldName::ape);
+    if (field != nullptr && valueBytes <= kMaxText)
+      tags_.keep(field, String(viewOf(slice(items, at, valueBytes))));
     at += std::min(valueBytes, items.size());
   }
 }
 
-constexpr size_t kApeHeader = 32;
-
-std::string apeKind(Bytes header) { return littleEndian32(header, 8) >= 2000 ? "APEv2" : "APEv1"; }
-
-bool takeApeAtStart(TaggedAudio& result) {
-  const Bytes bytes = result.audio;
-  if (bytes.size() < kApeHeader || !startsWith(bytes, "APETAGEX")) return false;
-  const size_t size = littleEndian32(bytes, 12);  // items and footer, without the header
-  result.kinds.push_back(apeKind(bytes));
-  readApeItems(slice(bytes, kApeHeader, size), result);
-  result.audio = slice(bytes, kApeHeader + size);
-  return true;
-}
-
-bool takeApeAtEnd(TaggedAudio& result) {
-  const Bytes bytes = result.audio;
-  if (bytes.size() < kApeHeader) return false;
-  const Bytes footer = bytes.last(kApeHeader);
-  if (!startsWith(footer, "APETAGEX")) return false;
-  const bool hasHeader = (littleEndian32(footer, 20) & 0x80000000u) != 0;
-  const size_t size = littleEndian32(footer, 12);
-  if (size < kApeHeader || size > bytes.size()) return false;
-  result.kinds.push_back(apeKind(footer));
-  readApeItems(bytes.last(size).first(size - kApeHeader), result);
-  result.audio = bytes.first(bytes.size() - std::min(bytes.size(), size + (hasHeader ? kApeHeader : 0)));
-  return true;
-}
-
-bool takeId3v1(TaggedAudio& result) {
-  constexpr size_t kTag = 128, kExtended = 227;
-  if (result.audio.size() < kTag || !startsWith(result.audio.last(kTag), "TAG")) return false;
-  const Bytes tag = result.audio.last(kTag);
-  result.audio = result.audio.first(result.audio.size() - kTag);
-  result.kinds.emplace_back("ID3v1");
-  keep(result, "title", fromLatin1(slice(tag, 3, 30)));
-  keep(result, "artist", fromLatin1(slice(tag, 33, 30)));
-  keep(result, "album", fromLatin1(slice(tag, 63, 30)));
-  keep(result, "year", fromLatin1(slice(tag, 93, 4)));
-  if (tag[125] == 0 && tag[126] != 0) keep(result, "track", std::to_string(tag[126]));
-  if (result.audio.size() >= kExtended && startsWith(result.audio.last(kExtended), "TAG+"))
-    result.audio = result.audio.first(result.audio.size() - kExtended);
-  return true;
-}
-
-// Lyrics3v2 ends with its length in six digits and a marker.
-bool takeLyrics3(TaggedAudio& result) {
-  constexpr size_t kEnd = 15;
-  if (result.audio.size() < kEnd) return false;
-  const Bytes end = result.audio.last(kEnd);
-  if (!startsWith(slice(end, 6), "LYRICS200")) return false;
-  size_t size = 0;
-  for (const uint8_t digit : end.first(6)) {
-    if (digit < '0' || digit > '9') return false;
-    size = size * 10 + (digit - size_t{'0'});
+void TagReader::readId3v1(Bytes tag) {
+  if (tag.size() < kId3v1) return;
+  tags_.keep("title", fromLatin1(slice(tag, 3, 30)));
+  tags_.keep("artist", fromLatin1(slice(tag, 33, 30)));
+  tags_.keep("album", fromLatin1(slice(tag, 63, 30)));
+  tags_.keep("year", fromLatin1(slice(tag, 93, 4)));
+  if (tag[125] == 0 && tag[126] != 0) {
+    char number[4];
+    std::snprintf(number, sizeof number, "%d", tag[126]);
+    tags_.keep("track", number);
   }
-  if (size + kEnd > result.audio.size()) return false;
-  result.kinds.emplace_back("Lyrics3v2");
-  result.audio = result.audio.first(result.audio.size() - size - kEnd);
-  return true;
 }
 
-// An ID3v2 tag appended at the end announces itself by a footer, "3DI".
-bool takeId3v2AtEnd(TaggedAudio& result) {
-  constexpr size_t kFooter = 10;
-  const Bytes bytes = result.audio;
-  if (bytes.size() < 2 * kFooter || !startsWith(bytes.last(kFooter), "3DI")) return false;
-  const size_t whole = syncsafe(bytes.last(kFooter), 6) + 2 * kFooter;
-  if (whole > bytes.size()) return false;
-  TaggedAudio tag{bytes.last(whole), {}, {}};
-  if (!takeId3v2(tag)) return false;
-  result.kinds.insert(result.kinds.end(), tag.kinds.begin(), tag.kinds.end());
-  result.fields.merge(tag.fields);
-  result.audio = bytes.first(bytes.size() - whole);
+bool TagReader::readFooter(Bytes bytes, int64_t length) {
+  Bytes footer = bytes;
+  const bool plain = bytes.size() >= kId3v1 && startsWith(bytes.last(kId3v1), "TAG");
+  if (plain) footer = bytes.first(bytes.size() - kId3v1);
+  if (footer.size() < kApeHeader || !startsWith(footer.last(kApeHeader), kApe)) return false;
+  const Bytes last = footer.last(kApeHeader);
+  const int64_t items = littleEndian32(last, 12);
+  const bool hasHeader = (littleEndian32(last, 20) & 0x80000000u) != 0;
+  if (items + (hasHeader ? int64_t{kApeHeader} : 0) + (plain ? int64_t{kId3v1} : 0) != length) return false;
+  tags_.found(apeKind(last));
+  const size_t held = std::min(footer.size(), static_cast<size_t>(items));
+  if (held == static_cast<size_t>(items))
+    readApeItems(footer.last(held).first(held - std::min(held, kApeHeader)));
+  if (plain) {
+    tags_.found("ID3v1");
+    readId3v1(bytes.last(kId3v1));
+  }
   return true;
-}
-
-}  // namespace
-
-TaggedAudio stripTags(Bytes bytes) {
-  TaggedAudio result{bytes, {}, {}};
-  while (takeId3v2(result) || takeApeAtStart(result)) {
-  }
-  while (takeApeAtEnd(result) || takeId3v1(result) || takeLyrics3(result) || takeId3v2AtEnd(result)) {
-  }
-  return result;
 }
 
 }  // namespace moxc

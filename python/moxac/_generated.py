@@ -539,6 +539,111 @@ moxStatus moxsVLCCountEscBits_AAC_16s32s(const int16_t* pSrc, int32_t len, int32
 moxStatus moxsVLCCountEscBits_MP3_16s32s(const int16_t* pSrc, int32_t len, int32_t linBits, int32_t* pCount, const MoxVlcEncodeSpec* pSpec);
 """
 
+MOXCODEC = r"""
+typedef int32_t moxcStatus;
+enum {
+  moxcStatusOk = 0,
+  moxcStatusNeedMore = 1,
+  moxcStatusFormat = 2,
+  moxcStatusEnd = 3,
+  moxcStatusNullPointer = -1,
+  moxcStatusBadArgument = -2,
+  moxcStatusWrongState = -3,
+  moxcStatusNoMemory = -4,
+  moxcStatusNoStream =
+      -5,
+  moxcStatusUnsupported = -6,
+  moxcStatusReadFailed = -7,
+  moxcStatusCannotSeek = -8
+};
+const char* moxcStatusText(moxcStatus status);
+typedef struct MoxcAllocator {
+void* (*allocate)(void* user, size_t bytes);
+void (*release)(void* user, void* memory);
+  void* user;
+} MoxcAllocator;
+typedef struct MoxcDecoder MoxcDecoder;
+typedef enum MoxcCodec {
+  moxcCodecFind =
+  moxcCodecMp3Frame = 1,
+  moxcCodecAacBlock =
+      2
+} MoxcCodec;
+typedef struct MoxcDecoderOptions {
+  const MoxcAllocator* allocator;
+  int32_t floatSamples;
+  int32_t raw;
+  MoxcCodec codec;
+  const uint8_t*
+      specificConfig;
+  size_t specificConfigBytes;
+} MoxcDecoderOptions;
+typedef struct MoxcFormat {
+  int32_t rate;
+  int32_t channels;
+  uint32_t channelMask;
+} MoxcFormat;
+typedef struct MoxcInput {
+int64_t (*read)(void* user, uint8_t* to, size_t bytes);
+int32_t (*seek)(void* user, int64_t position);
+  int64_t size;
+  void* user;
+} MoxcInput;
+moxcStatus moxcDecoderCreate(MoxcDecoder** ppDecoder, const MoxcDecoderOptions* options);
+moxcStatus moxcDecoderOpen(MoxcDecoder** ppDecoder, const MoxcInput* input, const MoxcDecoderOptions* options);
+moxcStatus moxcDecoderOpenFile(MoxcDecoder** ppDecoder, const char* name, const MoxcDecoderOptions* options);
+void moxcDecoderFree(MoxcDecoder* decoder);
+moxcStatus moxcDecoderFeed(MoxcDecoder* decoder, const uint8_t* bytes, size_t count, size_t* pTaken);
+moxcStatus moxcDecoderFeedPacket(MoxcDecoder* decoder, const uint8_t* bytes, size_t count);
+moxcStatus moxcDecoderEnd(MoxcDecoder* decoder);
+moxcStatus moxcDecoderFlush(MoxcDecoder* decoder);
+moxcStatus moxcDecoderRead_16s(MoxcDecoder* decoder, int16_t* samples, size_t frames, size_t* pFrames);
+moxcStatus moxcDecoderRead_32f(MoxcDecoder* decoder, float* samples, size_t frames, size_t* pFrames);
+moxcStatus moxcDecoderGetFormat(const MoxcDecoder* decoder, MoxcFormat* pFormat);
+moxcStatus moxcDecoderGetPosition(const MoxcDecoder* decoder, int64_t* pPosition);
+typedef enum MoxcDuration {
+  moxcDurationUnknown = 0,
+  moxcDurationEstimated = 1,
+  moxcDurationTold = 2,
+  moxcDurationExact = 3
+} MoxcDuration;
+moxcStatus moxcDecoderGetDuration(const MoxcDecoder* decoder, int64_t* pDuration, MoxcDuration* pKind);
+moxcStatus moxcDecoderSeek(MoxcDecoder* decoder, int64_t position);
+moxcStatus moxcDecoderScan(MoxcDecoder* decoder);
+typedef struct MoxcStats {
+  int64_t frames;
+  int64_t concealed;
+  int64_t skippedBytes;
+  int64_t bytes;
+  int32_t formats;
+  int32_t mostChannels;
+  int32_t damaged;
+} MoxcStats;
+moxcStatus moxcDecoderGetStats(MoxcDecoder* decoder, MoxcStats* pStats);
+typedef enum MoxcTexts {
+  moxcTextDescription = 0,
+  moxcTextTag = 1,
+  moxcTextDamage = 2,
+  moxcTextNotice = 3
+} MoxcTexts;
+moxcStatus moxcDecoderGetText(MoxcDecoder* decoder, MoxcTexts kind, int32_t index, const char** pName, const char** pText);
+const char* moxcDecoderGetMessage(const MoxcDecoder* decoder);
+typedef enum MoxcEventKind {
+  moxcEventFormat = 1,
+  moxcEventConcealed = 2,
+  moxcEventSkipped = 3,
+  moxcEventTag = 4,
+  moxcEventPart = 5
+} MoxcEventKind;
+typedef struct MoxcEvent {
+  MoxcEventKind kind;
+  int64_t position;
+  int64_t byte;
+  int64_t count;
+} MoxcEvent;
+moxcStatus moxcDecoderNextEvent(MoxcDecoder* decoder, MoxcEvent* pEvent);
+"""
+
 QMF_PROTOTYPE = (
     0.0, -0.00055252865, -0.00056176924, -0.0004947518, -0.0004875228, -0.0004893791, -0.0005040714, -0.0005226564,
     -0.00054665655, -0.0005677803, -0.00058709306, -0.00061327475, -0.00063124934, -0.0006540333, -0.0006777691, -0.00069416146,

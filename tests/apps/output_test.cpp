@@ -76,7 +76,7 @@ TEST(WavWriter, WritesWhatLibsndfileReadsAndNothingThatVaries) {
   {
     AtomicFile file(scratch / "a.wav");
     mox::WavWriter wav(file.descriptor(), {48000, 6, 0x3F}, false, 2);
-    wav.write({samples, {}});
+    wav.write({samples.data(), 2});
     wav.close();
     file.commit();
   }
@@ -92,7 +92,8 @@ TEST(WavWriter, WritesWhatLibsndfileReadsAndNothingThatVaries) {
   for (const int64_t expected : {int64_t{2}, int64_t{1} << 31}) {  // the other has more than 4 GiB to come
     AtomicFile file(scratch / "b.wav");
     mox::WavWriter wav32(file.descriptor(), {44100, 1, 0}, true, expected);
-    wav32.write({{}, std::vector<float>{0.5f, 1.5f}});
+    const float two[] = {0.5f, 1.5f};
+    wav32.write({two, 2});
     wav32.close();
     file.commit();
     const std::vector<uint8_t> bytes = readFile(scratch / "b.wav");

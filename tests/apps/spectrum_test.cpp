@@ -106,7 +106,7 @@ TEST(Sound, MixesTheChannelsAndRefusesWhatIsNone) {
     AtomicFile file(path);
     WavWriter wav(file.descriptor(), {32000, 2, 0}, true, 3);
     const float samples[] = {1, 0, -1, 0.5f, 0.25f, 0.25f};
-    wav.write({{}, samples});
+    wav.write({samples, 3});
     wav.close();
     file.commit();
   }

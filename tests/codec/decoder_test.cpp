@@ -44,7 +44,7 @@ TEST(Decoder, EveryBundledStreamEqualsItsReferenceWithinOneBit) {
     const moxtest::Wav reference = moxtest::readWav(path.substr(0, path.rfind('.')) + ".ref.wav");
     const auto fixed = decodeBytes(bytes, {false, true}), floating = decodeBytes(bytes, {true, true});
     ASSERT_TRUE(fixed && floating);
-    EXPECT_TRUE(fixed->stats.faults.empty()) << fixed->stats.faults[0];
+    EXPECT_TRUE(fixed->damage.empty()) << fixed->damage[0];
     EXPECT_EQ(fixed->format.rate, reference.info.samplerate);
     ASSERT_EQ(fixed->format.channels, reference.info.channels);
     ASSERT_EQ(fixed->samples, floating->samples);

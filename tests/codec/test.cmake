@@ -1,4 +1,4 @@
-target_link_libraries(test_codec PRIVATE moxcodec PkgConfig::SNDFILE)
+target_link_libraries(test_codec PRIVATE moxcodec_static PkgConfig::SNDFILE)
 if(TARGET mox)
   foreach(name IN ITEMS mp3_peers aac_peers encoder_peers)
     add_test(NAME ${name} COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/codec/peers/${name}.py

@@ -56,6 +56,19 @@ def decoders(scratch):
         expect(worst <= 1, f"{stream}: off by {worst}")
 
 
+def players(scratch):
+    """Plain samples on standard output, from a file or from standard input."""
+    for stream in ["mp3_44100_joint128_short.mp3", "aac_48000_mono64_tns.aac", "aac_48000_51_320.aac"]:
+        arguments = [streams / stream] if name == "play_file" else []
+        with open(streams / stream, "rb") as source_file:
+            done = subprocess.run([programs / f"example_{name}", *arguments], stdin=source_file, capture_output=True)
+        expect(done.returncode == 0, f"{stream}: ends with {done.returncode} {done.stderr}")
+        _, _, want = read_wav((streams / stream).with_suffix(".ref.wav"))
+        got = array.array("h", done.stdout)
+        expect(len(got) == len(want), f"{stream}: {len(got)} samples for {len(want)}")
+        expect(max(abs(a - b) for a, b in zip(got, want)) <= 1, f"{stream}: other samples")
+
+
 def mp3_encode(scratch):
     original = streams / "aac_44100_ltp.ref.wav"
     run(name, original, scratch / "out.mp3")
@@ -118,7 +131,7 @@ def pages(scratch):
 
 
 with tempfile.TemporaryDirectory() as directory:
-    special = {"mp3_encode": mp3_encode, "aac_spectrum": aac_spectrum, "sbr_encoder_tools": sbr_encoder_tools,
-               "pages": pages}
+    special = {"play_file": players, "push_stream": players, "mp3_encode": mp3_encode, "aac_spectrum": aac_spectrum,
+               "sbr_encoder_tools": sbr_encoder_tools, "pages": pages}
     check = decoders if name in DECODED else special.get(name, lambda scratch: print(run(name), end=""))
     check(Path(directory))

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "codec/decoder.h"
 #include "mox/commands/commands.h"
+#include "mox/files/decoder.h"
 #include "mox/files/failure.h"
 #include "mox/files/input_file.h"
 #include "mox/files/progress.h"
@@ -12,21 +12,24 @@ namespace mox {
 namespace {
 
 int info(const std::string& input, bool check) {
-  const std::vector<uint8_t> bytes = readInput(input);
   const std::string name = inputName(input);
-  const std::unique_ptr<AudioDecoder> decoder = openDecoder(bytes, {}, name);
+  Decoder decoder(input, false, false);
   if (check) {
     Progress progress(true, name);
-    for (PcmView block; decoder->decodeBlock(block);) progress.show(decoder->progress());
+    for (Pcm pcm; decoder.read(pcm) != Decoder::Next::end;) progress.show(decoder.progress());
+  } else {
+    decoder.scan();
   }
 
   std::printf("%-16s%s\n", "file", name.c_str());
-  for (const auto& [key, value] : decoder->describe()) std::printf("%-16s%s\n", key.c_str(), value.c_str());
-  const DecodeStats stats = decoder->stats();
-  if (stats.faults.empty())
-    std::printf("%-16s%s\n", "damage", check ? "none" : "none found without decoding");
-  for (const std::string& fault : stats.faults) std::printf("%-16s%s\n", "damage", fault.c_str());
-  return stats.faults.empty() ? exitComplete : exitDamaged;
+  for (const MoxcTexts kind : {moxcTextDescription, moxcTextTag})
+    for (const auto& [key, value] : decoder.texts(kind)) std::printf("%-16s%s\n", key.c_str(), value.c_str());
+  for (const auto& [unnamed, line] : decoder.texts(moxcTextNotice))
+    std::printf("%-16s%s\n", "note", line.c_str());
+  const Decoder::Lines faults = decoder.texts(moxcTextDamage);
+  if (faults.empty()) std::printf("%-16s%s\n", "damage", check ? "none" : "none found without decoding");
+  for (const auto& [unnamed, line] : faults) std::printf("%-16s%s\n", "damage", line.c_str());
+  return faults.empty() ? exitComplete : exitDamaged;
 }
 
 }  // namespace

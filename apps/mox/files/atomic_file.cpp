@@ -73,16 +73,15 @@ mode_t newFileMode() {
 
 std::string outputName(const std::string& path) { return path == "-" ? "standard output" : path; }
 
-void writeAll(int descriptor, const uint8_t* at, size_t bytes, const std::string& name) {
-  while (bytes > 0) {
-    const ssize_t put = ::write(descriptor, at, bytes);
+}  // namespace
+
+void writeBytes(int descriptor, Bytes bytes, const std::string& name) {
+  while (!bytes.empty()) {
+    const ssize_t put = ::write(descriptor, bytes.data(), bytes.size());
     if (put < 0 && errno != EINTR) failWithSystemError(name);
-    at += std::max<ssize_t>(put, 0);
-    bytes -= static_cast<size_t>(std::max<ssize_t>(put, 0));
+    bytes = bytes.subspan(static_cast<size_t>(std::max<ssize_t>(put, 0)));
   }
 }
-
-}  // namespace
 
 std::string chooseOutput(const std::string& input, const std::string& output, const char* suffix) {
   std::string chosen = output.empty() && input == "-" ? input : output;
@@ -150,7 +149,11 @@ AtomicFile::~AtomicFile() {
   if (ownsCopyDestination_) close(copyDestination_);
 }
 
-void AtomicFile::write(Bytes bytes) { writeAll(fd_, bytes.data(), bytes.size(), name_); }
+void AtomicFile::write(Bytes bytes) { writeBytes(fd_, bytes, name_); }
+
+void AtomicFile::clear() {
+  if (lseek(fd_, 0, SEEK_SET) < 0 || ftruncate(fd_, 0) != 0) failWithSystemError(name_);
+}
 
 void AtomicFile::copyTo(int destination) {
   std::vector<uint8_t> buffer(size_t{1} << 16);
@@ -162,7 +165,7 @@ void AtomicFile::copyTo(int destination) {
       if (errno == EINTR) continue;
       failWithSystemError(name_);
     }
-    writeAll(destination, buffer.data(), static_cast<size_t>(got), name_);
+    writeBytes(destination, Bytes(buffer).first(static_cast<size_t>(got)), name_);
     at += got;
   }
 }

@@ -22,6 +22,7 @@ class AtomicFile {
 
   int descriptor() const { return fd_; }  // readable, writable, seekable
   void write(Bytes bytes);                // throws Failure, as commit() does
+  void clear();                           // back to an empty file
   void commit();
   const std::string& name() const { return name_; }  // how messages call the output
 
@@ -35,6 +36,9 @@ class AtomicFile {
   bool ownsCopyDestination_ = false;
   int fd_ = -1;
 };
+
+// Writes all of them to a descriptor; `name` is how messages call it. Throws Failure.
+void writeBytes(int descriptor, Bytes bytes, const std::string& name);
 
 // The output a command shall write: the one named, else the input's name with another suffix, which must not be there
 // yet; "-" for "-". Throws Failure for a terminal, and when input and output are the same file, redirected ones too.

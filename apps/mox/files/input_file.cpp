@@ -27,16 +27,23 @@ struct Descriptor {
 
 std::string inputName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
-std::vector<uint8_t> readInput(const std::string& path) {
+int openInput(const std::string& path) {
   const bool standardInput = path == "-";
-  const Descriptor input{standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC),
-                         !standardInput};
-  if (input.fd < 0) failWithSystemError(path);
-  if (standardInput && isatty(input.fd)) throw Failure("standard input is a terminal; pipe a stream into it");
+  const int fd = standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) failWithSystemError(path);
+  if (standardInput && isatty(fd)) throw Failure("standard input is a terminal; pipe a stream into it");
+  Descriptor input{fd, !standardInput};
+  struct stat facts {};
+  if (fstat(fd, &facts) != 0) failWithSystemError(inputName(path));
+  if (S_ISDIR(facts.st_mode)) throw Failure(inputName(path) + ": is a directory");
+  input.owned = false;
+  return fd;
+}
 
+std::vector<uint8_t> readInput(const std::string& path) {
+  const Descriptor input{openInput(path), path != "-"};
   struct stat facts {};
   if (fstat(input.fd, &facts) != 0) failWithSystemError(inputName(path));
-  if (S_ISDIR(facts.st_mode)) throw Failure(inputName(path) + ": is a directory");
 
   std::vector<uint8_t> bytes;
   if (S_ISREG(facts.st_mode) && facts.st_size > 0)

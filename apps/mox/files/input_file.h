@@ -9,6 +9,9 @@
 
 namespace mox {
 
+// Opens a file, or gives standard input for "-". Throws Failure, for directories and terminals too.
+int openInput(const std::string& path);
+
 // Reads a file, or standard input for "-"; at most 2 GiB. Throws Failure.
 std::vector<uint8_t> readInput(const std::string& path);
 

@@ -47,8 +47,8 @@ std::vector<int> speakersOf(uint32_t mask) {
 
 }  // namespace
 
-WavWriter::WavWriter(int descriptor, const AudioFormat& format, bool floatSamples, int64_t expectedSamples)
-    : descriptor_(descriptor), channels_(format.channels) {
+WavWriter::WavWriter(int descriptor, const MoxcFormat& format, bool floatSamples, int64_t expectedSamples)
+    : descriptor_(descriptor), channels_(format.channels), floatSamples_(floatSamples) {
   const int64_t sampleBytes = int64_t{format.channels} * (floatSamples ? 4 : 2);
   large_ = expectedSamples > kWavBytes / sampleBytes;
   limit_ = large_ ? INT64_MAX : kWavBytes / sampleBytes;
@@ -76,14 +76,13 @@ WavWriter::~WavWriter() {
 
 void WavWriter::fail() const { throw Failure(std::string("writing WAV: ") + sf_strerror(file_)); }
 
-void WavWriter::write(const PcmView& block) {
-  if (samples_ > limit_ - static_cast<int64_t>(std::max(block.s16.size(), block.f32.size())))
-    throw Failure("writing WAV: more than 4 GiB of samples");
-  const auto count = static_cast<sf_count_t>(block.s16.empty() ? block.f32.size() : block.s16.size());
-  const sf_count_t put = block.s16.empty() ? sf_write_float(file_, block.f32.data(), count)
-                                           : sf_write_short(file_, block.s16.data(), count);
-  if (put != count) fail();
-  samples_ += count / channels_;
+void WavWriter::write(const Pcm& pcm) {
+  if (samples_ > limit_ - pcm.frames) throw Failure("writing WAV: more than 4 GiB of samples");
+  const sf_count_t put = floatSamples_
+                             ? sf_writef_float(file_, static_cast<const float*>(pcm.samples), pcm.frames)
+                             : sf_writef_short(file_, static_cast<const int16_t*>(pcm.samples), pcm.frames);
+  if (put != pcm.frames) fail();
+  samples_ += pcm.frames;
 }
 
 void WavWriter::close() {

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
-#include "codec/decoder.h"
+#include "mox/files/decoder.h"
 #include "mox/names.h"
 
 struct sf_private_tag;
@@ -16,12 +15,12 @@ namespace mox {
 // the expected samples (per channel) outgrow WAV's 4 GiB. Throws Failure.
 class WavWriter {
  public:
-  WavWriter(int descriptor, const AudioFormat& format, bool floatSamples, int64_t expectedSamples);
+  WavWriter(int descriptor, const MoxcFormat& format, bool floatSamples, int64_t expectedSamples);
   ~WavWriter();
   WavWriter(const WavWriter&) = delete;
   WavWriter& operator=(const WavWriter&) = delete;
 
-  void write(const PcmView& block);
+  void write(const Pcm& pcm);
   void close();                                 // completes the header
   int64_t samples() const { return samples_; }  // per channel, so far
 
@@ -32,6 +31,7 @@ class WavWriter {
   int descriptor_;
   bool large_ = false;
   int32_t channels_;
+  bool floatSamples_;
   int64_t limit_;  // samples per channel that the header can count
   int64_t samples_ = 0;
 };

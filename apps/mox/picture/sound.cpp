@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "codec/decoder.h"
+#include "mox/files/decoder.h"
 #include "mox/files/failure.h"
 #include "mox/files/memory_file.h"
 
@@ -35,15 +35,16 @@ bool readFile(Bytes bytes, MonoSound& sound) {
 }
 
 void readStream(Bytes bytes, const std::string& name, MonoSound& sound) {
-  DecodeOptions options;
-  options.floatSamples = true;
-  const std::unique_ptr<AudioDecoder> decoder = openDecoder(bytes, options, name);
-  const AudioFormat format = decoder->format();
-  sound.rate = format.rate;
-  for (PcmView block; decoder->decodeBlock(block);)
-    mixDown(block.f32.data(), static_cast<int64_t>(block.f32.size()) / format.channels, format.channels,
-            sound.samples);
-  sound.faults = decoder->stats().faults;
+  Decoder decoder(bytes, name, true);
+  sound.rate = decoder.format().rate;
+  Pcm pcm;
+  for (Decoder::Next next; (next = decoder.read(pcm)) != Decoder::Next::end;) {
+    if (next == Decoder::Next::samples)
+      mixDown(static_cast<const float*>(pcm.samples), pcm.frames, decoder.format().channels, sound.samples);
+    else if (decoder.format().rate != sound.rate)
+      throw Failure(name + ": changes its sample rate midway, which a picture cannot show");
+  }
+  for (const auto& [unnamed, line] : decoder.texts(moxcTextDamage)) sound.faults.push_back(line);
 }
 
 }  // namespace

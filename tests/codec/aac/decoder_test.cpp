@@ -3,9 +3,9 @@
 #include <cmath>
 
 #include "codec/aac/crc.h"
-#include "codec/aac/stream.h"
 #include "codec/decode_bytes.h"
 #include "codec/stream/adts_writer.h"
+#include "codec/walk.h"
 #include "support/streams.h"
 
 namespace {
@@ -40,24 +40,25 @@ TEST(AacDecoder, NoiseSubstitutionKeepsTheLevels) {
     EXPECT_NEAR(level(decoded->s16, 1, width), level(reference.samples, 1, width), 0.25) << width;
 }
 
+using Frame = moxtest::Walk<moxc::AdtsSyntax>::Frame;
+
 // The frames of a stream with the places of their elements.
 struct Frames {
   std::vector<uint8_t> bytes;
-  std::vector<moxc::AdtsFrame> frames;
+  std::vector<Frame> frames;
   std::vector<std::vector<moxc::aac::ProtectedBits>> protectedBits;
 
   explicit Frames(const std::string& name) : bytes(readFile(streamPath(name))) {
-    moxc::AdtsScanner scanner(bytes);
-    moxc::aac::BlockReader reader(
-        {scanner.firstHeader().objectType(), scanner.firstHeader().fields.samplingRateIndex});
+    frames = moxtest::walkAdts(bytes).frames;
+    const moxc::AdtsHeader& first = frames[0].header;
+    moxc::aac::BlockReader reader({first.objectType(), first.fields.samplingRateIndex});
     moxc::aac::Block block;
-    for (moxc::AdtsFrame frame; scanner.next(frame);) {
+    for (const Frame& frame : frames) {
       EXPECT_TRUE(reader.read(payload(frame), block));
-      frames.push_back(frame);
       protectedBits.push_back(block.protectedBits);
     }
   }
-  static moxc::Bytes payload(const moxc::AdtsFrame& frame) {
+  static moxc::Bytes payload(const Frame& frame) {
     return moxc::slice(frame.bytes, frame.header.headerBytes());
   }
 };
@@ -97,13 +98,13 @@ TEST(AacDecoder, SeveralBlocksToAFrameWithAndWithoutCheckWords) {
     }
     const auto decoded = decodeBytes(stream);
     ASSERT_TRUE(decoded);
-    EXPECT_TRUE(decoded->stats.faults.empty()) << decoded->stats.faults[0];
+    EXPECT_TRUE(decoded->damage.empty()) << decoded->damage[0];
     EXPECT_EQ(decoded->s16, whole->s16);
 
     if (!crc) continue;
     stream[starts[5] + 25] ^= 0x04;  // of the first block's protected bits
     const auto damaged = decodeBytes(stream);
-    EXPECT_FALSE(damaged->stats.faults.empty());
+    EXPECT_FALSE(damaged->damage.empty());
     EXPECT_EQ(damaged->samples, whole->samples);
   }
 }
@@ -115,10 +116,10 @@ TEST(AacDecoder, CheckWordsTellDamageOnlyWhereTheyAreReal) {
   damaged[source.frames[20].position + 7] ^= 0x40;
   EXPECT_EQ(decodeBytes(damaged)->stats.concealed, 1);
 
-  for (const moxc::AdtsFrame& frame : source.frames) damaged[frame.position + 7] ^= 0x55;
+  for (const Frame& frame : source.frames) damaged[frame.position + 7] ^= 0x55;
   const auto unreal = decodeBytes(damaged);
   EXPECT_EQ(unreal->s16, whole->s16);
-  EXPECT_TRUE(unreal->stats.faults.empty());
+  EXPECT_TRUE(unreal->damage.empty());
 }
 
 TEST(AacDecoder, FindsFramesAgainAndConcealsWhatIsMissing) {
@@ -139,7 +140,7 @@ TEST(AacDecoder, FindsFramesAgainAndConcealsWhatIsMissing) {
 
   damaged = source.bytes;  // zeros behind are padding
   damaged.resize(damaged.size() + 512);
-  EXPECT_TRUE(decodeBytes(damaged)->stats.faults.empty());
+  EXPECT_TRUE(decodeBytes(damaged)->damage.empty());
 
   damaged = source.bytes;  // foreign bytes in front and between, the end cut off
   damaged.resize(damaged.size() - 10);
@@ -181,7 +182,7 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
   for (const bool sidePair : {false, true}) {
     std::vector<uint8_t> stream;
     like.channelConfig = 0;
-    for (const moxc::AdtsFrame& frame : source.frames) {
+    for (const Frame& frame : source.frames) {
       const moxc::Bytes data = Frames::payload(frame);
       Bits bits;
       if (&frame == &source.frames[0])
@@ -199,7 +200,7 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
   MoxAacADTSFrameHeader unnamed = pairs.frames[0].header.fields;
   unnamed.channelConfig = 0;
   std::vector<uint8_t> bare;
-  for (const moxc::AdtsFrame& frame : pairs.frames) appendFrame(bare, unnamed, Frames::payload(frame));
+  for (const Frame& frame : pairs.frames) appendFrame(bare, unnamed, Frames::payload(frame));
   EXPECT_EQ(decodeBytes(bare)->s16, decodeBytes(pairs.bytes)->s16);
 
   // Configuration 7: the front pair twice, as the inner one too.
@@ -218,7 +219,7 @@ TEST(AacDecoder, LayoutsOfProgramConfigurationElementsAndOfSevenChannels) {
   }
   const auto decoded = decodeBytes(stream);
   ASSERT_TRUE(decoded);
-  EXPECT_TRUE(decoded->stats.faults.empty());
+  EXPECT_TRUE(decoded->damage.empty());
   EXPECT_EQ(decoded->format.channels, 8);
   EXPECT_EQ(decoded->format.channelMask, 0xFFu);
   for (size_t i = 0; i < static_cast<size_t>(decoded->samples); ++i)
@@ -231,7 +232,7 @@ TEST(AacDecoder, CouplingChannelsArePassedOverWithANotice) {
   const Frames source("aac_44100_stereo128.aac");
   const auto whole = decodeBytes(source.bytes);
   std::vector<uint8_t> stream;
-  for (const moxc::AdtsFrame& frame : source.frames) {
+  for (const Frame& frame : source.frames) {
     const moxc::Bytes data = Frames::payload(frame);
     Bits bits;
     bits.put(2, 3).put(0, 4).put(0, 1).put(0, 3).put(1, 1).put(0, 4).put(3, 2).put(0, 4);
@@ -243,8 +244,8 @@ TEST(AacDecoder, CouplingChannelsArePassedOverWithANotice) {
   }
   const auto decoded = decodeBytes(stream);
   ASSERT_TRUE(decoded);
-  EXPECT_TRUE(decoded->stats.faults.empty());
-  ASSERT_EQ(decoded->stats.notices.size(), 1u);
+  EXPECT_TRUE(decoded->damage.empty());
+  ASSERT_EQ(decoded->notices.size(), 1u);
   EXPECT_EQ(decoded->s16, whole->s16);
 }
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "codec/decode_bytes.h"
-#include "codec/mp3/scanner.h"
+#include "codec/walk.h"
 #include "support/streams.h"
 
 namespace {
@@ -50,16 +50,14 @@ TEST(Mp3Decoder, TrimsWhatTheEncoderAddedUnlessToldNotTo) {
 TEST(Mp3Decoder, DamageIsCountedConcealedAndLocal) {
   const std::vector<uint8_t> stream = readFile(streamPath("mp3_32000_mono64_crc.mp3"));
   const auto whole = decodeBytes(stream);
-  moxc::mp3::Scanner scanner{stream};
-  moxc::mp3::Frame frame;
-  for (int i = 0; i <= 10; ++i) scanner.next(frame);
+  const auto frames = moxtest::walkMp3(stream).frames;
 
   std::vector<uint8_t> damaged = stream;  // a bit of the side information: the CRC tells
-  damaged[frame.position + 6 + 5] ^= 0x10;
+  damaged[frames[10].position + 6 + 5] ^= 0x10;
   const auto decoded = decodeBytes(damaged);
   ASSERT_EQ(decoded->samples, whole->samples);
   EXPECT_EQ(decoded->stats.concealed, 1);
-  EXPECT_FALSE(decoded->stats.faults.empty());
+  EXPECT_FALSE(decoded->damage.empty());
   // Frame 10 itself differs; frame 11 starts from its overlap; from frame 12 on nothing is left of it.
   const auto same = [&](int first, int last) {
     return std::equal(decoded->s16.begin() + first * 1152, decoded->s16.begin() + last * 1152,
@@ -71,8 +69,7 @@ TEST(Mp3Decoder, DamageIsCountedConcealedAndLocal) {
 
   // An encoder that writes no real CRC words: nothing is concealed for it.
   damaged = stream;
-  moxc::mp3::Scanner all{stream};
-  while (all.next(frame)) damaged[frame.position + 4] ^= 0xFF;
+  for (const auto& frame : frames) damaged[frame.position + 4] ^= 0xFF;
   EXPECT_EQ(decodeBytes(damaged)->s16, whole->s16);
 
   // Without its beginning a stream lacks the reservoir at first, and nothing else.

@@ -8,7 +8,7 @@
 #include "codec/decode_bytes.h"
 #include "codec/mp3/encoder.h"
 #include "codec/mp3/info_frame.h"
-#include "codec/mp3/scanner.h"
+#include "codec/walk.h"
 #include "support/streams.h"
 
 using namespace moxc;
@@ -55,7 +55,7 @@ void expectSound(const std::vector<int16_t>& samples, const mp3::EncoderSettings
   const auto stream = encode(samples, settings, 1000);
   const auto decoded = moxtest::decodeBytes(stream);
   ASSERT_NE(decoded, nullptr);
-  EXPECT_TRUE(decoded->stats.faults.empty()) << decoded->stats.faults.front();
+  EXPECT_TRUE(decoded->damage.empty()) << decoded->damage.front();
   EXPECT_EQ(decoded->format.rate, settings.rate);
   ASSERT_EQ(decoded->s16.size(), samples.size());
   EXPECT_GT(snr(samples, decoded->s16), leastSnr);
@@ -98,11 +98,9 @@ TEST(Mp3Encoder, AverageRateIsKeptAndChecksumsAre) {
   const auto stream = encode(samples, settings, 1152);
   EXPECT_NEAR(static_cast<double>(stream.size()) * 8 / 10000, 150, 8);
   const moxc::Bytes bytes(stream);
-  moxc::mp3::Scanner scanner{bytes};
-  moxc::mp3::Frame frame;
   int32_t smallest = 320, largest = 0;
-  while (scanner.next(frame)) {
-    EXPECT_TRUE(frame.header.hasCrc() && moxc::mp3::crcMatches(frame));
+  for (const auto& frame : moxtest::walkMp3(bytes).frames) {
+    EXPECT_TRUE(frame.header.hasCrc() && moxc::mp3::crcMatches({frame.header, frame.bytes}));
     smallest = std::min(smallest, frame.header.bitRate);
     largest = std::max(largest, frame.header.bitRate);
   }
@@ -160,7 +158,7 @@ TEST(Mp3Encoder, AnyLengthReturnsWhole) {
     const auto x = sound(samples, 1);
     const auto decoded = moxtest::decodeBytes(encode(x, settings, 577));
     ASSERT_NE(decoded, nullptr);
-    EXPECT_TRUE(decoded->stats.faults.empty());
+    EXPECT_TRUE(decoded->damage.empty());
     EXPECT_EQ(decoded->samples, samples);
   }
 }
@@ -174,16 +172,15 @@ TEST(Mp3Encoder, ConstantRateIsTheRateAndPiecesDoNotMatter) {
   EXPECT_EQ(stream, encode(x, settings, 44100));
 
   const moxc::Bytes bytes(stream);
-  moxc::mp3::Scanner scanner{bytes};
-  moxc::mp3::Frame frame;
-  ASSERT_TRUE(scanner.next(frame));
-  const auto info = moxc::mp3::readVbrHeader(frame);
+  const auto walked = moxtest::walkMp3(bytes);
+  ASSERT_TRUE(walked.found);
+  const auto info = moxc::mp3::readVbrHeader({walked.frames[0].header, walked.frames[0].bytes});
   ASSERT_TRUE(info);
   EXPECT_EQ(info->kind, "Info");
   EXPECT_EQ(*info->bytes, stream.size());
   uint32_t frames = 0;
-  size_t length = frame.bytes.size();
-  while (scanner.next(frame)) {
+  size_t length = walked.frames[0].bytes.size();
+  for (const auto& frame : std::span(walked.frames).subspan(1)) {
     EXPECT_EQ(frame.header.bitRate, 96);
     ++frames;
     length += frame.bytes.size();
