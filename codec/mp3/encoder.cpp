@@ -358,6 +358,7 @@ std::vector<uint8_t> Encoder::infoFrame() const {
   const bool variable = settings_.variable();
   MoxMp3FrameHeader header = header_;
   header.modeExt = header.paddingBit = 0;
+  header.protectionBit = 1;  // readers look for the marker where it stands without a CRC word
   const auto room = [&](int32_t index) { return frameBytes(index, 0) >= headBytes() + kTagBytes; };
   if (variable) header.bitRateIndex = 1;
   while (!room(header.bitRateIndex)) ++header.bitRateIndex;
@@ -365,7 +366,6 @@ std::vector<uint8_t> Encoder::infoFrame() const {
   std::vector<uint8_t> frame(static_cast<size_t>(frameBytes(header.bitRateIndex, 0)));
   uint8_t* start = frame.data();
   check(moxsPackFrameHeader_MP3(&header, &start));
-  if (settings_.checksums) storeCrc(frame.data());
   const std::vector<uint64_t>& offsets = queue_.offsets();
   const uint64_t bytes = frame.size() + queue_.bytes();
 

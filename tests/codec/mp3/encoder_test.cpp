@@ -98,8 +98,13 @@ TEST(Mp3Encoder, AverageRateIsKeptAndChecksumsAre) {
   const auto stream = encode(samples, settings, 1152);
   EXPECT_NEAR(static_cast<double>(stream.size()) * 8 / 10000, 150, 8);
   const moxc::Bytes bytes(stream);
+  auto frames = moxtest::walkMp3(bytes).frames;
+  ASSERT_FALSE(frames.empty());
+  // The information frame: many look for its marker where no checksum moves it.
+  EXPECT_FALSE(frames[0].header.hasCrc());
+  frames.erase(frames.begin());
   int32_t smallest = 320, largest = 0;
-  for (const auto& frame : moxtest::walkMp3(bytes).frames) {
+  for (const auto& frame : frames) {
     EXPECT_TRUE(frame.header.hasCrc() && moxc::mp3::crcMatches({frame.header, frame.bytes}));
     smallest = std::min(smallest, frame.header.bitRate);
     largest = std::max(largest, frame.header.bitRate);
