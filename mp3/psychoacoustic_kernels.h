@@ -242,7 +242,7 @@ inline void analyzeLong(PsychoacousticChannel& channel, const GranuleSpectra& vi
       entropy += 0.5f * static_cast<float>(partition.lines) * std::log2(e[b] / threshold[b]);
   }
   out.perceptualEntropy = entropy;
-  for (int band = 0; band < 22; ++band) {
+  for (size_t band = 0; band < 22; ++band) {
     out.energyLong[band] = sumOverSpan(e, tables.longBands[band]);
     out.thresholdLong[band] = sumOverSpan(threshold, tables.longBands[band]);
   }
@@ -261,13 +261,13 @@ inline void analyzeShort(PsychoacousticChannel& channel, const Spectrum<kShortPo
   const float further = decibels(-p.shortDistance);
   for (int32_t b = 0; b < tables.shortCount; ++b) {
     const ShortPartition& partition = tables.shortPartitions[b];
-    const float masked = masking[0][b] * tables.shortMasking[b] * further;
+    const float masked = masking[0][b] * tables.shortMasking[static_cast<size_t>(b)] * further;
     // Half of the window, which noise fills, lies in front of what the spectrum's middle shows.
     threshold[b] =
         std::max(partition.qthr * p.quietScale, std::min(masked, p.shortRise * channel.shortMasking[b]));
     channel.shortMasking[b] = masked;
   }
-  for (int band = 0; band < 13; ++band) {
+  for (size_t band = 0; band < 13; ++band) {
     out.energyShort[band][window] = sumOverSpan(energy[0], tables.shortBands[band]);
     out.thresholdShort[band][window] = sumOverSpan(threshold, tables.shortBands[band]);
   }

@@ -48,7 +48,7 @@ std::vector<int> speakersOf(uint32_t mask) {
 }  // namespace
 
 WavWriter::WavWriter(int descriptor, const MoxcFormat& format, bool floatSamples, int64_t expectedSamples)
-    : descriptor_(descriptor), channels_(format.channels), floatSamples_(floatSamples) {
+    : descriptor_(descriptor), floatSamples_(floatSamples) {
   const int64_t sampleBytes = int64_t{format.channels} * (floatSamples ? 4 : 2);
   large_ = expectedSamples > kWavBytes / sampleBytes;
   limit_ = large_ ? INT64_MAX : kWavBytes / sampleBytes;

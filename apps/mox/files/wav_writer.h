@@ -30,7 +30,6 @@ class WavWriter {
   sf_private_tag* file_ = nullptr;
   int descriptor_;
   bool large_ = false;
-  int32_t channels_;
   bool floatSamples_;
   int64_t limit_;  // samples per channel that the header can count
   int64_t samples_ = 0;
