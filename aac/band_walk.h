@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "aac/band_tables.h"
-#include "aac/syntax_constants.h"
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
@@ -35,7 +34,7 @@ inline int32_t countWindows(int32_t numWindowGroups, const int32_t* windowGroupL
 }
 
 inline bool validSamplingRate(int32_t samplingRateIndex) {
-  return inRange(samplingRateIndex, 0, kNumSampleRates - 1);
+  return inRange(samplingRateIndex, 0, MOX_AAC_SAMPLE_RATES - 1);
 }
 
 // The checks behind the pointer test; operations without an M/S mode pass validMsMask = true.
@@ -43,7 +42,7 @@ inline moxStatus checkBandLayout(const BandLayout& layout, bool validMsMask = tr
   MOX_REQUIRE(validWindowLen(layout.windowLen), moxStatusAacWinLenError);
   MOX_REQUIRE(countWindows(layout.numWindowGroups, layout.windowGroupLen, layout.windowLen) > 0,
               moxStatusAacWinGrpError);
-  MOX_REQUIRE(inRange(layout.maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(layout.maxSfb, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
   MOX_REQUIRE(validSamplingRate(layout.samplingRateIndex), moxStatusAacSampleRateError);
   MOX_REQUIRE(validMsMask, moxStatusAacMsMaskError);
   MOX_REQUIRE(layout.maxSfb <= swbTable(layout.samplingRateIndex, layout.windowLen).numSwb,

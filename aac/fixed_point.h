@@ -9,8 +9,6 @@
 
 namespace moxac::aac {
 
-inline constexpr int32_t kSpectrumFracBits = MOX_AAC_SPECTRUM_FRAC_BITS;
-inline constexpr int32_t kTimeFracBits = MOX_AAC_TIME_FRAC_BITS;
 inline constexpr int32_t kSaturated = 0x7FFFFFFF;  // and its negative: saturation is symmetric
 
 template <class T>

@@ -32,7 +32,7 @@ moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstP
   MOX_TRY(checkWindow(window));
   const bool present = pLtpInfo->ltpDataPresent != 0;
   MOX_REQUIRE(!present || (inRange(pLtpInfo->ltpCoef, 0, kMaxGain) &&
-                           validLags(*pLtpInfo, windowSequence == kEightShort)),
+                           validLags(*pLtpInfo, windowSequence == MOX_AAC_EIGHT_SHORT)),
               moxStatusOutOfRange);
 
   if (!present) {
@@ -49,10 +49,11 @@ moxStatus moxsLongTermReconstruct_AAC_32s(int32_t* pSrcDstPrediction, int32_t* p
                                           int32_t windowSequence, int32_t maxSfb, int32_t samplingRateIndex,
                                           const MoxAacLtpInfo* pLtpInfo, const MoxAacTnsInfo* pTnsInfo) {
   MOX_REQUIRE(notNull(pSrcDstPrediction, pSrcDstSpectrum, pLtpInfo), moxStatusNullPointer);
-  MOX_REQUIRE(inRange<int32_t>(windowSequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
-  MOX_REQUIRE(inRange(maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange<int32_t>(windowSequence, MOX_AAC_ONLY_LONG, MOX_AAC_LONG_STOP),
+              moxStatusAacWinSeqError);
+  MOX_REQUIRE(inRange(maxSfb, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
   MOX_REQUIRE(validSamplingRate(samplingRateIndex), moxStatusAacSampleRateError);
-  const SwbTable swb = swbTable(samplingRateIndex, windowSequence == kEightShort ? 128 : 1024);
+  const SwbTable swb = swbTable(samplingRateIndex, windowSequence == MOX_AAC_EIGHT_SHORT ? 128 : 1024);
   MOX_REQUIRE(maxSfb <= swb.numSwb, moxStatusAacMaxSfbError);
 
   if (pLtpInfo->ltpDataPresent == 0) return moxStatusOk;

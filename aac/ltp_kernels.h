@@ -5,19 +5,17 @@
 #include <cstdint>
 
 #include "aac/band_tables.h"
-#include "aac/ltp_tables.h"
 #include "aac/mdct_kernels.h"
 
 namespace moxac::aac {
 
 // The most bands that prediction reaches.
-inline constexpr int32_t kLtpMaxSfbLong = 40;
 inline constexpr int32_t kLtpMaxSfbShort = 8;
 
 // The standard's eight gains have six decimals, and a record's Q14 is up to 5e-5 off: enough, in the loop of
 // prediction, for errors of 2 in 16 bits. A Q14 that stands for one of them is taken as it; any other as Q14.
 inline int64_t ltpGainQ30(int32_t q14) {
-  for (const double gain : kLtpGains)
+  for (const double gain : moxAacLtpGains)
     if (roundedHalfUp(gain * (1 << 14)) == q14) return roundedHalfUp(gain * (1 << 30));
   return int64_t{q14} << 16;
 }
@@ -58,7 +56,7 @@ inline void predictSamples(const int32_t* history, int32_t firstSample, int32_t 
 inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const FrameWindow& window,
                          int32_t* samples, float* scratch) {
   const int64_t gain = ltpGainQ30(ltp.ltpCoef);
-  if (window.sequence != kEightShort) {
+  if (window.sequence != MOX_AAC_EIGHT_SHORT) {
     predictSamples(history, 0, ltp.ltpLag, gain, samples, 2048);
     forwardFrame<DctLanes8>(samples, window, scratch);
     return;
@@ -82,7 +80,7 @@ inline void addLines(const int32_t* prediction, int32_t* spectrum, int32_t first
 inline void addPrediction(const int32_t* prediction, int32_t* spectrum, const MoxAacLtpInfo& ltp,
                           const SwbTable& swb, int32_t maxSfb) {
   if (swb.windowLen == 1024) {
-    for (int32_t b = 0; b < std::min(maxSfb, kLtpMaxSfbLong); ++b)
+    for (int32_t b = 0; b < std::min<int32_t>(maxSfb, MOX_AAC_MAX_SFB_LTP); ++b)
       if (ltp.longUsed[b] != 0) addLines(prediction, spectrum, swb.offset[b], swb.offset[b + 1]);
     return;
   }

@@ -14,9 +14,9 @@
 
 #include "aac/dct4_kernels.h"
 #include "aac/fixed_point.h"
-#include "aac/syntax_constants.h"
 #include "aac/window_tables.h"
 #include "frame/align.h"
+#include "moxac/aac.h"
 
 namespace moxac::aac {
 
@@ -37,8 +37,12 @@ struct FrameWindow {
   int32_t prevShape;  // of the frame before: its rising slope
 
   // The slopes of a frame that is not eight short; both rise, the second one is used backwards.
-  const float* rising() const { return (sequence == kLongStop ? kStepSlopes : kLongSlopes).shape[prevShape]; }
-  const float* falling() const { return (sequence == kLongStart ? kStepSlopes : kLongSlopes).shape[shape]; }
+  const float* rising() const {
+    return (sequence == MOX_AAC_LONG_STOP ? kStepSlopes : kLongSlopes).shape[prevShape];
+  }
+  const float* falling() const {
+    return (sequence == MOX_AAC_LONG_START ? kStepSlopes : kLongSlopes).shape[shape];
+  }
   // The rising slope of short window w, and the falling one of all.
   const float* shortRising(int32_t w) const { return kShortSlopes.shape[w == 0 ? prevShape : shape]; }
   const float* shortFalling() const { return kShortSlopes.shape[shape]; }
@@ -83,14 +87,16 @@ template <class L>
 const float* inverseFrame(const int32_t* spectrum, const FrameWindow& window, float* scratch) {
   float* const y = scratch;
   float* const samples = scratch + 1024;  // also the long transform's scratch
-  if (window.sequence != kEightShort) {
-    constexpr float kScale = static_cast<float>(exp2Of(1 - 11 + kTimeFracBits - kSpectrumFracBits));
+  if (window.sequence != MOX_AAC_EIGHT_SHORT) {
+    constexpr float kScale =
+        static_cast<float>(exp2Of(1 - 11 + MOX_AAC_TIME_FRAC_BITS - MOX_AAC_SPECTRUM_FRAC_BITS));
     dct4<L, 1024>(spectrum, y, kScale, samples);
     unfoldRising<L, 1024>(y + 512, window.rising(), samples);
     unfoldFalling<L, 1024>(y, window.falling(), samples + 1024);
     return samples;
   }
-  constexpr float kScale = static_cast<float>(exp2Of(1 - 8 + kTimeFracBits - kSpectrumFracBits));
+  constexpr float kScale =
+      static_cast<float>(exp2Of(1 - 8 + MOX_AAC_TIME_FRAC_BITS - MOX_AAC_SPECTRUM_FRAC_BITS));
   float* const dctScratch = scratch + 128;
   std::fill_n(samples, 2048, 0.0f);
   for (int32_t w = 0; w < 8; ++w) {
@@ -111,7 +117,7 @@ inline int32_t toTime(float v) {
 
 // Rounded to the integer above a tie, and saturated. Halving last: half a unit more would leave 32 bits.
 inline int16_t toPcm(int32_t time) {
-  const int32_t rounded = ((time >> (kTimeFracBits - 1)) + 1) >> 1;
+  const int32_t rounded = ((time >> (MOX_AAC_TIME_FRAC_BITS - 1)) + 1) >> 1;
   return static_cast<int16_t>(std::clamp(rounded, -32768, 32767));
 }
 
@@ -119,7 +125,7 @@ inline int16_t toPcm(int32_t time) {
 inline void overlapAdd(const float* samples, int32_t* overlap, int32_t* time, int16_t* pcm, int32_t stride) {
   const f32x8 limit = splat8(kTimeLimit), lowLimit = splat8(-kTimeLimit);
   const auto toUnits = [](i32x4 v) {  // as toPcm
-    return _mm_srai_epi32(_mm_add_epi32(_mm_srai_epi32(v, kTimeFracBits - 1), splatInt4(1)), 1);
+    return _mm_srai_epi32(_mm_add_epi32(_mm_srai_epi32(v, MOX_AAC_TIME_FRAC_BITS - 1), splatInt4(1)), 1);
   };
   const auto load = [&](const float* p, i32x4& low, i32x4& high) {
     roundToInt8(minOf(maxOf(load8(p), lowLimit), limit), low, high);
@@ -162,7 +168,8 @@ void fold(const int32_t* x, const float* rising, const float* falling, float* u)
 
 // The transforms below take samples in the time format and give lines as floats in units of the spectral
 // format.
-inline constexpr float kForwardScale = static_cast<float>(exp2Of(1 + kSpectrumFracBits - kTimeFracBits));
+inline constexpr float kForwardScale =
+    static_cast<float>(exp2Of(1 + MOX_AAC_SPECTRUM_FRAC_BITS - MOX_AAC_TIME_FRAC_BITS));
 
 // Short window w: 256 samples to 128 lines.
 template <class L>
@@ -175,7 +182,7 @@ void forwardShort(const int32_t* x, const FrameWindow& window, int32_t w, float*
 template <class L>
 void forwardFrame(const int32_t* x, const FrameWindow& window, float* scratch) {
   float* const dctScratch = scratch + 1024;
-  if (window.sequence == kEightShort) {
+  if (window.sequence == MOX_AAC_EIGHT_SHORT) {
     for (int32_t w = 0; w < 8; ++w)
       forwardShort<L>(x + kShortStart + 128 * w, window, w, scratch + 128 * w, dctScratch);
   } else {

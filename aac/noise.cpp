@@ -12,7 +12,7 @@ struct NoiseChannel {
   const uint8_t* sfbCb;
   const int16_t* energy;
 
-  bool isNoise(const GroupBand& band) const { return sfbCb[band.index] == kNoiseBook; }
+  bool isNoise(const GroupBand& band) const { return sfbCb[band.index] == MOX_AAC_BOOK_NOISE; }
 
   void fill(const GroupBand& band, int32_t window, uint32_t& state) const {
     noiseBand(spectrum + band.first + ptrdiff_t{window} * band.width, band.width, energy[band.index], state);
@@ -22,7 +22,7 @@ struct NoiseChannel {
   void clearLtpFlags(const BandLayout& layout) const {
     if (layout.numWindowGroups != 1) return;
     for (int32_t b = 0; b < layout.maxSfb; ++b)
-      if (sfbCb[b] == kNoiseBook) ltpUsedFlags[b + 1] = 0;
+      if (sfbCb[b] == MOX_AAC_BOOK_NOISE) ltpUsedFlags[b + 1] = 0;
   }
 };
 
@@ -66,7 +66,8 @@ moxStatus moxsDecodeMsPNS_AAC_32s(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t*
   const NoiseChannel left{pSrcDstL, pLtpUsedFlagsL, pSfbCbL, pScaleFactorL};
   const NoiseChannel right{pSrcDstR, pLtpUsedFlagsR, pSfbCbR, pScaleFactorR};
   const auto correlated = [&](const GroupBand& band) {
-    return msMaskPresent == 2 || (msMaskPresent == 1 && pMsUsed[band.group * kMsRow + band.band] != 0);
+    return msMaskPresent == 2 ||
+           (msMaskPresent == 1 && pMsUsed[band.group * MOX_AAC_MS_ROW + band.band] != 0);
   };
   forEachWindowBand(layout, [&](const GroupBand& band, int32_t window) {
     uint32_t sharedState = *pRandomState;

@@ -28,7 +28,7 @@ inline constexpr NoiseLevelTable kNoiseLevel;
 
 // 2^(k/4) in Q(27 + fraction bits): the gain of energy 0 has 7 + fraction bits, see noiseGain.
 inline constexpr int64_t noiseQuarterStep(int32_t k) {
-  return roundedHalfUp(kQuarterPower[k] * exp2Of(27 + kSpectrumFracBits));
+  return roundedHalfUp(kQuarterPower[k] * exp2Of(27 + MOX_AAC_SPECTRUM_FRAC_BITS));
 }
 inline constexpr int64_t kNoiseQuarterStep[4] = {noiseQuarterStep(0), noiseQuarterStep(1),
                                                  noiseQuarterStep(2), noiseQuarterStep(3)};

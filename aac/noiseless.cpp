@@ -29,7 +29,7 @@ moxStatus decodeMpeg4(BitReader& in, bool commonWindow, int32_t audioObjectType,
   }
   const ChannelLayout layout = makeLayout(ics.windowSequence, ics.maxSfb, ics.numWindowGroups,
                                           ics.windowGroupLen, stream.samplingRateIndex);
-  MOX_TRY(enterLayout(layout, layout.isShort() ? kMaxSwbShort : kMaxSwbLong, stream));
+  MOX_TRY(enterLayout(layout, layout.isShort() ? MOX_AAC_MAX_SFB_SHORT : MOX_AAC_MAX_SFB_LONG, stream));
   return readChannel(in, layout, true, true, to);
 }
 
@@ -40,7 +40,7 @@ moxStatus decodeLayer(BitReader& in, int32_t windowSequence, int32_t maxSfb, con
   stream.globalGain = in.bits(8);
   const ChannelLayout layout = makeLayout(windowSequence, maxSfb, header.numWindowGroups,
                                           header.windowGroupLen, stream.samplingRateIndex);
-  MOX_TRY(enterLayout(layout, kMaxSwbLong, stream));
+  MOX_TRY(enterLayout(layout, MOX_AAC_MAX_SFB_LONG, stream));
   return readChannel(in, layout, false, true, to);
 }
 
@@ -58,7 +58,8 @@ moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBit
               moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
   MOX_REQUIRE(inRange(commonWindow, 0, 1), moxStatusAacCommonWindowError);
-  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, kNumSampleRates - 1), moxStatusAacSampleRateError);
+  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, MOX_AAC_SAMPLE_RATES - 1),
+              moxStatusAacSampleRateError);
   MOX_REQUIRE(pChanStream->predSfbMax == 0, moxStatusAacPredSfbError);
 
   BitReader in(ppBitStream, pBitOffset);
@@ -81,8 +82,9 @@ moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t* pBitOffs
   MOX_REQUIRE(inRange(layerFlag, 0, 1), moxStatusAacLayerFlagError);
   MOX_REQUIRE(inRange(commonWindow, 0, 1), moxStatusAacCommonWindowError);
   MOX_REQUIRE(layerFlag == 0 || inRange(windowSequence, 0, 3), moxStatusAacWinSeqError);
-  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, kNumSampleRates - 1), moxStatusAacSampleRateError);
-  MOX_REQUIRE(layerFlag == 0 || inRange(maxSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(pChanStream->samplingRateIndex, 0, MOX_AAC_SAMPLE_RATES - 1),
+              moxStatusAacSampleRateError);
+  MOX_REQUIRE(layerFlag == 0 || inRange(maxSfb, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
 
   BitReader in(ppBitStream, pBitOffset);
   const NoiselessTarget to{*pChanStream, pScaleFactor, pSpectrum, pSfbCb, pTnsCoef};

@@ -16,9 +16,7 @@
 
 namespace moxac::aac {
 
-inline constexpr int32_t kEscapeBook = 11;
 inline constexpr int32_t kMaxScaleFactorBits = 19;
-inline constexpr int32_t kMaxSections = 120;  // the room of sectCb and sectEnd
 
 // The windows of the channel whose stream is decoded.
 struct ChannelLayout {
@@ -28,7 +26,7 @@ struct ChannelLayout {
   const int32_t* groupLen;
   SwbTable swb;
 
-  bool isShort() const { return windowSequence == kEightShort; }
+  bool isShort() const { return windowSequence == MOX_AAC_EIGHT_SHORT; }
 };
 
 // What is read from a stream passes, but for maxSfb; a caller's record may hold anything. Rows of mostSfb bands
@@ -37,7 +35,8 @@ inline moxStatus enterLayout(const ChannelLayout& layout, int32_t mostSfb, MoxAa
   stream.windowLen = layout.swb.windowLen;
   stream.numWindows = layout.isShort() ? 8 : 1;
   stream.numSwb = layout.swb.numSwb;
-  MOX_REQUIRE(inRange<int32_t>(layout.windowSequence, kOnlyLong, kLongStop), moxStatusAacWinSeqError);
+  MOX_REQUIRE(inRange<int32_t>(layout.windowSequence, MOX_AAC_ONLY_LONG, MOX_AAC_LONG_STOP),
+              moxStatusAacWinSeqError);
   MOX_REQUIRE(countWindows(layout.numGroups, layout.groupLen, layout.swb.windowLen) > 0,
               moxStatusAacWinGrpError);
   MOX_REQUIRE(inRange(layout.maxSfb, 0, mostSfb), moxStatusAacMaxSfbError);
@@ -47,7 +46,8 @@ inline moxStatus enterLayout(const ChannelLayout& layout, int32_t mostSfb, MoxAa
 inline ChannelLayout makeLayout(int32_t windowSequence, int32_t maxSfb, int32_t numGroups,
                                 const int32_t* groupLen, int32_t samplingRateIndex) {
   return {windowSequence, maxSfb, numGroups, groupLen,
-          windowSequence == kEightShort ? shortSwbTable(samplingRateIndex) : longSwbTable(samplingRateIndex)};
+          windowSequence == MOX_AAC_EIGHT_SHORT ? shortSwbTable(samplingRateIndex)
+                                                : longSwbTable(samplingRateIndex)};
 }
 
 // section_data(). A length comes in pieces of 3 or 5 bits; one that is all ones adds itself and announces
@@ -68,7 +68,7 @@ inline moxStatus readSections(BitReader& in, const ChannelLayout& layout, MoxAac
         piece = in.bits(pieceBits);
         end += piece;
       } while (piece == escape && end <= layout.maxSfb);
-      MOX_REQUIRE(end <= layout.maxSfb && section < kMaxSections, moxStatusAacSectionError);
+      MOX_REQUIRE(end <= layout.maxSfb && section < MOX_AAC_MAX_SECTIONS, moxStatusAacSectionError);
       stream.sectCb[section] = static_cast<uint8_t>(codebook);
       stream.sectEnd[section] = static_cast<uint8_t>(end);
       std::fill(sfbCb + start, sfbCb + end, static_cast<uint8_t>(codebook));
@@ -100,18 +100,19 @@ struct GainState {
 
 inline moxStatus readScaleFactor(BitWindow& window, int32_t codebook, bool allowNoise, int32_t globalGain,
                                  GainState& state, int16_t& scaleFactor) {
-  if (codebook == kZeroBook) {
+  if (codebook == MOX_AAC_BOOK_ZERO) {
     scaleFactor = 0;
     return moxStatusOk;
   }
-  MOX_REQUIRE(codebook != kReservedBook && (codebook != kNoiseBook || allowNoise), moxStatusAacCodebookError);
+  MOX_REQUIRE(codebook != MOX_AAC_BOOK_RESERVED && (codebook != MOX_AAC_BOOK_NOISE || allowNoise),
+              moxStatusAacCodebookError);
   window.ensure(kMaxScaleFactorBits);
-  if (codebook >= kIntensityBookInverted) {
+  if (codebook >= MOX_AAC_BOOK_INTENSITY_INVERTED) {
     state.position += scaleFactorDifference(window);
     scaleFactor = static_cast<int16_t>(state.position);
     return moxStatusOk;
   }
-  if (codebook == kNoiseBook && !state.noiseSeen) {
+  if (codebook == MOX_AAC_BOOK_NOISE && !state.noiseSeen) {
     state.noiseSeen = true;
     state.gain = globalGain - 90 + window.take(9) - 256;
   } else {
@@ -151,7 +152,7 @@ struct PulseData {
 inline moxStatus readPulses(BitReader& in, int32_t numSwb, PulseData& pulses) {
   const int32_t count = in.bits(2) + 1;
   pulses.startSfb = in.bits(6);
-  MOX_REQUIRE(pulses.startSfb <= kMaxSwbLong, moxStatusAacPulseError);
+  MOX_REQUIRE(pulses.startSfb <= MOX_AAC_MAX_SFB_LONG, moxStatusAacPulseError);
   for (int32_t i = 0; i < count; ++i) {
     pulses.offset[i] = in.bits(5);
     pulses.amp[i] = in.bits(4);
@@ -229,8 +230,8 @@ inline bool decodeEscapeLines(BitWindow& shared, int32_t* dst, int32_t lines) {
   BitWindow window = shared;
   bool good = true;
   for (const int32_t* const end = dst + lines; dst < end && good; dst += 2) {
-    window.ensure(maxBits<kEscapeBook>());
-    decodeTuple<kEscapeBook>(window, dst);
+    window.ensure(maxBits<MOX_AAC_BOOK_ESCAPE>());
+    decodeTuple<MOX_AAC_BOOK_ESCAPE>(window, dst);
     for (int32_t i = 0; i < 2 && good; ++i)
       if (dst[i] == 16 || dst[i] == -16) good = decodeEscape(window, dst[i]);
   }
@@ -271,7 +272,7 @@ inline int32_t layOutSections(const ChannelLayout& layout, const MoxAacChanStrea
       section = {codebook, 0, 0, moxStatusOk};
       if (end > layout.swb.numSwb)
         section.status = moxStatusBadData;
-      else if (codebook == kReservedBook)
+      else if (codebook == MOX_AAC_BOOK_RESERVED)
         section.status = moxStatusAacCodebookError;
       else
         section.lines = (layout.swb.offset[end] - layout.swb.offset[start]) * layout.groupLen[g];
@@ -281,9 +282,9 @@ inline int32_t layOutSections(const ChannelLayout& layout, const MoxAacChanStrea
   int32_t bitsAhead = 0;
   for (int32_t i = count - 1; i >= 0; --i) {
     SpectralSection& section = sections[i];
-    if (section.status != moxStatusOk || section.codebook == kEscapeBook) {
+    if (section.status != moxStatusOk || section.codebook == MOX_AAC_BOOK_ESCAPE) {
       bitsAhead = 0;
-    } else if (section.codebook < kEscapeBook) {
+    } else if (section.codebook < MOX_AAC_BOOK_ESCAPE) {
       const int32_t tuple = section.codebook <= 4 ? 4 : 2;
       bitsAhead += section.lines / tuple * kMinBits[section.codebook];
     }
@@ -327,7 +328,7 @@ inline moxStatus readSection(BitWindow& window, const SpectralSection& section, 
     case 10:
       decodeLines<10>(window, dst, lines);
       break;
-    case kEscapeBook:
+    case MOX_AAC_BOOK_ESCAPE:
       MOX_REQUIRE(decodeEscapeLines(window, dst, lines), moxStatusAacEscapeError);
       break;
     default:
@@ -339,7 +340,7 @@ inline moxStatus readSection(BitWindow& window, const SpectralSection& section, 
 // spectral_data(): group by group, in each band the lines of the group's windows one after another.
 inline moxStatus readSpectrum(BitReader& in, const ChannelLayout& layout, const MoxAacChanStream& stream,
                               int32_t* spectrum) {
-  SpectralSection sections[kMaxSections];
+  SpectralSection sections[MOX_AAC_MAX_SECTIONS];
   layOutSections(layout, stream, sections);
 
   BitWindow window(in.bytePosition(), in.bitOffset());

@@ -8,7 +8,8 @@ namespace {
 // Silence, noise and intensity bands carry no quantised values; every other code book is one of values, the
 // virtual ones of book 11 (16 and up) among them.
 constexpr bool isQuantized(uint8_t codeBook) {
-  return codeBook != kZeroBook && !inRange<int32_t>(codeBook, kNoiseBook, kIntensityBook);
+  return codeBook != MOX_AAC_BOOK_ZERO &&
+         !inRange<int32_t>(codeBook, MOX_AAC_BOOK_NOISE, MOX_AAC_BOOK_INTENSITY);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ inline constexpr uint32_t kLargestQuantized = 8191;
 // 2^((sf - 100)/4) in units of the spectral format. Gains that leave no value of the format between zero and
 // saturation are held at 2^+-150, which has the same results.
 inline double requantizeGain(int32_t scaleFactor) {
-  const int32_t quarters = std::clamp(scaleFactor - 100 + 4 * kSpectrumFracBits, -600, 600);
+  const int32_t quarters = std::clamp(scaleFactor - 100 + 4 * MOX_AAC_SPECTRUM_FRAC_BITS, -600, 600);
   return kQuarterPower[quarters & 3] * exp2Of(quarters >> 2);
 }
 

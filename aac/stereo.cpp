@@ -6,7 +6,7 @@ namespace moxac::aac {
 namespace {
 
 constexpr bool isIntensity(uint8_t codeBook) {
-  return codeBook == kIntensityBook || codeBook == kIntensityBookInverted;
+  return codeBook == MOX_AAC_BOOK_INTENSITY || codeBook == MOX_AAC_BOOK_INTENSITY_INVERTED;
 }
 
 }  // namespace
@@ -26,11 +26,11 @@ moxStatus moxsDecodeMsStereo_AAC_32s_I(int32_t* pSrcDstL, int32_t* pSrcDstR, int
   MOX_TRY(checkBandLayout(layout, inRange(msMaskPresent, 1, 2)));
 
   forEachBand(layout, [&](const GroupBand& band) {
-    if (!allBands && pMsUsed[band.group * kMsRow + band.band] == 0) return;
+    if (!allBands && pMsUsed[band.group * MOX_AAC_MS_ROW + band.band] == 0) return;
     uint8_t& codeBook = pSfbCb[band.index];
     if (isIntensity(codeBook)) {
       if (!allBands) codeBook ^= 1;
-    } else if (codeBook != kNoiseBook) {
+    } else if (codeBook != MOX_AAC_BOOK_NOISE) {
       midSideBand(pSrcDstL + band.first, pSrcDstR + band.first, band.lines());
     }
   });
@@ -49,7 +49,7 @@ moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pDstR, const
     const uint8_t codeBook = pSfbCb[band.index];
     if (isIntensity(codeBook))
       intensityBand(pSrcL + band.first, pDstR + band.first, band.lines(), pScaleFactor[band.index],
-                    codeBook == kIntensityBookInverted);
+                    codeBook == MOX_AAC_BOOK_INTENSITY_INVERTED);
   });
   return moxStatusOk;
 }

@@ -23,7 +23,7 @@ moxStatus moxsDecodeChanPairElt_MP4_AAC(const uint8_t** ppBitStream, int32_t* pB
   MOX_REQUIRE(notNull(ppBitStream, pBitOffset, pIcsInfo, pChanPairElt, pMainHeader) && notNull(*ppBitStream),
               moxStatusNullPointer);
   MOX_REQUIRE(validBitOffset(*pBitOffset), moxStatusBitOffsetError);
-  MOX_REQUIRE(inRange(predSfbMax, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(predSfbMax, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
 
   BitReader in(ppBitStream, pBitOffset);
   for (MoxAacLtpInfo& ltp : pMainHeader->ltp) ltp.ltpDataPresent = 0;
@@ -76,8 +76,8 @@ moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, int32_t* pB
   MOX_REQUIRE(inRange(tnsFlag, 0, 1), moxStatusAacTnsFlagError);
   MOX_REQUIRE(inRange(stereoFlag, 0, 1), moxStatusAacStereoFlagError);
   MOX_REQUIRE(inRange(diffCtrlFlag, 0, 1), moxStatusAacDiffCtrlFlagError);
-  MOX_REQUIRE(inRange(startSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
-  MOX_REQUIRE(inRange(endSfb, 0, kMaxSwbLong), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(startSfb, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(endSfb, 0, MOX_AAC_MAX_SFB_LONG), moxStatusAacMaxSfbError);
   MOX_REQUIRE(inRange(windowSequence, 0, 3), moxStatusAacWinSeqError);
 
   BitReader in(ppBitStream, pBitOffset);

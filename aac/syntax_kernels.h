@@ -7,7 +7,6 @@
 
 #include "aac/band_tables.h"
 #include "aac/bit_reader.h"
-#include "aac/syntax_constants.h"
 #include "frame/checks.h"
 #include "moxac/aac.h"
 
@@ -36,7 +35,7 @@ inline int32_t readGrouping(int32_t grouping, int32_t* groupLen) {
 inline void readLtpData(BitReader& in, int32_t windowSequence, int32_t maxSfb, MoxAacLtpInfo& ltp) {
   ltp.ltpLag = in.bits(11);
   ltp.ltpCoef = kLtpGain[in.bits(3)];
-  if (windowSequence == kEightShort) {
+  if (windowSequence == MOX_AAC_EIGHT_SHORT) {
     ltp.shortLag[0] = ltp.ltpLag;
     int32_t lastUsed = -1;
     for (int32_t w = 0; w < 8; ++w) {
@@ -81,14 +80,14 @@ moxStatus readIcsInfoWith(BitReader& in, MoxAacIcsInfo& ics, ReadPredictor readP
   ics.windowShape = in.bit();
   ics.predictorDataPresent = 0;
   ics.predictorReset = 0;
-  if (ics.windowSequence == kEightShort) {
+  if (ics.windowSequence == MOX_AAC_EIGHT_SHORT) {
     ics.maxSfb = in.bits(4);
     ics.scaleFactorGrouping = in.bits(7);
     ics.numWindowGroups = readGrouping(ics.scaleFactorGrouping, ics.windowGroupLen);
     return moxStatusOk;
   }
   ics.maxSfb = in.bits(6);
-  MOX_REQUIRE(ics.maxSfb <= kMaxSwbLong, moxStatusAacMaxSfbError);
+  MOX_REQUIRE(ics.maxSfb <= MOX_AAC_MAX_SFB_LONG, moxStatusAacMaxSfbError);
   ics.predictorDataPresent = in.bit();
   if (ics.predictorDataPresent != 0) {
     MOX_TRY(readPredictor());
@@ -157,7 +156,7 @@ inline TnsFields fieldsOf(MoxAacTnsInfo& tns) {
 // tns_data(), tns_data_present read before. Field widths and orders allow at most 8 filters and 56
 // coefficients, so the arrays cannot overflow.
 inline moxStatus readTnsData(BitReader& in, int32_t windowSequence, const TnsFields& tns) {
-  const bool isShort = windowSequence == kEightShort;
+  const bool isShort = windowSequence == MOX_AAC_EIGHT_SHORT;
   const int32_t numWindows = isShort ? 8 : 1;
   const int32_t nFiltBits = isShort ? 1 : 2, lengthBits = isShort ? 4 : 6, orderBits = isShort ? 3 : 5;
   const int32_t maxOrder = isShort ? 7 : 12;
@@ -208,7 +207,7 @@ inline void readFill(BitReader& in, int32_t& count, uint8_t* data) {
 inline moxStatus readMainHeader(BitReader& in, int32_t numChannels, MoxAacMainHeader& header) {
   header.windowSequence = in.bits(2);
   header.windowShape = in.bit();
-  if (header.windowSequence == kEightShort) {
+  if (header.windowSequence == MOX_AAC_EIGHT_SHORT) {
     header.maxSfb = in.bits(4);
     header.scaleFactorGrouping = in.bits(7);
     header.numWindowGroups = readGrouping(header.scaleFactorGrouping, header.windowGroupLen);
@@ -222,7 +221,7 @@ inline moxStatus readMainHeader(BitReader& in, int32_t numChannels, MoxAacMainHe
     header.msMaskPresent = in.bits(2);
     for (int32_t g = 0; g < header.numWindowGroups; ++g)
       for (int32_t sfb = 0; sfb < header.maxSfb; ++sfb)  // 61 to 63 bands run on into the next row
-        header.pMsUsed[g * kMsRow + sfb] =
+        header.pMsUsed[g * MOX_AAC_MS_ROW + sfb] =
             static_cast<uint8_t>(header.msMaskPresent == 1 ? in.bit() : header.msMaskPresent == 2);
   }
   for (int32_t ch = 0; ch < numChannels; ++ch) {
@@ -243,16 +242,16 @@ struct ExtensionLayout {
 // The header of an enhancement layer.
 inline moxStatus readExtensionHeader(BitReader& in, const ExtensionLayout& layout,
                                      MoxAacExtensionHeader& header) {
-  const bool isShort = layout.windowSequence == kEightShort;
+  const bool isShort = layout.windowSequence == MOX_AAC_EIGHT_SHORT;
   header.maxSfb = in.bits(isShort ? 4 : 6);
-  MOX_REQUIRE(header.maxSfb <= kMsRow, moxStatusAacMaxSfbError);
+  MOX_REQUIRE(header.maxSfb <= MOX_AAC_MS_ROW, moxStatusAacMaxSfbError);
   if (layout.stereo) {
     header.msMaskPresent = in.bits(2);
     const int32_t rows = isShort ? 4 : 1;  // four rows whatever the grouping
     if (header.msMaskPresent == 1)
       for (int32_t g = 0; g < rows; ++g)
         for (int32_t sfb = layout.startSfb; sfb < header.maxSfb; ++sfb)
-          header.pMsUsed[g * kMsRow + sfb] = static_cast<uint8_t>(in.bit());
+          header.pMsUsed[g * MOX_AAC_MS_ROW + sfb] = static_cast<uint8_t>(in.bit());
   }
   if (layout.tns)
     for (MoxAacTnsInfo& tns : header.tns) {

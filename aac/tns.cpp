@@ -20,8 +20,8 @@ struct TnsLimits {
 };
 
 TnsLimits tnsLimits(int32_t windowLen, int32_t samplingRateIndex) {
-  return windowLen == 128 ? TnsLimits{8, 1, 7, kTnsMaxBandsShort[samplingRateIndex]}
-                          : TnsLimits{1, 3, 12, kTnsMaxBandsLong[samplingRateIndex]};
+  return windowLen == 128 ? TnsLimits{8, 1, 7, moxAacTnsMaxBandsShort[samplingRateIndex]}
+                          : TnsLimits{1, 3, 12, moxAacTnsMaxBandsLong[samplingRateIndex]};
 }
 
 template <TnsMode mode>
@@ -67,7 +67,7 @@ moxStatus checkedTns(int32_t* pSrcDst, const TnsSideData& side, int32_t maxSfb, 
   MOX_REQUIRE(validMode, moxStatusAacTnsModeError);
   MOX_REQUIRE(validSamplingRate(samplingRateIndex), moxStatusAacSampleRateError);
   const SwbTable swb = swbTable(samplingRateIndex, windowLen);
-  MOX_REQUIRE(inRange(maxSfb, 0, kMaxSwbLong) && maxSfb <= swb.numSwb, moxStatusAacMaxSfbError);
+  MOX_REQUIRE(inRange(maxSfb, 0, MOX_AAC_MAX_SFB_LONG) && maxSfb <= swb.numSwb, moxStatusAacMaxSfbError);
 
   return filterFrame<mode>(pSrcDst, side, maxSfb, swb, tnsLimits(windowLen, samplingRateIndex));
 }

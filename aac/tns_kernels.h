@@ -9,21 +9,19 @@
 
 namespace moxac::aac {
 
-inline constexpr int32_t kTnsMaxOrder = 12;
-
 // Direct-form coefficients of one filter: a[i] in Q(shift), -2^26 - 1 .. 2^26.
 struct TnsFilter {
   int32_t order;
   int32_t shift;
-  int32_t a[kTnsMaxOrder];  // a[0] belongs to the line before
+  int32_t a[MOX_AAC_MAX_TNS_ORDER_LONG];  // a[0] belongs to the line before
 };
 
 // Step-up recursion from the coded reflection coefficients; coefficients lie in -8..7, resolution is 3 or 4.
 inline TnsFilter tnsFilter(const int8_t* coef, int32_t order, int32_t resolution) {
-  int64_t a[kTnsMaxOrder] = {};  // Q31
+  int64_t a[MOX_AAC_MAX_TNS_ORDER_LONG] = {};  // Q31
   for (int32_t m = 0; m < order; ++m) {
     const int64_t k = kTnsReflection(resolution, coef[m]);
-    int64_t stepped[kTnsMaxOrder];
+    int64_t stepped[MOX_AAC_MAX_TNS_ORDER_LONG];
     for (int32_t i = 0; i < m; ++i) stepped[i] = a[i] + ((((a[m - 1 - i] + 512) >> 10) * k) >> 21);
     std::copy_n(stepped, m, a);
     a[m] = k;
@@ -63,7 +61,7 @@ void tnsLines(int32_t* x, int32_t n, int32_t step, const TnsFilter& filter) {
 template <TnsMode mode>
 void runTnsFilter(int32_t* spectrum, int32_t start, int32_t end, int32_t direction, const TnsFilter& filter) {
   using Lines = void (*)(int32_t*, int32_t, int32_t, const TnsFilter&);
-  static constexpr Lines kByOrder[kTnsMaxOrder] = {
+  static constexpr Lines kByOrder[MOX_AAC_MAX_TNS_ORDER_LONG] = {
       tnsLines<mode, 1>, tnsLines<mode, 2>,  tnsLines<mode, 3>,  tnsLines<mode, 4>,
       tnsLines<mode, 5>, tnsLines<mode, 6>,  tnsLines<mode, 7>,  tnsLines<mode, 8>,
       tnsLines<mode, 9>, tnsLines<mode, 10>, tnsLines<mode, 11>, tnsLines<mode, 12>};

@@ -2,6 +2,7 @@
 #include "aac/window_tables.h"
 
 #include "frame/trig.h"
+#include "moxac/tables.h"
 
 namespace moxac::aac {
 namespace {
@@ -50,15 +51,15 @@ constexpr void kaiserBesselSlope(float (&w)[n], double alpha) {
 
 constexpr LongSlopes longSlopes() {
   LongSlopes slopes{};
-  sineSlope(slopes.shape[0]);
-  kaiserBesselSlope(slopes.shape[1], 4);
+  sineSlope(slopes.shape[MOX_AAC_SINE]);
+  kaiserBesselSlope(slopes.shape[MOX_AAC_KAISER_BESSEL], moxAacKaiserBesselAlphaLong);
   return slopes;
 }
 
 constexpr ShortSlopes shortSlopes() {
   ShortSlopes slopes{};
-  sineSlope(slopes.shape[0]);
-  kaiserBesselSlope(slopes.shape[1], 6);
+  sineSlope(slopes.shape[MOX_AAC_SINE]);
+  kaiserBesselSlope(slopes.shape[MOX_AAC_KAISER_BESSEL], moxAacKaiserBesselAlphaShort);
   return slopes;
 }
 

@@ -2,6 +2,7 @@
  *
  * usage: aac_decode IN.aac OUT.wav */
 #include <moxac/extras.h>
+#include <moxac/tables.h>
 #include <stdio.h>
 
 #define TRY(call) \
@@ -91,7 +92,6 @@ static moxStatus decodeBlock(Decoder* d, const uint8_t* p, const uint8_t* end, i
 }
 
 int main(int argc, char** argv) {
-  static const uint32_t kRates[3] = {96000, 88200, 64000}; /* the other nine are halves of these */
   static Decoder d;
   static uint8_t in[64 << 20]; /* a channel may run past its end by less than 4608 bytes before it is told */
   FILE* file = argc == 3 ? fopen(argv[1], "rb") : NULL;
@@ -108,7 +108,7 @@ int main(int argc, char** argv) {
     const size_t channels = (size_t)d.header.channelConfig, frame = (size_t)d.header.frameLen;
     if (in[at] != 0xFF || frame < 7 || d.header.samplingRateIndex > 11 || channels < 1 || channels > 2) break;
     lost += at + frame > size || decodeBlock(&d, p, in + at + frame, pcm) != moxStatusOk;
-    wav[6] = kRates[d.header.samplingRateIndex % 3] >> d.header.samplingRateIndex / 3;
+    wav[6] = (uint32_t)moxAacSampleRates[d.header.samplingRateIndex];
     wav[5] = 1 | (uint32_t)channels << 16;
     wav[10] += (uint32_t)fwrite(pcm, 1, 2048 * channels, file);
   }

@@ -2,6 +2,7 @@
  *
  * usage: mp3_decode IN.mp3 OUT.wav */
 #include <moxac.h>
+#include <moxac/tables.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -24,18 +25,14 @@ typedef struct Decoder {
 
 /* Looks for a header at p. */
 static int openFrame(Decoder* d, const uint8_t* p) {
-  static const int32_t kRates[3] = {44100, 48000, 32000};
-  static const int32_t kBitRates[2][15] = {
-      {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
-      {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}};
   const MoxMp3FrameHeader* const h = &d->header;
   if (p[0] != 0xFF || (p[1] & 0xF6) != 0xF2) return 0; /* twelve ones, any id, Layer III */
   moxsUnpackFrameHeader_MP3(&p, &d->header);
   if (h->bitRateIndex == 0 || h->bitRateIndex == 15 || h->samplingFreq == 3) return 0;
-  d->rate = kRates[h->samplingFreq] / (2 - h->id);
+  d->rate = moxMp3SampleRates[h->id][h->samplingFreq];
   d->channels = h->mode == 3 ? 1 : 2;
   d->granules = 1 + h->id;
-  d->frameBytes = 72000 * d->granules * kBitRates[h->id][h->bitRateIndex] / d->rate + h->paddingBit;
+  d->frameBytes = 72000 * d->granules * moxMp3BitRates[h->id][h->bitRateIndex] / d->rate + h->paddingBit;
   if (h->mode != 1) d->header.modeExt = 0;
   return 1;
 }

@@ -1,8 +1,8 @@
 // Encodes 16-bit WAV (32, 44.1 or 48 kHz) as MP3 at 128 kbit/s: psychoacoustics, filter banks, joint stereo,
 // quantisation, packing. usage: mp3_encode IN.wav OUT.mp3
 #include <moxac/extras.h>
+#include <moxac/tables.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr int kLines = 576, kBands = 32, kRates[] = {44100, 48000, 32000}, kBitRate = 128000,
-              kBitRateIndex = 9;
+constexpr int kLines = 576, kBands = 32, kBitRate = 128000, kBitRateIndex = 9;
 constexpr MoxMp3EncoderParameters kParameters = MOX_MP3_ENCODER_DEFAULTS;
+
 using Psy = MoxMp3PsychoacousticModelTwoAnalysis;
 using Bytes = std::vector<uint8_t>;
 
@@ -80,9 +80,9 @@ int main(int argc, char** argv) {
   if (file == nullptr || std::fread(wav, 1, 44, file) != 44 || std::memcmp(wav + 36, "data", 4) != 0)
     return std::fprintf(stderr, "usage: mp3_encode IN.wav OUT.mp3\n"), 2;  // the plain form of WAV only
   const int channels = wav[22];
-  int32_t rate, rest = 0;
+  int32_t rate, index = 0, rest = 0;
   std::memcpy(&rate, wav + 24, 4);
-  const auto index = static_cast<int32_t>(std::find(kRates, kRates + 3, rate) - kRates);
+  while (index < 3 && moxMp3SampleRates[1][index] != rate) ++index;
   if (index == 3 || channels < 1 || channels > 2) return std::fprintf(stderr, "no such format\n"), 1;
   MoxMp3FrameHeader header{1, 1, 1, kBitRateIndex, index, 0, 0, channels == 2 ? 1 : 3, 0, 0, 1, 0, 0};
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "moxac.h"
-#include "qmf_prototype.h"
+#include "moxac/tables.h"
 
 namespace {
 
@@ -53,8 +53,9 @@ int main() {
   if (!banks.create()) return std::fprintf(stderr, "the banks could not be built\n"), 1;
 
   // 2. The windows are the caller's: the standard's prototype, every second value of it for 32 bands.
-  float halfPrototype[320];
-  for (int m = 0; m < 320; ++m) halfPrototype[m] = kQmfPrototype[2 * m];
+  float prototype[640], halfPrototype[320];
+  for (int m = 0; m < 640; ++m) prototype[m] = static_cast<float>(moxSbrQmfPrototype[m]);
+  for (int m = 0; m < 320; ++m) halfPrototype[m] = prototype[2 * m];
 
   // 3. One row of sub-band samples for each time slot. Synthesis reads 64 of them; the upper 32 stay 0.
   std::vector<Mox32fc> samples(kFrameSlots * 64);
@@ -70,8 +71,8 @@ int main() {
     moxStatus status = moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(in, rows, halfPrototype, kFrameSlots, 0, 32,
                                                                banks.analysis, banks.work.data());
     if (status == moxStatusOk)
-      status = moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, out, kQmfPrototype, kFrameSlots,
-                                                        banks.synthesis, banks.work.data());
+      status = moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(rows, out, prototype, kFrameSlots, banks.synthesis,
+                                                        banks.work.data());
     if (status != moxStatusOk) return std::fprintf(stderr, "the banks return %d\n", status), 1;
 
     for (int i = 0; frame > 0 && i < kFrameSlots * 64; ++i) {

@@ -2,13 +2,12 @@
 // bands from 6 to 12 kHz, whitened by linear prediction, are copied up and brought to the levels of the original,
 // which a transmitter would send along. Prints how near those levels are met.
 #include <moxac.h>
+#include <moxac/tables.h>
 
 #include <cmath>
 #include <cstdio>
 #include <utility>
 #include <vector>
-
-#include "qmf_prototype.h"
 
 namespace {
 
@@ -36,7 +35,7 @@ struct Analysis {
     memory.resize(static_cast<size_t>(bytes));
     work.resize(static_cast<size_t>(initBytes + workBytes + 1));
     moxsAnalysisFilterInit_SBR_RToC_32f32fc(&spec, memory.data(), work.data());
-    for (int m = 0; m < 320; ++m) window[m] = kQmfPrototype[2 * m];
+    for (int m = 0; m < 320; ++m) window[m] = static_cast<float>(moxSbrQmfPrototype[2 * m]);
     for (int l = 0; l < kHistory + kSlots; ++l) rows[l] = &samples[64 * static_cast<size_t>(l)];
   }
 
@@ -82,6 +81,7 @@ int main() {
   if (moxsSynthesisFilterInit_SBR_CToR_32fc32f(&synthesis, memory.data(), work.data()) != moxStatusOk)
     return 1;
 
+  const std::vector<float> prototype(std::begin(moxSbrQmfPrototype), std::end(moxSbrQmfPrototype));
   double deviation = 0;
   int count = 0;
   for (int frame = 0; frame < kFrames; ++frame) {
@@ -104,8 +104,8 @@ int main() {
       for (int l = kHistory; l < kHistory + kSlots; ++l)
         for (int b = k; b < k + 2; ++b) low.rows[l][b].re *= gain, low.rows[l][b].im *= gain;
     }
-    if (moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(low.rows + kHistory, out, kQmfPrototype, kSlots, synthesis,
-                                                 work.data()) != moxStatusOk)
+    if (moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(low.rows + kHistory, out, prototype.data(), kSlots,
+                                                 synthesis, work.data()) != moxStatusOk)
       return 1;
     for (int half = 0; half < 2; ++half) {
       if (!result.add(out + 32 * kSlots * half)) return 1;

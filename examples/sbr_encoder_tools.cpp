@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "moxac.h"
-#include "qmf_prototype.h"
+#include "moxac/tables.h"
 
 namespace {
 
@@ -48,6 +48,7 @@ std::vector<float> readWav(const char* name) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  const std::vector<float> prototype(std::begin(moxSbrQmfPrototype), std::end(moxSbrQmfPrototype));
   const std::vector<float> x = argc == 2 ? readWav(argv[1]) : std::vector<float>();
   if (x.empty()) return std::fprintf(stderr, "%s sound.wav, of 16 bits\n", argv[0]), 1;
 
@@ -63,7 +64,7 @@ int main(int argc, char** argv) {
     Mox32fc* const fresh = &rows[(kHistory + kAhead) * kBands];
     float tonality[kBands], strength = 0;
     int32_t position = -1;
-    moxStatus status = moxsAnalysisFilterEnc_SBR_32f32fc(&x[at], fresh, kQmfPrototype, kSlots, bank);
+    moxStatus status = moxsAnalysisFilterEnc_SBR_32f32fc(&x[at], fresh, prototype.data(), kSlots, bank);
     if (status == moxStatusOk) status = moxsEstimateTNR_SBR_32f(rows.data(), tonality, kBands, kSlots);
     if (status == moxStatusOk)
       status = moxsDetectTransient_SBR_32f(frame, &position, &strength, level, kBands, kSlots, 2.0f);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "moxac/types.h"
 
@@ -26,7 +27,7 @@ constexpr bool notNull(const T*... pointers) {
 }
 
 template <class T>
-constexpr bool inRange(T value, T first, T last) {
+constexpr bool inRange(T value, std::type_identity_t<T> first, std::type_identity_t<T> last) {
   return value >= first && value <= last;
 }
 

@@ -21,7 +21,7 @@ void decodeSpectrum(FuzzInput& in, const MoxMp3SideInfo& record, const MoxMp3Fra
     for (size_t i = 0; i < kMostBytes; ++i) all[i] = static_cast<uint8_t>(some[i % 600] + i / 600);
     return all;
   }();
-  const int16_t *const ownLong = moxac::mp3::kSfbLong[0], *const ownShort = moxac::mp3::kSfbShort[0];
+  const int16_t *const ownLong = moxMp3SfbLong[0], *const ownShort = moxMp3SfbShort[0];
   std::vector<int16_t> longBands(ownLong, ownLong + 6 * 23), shortBands(ownShort, ownShort + 6 * 14);
   std::vector<int16_t> mixedPoints(12);
   if (in.below(2) == 1) {  // tables of no sense at all

@@ -3,8 +3,7 @@
 #include <cstdint>
 
 #include "frame/checks.h"
-#include "moxac/mp3.h"
-#include "mp3/frame_tables.h"
+#include "moxac/tables.h"
 
 namespace moxac::mp3 {
 namespace {
@@ -14,7 +13,7 @@ constexpr int32_t kFarthestMainDataBits = 8 * 511;  // main_data_begin counts by
 
 // A granule pair of 1152 samples: 144 bytes for each bit per sample. Without padding.
 int32_t frameBits(int32_t bitRateIndex, int32_t samplingFreq) {
-  return 144 * 1000 * kBitRates[bitRateIndex] / kSamplingRates[samplingFreq] * 8;
+  return 144 * 1000 * moxMp3BitRates[1][bitRateIndex] / moxMp3SampleRates[1][samplingFreq] * 8;
 }
 
 }  // namespace

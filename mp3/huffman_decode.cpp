@@ -164,7 +164,7 @@ moxStatus moxsHuffmanDecode_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBit
                                       int32_t* pDstNonZeroBound, const MoxMp3SideInfo* pSideInfo,
                                       const MoxMp3FrameHeader* pFrameHeader, int32_t hufSize) {
   return decodeWithLongBands(ppBitStream, pBitOffset, pDstIs, pDstNonZeroBound, pSideInfo, pFrameHeader,
-                             hufSize, kSfbLong[0]);
+                             hufSize, moxMp3SfbLong[0]);
 }
 
 moxStatus moxsHuffmanDecodeSfb_MP3_1u32s(const uint8_t** ppBitStream, int32_t* pBitOffset, int32_t* pDstIs,

@@ -20,7 +20,7 @@ struct Boundaries {
 Boundaries regionBoundaries(const MoxMp3SideInfo& record, const MoxMp3FrameHeader& header) {
   const int32_t bigLines = 2 * record.bigVals;
   if (isSwitched(record)) return {{0, std::min(36, bigLines), bigLines, bigLines}};
-  const int16_t* const sfbLong = kSfbLong[sfbRow(header)];
+  const int16_t* const sfbLong = moxMp3SfbLong[sfbRow(header)];
   return {{0, std::min<int32_t>(sfbLong[record.reg0Cnt + 1], bigLines),
            std::min<int32_t>(sfbLong[record.reg0Cnt + record.reg1Cnt + 2], bigLines), bigLines}};
 }

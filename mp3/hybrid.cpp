@@ -47,7 +47,8 @@ moxStatus moxsMDCTFwd_MP3_32s(const int32_t* pSrcXs, int32_t* pDstXr, int32_t* p
   for (int32_t i = 0; i < kMp3Lines; i += 8) storeInt8(dst + i, roundSaturated8(load8(lines + i)));
   if (isShort) {
     const int32_t row = sfbRow(*pFrameHeader);
-    windowsApart(rounded, spectrumBands(true, mixed, pFrameHeader->id, kSfbLong[row], kSfbShort[row]),
+    windowsApart(rounded,
+                 spectrumBands(true, mixed, pFrameHeader->id, moxMp3SfbLong[row], moxMp3SfbShort[row]),
                  pDstXr);
   }
   return moxStatusOk;

@@ -24,7 +24,7 @@ inline constexpr float kSpectrumPerModel = 1.5e-10f;
 
 inline SpectrumBands granuleBands(const MoxMp3FrameHeader& header, int32_t blockType) {
   const int32_t row = sfbRow(header);
-  return spectrumBands(blockType == 2, false, header.id, kSfbLong[row], kSfbShort[row]);
+  return spectrumBands(blockType == 2, false, header.id, moxMp3SfbLong[row], moxMp3SfbShort[row]);
 }
 
 // Runs that have a scale factor: 21 long bands or 12 short ones in three windows. The others lie above them.

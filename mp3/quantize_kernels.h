@@ -69,7 +69,7 @@ inline void takeSpectrum(const float* lines, int32_t blockType, const MoxMp3Fram
 
   s.blockType = blockType;
   s.switched = blockType != 0;
-  s.sfbLong = kSfbLong[sfbRow(header)];
+  s.sfbLong = moxMp3SfbLong[sfbRow(header)];
   s.bands = granuleBands(header, blockType);
   s.scaled = scaledRuns(s.bands);
   for (int32_t i = 0; i < s.bands.count; ++i) {

@@ -89,5 +89,5 @@ moxStatus moxsReQuantize_MP3_32s_I(int32_t* pSrcDstIsXr, int32_t* pNonZeroBound,
                                    const MoxMp3SideInfo* pSideInfo, const MoxMp3FrameHeader* pFrameHeader,
                                    int32_t* pBuffer) {
   return moxsReQuantizeSfb_MP3_32s_I(pSrcDstIsXr, pNonZeroBound, pScaleFactor, pSideInfo, pFrameHeader,
-                                     kSfbLong[0], kSfbShort[0], pBuffer);
+                                     moxMp3SfbLong[0], moxMp3SfbShort[0], pBuffer);
 }

@@ -4,11 +4,11 @@
 
 #include "frame/export_alias.h"
 #include "moxac/sbr.h"
+#include "moxac/tables.h"
 #include "sbr/qmf_analysis_kernels.h"
 #include "sbr/qmf_fixed_context.h"
 #include "sbr/qmf_fixed_rows.h"
 #include "sbr/qmf_synthesis_kernels.h"
-#include "sbr/qmf_window_tables.h"
 
 namespace moxac::sbr {
 namespace {
@@ -24,7 +24,7 @@ using DownLp = QmfFixedBank<ContextId::sbrFixedSynthesisDownLp, 32, 64, RealSynt
 template <int kStep>
 constexpr std::array<double, 640 / kStep> scaledPrototype(double scale) {
   std::array<double, 640 / kStep> window{};
-  for (size_t m = 0; m < window.size(); ++m) window[m] = scale * kQmfPrototype[kStep * m];
+  for (size_t m = 0; m < window.size(); ++m) window[m] = scale * moxSbrQmfPrototype[kStep * m];
   return window;
 }
 

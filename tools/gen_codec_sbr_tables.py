@@ -36,9 +36,7 @@ def tables():
     noise = [f"{{{float(row['re'])!r}f, {float(row['im'])!r}f}}" for row in rows("sbr/sbr_noise_table.csv")]
     assert len(noise) == 512
     out += ["const Mox32fc kNoiseVectors[512] = {"] + wrapped(noise) + ["};", ""]
-    window = [f"{float(row['c'])!r}f" for row in rows("sbr/sbr_qmf_window.csv")]
-    out += ["const float kWindow[640] = {"] + wrapped(window) + ["};", "", "}  // namespace moxc::sbr"]
-    return "\n".join(out) + "\n"
+    return "\n".join(out + ["}  // namespace moxc::sbr"]) + "\n"
 
 
 deliver({"codec/sbr/tables.cpp": tables})

@@ -43,17 +43,6 @@ def bank_tables():
             f"#include <cstdint>\n\nnamespace moxac::mp3 {{\n\n{body}\n}}  // namespace moxac::mp3\n")
 
 
-def band_tables():
-    """Scale-factor-band starts of long and short blocks."""
-    body = "// clang-format off\n"
-    for name, file, n in (("kSfbLong", "mp3_sfb_long.csv", 23), ("kSfbShort", "mp3_sfb_short.csv", 14)):
-        body += f"const int16_t {name}[6][{n}] = {{\n"
-        for row in rows(file):
-            body += f"    {braced(columns(row, 's'))},\n"
-        body += "};\n\n"
-    return source("mp3/band_tables.h", body + "// clang-format on\n")
-
-
 def scale_factor_tables():
     """Widths of scale-factor fields (MPEG-1) and numbers of values (MPEG-2)."""
     widths = [braced([r["slen1"], r["slen2"]]) for r in rows("mp3_scalefac_slen.csv")]
@@ -64,15 +53,6 @@ def scale_factor_tables():
         kinds = {r["block"]: braced(columns(r, "n")) for r in counts if int(r["case"]) == case}
         body += f"    {{{kinds['long']}, {kinds['short']}, {kinds['mixed']}}},\n"
     return source("mp3/scale_factor_tables.h", body + "};\n// clang-format on\n")
-
-
-def frame_tables():
-    """Bit rates and sampling rates of MPEG-1."""
-    rates = [r["mpeg1_kbps"] for r in rows("mp3_bitrates.csv")]
-    hertz = [r["mpeg1_hz"] for r in rows("mp3_sampling_rates.csv")]
-    body = f"const int32_t kBitRates[{len(rates)}] = {braced(rates)};\n"
-    body += f"const int32_t kSamplingRates[{len(hertz)}] = {braced(hertz)};\n"
-    return source("mp3/frame_tables.h", body)
 
 
 def huffman_codes(table_rows, symbol):
@@ -152,9 +132,7 @@ def psychoacoustic_tables():
 
 FILES = {
     "mp3/psychoacoustic_tables.h": psychoacoustic_tables,
-    "mp3/frame_tables.cpp": frame_tables,
     "mp3/bank_tables.h": bank_tables,
-    "mp3/band_tables.cpp": band_tables,
     "mp3/scale_factor_tables.cpp": scale_factor_tables,
     "mp3/huffman_code_tables.h": huffman_code_tables,
 }

@@ -77,8 +77,8 @@ def generated():
         text = preprocessed("moxcodec.h", include)
         known = set(cdef.splitlines())
         parts.append('MOXCODEC = r"""\n' + "\n".join(l for l in text.splitlines() if l not in known or l in ("enum {", "};")) + '\n"""')
-    prototype = re.search(r"kQmfPrototype\[640\] = \{(.*?)\}", (ROOT / "examples/qmf_prototype.h").read_text(), re.S)[1]
-    values = [value.rstrip("f") for value in re.findall(r"-?[\d.]+(?:e-?\d+)?f?", re.sub(r"//.*", "", prototype))]
+    prototype = re.search(r"moxSbrQmfPrototype\[640\] = \{(.*?)\}", (include / "moxac/tables.h").read_text(), re.S)[1]
+    values = re.findall(r"-?[\d.]+(?:e-?\d+)?", prototype)
     assert len(values) == 640
     parts.append("QMF_PROTOTYPE = (\n" + "".join(
         f"    {', '.join(values[i : i + 8])},\n" for i in range(0, 640, 8)) + ")")

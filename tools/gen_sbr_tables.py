@@ -1,19 +1,11 @@
 #!/usr/bin/env python3
-"""Makes source files from the SBR tables in tools/tables/sbr.
+"""Writes sbr/hybrid_tables.h, the prototypes of the hybrid analysis, from tools/tables/sbr.
 
-usage: gen_sbr_tables.py [--check]     (--check: compare with the committed files and write nothing)
-
-examples/qmf_prototype.h    the QMF prototype, for programs that need to pass a window
-sbr/hybrid_tables.h         the prototypes of the hybrid analysis
-sbr/qmf_window_tables.h     the QMF prototype in double precision, for the banks that hold their own window
+usage: gen_sbr_tables.py [--check]     (--check: compare with the committed file and write nothing)
 """
 import struct
 
 from table_files import deliver, rows
-
-
-def prototype():
-    return [float(row["c"]) for row in rows("sbr/sbr_qmf_window.csv")]
 
 
 def as_float(value):
@@ -24,22 +16,6 @@ def as_float(value):
         if struct.unpack("f", struct.pack("f", float(text)))[0] == single:
             break
     return text if "." in text or "e" in text else text + ".0"
-
-
-def floats(values, per_line):
-    lines = [", ".join(as_float(v) + "f" for v in values[i:i + per_line]) for i in range(0, len(values), per_line)]
-    return ",\n    ".join(lines)
-
-
-def prototype_header():
-    c = prototype()
-    return f"""/* The prototype of the SBR filter banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3
- * (Table 4.A.87). The 64-band bank takes it as it is, the 32-band banks every second value.
- * Made by tools/gen_sbr_tables.py; do not edit. */
-/* clang-format off */
-static const float kQmfPrototype[640] = {{
-    {floats(c, 8)}}};
-"""
 
 
 def hybrid_prototypes():
@@ -57,26 +33,4 @@ def hybrid_prototypes():
     return "\n".join(out + ["// clang-format on", "", "}  // namespace moxac::sbr", ""])
 
 
-def qmf_window():
-    c = prototype()
-    text = ",\n    ".join(", ".join(repr(v) for v in c[i:i + 4]) for i in range(0, len(c), 4))
-    return f"""// Made by tools/gen_sbr_tables.py from tools/tables/sbr/sbr_qmf_window.csv; not edited by hand.
-// The prototype of the QMF banks, c[0..639] in the order and with the signs of ISO/IEC 14496-3, Table 4.A.87.
-#pragma once
-
-namespace moxac::sbr {{
-
-// clang-format off
-inline constexpr double kQmfPrototype[640] = {{
-    {text}}};
-// clang-format on
-
-}}  // namespace moxac::sbr
-"""
-
-
-OUTPUTS = {"examples/qmf_prototype.h": prototype_header, "sbr/hybrid_tables.h": hybrid_prototypes,
-           "sbr/qmf_window_tables.h": qmf_window}
-
-
-deliver(OUTPUTS)
+deliver({"sbr/hybrid_tables.h": hybrid_prototypes})

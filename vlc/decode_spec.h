@@ -2,9 +2,10 @@
 #pragma once
 
 #include <algorithm>
-#include <bitset>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "frame/context.h"
 #include "vlc/input_table.h"
@@ -66,7 +67,7 @@ template <class Less>
 int64_t countPrefixes(const InputTable& table, int32_t prefixBits, Less&& less) {
   constexpr int32_t kPiece = 8192;
   uint32_t keys[kPiece];
-  std::bitset<kPiece> repeated;
+  uint64_t repeated[kPiece / 64];
   int64_t distinct = 0;
   int32_t row = 0;
   while (row < table.rows()) {
@@ -77,14 +78,15 @@ int64_t countPrefixes(const InputTable& table, int32_t prefixBits, Less&& less) 
     std::sort(keys, end, less);
     end = std::unique(keys, end);
 
-    repeated.reset();
+    std::fill(std::begin(repeated), std::end(repeated), 0);
     for (int32_t earlier = 0; earlier < firstRow; ++earlier) {
       if (table.length(earlier) <= prefixBits) continue;
       const uint32_t key = table[earlier].prefix(prefixBits);
       const uint32_t* const found = std::lower_bound(keys, end, key, less);
-      if (found != end && *found == key) repeated.set(static_cast<size_t>(found - keys));
+      if (found != end && *found == key) repeated[(found - keys) / 64] |= uint64_t{1} << (found - keys) % 64;
     }
-    distinct += (end - keys) - static_cast<int64_t>(repeated.count());
+    distinct += end - keys;
+    for (const uint64_t word : repeated) distinct -= std::popcount(word);
   }
   return distinct;
 }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "moxac/sbr.h"
-#include "sbr/qmf_window_tables.h"
+#include "moxac/tables.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ std::vector<Mox32fc> noiseRows() {
 
 void encoderAnalysis(benchmark::State& state) {
   const std::vector<float> x = noise(kBands * kSlots),
-                           window(std::begin(moxac::sbr::kQmfPrototype), std::end(moxac::sbr::kQmfPrototype));
+                           window(std::begin(moxSbrQmfPrototype), std::end(moxSbrQmfPrototype));
   std::vector<Mox32fc> rows(kBands * kSlots);
   MoxQmfEncoderState* bank = nullptr;
   if (moxsAnalysisFilterEncInitAlloc_SBR_32f(&bank) != moxStatusOk) return state.SkipWithError("no memory");

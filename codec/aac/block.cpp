@@ -17,9 +17,6 @@ constexpr size_t kMaxElements = 64;
 // code words of two lines take at most 12 + 2 + 2 * 21 bits each, and by what comes before its spectrum.
 constexpr size_t kPad = 512 * 56 / 8 + 1024;
 
-constexpr int32_t kAotMain = 1;
-constexpr int32_t kEightShort = 2;
-constexpr int32_t kNoiseBook = 13;
 constexpr int32_t kExtDataElement = 2, kExtDynamicRange = 11, kExtSbrData = 13,
                   kExtSbrDataCrc = 14;  // extension_type
 
@@ -179,7 +176,7 @@ bool BlockReader::readPair(Element& element) {
   Channel &left = element.channel[0], &right = element.channel[1];
   const moxStatus status =
       moxsDecodeChanPairElt_MP4_AAC(&stream_, &offset_, &left.ics, &element.pair, &ltpHolder_,
-                                    kPredSfbMax[config_.rateIndex], config_.objectType);
+                                    moxAacPredSfbMax[config_.rateIndex], config_.objectType);
   if (status != moxStatusOk) return false;
   if (element.pair.commonWindow == 0) {
     element.pair.msMaskPresent = 0;
@@ -193,7 +190,7 @@ bool BlockReader::readPair(Element& element) {
 
 bool BlockReader::readChannel(bool commonWindow, Channel& channel) {
   channel.stream.samplingRateIndex = config_.rateIndex;
-  channel.stream.predSfbMax = kPredSfbMax[config_.rateIndex];
+  channel.stream.predSfbMax = moxAacPredSfbMax[config_.rateIndex];
   channel.stream.pIcsInfo = &channel.ics;
   channel.longTns.numFilters = 0;
   const size_t start = position();
@@ -201,7 +198,7 @@ bool BlockReader::readChannel(bool commonWindow, Channel& channel) {
       moxsNoiselessDecode_AAC(&stream_, &offset_, &ltpHolder_, channel.scaleFactor.data(),
                               channel.spectrum.data(), channel.sfbCb.data(), channel.tnsCoef.data(),
                               &channel.stream, 0, 0, commonWindow, 0, config_.objectType);
-  if (status == moxStatusAacTnsOrderError && config_.objectType == kAotMain) {
+  if (status == moxStatusAacTnsOrderError && config_.objectType == MOX_AAC_OBJECT_MAIN) {
     moveTo(start);
     if (readAroundLongTns(commonWindow, channel)) status = moxStatusOk;
   }
@@ -222,7 +219,7 @@ bool BlockReader::readChannel(bool commonWindow, Channel& channel) {
 // scale factors and spectrum. So these data are read here, and the channel is decoded from a copy without them.
 bool BlockReader::readAroundLongTns(bool commonWindow, Channel& channel) {
   const MoxAacIcsInfo& ics = channel.ics;
-  if (ics.windowSequence == kEightShort) return false;
+  if (ics.windowSequence == MOX_AAC_EIGHT_SHORT) return false;
   const size_t gainAt = position(), sectionsAt = gainAt + 8 + (commonWindow ? 0 : icsInfoBits(ics));
   if (!skipScaleFactors(sectionsAt, channel)) return false;
 
@@ -235,7 +232,7 @@ bool BlockReader::readAroundLongTns(bool commonWindow, Channel& channel) {
 
   if (!readWithout(toolsAt, tools.position(), gainAt, sectionsAt, commonWindow, channel)) return false;
   return pulses.firstBand < channel.stream.numSwb &&
-         pulses.add(kLongBands[config_.rateIndex][pulses.firstBand], channel.spectrum);
+         pulses.add(moxAacSwbOffsetLong[config_.rateIndex][pulses.firstBand], channel.spectrum);
 }
 
 // Past the sections and the scale factors of a long window whose code books are known.
@@ -249,7 +246,7 @@ bool BlockReader::skipScaleFactors(size_t sectionsAt, const Channel& channel) {
   for (int32_t band = 0; band < channel.ics.maxSfb; ++band) {
     const int32_t book = channel.sfbCb[static_cast<size_t>(band)];
     int16_t difference;
-    if (book == kNoiseBook && !noiseSeen) {
+    if (book == MOX_AAC_BOOK_NOISE && !noiseSeen) {
       bits(9);
       noiseSeen = true;
     } else if (book != 0 && moxsVLCDecodeOne_1u16s(&stream_, &offset_, &difference, scaleFactorCode_.get()) !=
@@ -290,7 +287,7 @@ bool BlockReader::readWithout(size_t from, size_t to, size_t gainAt, size_t sect
 // Length of a long window's ics_info(), as it was read.
 size_t BlockReader::icsInfoBits(const MoxAacIcsInfo& ics) const {
   if (ics.predictorDataPresent == 0) return 11;
-  const auto flags = static_cast<size_t>(std::min(ics.maxSfb, kPredSfbMax[config_.rateIndex]));
+  const auto flags = static_cast<size_t>(std::min(ics.maxSfb, moxAacPredSfbMax[config_.rateIndex]));
   return 11 + (ics.predictorReset != 0 ? 6 : 1) + flags;
 }
 

@@ -16,7 +16,6 @@ namespace {
 
 // A damaged block repeats the one before, each time 6 dB softer; after so many repetitions it is silent.
 constexpr int32_t kMaxRepeats = 6;
-constexpr int32_t kAotSsr = 3, kAotLtp = 4;
 constexpr int32_t kMaxOutputRate = 96000;
 // No block of audio is shorter: a channel's window, gain and sections, and the end mark.
 constexpr size_t kLeastBlock = 4;
@@ -48,8 +47,8 @@ struct Decoder::Channels : Allocated {
   Channels(const Config& config, const Layout& layout, const DecodeSettings& settings, bool bands,
            bool stereo)
       : tools(config, layout.channels),
-        synthesis(layout.channels, settings.floatSamples || bands, config.objectType == kAotLtp),
-        format{kRates[config.rateIndex] * (bands ? 2 : 1), layout.channels + (stereo ? 1 : 0),
+        synthesis(layout.channels, settings.floatSamples || bands, config.objectType == MOX_AAC_OBJECT_LTP),
+        format{moxAacSampleRates[config.rateIndex] * (bands ? 2 : 1), layout.channels + (stereo ? 1 : 0),
                layout.channels > 2 ? layout.mask : 0},
         samples(bands ? 2 * kAacSamples : kAacSamples) {
     for (auto& made : spectra) made.resize(static_cast<size_t>(layout.channels));
@@ -127,7 +126,7 @@ int64_t Decoder::samplesAFrame() const { return channels_ ? channels_->samples :
 
 // Without a layout the blocks will tell.
 void Decoder::configure(const Config& config, std::optional<Layout> layout) {
-  if (config.objectType == kAotSsr) {
+  if (config.objectType == MOX_AAC_OBJECT_SSR) {
     refusal_ = "AAC SSR (gain control)";
     return;
   }
@@ -139,7 +138,7 @@ void Decoder::configure(const Config& config, std::optional<Layout> layout) {
   layout_ = std::move(layout);
   program_.reset();
   known_ = true;
-  const bool fits = 2 * kRates[config.rateIndex] <= kMaxOutputRate;
+  const bool fits = 2 * moxAacSampleRates[config.rateIndex] <= kMaxOutputRate;
   bands_ = config.replication && fits;
   stereo_ = bands_ && config.parametricStereo && layout_ && layout_->channels == 1;
   channels_.reset();
@@ -273,7 +272,7 @@ bool Decoder::followProgram() {
 
 // Spectral band replication shows in the blocks, and parametric stereo within its data. Once there they stay.
 void Decoder::followReplication() {
-  if (!bands_ && block_.hasSbr && 2 * kRates[config_.rateIndex] <= kMaxOutputRate) {
+  if (!bands_ && block_.hasSbr && 2 * moxAacSampleRates[config_.rateIndex] <= kMaxOutputRate) {
     bands_ = true;
     rebuild();
   }
@@ -407,7 +406,7 @@ void Decoder::describe(const String& duration, double seconds, const FrameCounts
                                : coder;
   add("format", kind + " in " + container_);
   add("sample rate", number(format.rate) + " Hz" +
-                         (bands_ ? ", of the core " + number(kRates[config_.rateIndex]) + " Hz" : String()));
+                         (bands_ ? ", of the core " + number(moxAacSampleRates[config_.rateIndex]) + " Hz" : String()));
   const std::string speakers = layout_->speakers();
   add("channels", stereo_                  ? String("2 (L R), of one coded")
                   : layout_->channels == 1 ? String("1 (mono)")

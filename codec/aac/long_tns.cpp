@@ -50,8 +50,8 @@ bool LongTns::read(BitReader& bits) {
 }
 
 void LongTns::run(int32_t maxSfb, int32_t numSwb, int32_t rateIndex, int32_t* lines) const {
-  const int32_t* const bands = kLongBands[rateIndex];
-  const int32_t highest = std::min(kTnsMaxBands[rateIndex], maxSfb);
+  const int32_t* const bands = moxAacSwbOffsetLong[rateIndex];
+  const int32_t highest = std::min(moxAacTnsMaxBandsLong[rateIndex], maxSfb);
   int32_t top = numSwb;
   for (int32_t f = 0; f < numFilters; ++f) {
     const Filter& filter = filters[static_cast<size_t>(f)];

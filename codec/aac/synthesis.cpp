@@ -6,11 +6,12 @@
 #include <new>
 #include <numbers>
 
+#include "moxac/tables.h"
+
 namespace moxc::aac {
 namespace {
 
-constexpr int32_t kEightShort = 2, kLongStart = 1, kLongStop = 3;
-constexpr size_t kLong = 1024, kShort = 128;
+constexpr size_t kLong = MOX_AAC_FRAME_LINES, kShort = MOX_AAC_SHORT_LINES;
 constexpr float kScale = 1.0f / (32768 << MOX_AAC_SPECTRUM_FRAC_BITS);  // to a full scale of 1
 constexpr size_t kFlat =
     (kLong - kShort) / 2;  // what a start or stop window keeps level on each side of its slope
@@ -28,8 +29,8 @@ struct Slopes {
   Short shortSlope;
 
   Slopes() {
-    fill(longSlope, 4);
-    fill(shortSlope, 6);
+    fill(longSlope, moxAacKaiserBesselAlphaLong);
+    fill(shortSlope, moxAacKaiserBesselAlphaShort);
     for (size_t shape = 0; shape < 2; ++shape) {
       Slope<kLong>& slope = levelledSlope[shape];
       slope.rise.fill(0);
@@ -116,7 +117,7 @@ void Synthesis::run(size_t ch, const Spectrum& spectrum, float* samples, int32_t
     std::array<int16_t, kLong> unused;
     runFixed(channel, spectrum, unused.data(), 1);
   }
-  if (spectrum.windowSequence == kEightShort)
+  if (spectrum.windowSequence == MOX_AAC_EIGHT_SHORT)
     runShort(channel, spectrum, samples, static_cast<size_t>(stride));
   else
     runLong(channel, spectrum, samples, static_cast<size_t>(stride));
@@ -132,9 +133,10 @@ void Synthesis::runLong(Channel& channel, const Spectrum& spectrum, float* sampl
              shape = static_cast<size_t>(spectrum.windowShape);
   const Slopes& all = slopes();
   const float* const rise =
-      (spectrum.windowSequence == kLongStop ? all.levelledSlope : all.longSlope)[previous].rise.data();
+      (spectrum.windowSequence == MOX_AAC_LONG_STOP ? all.levelledSlope : all.longSlope)[previous]
+          .rise.data();
   const float* const fall =
-      (spectrum.windowSequence == kLongStart ? all.levelledSlope : all.longSlope)[shape].fall.data();
+      (spectrum.windowSequence == MOX_AAC_LONG_START ? all.levelledSlope : all.longSlope)[shape].fall.data();
   float* const overlap = channel.floatOverlap.data();
   const float* const frame = frame_.data();
   for (size_t n = 0; n < kLong; ++n) samples[n * stride] = overlap[n] + frame[n] * rise[n];

@@ -11,10 +11,6 @@
 namespace moxc::aac {
 namespace {
 
-constexpr int32_t kAotMain = 1, kAotLtp = 4;
-constexpr int32_t kEightShort = 2;
-constexpr uint8_t kNoiseBook = 13;
-
 bool uses(const Channel& channel, uint8_t firstBook, uint8_t lastBook) {
   const std::span<const uint8_t> books = channel.books();
   return std::any_of(books.begin(), books.end(),
@@ -46,8 +42,8 @@ MoxAacTnsInfo shapingOf(const Channel& channel) {
 }  // namespace
 
 Tools::Tools(const Config& config, int32_t channels) : config_(config) {
-  if (config.objectType != kAotMain) return;
-  const int32_t lines = kLongBands[config.rateIndex][kPredSfbMax[config.rateIndex]];
+  if (config.objectType != MOX_AAC_OBJECT_MAIN) return;
+  const int32_t lines = moxAacSwbOffsetLong[config.rateIndex][moxAacPredSfbMax[config.rateIndex]];
   for (int32_t ch = 0; ch < channels; ++ch) {
     MoxAacFdpState* state = nullptr;
     if (moxsFDPInitAlloc_32f(&state, lines) != moxStatusOk) throw std::bad_alloc();
@@ -60,7 +56,7 @@ bool Tools::run(Element& element, const std::array<int32_t, 2>& places, Synthesi
                 Vector<Spectrum>& spectra) {
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     Channel& channel = element.channel[ch];
-    if (config_.objectType == kAotMain) dequantiseExactly(channel, exactLines_[ch]);
+    if (config_.objectType == MOX_AAC_OBJECT_MAIN) dequantiseExactly(channel, exactLines_[ch]);
     if (moxsQuantInv_AAC_32s_I(channel.spectrum.data(), channel.scaleFactor.data(),
                                channel.ics.numWindowGroups, channel.ics.windowGroupLen, channel.ics.maxSfb,
                                channel.sfbCb.data(), config_.rateIndex,
@@ -68,7 +64,7 @@ bool Tools::run(Element& element, const std::array<int32_t, 2>& places, Synthesi
       return false;
   }
   if (!stereo(element) || !noise(element)) return false;
-  if (config_.objectType == kAotMain)
+  if (config_.objectType == MOX_AAC_OBJECT_MAIN)
     for (size_t ch = 0; ch < element.channels(); ++ch)
       predict(element.channel[ch], exactLines_[ch], predictors_[static_cast<size_t>(places[ch])].get());
   if (!intensity(element)) return false;
@@ -82,7 +78,7 @@ bool Tools::run(Element& element, const std::array<int32_t, 2>& places, Synthesi
 // Predictors feed their own rounding back, so that what they learn from must not be rounded to the spectral format
 // first. Long windows only: nothing is predicted in short ones.
 void Tools::dequantiseExactly(const Channel& channel, std::array<float, 1024>& lines) const {
-  if (channel.ics.windowSequence == kEightShort) return;
+  if (channel.ics.windowSequence == MOX_AAC_EIGHT_SHORT) return;
   std::array<int16_t, 1024> quantised;
   std::array<float, 51> gain;
   for (size_t k = 0; k < quantised.size(); ++k) quantised[k] = static_cast<int16_t>(channel.spectrum[k]);
@@ -90,18 +86,19 @@ void Tools::dequantiseExactly(const Channel& channel, std::array<float, 1024>& l
     gain[b] = static_cast<float>(std::exp2(0.25 * (channel.scaleFactor[b] - 100)));
   moxsPow43_16s32f(quantised.data(), lines.data(), 1024);
   if (channel.ics.maxSfb > 0)
-    moxsScale_32f_I(lines.data(), gain.data(), kLongBands[config_.rateIndex], channel.ics.maxSfb);
+    moxsScale_32f_I(lines.data(), gain.data(), moxAacSwbOffsetLong[config_.rateIndex], channel.ics.maxSfb);
 }
 
 // Mid/side. In intensity bands this only turns the sign that the intensity step will apply.
 bool Tools::stereo(Element& element) {
   if (element.channels() == 1 || element.pair.msMaskPresent == 0) return true;
   Channel &left = element.channel[0], &right = element.channel[1];
-  if (config_.objectType == kAotMain && left.ics.windowSequence != kEightShort) {
-    const int32_t* const bands = kLongBands[config_.rateIndex];
+  if (config_.objectType == MOX_AAC_OBJECT_MAIN && left.ics.windowSequence != MOX_AAC_EIGHT_SHORT) {
+    const int32_t* const bands = moxAacSwbOffsetLong[config_.rateIndex];
     for (int32_t b = 0; b < left.ics.maxSfb; ++b) {
       const uint8_t book = right.sfbCb[static_cast<size_t>(b)];
-      if (book >= kNoiseBook || (element.pair.msMaskPresent == 1 && element.pair.msUsed[0][b] == 0)) continue;
+      if (book >= MOX_AAC_BOOK_NOISE || (element.pair.msMaskPresent == 1 && element.pair.msUsed[0][b] == 0))
+        continue;
       for (auto k = static_cast<size_t>(bands[b]); k < static_cast<size_t>(bands[b + 1]); ++k) {
         const float mid = exactLines_[0][k], side = exactLines_[1][k];
         exactLines_[0][k] = mid + side;
@@ -119,7 +116,9 @@ bool Tools::stereo(Element& element) {
 bool Tools::noise(Element& element) {
   Channel &left = element.channel[0], &right = element.channel[1];
   if (element.channels() == 2 && element.pair.commonWindow == 1) {
-    if (!uses(left, kNoiseBook, kNoiseBook) && !uses(right, kNoiseBook, kNoiseBook)) return true;
+    if (!uses(left, MOX_AAC_BOOK_NOISE, MOX_AAC_BOOK_NOISE) &&
+        !uses(right, MOX_AAC_BOOK_NOISE, MOX_AAC_BOOK_NOISE))
+      return true;
     return moxsDecodeMsPNS_AAC_32s(left.spectrum.data(), right.spectrum.data(), &left.ltp.longUsedAll,
                                    &right.ltp.longUsedAll, left.sfbCb.data(), right.sfbCb.data(),
                                    left.scaleFactor.data(), right.scaleFactor.data(),
@@ -129,7 +128,7 @@ bool Tools::noise(Element& element) {
   }
   for (size_t ch = 0; ch < element.channels(); ++ch) {
     Channel& channel = element.channel[ch];
-    if (!uses(channel, kNoiseBook, kNoiseBook)) continue;
+    if (!uses(channel, MOX_AAC_BOOK_NOISE, MOX_AAC_BOOK_NOISE)) continue;
     if (moxsDecodePNS_AAC_32s(channel.spectrum.data(), &channel.ltp.longUsedAll, channel.sfbCb.data(),
                               channel.scaleFactor.data(), channel.ics.maxSfb, channel.ics.numWindowGroups,
                               channel.ics.windowGroupLen, config_.rateIndex, channel.stream.windowLen,
@@ -143,15 +142,15 @@ bool Tools::noise(Element& element) {
 // whether its prediction is used or not; short windows and noise leave nothing to learn from.
 void Tools::predict(Channel& channel, std::array<float, 1024>& lines, MoxAacFdpState* predictor) const {
   constexpr float kUnit = 1 << MOX_AAC_SPECTRUM_FRAC_BITS;
-  if (channel.ics.windowSequence == kEightShort) {
+  if (channel.ics.windowSequence == MOX_AAC_EIGHT_SHORT) {
     moxsFDPReset_32f(predictor);
     return;
   }
-  const int32_t* const bands = kLongBands[config_.rateIndex];
-  const int32_t numBands = kPredSfbMax[config_.rateIndex];
+  const int32_t* const bands = moxAacSwbOffsetLong[config_.rateIndex];
+  const int32_t numBands = moxAacPredSfbMax[config_.rateIndex];
   std::array<uint8_t, 41> used{}, isNoise{};
   for (size_t b = 0; b < static_cast<size_t>(std::min(numBands, channel.ics.maxSfb)); ++b) {
-    isNoise[b] = channel.sfbCb[b] == kNoiseBook;
+    isNoise[b] = channel.sfbCb[b] == MOX_AAC_BOOK_NOISE;
     used[b] = channel.ics.predictorDataPresent != 0 && channel.ics.predictionUsed[b] != 0 && !isNoise[b];
   }
   moxsFDPInv_32f_I(lines.data(), bands, numBands, used.data(), predictor);
@@ -195,7 +194,7 @@ bool Tools::finish(const Channel& channel, size_t place, Synthesis& synthesis, S
     return true;
   }
   const MoxAacTnsInfo tns = shapingOf(channel);
-  if (config_.objectType == kAotLtp && channel.ltp.ltpDataPresent != 0 &&
+  if (config_.objectType == MOX_AAC_OBJECT_LTP && channel.ltp.ltpDataPresent != 0 &&
       !predictLongTerm(channel, tns, place, synthesis, spectrum))
     return false;
   if (tns.tnsDataPresent == 0) return true;

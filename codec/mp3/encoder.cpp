@@ -7,14 +7,14 @@
 
 #include "codec/io/crc.h"
 #include "codec/io/failure.h"
+#include "moxac/tables.h"
 
 namespace moxc::mp3 {
 namespace {
 
-constexpr int32_t kBitRates[] = {32,  40,  48,  56,  64,  80,  96,
-                                 112, 128, 160, 192, 224, 256, 320};  // from index 1 on
+constexpr std::span<const int32_t> kBitRates = std::span(moxMp3BitRates[1]).subspan(1);  // from index 1 on
 constexpr int32_t kLargestIndex = 14;
-constexpr int32_t kRates[] = {44100, 48000, 32000};  // by samplingFreq
+constexpr auto& kRates = moxMp3SampleRates[1];  // by samplingFreq
 
 // Both polyphase banks delay by 481 samples, the hybrid ones by a granule. Decoders take 529 of these on themselves.
 constexpr int32_t kCodecDelay = 481 + 576, kDecoderDelay = 529;
@@ -79,7 +79,7 @@ Encoder::Encoder(const EncoderSettings& settings)
       channels_(settings.channels()),
       model_(std::make_unique<MoxMp3PsychoacousticModelTwoState>()),
       loudness_(settings.rate, settings.channels()) {
-  const auto index = std::find(std::begin(kBitRates), std::end(kBitRates), settings.bitRate) - kBitRates;
+  const auto index = std::find(kBitRates.begin(), kBitRates.end(), settings.bitRate) - kBitRates.begin();
   const auto rate = std::find(std::begin(kRates), std::end(kRates), settings.rate) - kRates;
   const bool known = settings.vbrQuality >= 0 ? settings.vbrQuality < 10
                      : settings.average       ? settings.bitRate >= 32 && settings.bitRate <= 320

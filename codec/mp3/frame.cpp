@@ -3,19 +3,9 @@
 #include <array>
 
 #include "codec/io/crc.h"
+#include "moxac/tables.h"
 
 namespace moxc::mp3 {
-namespace {
-
-// Bit rates in kbit/s by index; ISO/IEC 11172-3 and 13818-3, 2.4.2.3. Index 0 is the free format.
-constexpr int32_t kBitRates[2][15] = {
-    {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
-    {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
-};
-constexpr int32_t kMpeg1Rates[3] = {44100, 48000, 32000};
-
-}  // namespace
-
 const char* versionName(MpegVersion version) {
   constexpr const char* kNames[] = {"MPEG-1", "MPEG-2", "MPEG-2.5"};
   return kNames[static_cast<int>(version)];
@@ -37,9 +27,9 @@ std::optional<Header> parseHeader(Bytes bytes) {
   if (fields.bitRateIndex == 15 || fields.samplingFreq == 3) return std::nullopt;
 
   header.version = mpeg25 ? MpegVersion::mpeg25 : fields.id == 1 ? MpegVersion::mpeg1 : MpegVersion::mpeg2;
-  header.rate = kMpeg1Rates[fields.samplingFreq] >> static_cast<int>(header.version);
+  header.rate = moxMp3SampleRates[1][fields.samplingFreq] >> static_cast<int>(header.version);
   header.channels = fields.mode == 3 ? 1 : 2;
-  header.bitRate = kBitRates[fields.id][fields.bitRateIndex];
+  header.bitRate = moxMp3BitRates[fields.id][fields.bitRateIndex];
   // The mode extension means something in joint stereo only; later stages look at its bits alone.
   if (fields.mode != 1) fields.modeExt = 0;
 

@@ -88,7 +88,8 @@ moxStatus SpectrumReader::decodeHuffman(const uint8_t** cursor, int32_t* bitOffs
   if (header_.version != MpegVersion::mpeg25)
     return moxsHuffmanDecode_MP3_1u32s(cursor, bitOffset, lines, bound, &side, &header_.fields, bits);
   return moxsHuffmanDecodeSfbMbp_MP3_1u32s(cursor, bitOffset, lines, bound, &side, &header_.fields, bits,
-                                           kMpeg25LongBands, kMpeg25ShortBands, kMpeg25MixedBlockPoints);
+                                           kMpeg25LongBands.data(), kMpeg25ShortBands.data(),
+                                           kMpeg25MixedBlockPoints);
 }
 
 moxStatus SpectrumReader::requantise(const MoxMp3SideInfo* side, Spectrum& spectrum) {
@@ -96,8 +97,8 @@ moxStatus SpectrumReader::requantise(const MoxMp3SideInfo* side, Spectrum& spect
     return moxsReQuantize_MP3_32s_I(spectrum.lines.data(), spectrum.nonZeroBound.data(), scaleFactors_.data(),
                                     side, &header_.fields, work_.data());
   return moxsReQuantizeSfb_MP3_32s_I(spectrum.lines.data(), spectrum.nonZeroBound.data(),
-                                     scaleFactors_.data(), side, &header_.fields, kMpeg25LongBands,
-                                     kMpeg25ShortBands, work_.data());
+                                     scaleFactors_.data(), side, &header_.fields, kMpeg25LongBands.data(),
+                                     kMpeg25ShortBands.data(), work_.data());
 }
 
 }  // namespace moxc::mp3

@@ -5,16 +5,18 @@
 
 #include "codec/ps/decoder.h"
 #include "codec/sbr/tables.h"
+#include "moxac/tables.h"
 
 namespace moxc::sbr {
 namespace {
 
 constexpr int32_t kMaxHeld = 6;
 
-// The prototype of the 32-band bank: every second value.
-const Array<float, 320> kHalfWindow = [] {
-  Array<float, 320> window;
-  for (size_t i = 0; i < window.size(); ++i) window[i] = kWindow[2 * i];
+// The prototype as the banks take it: every kStep-th value, a float.
+template <size_t kStep>
+constexpr std::array<float, 640 / kStep> kWindow = [] {
+  std::array<float, 640 / kStep> window{};
+  for (size_t i = 0; i < window.size(); ++i) window[i] = static_cast<float>(moxSbrQmfPrototype[kStep * i]);
   return window;
 }();
 
@@ -52,11 +54,11 @@ class SynthesisBank {
     Array<const Mox32fc*, kMaxSlots> pointers;
     for (int32_t i = 0; i < slots; ++i) pointers[i] = rows[i];
     if (downSampled_)
-      moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kHalfWindow.data(), slots,
+      moxsSynthesisDownFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow<2>.data(), slots,
                                                    bank_.spec(), bank_.work());
     else
-      moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow, slots, bank_.spec(),
-                                               bank_.work());
+      moxsSynthesisFilter_SBR_CToR_32fc32f_D2L(pointers.data(), samples, kWindow<1>.data(), slots,
+                                               bank_.spec(), bank_.work());
   }
 
  private:
@@ -101,7 +103,7 @@ void Element::Channel::analyse(const float* core, int32_t slots, int32_t bands) 
   for (int32_t i = 0; i < kHistory; ++i) std::copy_n(low[slots + i], 32, low[i]);
   Array<Mox32fc*, kLowRows> rows;
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = low[i];
-  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kHalfWindow.data(), slots, kHistory, bands,
+  moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(core, rows.data(), kWindow<2>.data(), slots, kHistory, bands,
                                           analysis.spec(), analysis.work());
 }
 

@@ -25,6 +25,5 @@ extern const float kChirps[4];        // by bs_invf_mode: off, low, intermediate
 extern const float kLimiterGains[4];  // by bs_limiter_gains
 extern const float kSmoothing[5];     // of gains, the newest slot's share first
 extern const Mox32fc kNoiseVectors[512];
-extern const float kWindow[640];  // the prototype of the 64-band bank
 
 }  // namespace moxc::sbr

@@ -4,9 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "codec/aac/tables.h"
 #include "codec/io/bytes.h"
-#include "moxac/aac.h"
+#include "moxac/tables.h"
 
 namespace moxc {
 
@@ -15,8 +14,8 @@ inline constexpr int32_t kAacSamples = 1024;  // per channel and raw data block
 struct AdtsHeader {
   MoxAacADTSFrameHeader fields{};
 
-  int32_t rate() const { return aac::kRates[fields.samplingRateIndex]; }  // Hz
-  int32_t objectType() const { return fields.profile + 1; }               // 1 Main, 2 LC, 3 SSR, 4 LTP
+  int32_t rate() const { return moxAacSampleRates[fields.samplingRateIndex]; }  // Hz
+  int32_t objectType() const { return fields.profile + 1; }                     // 1 Main, 2 LC, 3 SSR, 4 LTP
   int32_t blocks() const { return fields.numRawDataBlocks; }
   bool hasCrc() const { return fields.protectionAbsent == 0; }
   size_t frameBytes() const { return static_cast<size_t>(fields.frameLen); }

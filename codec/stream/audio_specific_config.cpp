@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "codec/io/bit_reader.h"
+#include "moxac/tables.h"
 
 namespace moxc {
 namespace {
@@ -14,8 +15,7 @@ constexpr int32_t kAotMain = 1, kAotLtp = 4, kAotSbr = 5, kAotScalable = 6, kAot
                   kAotErScalable = 20, kAotErBsac = 22, kAotErLd = 23, kAotPs = 29;
 constexpr uint32_t kSyncSbr = 0x2B7, kSyncPs = 0x548;  // 11 bits each
 
-constexpr int32_t kRates[13] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
-                                22050, 16000, 12000, 11025, 8000,  7350};
+constexpr uint32_t kRate7350 = 12;  // the index of one rate more than other headers know
 
 constexpr const char* kNames[] = {
     nullptr,
@@ -72,7 +72,8 @@ int32_t readObjectType(BitReader& in) {
 int32_t readRate(BitReader& in) {
   const uint32_t index = in.bits(4);
   if (index == 15) return static_cast<int32_t>(in.bits(24));
-  return index < std::size(kRates) ? kRates[index] : 0;
+  if (index < std::size(moxAacSampleRates)) return moxAacSampleRates[index];
+  return index == kRate7350 ? 7350 : 0;
 }
 
 bool isResilient(int32_t type) { return type >= kAotErLc && type <= 27 && type != 18; }

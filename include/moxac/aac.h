@@ -2,9 +2,74 @@
 #ifndef MOXAC_AAC_H
 #define MOXAC_AAC_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
+
+/* ------------------------------------------------------------------------------------------ numbers */
+
+/* Sizes, of what the records and operations below hold. */
+enum {
+  MOX_AAC_FRAME_LINES = 1024, /* lines and samples of a frame; a long window's length */
+  MOX_AAC_SHORT_LINES = 128,  /* lines of one of eight short windows */
+  MOX_AAC_MAX_WINDOWS = 8,    /* windows of a frame, and window groups, at most */
+
+  MOX_AAC_SAMPLE_RATES = 12,  /* of samplingRateIndex, 96 kHz down to 8 kHz */
+  MOX_AAC_MAX_SFB_LONG = 51,  /* scale-factor bands of a long window, at most */
+  MOX_AAC_MAX_SFB_SHORT = 15, /* of a short one */
+  MOX_AAC_MAX_SFB_PRED = 41,  /* that Main-profile prediction may use */
+  MOX_AAC_MAX_SFB_LTP = 40,   /* that long-term prediction may use */
+  MOX_AAC_MS_ROW = 60,        /* bytes of one window group's row in an M/S mask */
+  MOX_AAC_MAX_SECTIONS = 120, /* sections of a channel; its bands in all window groups */
+
+  MOX_AAC_MAX_TNS_FILTERS = 8, /* filters of a frame */
+  MOX_AAC_MAX_TNS_COEFS = 60,  /* coefficients of all of them, room included */
+  MOX_AAC_MAX_TNS_ORDER_LONG = 12,
+  MOX_AAC_MAX_TNS_ORDER_SHORT = 7,
+
+  MOX_AAC_MAX_ELEMENTS = 16,     /* front, side, back, coupling channel elements of a program, each */
+  MOX_AAC_MAX_LFE_ELEMENTS = 4,  /* low-frequency elements of a program */
+  MOX_AAC_MAX_DATA_ELEMENTS = 8, /* associated data elements of a program */
+  MOX_AAC_MAX_DATA_BYTES = 510,  /* of one data_stream_element() */
+  MOX_AAC_MAX_FILL_BYTES = 269,  /* of one fill_element() */
+  MOX_AAC_COMMENT_BYTES = 256,   /* room for a program's comment */
+  MOX_AAC_COPYRIGHT_BYTES = 9
+};
+
+/* windowSequence. */
+enum { MOX_AAC_ONLY_LONG = 0, MOX_AAC_LONG_START = 1, MOX_AAC_EIGHT_SHORT = 2, MOX_AAC_LONG_STOP = 3 };
+
+/* windowShape. */
+enum {
+  MOX_AAC_SINE = 0,
+  MOX_AAC_KAISER_BESSEL = 1 /* Kaiser-Bessel derived */
+};
+
+/* Code books of sections. 1 to 11 are Huffman books of the spectrum. */
+enum {
+  MOX_AAC_BOOK_ZERO = 0,
+  MOX_AAC_BOOK_ESCAPE = 11,
+  MOX_AAC_BOOK_RESERVED = 12,
+  MOX_AAC_BOOK_NOISE = 13,
+  MOX_AAC_BOOK_INTENSITY_INVERTED = 14,
+  MOX_AAC_BOOK_INTENSITY = 15
+};
+
+/* audioObjectType. */
+enum { MOX_AAC_OBJECT_MAIN = 1, MOX_AAC_OBJECT_LC = 2, MOX_AAC_OBJECT_SSR = 3, MOX_AAC_OBJECT_LTP = 4 };
+
+/* Fraction bits. */
+enum {
+  MOX_AAC_SPECTRUM_FRAC_BITS = 4, /* of every spectral word */
+  MOX_AAC_TIME_FRAC_BITS = 8,     /* of the filter bank's 32-bit samples */
+  MOX_AAC_LTP_GAIN_FRAC_BITS = 14 /* of ltpCoef */
+};
+
+/* Words of buffers. */
+enum {
+  MOX_AAC_MDCT_BUFFER_WORDS = 5136, /* 2048 samples, 3072 words of scratch, alignment */
+  MOX_AAC_LTP_HISTORY = 3072        /* a channel's history, zeros at the start */
+};
 
 /* ------------------------------------------------------------------------------------------ records
  *
@@ -42,88 +107,93 @@ typedef struct MoxAacADIFHeader {
   int32_t bitstreamType;      /* 1 bit: 0 = constant rate, a buffer fullness precedes each element */
   int32_t bitRate;            /* 23 bits */
   int32_t numPrgCfgElt;       /* 1..16: the coded value plus 1 */
-  int32_t bufferFullness[16]; /* 20 bits each, written only when bitstreamType is 0 */
-  uint8_t copyrightId[9];     /* first byte first, written only when copyrightIdPresent is 1 */
+  int32_t bufferFullness[MOX_AAC_MAX_ELEMENTS]; /* 20 bits each, written only when bitstreamType is 0 */
+  uint8_t
+      copyrightId[MOX_AAC_COPYRIGHT_BYTES]; /* first byte first, written only when copyrightIdPresent is 1 */
 } MoxAacADIFHeader;
 
 /* One program_config_element, 884 bytes. Entries of the arrays beyond the coded counts are not written. */
 typedef struct MoxAacPrgCfgElt {
-  int32_t elementInstanceTag;      /* 4 bits */
-  int32_t objectType;              /* 2 bits */
-  int32_t samplingRateIndex;       /* 4 bits */
-  int32_t numFrontChanElt;         /* 4 bits */
-  int32_t numSideChanElt;          /* 4 bits */
-  int32_t numBackChanElt;          /* 4 bits */
-  int32_t numLfeChanElt;           /* 2 bits */
-  int32_t numAssocDataElt;         /* 3 bits */
-  int32_t numValidCcElt;           /* 4 bits */
-  int32_t monoMixdownPresent;      /* 1 bit */
-  int32_t monoMixdownEltNum;       /* 4 bits, 0 when absent */
-  int32_t stereoMixdownPresent;    /* 1 bit */
-  int32_t stereoMixdownEltNum;     /* 4 bits, 0 when absent */
-  int32_t matrixMixdownIdxPresent; /* 1 bit */
-  int32_t matrixMixdownIdx;        /* 2 bits, 0 when absent */
-  int32_t pseudoSurroundEnable;    /* 1 bit, 0 when no matrix mixdown index is present */
-  int32_t frontEltIsCpe[16];       /* 1 bit each */
-  int32_t frontEltTagSel[16];      /* 4 bits each, as the other tags */
-  int32_t sideEltIsCpe[16];
-  int32_t sideEltTagSel[16];
-  int32_t backEltIsCpe[16];
-  int32_t backEltTagSel[16];
-  int32_t lfeEltTagSel[4];
-  int32_t assocDataEltTagSel[8];
-  int32_t ccEltIsIndSw[16];
-  int32_t validCcEltTagSel[16];
-  int32_t commentFieldBytes;     /* 8 bits */
-  uint8_t commentFieldData[256]; /* commentFieldBytes bytes, not terminated */
+  int32_t elementInstanceTag;                   /* 4 bits */
+  int32_t objectType;                           /* 2 bits */
+  int32_t samplingRateIndex;                    /* 4 bits */
+  int32_t numFrontChanElt;                      /* 4 bits */
+  int32_t numSideChanElt;                       /* 4 bits */
+  int32_t numBackChanElt;                       /* 4 bits */
+  int32_t numLfeChanElt;                        /* 2 bits */
+  int32_t numAssocDataElt;                      /* 3 bits */
+  int32_t numValidCcElt;                        /* 4 bits */
+  int32_t monoMixdownPresent;                   /* 1 bit */
+  int32_t monoMixdownEltNum;                    /* 4 bits, 0 when absent */
+  int32_t stereoMixdownPresent;                 /* 1 bit */
+  int32_t stereoMixdownEltNum;                  /* 4 bits, 0 when absent */
+  int32_t matrixMixdownIdxPresent;              /* 1 bit */
+  int32_t matrixMixdownIdx;                     /* 2 bits, 0 when absent */
+  int32_t pseudoSurroundEnable;                 /* 1 bit, 0 when no matrix mixdown index is present */
+  int32_t frontEltIsCpe[MOX_AAC_MAX_ELEMENTS];  /* 1 bit each */
+  int32_t frontEltTagSel[MOX_AAC_MAX_ELEMENTS]; /* 4 bits each, as the other tags */
+  int32_t sideEltIsCpe[MOX_AAC_MAX_ELEMENTS];
+  int32_t sideEltTagSel[MOX_AAC_MAX_ELEMENTS];
+  int32_t backEltIsCpe[MOX_AAC_MAX_ELEMENTS];
+  int32_t backEltTagSel[MOX_AAC_MAX_ELEMENTS];
+  int32_t lfeEltTagSel[MOX_AAC_MAX_LFE_ELEMENTS];
+  int32_t assocDataEltTagSel[MOX_AAC_MAX_DATA_ELEMENTS];
+  int32_t ccEltIsIndSw[MOX_AAC_MAX_ELEMENTS];
+  int32_t validCcEltTagSel[MOX_AAC_MAX_ELEMENTS];
+  int32_t commentFieldBytes;                       /* 8 bits */
+  uint8_t commentFieldData[MOX_AAC_COMMENT_BYTES]; /* commentFieldBytes bytes, not terminated */
 } MoxAacPrgCfgElt;
 
 /* Individual channel stream information, 112 bytes. ISO/IEC 14496-3, ics_info(). */
 typedef struct MoxAacIcsInfo {
-  int32_t icsReservedBit;         /* 1 bit */
-  int32_t windowSequence;         /* 2 bits: 0 only long, 1 long start, 2 eight short, 3 long stop */
-  int32_t windowShape;            /* 1 bit: 0 sine, 1 Kaiser-Bessel derived */
-  int32_t maxSfb;                 /* 4 bits for eight short, else 6 */
-  int32_t scaleFactorGrouping;    /* 7 bits; written for eight short only */
-  int32_t predictorDataPresent;   /* 1 bit; 0 for eight short */
-  int32_t predictorReset;         /* 1 bit; 0 unless read */
-  int32_t predictorResetGroupNum; /* 5 bits; written only when predictorReset is 1 */
-  uint8_t predictionUsed[41];     /* per scale-factor band */
-  int32_t numWindowGroups;        /* 1..8 */
-  int32_t windowGroupLen[8];      /* windows of each group */
+  int32_t icsReservedBit;                       /* 1 bit */
+  int32_t windowSequence;                       /* 2 bits: MOX_AAC_ONLY_LONG .. MOX_AAC_LONG_STOP */
+  int32_t windowShape;                          /* 1 bit: MOX_AAC_SINE or MOX_AAC_KAISER_BESSEL */
+  int32_t maxSfb;                               /* 4 bits for eight short, else 6 */
+  int32_t scaleFactorGrouping;                  /* 7 bits; written for eight short only */
+  int32_t predictorDataPresent;                 /* 1 bit; 0 for eight short */
+  int32_t predictorReset;                       /* 1 bit; 0 unless read */
+  int32_t predictorResetGroupNum;               /* 5 bits; written only when predictorReset is 1 */
+  uint8_t predictionUsed[MOX_AAC_MAX_SFB_PRED]; /* per scale-factor band */
+  int32_t numWindowGroups;                      /* 1..8 */
+  int32_t windowGroupLen[MOX_AAC_MAX_WINDOWS];  /* windows of each group */
 } MoxAacIcsInfo;
 
 /* Channel pair element, 488 bytes. */
 typedef struct MoxAacChanPairElt {
   int32_t commonWindow;  /* 1 bit */
   int32_t msMaskPresent; /* 2 bits: 0 none, 1 by band, 2 every band */
-  uint8_t msUsed[8][60]; /* row = window group, column = band; written only when msMaskPresent is 1 */
+  uint8_t
+      msUsed[MOX_AAC_MAX_WINDOWS]
+            [MOX_AAC_MS_ROW]; /* row = window group, column = band; written only when msMaskPresent is 1 */
 } MoxAacChanPairElt;
 
 /* Temporal-noise-shaping side data of one channel, 64 words. Filters are numbered over all windows of the
  * frame in order. */
 typedef struct MoxAacTnsInfo {
   int32_t tnsDataPresent;
-  int32_t nFilt[8];     /* filters, per window */
-  int32_t coefRes[8];   /* 3 or 4 bits, per window that has filters */
-  int32_t length[8];    /* bands, per filter */
-  int32_t order[8];     /* per filter */
-  int32_t direction[8]; /* per filter of nonzero order, in filter order: 0 upward, 1 downward */
-  int32_t reserved[8];  /* never written by the plain parsers */
-  int8_t coef[60];      /* the coded coefficients of all filters one after another, sign-extended */
+  int32_t nFilt[MOX_AAC_MAX_WINDOWS];      /* filters, per window */
+  int32_t coefRes[MOX_AAC_MAX_WINDOWS];    /* 3 or 4 bits, per window that has filters */
+  int32_t length[MOX_AAC_MAX_TNS_FILTERS]; /* bands, per filter */
+  int32_t order[MOX_AAC_MAX_TNS_FILTERS];  /* per filter */
+  int32_t direction
+      [MOX_AAC_MAX_TNS_FILTERS]; /* per filter of nonzero order, in filter order: 0 upward, 1 downward */
+  int32_t reserved[8];           /* never written by the plain parsers */
+  int8_t coef
+      [MOX_AAC_MAX_TNS_COEFS]; /* the coded coefficients of all filters one after another, sign-extended */
 } MoxAacTnsInfo;
 
 /* Long-term-prediction side data of one channel, 88 words. */
 typedef struct MoxAacLtpInfo {
   int32_t ltpDataPresent;
-  int32_t ltpLag;       /* 11 bits */
-  int32_t ltpCoef;      /* gain, Q14: 9352 .. 22438 */
-  int32_t longUsedAll;  /* long windows: equal to ltpDataPresent */
-  int32_t longUsed[40]; /* per band */
-  int32_t reserved[20]; /* never written by the plain parsers */
-  int32_t shortUsed[8]; /* per window, as the next two */
-  int32_t shortLagPresent[8];
-  int32_t shortLag[8];
+  int32_t ltpLag;                         /* 11 bits */
+  int32_t ltpCoef;                        /* gain, Q14: 9352 .. 22438 */
+  int32_t longUsedAll;                    /* long windows: equal to ltpDataPresent */
+  int32_t longUsed[MOX_AAC_MAX_SFB_LTP];  /* per band */
+  int32_t reserved[20];                   /* never written by the plain parsers */
+  int32_t shortUsed[MOX_AAC_MAX_WINDOWS]; /* per window, as the next two */
+  int32_t shortLagPresent[MOX_AAC_MAX_WINDOWS];
+  int32_t shortLag[MOX_AAC_MAX_WINDOWS];
 } MoxAacLtpInfo;
 
 /* Header of a layered stream's base layer, 1280 bytes. The MPEG-4 channel-pair and noiseless operations take
@@ -134,7 +204,7 @@ typedef struct MoxAacMainHeader {
   int32_t maxSfb;
   int32_t scaleFactorGrouping;
   int32_t numWindowGroups;
-  int32_t windowGroupLen[8];
+  int32_t windowGroupLen[MOX_AAC_MAX_WINDOWS];
   int32_t msMaskPresent;
   uint8_t* pMsUsed; /* the caller's 480 bytes, [8][60] as msUsed of MoxAacChanPairElt */
   MoxAacTnsInfo tns[2];
@@ -147,7 +217,7 @@ typedef struct MoxAacExtensionHeader {
   int32_t maxSfb;
   uint8_t* pMsUsed; /* the caller's 480 bytes, [8][60] */
   MoxAacTnsInfo tns[2];
-  int32_t diffControl[2][51];
+  int32_t diffControl[2][MOX_AAC_MAX_SFB_LONG];
 } MoxAacExtensionHeader;
 
 /* One channel's stream as the noiseless decoder takes and leaves it, 488 bytes. */
@@ -164,15 +234,15 @@ typedef struct MoxAacChanStream {
   int32_t pulseDataPresent;  /* out, as the rest */
   int32_t tnsDataPresent;
   int32_t gainControlDataPresent;
-  MoxAacIcsInfo* pIcsInfo; /* in: the channel's record; of the pair when the window is common */
-  uint8_t sectCb[120];     /* code book of each section, the sections of all groups in order */
-  uint8_t sectEnd[120];    /* the band at which each section ends, in the same order */
-  int32_t numSec[8];       /* sections, per window group */
-  int32_t nFilt[8];        /* the TNS fields, as in MoxAacTnsInfo */
-  int32_t coefRes[8];
-  int32_t length[8];
-  int32_t order[8];
-  int32_t direction[8];
+  MoxAacIcsInfo* pIcsInfo;               /* in: the channel's record; of the pair when the window is common */
+  uint8_t sectCb[MOX_AAC_MAX_SECTIONS];  /* code book of each section, the sections of all groups in order */
+  uint8_t sectEnd[MOX_AAC_MAX_SECTIONS]; /* the band at which each section ends, in the same order */
+  int32_t numSec[MOX_AAC_MAX_WINDOWS];   /* sections, per window group */
+  int32_t nFilt[MOX_AAC_MAX_WINDOWS];    /* the TNS fields, as in MoxAacTnsInfo */
+  int32_t coefRes[MOX_AAC_MAX_WINDOWS];
+  int32_t length[MOX_AAC_MAX_TNS_FILTERS];
+  int32_t order[MOX_AAC_MAX_TNS_FILTERS];
+  int32_t direction[MOX_AAC_MAX_TNS_FILTERS];
 } MoxAacChanStream;
 
 /* ------------------------------------------------------------------------------------------ headers
@@ -471,11 +541,6 @@ MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t
  * between calls.
  */
 
-enum {
-  MOX_AAC_SPECTRUM_FRAC_BITS = 4, /* fraction bits of every spectral word */
-  MOX_AAC_TIME_FRAC_BITS = 8      /* fraction bits of the filter bank's 32-bit samples */
-};
-
 /* Inverse quantisation, in place, grouped order:
  *
  *   x := sign(x) |x|^(4/3) 2^((sf - 100)/4) 2^MOX_AAC_SPECTRUM_FRAC_BITS
@@ -635,10 +700,6 @@ MOXAC_API moxStatus moxsEncodeTNS_AAC_32s_I(int32_t* pSrcDst, const int32_t* pNu
  * history belong to one call at a time.
  */
 
-enum {
-  MOX_AAC_MDCT_BUFFER_WORDS = 5136 /* 2048 samples, 3072 words of scratch, alignment */
-};
-
 /* Inverse MDCT, windowing and overlap-add of one frame of one channel.
  *
  *   x[n] = w[n] 2/N sum over k of X[k] cos(2 pi/N (n + (N/2 + 1)/2)(k + 1/2))      N = 2048, 8 times 256
@@ -689,10 +750,6 @@ MOXAC_API moxStatus moxsMDCTFwd_AAC_32s_I(int32_t* pSrcDst, int32_t windowSequen
  *   moxsLtpUpdate_AAC_32s            samples and overlap of the latter -> history
  *
  * ISO/IEC 14496-3, 4.6.7. */
-
-enum {
-  MOX_AAC_LTP_HISTORY = 3072 /* words of a channel's history, zeros at the start */
-};
 
 /* Predicts a frame's spectrum from the history:
  *

@@ -7,7 +7,13 @@
 
 #include <math.h>
 
-#include "moxac.h"
+#include "aac.h"
+#include "mp3.h"
+#include "sbr.h"
+#include "transform.h"
+#include "types.h"
+#include "util.h"
+#include "vlc.h"
 
 /* The name of a status and what it says, "moxStatusBadSize: a length or size below 1 ...", or "unknown status".
  * The text lives as long as the process. */

@@ -14,21 +14,50 @@
 #ifndef MOXAC_MP3_H
 #define MOXAC_MP3_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
+
+/* Sizes, of what the records and operations below hold. */
+enum {
+  MOX_MP3_LINES = 576,        /* spectral lines, and samples, of a granule and channel */
+  MOX_MP3_BANDS = 32,         /* sub-bands of the polyphase banks, and samples of a time slot */
+  MOX_MP3_SLOTS = 18,         /* time slots of a granule, and lines of a sub-band */
+  MOX_MP3_LONG_BANDS = 22,    /* bands of long blocks; the last has no scale factor */
+  MOX_MP3_SHORT_BANDS = 13,   /* of one window of short blocks, likewise */
+  MOX_MP3_SCALE_FACTORS = 39, /* room for those of a granule and channel */
+  MOX_MP3_SCFSI = 4,          /* groups of long bands that granule 1 may take from granule 0 */
+  MOX_MP3_HISTORY = 512       /* values of a channel's history in the polyphase banks */
+};
+
+/* layer, as coded. */
+enum { MOX_MP3_LAYER_III = 1, MOX_MP3_LAYER_II = 2, MOX_MP3_LAYER_I = 3 };
+
+/* mode. */
+enum { MOX_MP3_STEREO = 0, MOX_MP3_JOINT_STEREO = 1, MOX_MP3_DUAL_CHANNEL = 2, MOX_MP3_SINGLE_CHANNEL = 3 };
+
+/* Bits of modeExt. */
+enum { MOX_MP3_EXT_INTENSITY = 1, MOX_MP3_EXT_MS = 2 };
+
+/* blockType. */
+enum { MOX_MP3_NORMAL = 0, MOX_MP3_START = 1, MOX_MP3_SHORT = 2, MOX_MP3_STOP = 3 };
+
+/* Fraction bits. */
+enum {
+  MOX_MP3_FRAC_BITS = 26 /* of lines, overlap and sub-band samples */
+};
 
 /* The 4-byte header of a frame and its CRC word; ISO/IEC 11172-3, 2.4.1.3. The syncword is not kept. */
 typedef struct MoxMp3FrameHeader {
   int32_t id;            /* 1 = MPEG-1, 0 = MPEG-2 lower sampling frequencies */
-  int32_t layer;         /* as coded: 1 = Layer III, 2 = Layer II, 3 = Layer I */
+  int32_t layer;         /* as coded: MOX_MP3_LAYER_III, .._II, .._I */
   int32_t protectionBit; /* 0 = a CRC word follows the header */
   int32_t bitRateIndex;  /* 0..15 */
   int32_t samplingFreq;  /* 0..3; with id 1: 44.1, 48, 32 kHz; with id 0 half of that; 3 reserved */
   int32_t paddingBit;
   int32_t privateBit;
-  int32_t mode;         /* 0 stereo, 1 joint stereo, 2 dual channel, 3 single channel */
-  int32_t modeExt;      /* bit 0 (value 1) = intensity stereo, bit 1 (value 2) = M/S stereo */
+  int32_t mode;         /* MOX_MP3_STEREO .. MOX_MP3_SINGLE_CHANNEL */
+  int32_t modeExt;      /* MOX_MP3_EXT_INTENSITY and MOX_MP3_EXT_MS */
   int32_t rightsBit;    /* the stream's rights-protection mark */
   int32_t originalCopy; /* 1 = original */
   int32_t emphasis;     /* 0..3 */
@@ -45,7 +74,7 @@ typedef struct MoxMp3SideInfo {
   int32_t globGain;        /* global_gain */
   int32_t sfCompress;      /* scalefac_compress; MPEG-1 0..15, MPEG-2 0..511 */
   int32_t winSwitch;       /* window_switching_flag */
-  int32_t blockType;       /* 0 normal, 1 start, 2 short, 3 stop; 0 when winSwitch is 0 */
+  int32_t blockType;       /* MOX_MP3_NORMAL .. MOX_MP3_STOP; normal when winSwitch is 0 */
   int32_t mixedBlock;      /* mixed_block_flag; 0 when winSwitch is 0 */
   int32_t tableSelect[3];  /* Huffman tables of regions 0, 1, 2; with winSwitch 1 only two are coded */
   int32_t subBlockGain[3]; /* subblock_gain of short windows 0, 1, 2; coded only with winSwitch 1 */
@@ -341,9 +370,6 @@ MOXAC_API moxStatus moxsBitReservoirInit_MP3(MoxMp3BitReservoir* pReservoir,
  * Arithmetic inside is single-precision float with the default rounding (to nearest), in a fixed order: the
  * same integers in give the same integers out at every alignment. None of these operations reads or writes
  * past the arrays given, and any number of threads may call them on data of their own. */
-enum {
-  MOX_MP3_FRAC_BITS = 26 /* fraction bits of lines, overlap and sub-band samples */
-};
 
 /* Requantises one granule of all channels, undoes M/S and intensity stereo, and brings the lines of short
  * blocks into the order in which they are transformed.
@@ -598,12 +624,12 @@ typedef struct MoxMp3EncoderParameters {
  * threshold / energy times a band's own energy is not heard. The last of each are those of the lines above the bands
  * that have a scale factor. */
 typedef struct MoxMp3PsychoacousticModelTwoAnalysis {
-  float energyLong[22];        /* of the 1024-point spectrum */
-  float thresholdLong[22];     /* never below the threshold in quiet */
-  float energyShort[13][3];    /* of three 256-point spectra, by band and window */
-  float thresholdShort[13][3]; /* likewise */
-  float perceptualEntropy;     /* bits of what is audible: half log2(energy / threshold) a line */
-  int32_t blockType;           /* 0 normal, 1 start, 2 short, 3 stop */
+  float energyLong[MOX_MP3_LONG_BANDS];         /* of the 1024-point spectrum */
+  float thresholdLong[MOX_MP3_LONG_BANDS];      /* never below the threshold in quiet */
+  float energyShort[MOX_MP3_SHORT_BANDS][3];    /* of three 256-point spectra, by band and window */
+  float thresholdShort[MOX_MP3_SHORT_BANDS][3]; /* likewise */
+  float perceptualEntropy; /* bits of what is audible: half log2(energy / threshold) a line */
+  int32_t blockType;       /* MOX_MP3_NORMAL .. MOX_MP3_STOP */
 } MoxMp3PsychoacousticModelTwoAnalysis;
 
 /* What the model keeps between granules, of both channels; all zero before the first. A copy continues where the

@@ -6,7 +6,7 @@
 #ifndef MOXAC_SBR_H
 #define MOXAC_SBR_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
 

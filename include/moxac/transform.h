@@ -2,7 +2,7 @@
 #ifndef MOXAC_TRANSFORM_H
 #define MOXAC_TRANSFORM_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
 

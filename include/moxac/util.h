@@ -10,7 +10,7 @@
 #ifndef MOXAC_UTIL_H
 #define MOXAC_UTIL_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
 

@@ -21,7 +21,7 @@
 #ifndef MOXAC_VLC_H
 #define MOXAC_VLC_H
 
-#include "moxac/types.h"
+#include "types.h"
 
 MOXAC_EXTERN_C_BEGIN
 

@@ -9,7 +9,7 @@ using namespace moxac;
 using namespace moxac::aac;
 
 TEST(AacBandTables, BandsRiseInStepsOfFourAndEndWithTheWindow) {
-  for (int32_t index = 0; index < kNumSampleRates; ++index)
+  for (int32_t index = 0; index < MOX_AAC_SAMPLE_RATES; ++index)
     for (const SwbTable& table : {longSwbTable(index), shortSwbTable(index)}) {
       EXPECT_EQ(table.offset[0], 0);
       EXPECT_EQ(table.offset[table.numSwb], table.windowLen) << "index " << index;
@@ -18,7 +18,8 @@ TEST(AacBandTables, BandsRiseInStepsOfFourAndEndWithTheWindow) {
         EXPECT_GT(width, 0) << "index " << index << " band " << band;
         EXPECT_EQ(width % 4, 0) << "index " << index << " band " << band;
       }
-      EXPECT_LE(table.windowLen == 1024 ? kTnsMaxBandsLong[index] : kTnsMaxBandsShort[index], table.numSwb);
+      EXPECT_LE(table.windowLen == 1024 ? moxAacTnsMaxBandsLong[index] : moxAacTnsMaxBandsShort[index],
+                table.numSwb);
     }
 }
 

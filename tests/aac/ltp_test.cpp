@@ -91,7 +91,7 @@ TEST(Ltp, AddsWhereTheFlagsSay) {
                 moxStatusOk);
       for (int w = 0; w < (isShort ? 8 : 1); ++w)
         for (int b = 0; b < std::min(maxSfb, isShort ? 8 : 40); ++b) {
-          const int16_t* offset = isShort ? moxac::aac::kSwbOffsetShort[4] : moxac::aac::kSwbOffsetLong[4];
+          const int32_t* offset = isShort ? moxAacSwbOffsetShort[4] : moxAacSwbOffsetLong[4];
           if (isShort ? ltp.shortUsed[w] == 0 : ltp.longUsed[b] == 0) continue;
           for (int i = 128 * w + offset[b]; i < 128 * w + offset[b + 1]; ++i)
             want[i] = static_cast<int32_t>(

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "moxac/tables.h"
 #include "support/direct_forms.h"
 
 namespace moxtest {
@@ -16,7 +17,7 @@ inline std::vector<double> slopeReference(int shape, int n) {
     for (int i = 0; i < n; ++i) w[static_cast<size_t>(i)] = std::sin(kPi / (2 * n) * (i + 0.5));
     return w;
   }
-  const double alpha = n == 1024 ? 4 : 6;
+  const double alpha = n == 1024 ? moxAacKaiserBesselAlphaLong : moxAacKaiserBesselAlphaShort;
   std::vector<double> kernel;
   double all = 0;
   for (int p = 0; p <= n; ++p) {

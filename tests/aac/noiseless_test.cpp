@@ -79,8 +79,8 @@ void roundAgainstModel(int round, int32_t onlyBook, std::map<moxStatus, int>& st
   const bool beyond = drawBits(call.layer ? 1 : 4) == 0;  // maxSfb may exceed the bands there are
   const bool readsIcs = !call.layer && !call.commonWindow;
   IcsOptions options{.predSfbMax = before.stream.predSfbMax,
-                     .maxSfbLong = beyond ? 51 : moxac::aac::kNumSwbLong[rate],
-                     .maxSfbShort = beyond ? 15 : moxac::aac::kNumSwbShort[rate]};
+                     .maxSfbLong = beyond ? 51 : moxAacNumSwbLong[rate],
+                     .maxSfbShort = beyond ? 15 : moxAacNumSwbShort[rate]};
   if (call.mpeg4 && call.objectType != 1 && readsIcs) options.ltpHolder = &head.main, options.ltpChannels = 1;
   if (call.mpeg4 && readsIcs) head.main.ltp[0].ltpDataPresent = head.main.ltp[1].ltpDataPresent = 0;
   putIcsInfo(readsIcs ? sound : noStream, options, head.ics);

@@ -70,7 +70,7 @@ TEST(QuantInv, IsThePowerLawForEveryMagnitudeAndScaleFactor) {
   long double worst = 0;
   for (int32_t sf = -20; sf <= 300; ++sf) {
     std::fill(f.sf.begin(), f.sf.end(), static_cast<int16_t>(sf));
-    const long double gain = std::exp2((sf - 100) / 4.0L + kSpectrumFracBits);
+    const long double gain = std::exp2((sf - 100) / 4.0L + int{MOX_AAC_SPECTRUM_FRAC_BITS});
     // Ranges of magnitudes that make every class the band's: below 4, below 16, above; signs alternate.
     for (const auto& [first, last] : {std::pair{0, 3}, {4, 15}, {16, 8191}}) {
       for (int32_t m = first; m <= last;) {
@@ -133,7 +133,7 @@ TEST(MidSide, WrapsTogglesIntensityAndSparesNoise) {
     Block<int32_t> l(1024, 4), r(1024, 8), wantL(l), wantR(r);
     l[0] = wantL[0] = 0x7FFFFFFF, r[0] = wantR[0] = 1;
     ASSERT_EQ(f.midSide(l, r), moxStatusOk);
-    const int16_t* offset = kSwbOffsetShort[kRate];
+    const int32_t* offset = moxAacSwbOffsetShort[kRate];
     for (int g = 0, base = 0; g < 3; base += 128 * kGroups[g++])
       for (int b = 0; b < 14; ++b) {
         const bool used = mask == 2 || !((g == 0 && b == 4) || (g == 1 && b == 3));
@@ -195,7 +195,7 @@ TEST(Noise, IsTheGeneratorsAtTheBandsEnergy) {
           sum += want.back() * want.back();
         }
         ASSERT_EQ(s, state);
-        const double gain = std::exp2(energy / 4.0 + kSpectrumFracBits) / std::sqrt(sum);
+        const double gain = std::exp2(energy / 4.0 + int{MOX_AAC_SPECTRUM_FRAC_BITS}) / std::sqrt(sum);
         for (int i = 0; i < width; ++i) {
           const double exact = gain * want[static_cast<size_t>(i)];
           ASSERT_NEAR(x[i], exact, 1 + 0.0115 * std::abs(exact)) << width << " " << energy;
@@ -226,7 +226,7 @@ TEST(Noise, WalksWindowsAndBandsAndClearsPredictionFlags) {
   f.sf[2] = 50, f.sf[14 + 1] = 60, f.sf[14 + 6] = 70;
   Block<int32_t> x(1024), want(x);
   ASSERT_EQ(f.noise(x), moxStatusOk);
-  const int16_t* offset = kSwbOffsetShort[kRate];
+  const int32_t* offset = moxAacSwbOffsetShort[kRate];
   const auto width = [&](int b) { return offset[b + 1] - offset[b]; };
   uint32_t state = 5;
   noiseBand(want.data() + offset[2], width(2), 50, state);
@@ -263,7 +263,8 @@ TEST(Noise, OfAPairIsSharedWhereMidSideSaysSo) {
     Block<int32_t> l(1024), r(1024), wantL(l), wantR(r);
     std::vector<int32_t> wantLtp[2] = {ltp[0], ltp[1]};
     uint32_t state = f.state = moxtest::noiseValue<uint32_t>();
-    const int16_t* const offset = f.windowLen == 128 ? kSwbOffsetShort[kRate] : kSwbOffsetLong[kRate];
+    const int32_t* const offset =
+        f.windowLen == 128 ? moxAacSwbOffsetShort[kRate] : moxAacSwbOffsetLong[kRate];
     int64_t base = 0;
     for (int32_t g = 0; g < f.groups; base += int64_t{f.windowLen} * f.groupLen[g++])
       for (int32_t w = 0; w < f.groupLen[g]; ++w)
@@ -293,10 +294,10 @@ TEST(Noise, OfAPairIsSharedWhereMidSideSaysSo) {
 TEST(Deinterleave, PutsEveryWindowInLineOrder) {
   Block<int32_t> src(1024), dst(1024, 4), want(1024);
   for (int rate = 0; rate < 12; ++rate) {
-    const int16_t* offset = kSwbOffsetShort[rate];
+    const int32_t* offset = moxAacSwbOffsetShort[rate];
     const int32_t* in = src;
     for (int g = 0, window = 0; g < 3; window += kGroups[g++])
-      for (int b = 0; b < kNumSwbShort[rate]; ++b)
+      for (int b = 0; b < moxAacNumSwbShort[rate]; ++b)
         for (int w = window; w < window + kGroups[g]; ++w)
           for (int i = offset[b]; i < offset[b + 1]; ++i) want[w * 128 + i] = *in++;
     ASSERT_EQ(moxsDeinterleaveSpectrum_AAC_32s(src, dst, 3, kGroups, rate, 128), moxStatusOk);

@@ -89,7 +89,7 @@ TEST(Tns, EqualsTheWrittenOutRecursionForRandomSideData) {
     for (int i = 0; i < 1024; ++i) x[i] = y[i] = x[i] >> headroom;
     Block<int32_t> wantX(x), wantY(y);
     const int32_t limit =
-        std::min<int32_t>(t.maxSfb, isShort ? kTnsMaxBandsShort[t.rate] : kTnsMaxBandsLong[t.rate]);
+        std::min<int32_t>(t.maxSfb, isShort ? moxAacTnsMaxBandsShort[t.rate] : moxAacTnsMaxBandsLong[t.rate]);
     int filters = 0, directions = 0;
     const int8_t* coef = t.coef;
     for (int w = 0; w < (isShort ? 8 : 1); ++w) {

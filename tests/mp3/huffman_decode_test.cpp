@@ -70,7 +70,7 @@ Result decode(const Call& call, const uint8_t* data) {
 std::vector<int32_t> regionEnds(const Call& call) {
   const int32_t row = call.header.id * 3 + call.header.samplingFreq;
   const int16_t* const longRow =
-      call.form == Form::builtIn ? moxac::mp3::kSfbLong[row] : call.longBands.data() + 23 * row;
+      call.form == Form::builtIn ? moxMp3SfbLong[row] : call.longBands.data() + 23 * row;
   const MoxMp3SideInfo& r = call.record;
   const int32_t big = 2 * r.bigVals;
   if (r.winSwitch == 0)
@@ -133,7 +133,7 @@ Call randomCall() {
   call.record = moxtest::randomRegions();
   if (call.record.winSwitch == 1) call.record.reg0Cnt = call.record.reg1Cnt = 99;  // never looked at
   call.bitOffset = draw(0, 7);
-  const int16_t *const ownLong = moxac::mp3::kSfbLong[0], *const ownShort = moxac::mp3::kSfbShort[0];
+  const int16_t *const ownLong = moxMp3SfbLong[0], *const ownShort = moxMp3SfbShort[0];
   call.longBands.assign(ownLong, ownLong + 6 * 23);
   call.shortBands.assign(ownShort, ownShort + 6 * 14);
   for (int row = 0; row < 6; ++row) {
@@ -334,8 +334,7 @@ TEST(Mp3HuffmanDecode, RefusesInOrder) {
   Call call = randomCall();
   const uint8_t* p = data.data();
   int32_t k = 8, bound = 0, lines[576];
-  const int16_t *const longs = moxac::mp3::kSfbLong[0], *const shorts = moxac::mp3::kSfbShort[0],
-                       points[12] = {};
+  const int16_t *const longs = moxMp3SfbLong[0], *const shorts = moxMp3SfbShort[0], points[12] = {};
   const auto nulls = [&](auto op, auto... bands) {
     moxtest::expectNeedsEveryPointer(op, &p, &k, lines, &bound, &call.record, &call.header, 0, bands...);
   };

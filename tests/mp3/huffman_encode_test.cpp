@@ -39,7 +39,7 @@ Call randomCall(int32_t table) {
   call.bitOffset = draw(0, 7);
 
   const int32_t big = 2 * r.bigVals;
-  const int16_t* const bands = moxac::mp3::kSfbLong[3 + call.header.samplingFreq];
+  const int16_t* const bands = moxMp3SfbLong[3 + call.header.samplingFreq];
   call.ends[0] = std::min<int32_t>(r.winSwitch == 1 ? 36 : bands[r.reg0Cnt + 1], big);
   call.ends[1] = r.winSwitch == 1 ? big : std::min<int32_t>(bands[r.reg0Cnt + r.reg1Cnt + 2], big);
   call.ends[2] = big;
@@ -151,7 +151,7 @@ TEST(Mp3HuffmanEncode, AFaultyRegionStopsBehindTheEarlierOnes) {
     call.lines.assign(576, 0);
     for (int32_t i = 0; i < 400; ++i) call.lines[static_cast<size_t>(i)] = draw(-5, 5);
     call.count1Len = 40;
-    const int16_t* const bands = moxac::mp3::kSfbLong[3 + call.header.samplingFreq];
+    const int16_t* const bands = moxMp3SfbLong[3 + call.header.samplingFreq];
     call.ends[0] = bands[6], call.ends[1] = bands[12], call.ends[2] = 400;
     const int32_t first = c.region == 0 ? 0 : call.ends[c.region - 1];
     const int32_t end = c.region == 3 ? 440 : call.ends[c.region];

@@ -148,8 +148,7 @@ TEST(HybridForward, EqualsTheFormulaInCodedOrder) {
     MoxMp3SideInfo side{};
     side.winSwitch = 1, side.blockType = g.blockType, side.mixedBlock = mixed;
     const int32_t row = moxac::mp3::sfbRow(header);
-    const auto places =
-        moxtest::linePlaces(side, header.id, moxac::mp3::kSfbLong[row], moxac::mp3::kSfbShort[row]);
+    const auto places = moxtest::linePlaces(side, header.id, moxMp3SfbLong[row], moxMp3SfbShort[row]);
     for (size_t i = 0; i < 576; ++i)
       ASSERT_NEAR(xr[static_cast<int64_t>(i)] / kUnit, want[static_cast<size_t>(places[i].target)], 4e-6);
   }

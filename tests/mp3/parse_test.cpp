@@ -316,10 +316,10 @@ TEST(Mp3ScaleFactors, PackerTakesAMixedFlagBeyondOneAsLong) {
 TEST(Mp3BandTables, EqualTheTablesOwnFilesAndCloseTheSpectrum) {
   const auto longs = moxtest::csvRows("mp3_sfb_long.csv"), shorts = moxtest::csvRows("mp3_sfb_short.csv");
   for (size_t row = 0; row < 6; ++row) {
-    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxac::mp3::kSfbLong[row][i], std::stoi(longs[row][3 + i]));
-    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxac::mp3::kSfbShort[row][i], std::stoi(shorts[row][3 + i]));
-    EXPECT_EQ(moxac::mp3::kSfbLong[row][22], 576);
-    EXPECT_EQ(moxac::mp3::kSfbShort[row][13], 192);
+    for (size_t i = 0; i < 23; ++i) EXPECT_EQ(moxMp3SfbLong[row][i], std::stoi(longs[row][3 + i]));
+    for (size_t i = 0; i < 14; ++i) EXPECT_EQ(moxMp3SfbShort[row][i], std::stoi(shorts[row][3 + i]));
+    EXPECT_EQ(moxMp3SfbLong[row][22], 576);
+    EXPECT_EQ(moxMp3SfbShort[row][13], 192);
   }
 }
 

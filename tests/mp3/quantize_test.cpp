@@ -36,8 +36,8 @@ struct Frame {
 
   // Thresholds `below` dB under each band's energy, in the spectrum's own units.
   void mask(int32_t blockType, float below) {
-    const int16_t* const longs = moxac::mp3::kSfbLong[3 + header.samplingFreq];
-    const int16_t* const shorts = moxac::mp3::kSfbShort[3 + header.samplingFreq];
+    const int16_t* const longs = moxMp3SfbLong[3 + header.samplingFreq];
+    const int16_t* const shorts = moxMp3SfbShort[3 + header.samplingFreq];
     const float ratio = std::pow(10.0f, -below / 10);
     for (size_t i = 0; i < 4; ++i) {
       Analysis& p = psy[i];
@@ -160,7 +160,7 @@ TEST(Quantize, NeverTakesMoreThanItsBitsAndParsesBack) {
 
 // The loudest noise of any band beside what its record allows, in dB, for each granule and channel.
 std::vector<double> worstNoise(const Frame& frame, int32_t blockType) {
-  const int16_t* const start = blockType == 2 ? moxac::mp3::kSfbShort[3] : moxac::mp3::kSfbLong[3];
+  const int16_t* const start = blockType == 2 ? moxMp3SfbShort[3] : moxMp3SfbLong[3];
   const int32_t windows = blockType == 2 ? 3 : 1;
   std::vector<double> all;
   for (int32_t g = 0; g < 2; ++g) {
@@ -318,8 +318,8 @@ int32_t fewestBits(const std::vector<int32_t>& ix, int32_t bigVals, bool switche
   int32_t best = INT32_MAX;
   for (int32_t r0 = 0; r0 < 16; ++r0)
     for (int32_t r1 = 0; r1 < 8 && r0 + r1 <= 20; ++r1) {
-      const int32_t a = std::min<int32_t>(moxac::mp3::kSfbLong[3][r0 + 1], end);
-      const int32_t b = std::min<int32_t>(moxac::mp3::kSfbLong[3][r0 + r1 + 2], end);
+      const int32_t a = std::min<int32_t>(moxMp3SfbLong[3][r0 + 1], end);
+      const int32_t b = std::min<int32_t>(moxMp3SfbLong[3][r0 + r1 + 2], end);
       best = std::min(best, region(0, a) + region(a, b) + region(b, end));
     }
   return best;
@@ -342,8 +342,7 @@ TEST(Quantize, RegionsAndTablesAreTheCheapestOfAll) {
     for (const bool switched : {false, true}) {
       moxac::mp3::SpectrumCode quads{};
       moxac::mp3::splitLines(lines, quads);
-      const moxac::mp3::SpectrumCode code =
-          moxac::mp3::countSpectrum(lines, switched, moxac::mp3::kSfbLong[3]);
+      const moxac::mp3::SpectrumCode code = moxac::mp3::countSpectrum(lines, switched, moxMp3SfbLong[3]);
       EXPECT_EQ(code.bits - quads.bits, fewestBits(ix, code.bigVals, switched)) << round << " " << switched;
     }
   }

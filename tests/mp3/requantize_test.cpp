@@ -87,8 +87,7 @@ TEST(Requantize, EqualsTheFormulasForEveryBlockAndStereoMode) {
     const int32_t row = moxac::mp3::sfbRow(g.header);
     Outcome got(g, 4 * (round % 8));
     ASSERT_EQ(got.run(g), moxStatusOk);
-    expectReference(g, got.lines,
-                    requantizeReference(g, moxac::mp3::kSfbLong[row], moxac::mp3::kSfbShort[row]),
+    expectReference(g, got.lines, requantizeReference(g, moxMp3SfbLong[row], moxMp3SfbShort[row]),
                     "built-in");
     for (int ch = 0; ch < g.channels(); ++ch) ASSERT_EQ(got.bound[ch], boundOf(got.lines + 576 * ch));
     ASSERT_TRUE(g.channels() == 2 || std::equal(g.lines[1], g.lines[1] + 576, got.lines + 576)) << "mono";
@@ -96,8 +95,8 @@ TEST(Requantize, EqualsTheFormulasForEveryBlockAndStereoMode) {
     // The same through tables of the caller's: here, every row that of another rate.
     int16_t sfbLong[6][23], sfbShort[6][14];
     for (int r = 0; r < 6; ++r) {
-      std::copy_n(moxac::mp3::kSfbLong[r / 3 * 3 + (r + 1) % 3], 23, sfbLong[r]);
-      std::copy_n(moxac::mp3::kSfbShort[r / 3 * 3 + (r + 1) % 3], 14, sfbShort[r]);
+      std::copy_n(moxMp3SfbLong[r / 3 * 3 + (r + 1) % 3], 23, sfbLong[r]);
+      std::copy_n(moxMp3SfbShort[r / 3 * 3 + (r + 1) % 3], 14, sfbShort[r]);
     }
     Outcome other(g);
     ASSERT_EQ(moxsReQuantizeSfb_MP3_32s_I(other.lines, other.bound, g.scaleFactors[0], g.side, &g.header,
@@ -116,8 +115,7 @@ TEST(Requantize, CoversEveryMagnitudeAndSaturates) {
     for (int32_t i = 0; i < 576; ++i) g.lines[0][i] = std::min(base + i, 8206) * (i % 2 == 0 ? 1 : -1);
     Outcome got(g);
     ASSERT_EQ(got.run(g), moxStatusOk);
-    expectReference(g, got.lines, requantizeReference(g, moxac::mp3::kSfbLong[3], moxac::mp3::kSfbShort[3]),
-                    "magnitudes");
+    expectReference(g, got.lines, requantizeReference(g, moxMp3SfbLong[3], moxMp3SfbShort[3]), "magnitudes");
   }
   g.side[0].globGain = 255;
   Outcome loud(g);
@@ -168,8 +166,7 @@ TEST(Requantize, RefusesInOrderAndWritesNothing) {
   good.header.id = 2;
   Outcome o(good);
   moxtest::expectNeedsEveryPointer(moxsReQuantizeSfb_MP3_32s_I, o.lines, o.bound, good.scaleFactors[0],
-                                   good.side, &good.header, moxac::mp3::kSfbLong[0], moxac::mp3::kSfbShort[0],
-                                   o.buffer);
+                                   good.side, &good.header, moxMp3SfbLong[0], moxMp3SfbShort[0], o.buffer);
   moxtest::expectNeedsEveryPointer(moxsReQuantize_MP3_32s_I, o.lines, o.bound, good.scaleFactors[0],
                                    good.side, &good.header, o.buffer);
 }
