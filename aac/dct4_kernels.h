@@ -4,57 +4,15 @@
 //
 // as a turn, M/2 complex points, and a turn. The complex transform has one fixed size per M (512 = 8*8*8,
 // 64 = 8*8), self-sorting, on separate real and imaginary arrays and constant tables: it needs no context,
-// which the fixed-point operations have none of. L is DctLanes8 or its scalar twin.
+// which the fixed-point operations have none of. L is Lanes8 or its scalar twin Lanes1.
 #pragma once
 
 #include <cstdint>
 
 #include "aac/dct4_tables.h"
-#include "frame/simd.h"
+#include "frame/lanes.h"
 
 namespace moxac::aac {
-
-struct DctLanes1 : Lanes1 {
-  static V load(const float* p) { return *p; }
-  static V load(const int32_t* p) { return static_cast<float>(*p); }
-  static void store(float* p, V v) { *p = v; }
-  static V reverse(V v) { return v; }
-  // p[0], p[2], .. and p[1], p[3], ..: 2 kCount values.
-  template <class Sample>
-  static void loadPairs(const Sample* p, V& even, V& odd) {
-    even = load(p);
-    odd = load(p + 1);
-  }
-  static void storePairs(float* p, V even, V odd) {
-    p[0] = even;
-    p[1] = odd;
-  }
-  // Lane j of v[0..7] to p[8j..8j+7].
-  static void storeTransposed(float* p, V (&v)[8]) {
-    for (int r = 0; r < 8; ++r) p[r] = v[r];
-  }
-};
-
-struct DctLanes8 : Lanes8 {
-  static V load(const float* p) { return load8(p); }
-  static V load(const int32_t* p) { return toFloat8(loadInt8(p)); }
-  static void store(float* p, V v) { store8(p, v); }
-  static V reverse(V v) { return reverse8(v); }
-  template <class Sample>
-  static void loadPairs(const Sample* p, V& even, V& odd) {
-    deinterleave8(load(p), load(p + 8), even, odd);
-  }
-  static void storePairs(float* p, V even, V odd) {
-    V low, high;
-    interleave8(even, odd, low, high);
-    store(p, low);
-    store(p + 8, high);
-  }
-  static void storeTransposed(float* p, V (&v)[8]) {
-    transpose8(v);
-    for (int j = 0; j < 8; ++j) store(p + 8 * j, v[j]);
-  }
-};
 
 // (re + i im) (c - i s)
 template <class V>

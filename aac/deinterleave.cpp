@@ -22,10 +22,13 @@ moxStatus moxsDeinterleaveSpectrum_AAC_32s(const int32_t* pSrc, int32_t* pDst, i
   const SwbTable swb = shortSwbTable(samplingRateIndex);
   int32_t* dst = pDst;
   for (int32_t g = 0; g < numWindowGroups; ++g) {
-    for (int32_t b = 0; b < swb.numSwb; ++b)
-      for (int32_t w = 0; w < pWindowGroupLen[g]; ++w)
-        for (int32_t i = swb.offset[b]; i < swb.offset[b + 1]; ++i) dst[w * 128 + i] = *pSrc++;
-    dst += ptrdiff_t{pWindowGroupLen[g]} * 128;
+    const int32_t windows = pWindowGroupLen[g];
+    for (int32_t b = 0; b < swb.numSwb; ++b) {
+      const int32_t first = swb.offset[b], end = swb.offset[b + 1];
+      for (int32_t w = 0; w < windows; ++w)
+        for (int32_t i = first; i < end; ++i) dst[w * 128 + i] = *pSrc++;
+    }
+    dst += ptrdiff_t{windows} * 128;
   }
   return moxStatusOk;
 }

@@ -58,7 +58,7 @@ inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const
   const int64_t gain = ltpGainQ30(ltp.ltpCoef);
   if (window.sequence != MOX_AAC_EIGHT_SHORT) {
     predictSamples(history, 0, ltp.ltpLag, gain, samples, 2048);
-    forwardFrame<DctLanes8>(samples, window, scratch);
+    forwardFrame<Lanes8>(samples, window, scratch);
     return;
   }
   for (int32_t w = 0; w < 8; ++w) {
@@ -68,7 +68,7 @@ inline void predictFrame(const int32_t* history, const MoxAacLtpInfo& ltp, const
       continue;
     }
     predictSamples(history, kShortStart + 128 * w, ltp.shortLag[w], gain, samples, 256);
-    forwardShort<DctLanes8>(samples, window, w, lines, scratch + 1024);
+    forwardShort<Lanes8>(samples, window, w, lines, scratch + 1024);
   }
 }
 

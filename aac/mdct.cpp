@@ -13,7 +13,7 @@ moxStatus moxsMDCTInv_AAC_32s16s(const int32_t* pSrcSpectrum, int16_t* pDstPcm, 
   MOX_TRY(checkWindow(window));
   MOX_REQUIRE(stride >= 1, moxStatusBadSize);
 
-  const float* const samples = inverseFrame<DctLanes8>(pSrcSpectrum, window, mdctScratch(pBuffer));
+  const float* const samples = inverseFrame<Lanes8>(pSrcSpectrum, window, mdctScratch(pBuffer));
   overlapAdd(samples, pSrcDstOverlapAdd, pBuffer, pDstPcm, stride);
   return moxStatusOk;
 }
@@ -25,7 +25,7 @@ moxStatus moxsMDCTFwd_AAC_32s(const int32_t* pSrc, int32_t* pDst, int32_t window
   MOX_TRY(checkWindow(window));
 
   float* const lines = mdctScratch(pBuffer);
-  forwardFrame<DctLanes8>(pSrc, window, lines);
+  forwardFrame<Lanes8>(pSrc, window, lines);
   storeSpectrum(lines, pDst);
   return moxStatusOk;
 }

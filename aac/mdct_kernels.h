@@ -125,27 +125,29 @@ inline int16_t toPcm(int32_t time) {
 inline void overlapAdd(const float* samples, int32_t* overlap, int32_t* time, int16_t* pcm, int32_t stride) {
   const f32x8 limit = splat8(kTimeLimit), lowLimit = splat8(-kTimeLimit);
   const auto toUnits = [](i32x4 v) {  // as toPcm
-    return _mm_srai_epi32(_mm_add_epi32(_mm_srai_epi32(v, MOX_AAC_TIME_FRAC_BITS - 1), splatInt4(1)), 1);
+    return shiftRight4<1>(add4(shiftRight4<MOX_AAC_TIME_FRAC_BITS - 1>(v), splatInt4(1)));
   };
   const auto load = [&](const float* p, i32x4& low, i32x4& high) {
-    roundToInt8(minOf(maxOf(load8(p), lowLimit), limit), low, high);
+    const i32x8 rounded = roundToInt8(minOf(maxOf(load8(p), lowLimit), limit));
+    low = lowHalf(rounded);
+    high = highHalf(rounded);
   };
   for (int32_t n = 0; n < 1024; n += 8) {
     i32x4 low, high, nextLow, nextHigh;
     load(samples + n, low, high);
     load(samples + 1024 + n, nextLow, nextHigh);
-    low = _mm_add_epi32(low, loadInt4(overlap + n));
-    high = _mm_add_epi32(high, loadInt4(overlap + n + 4));
+    low = add4(low, loadInt4(overlap + n));
+    high = add4(high, loadInt4(overlap + n + 4));
     storeInt4(overlap + n, nextLow);
     storeInt4(overlap + n + 4, nextHigh);
     storeInt4(time + n, low);
     storeInt4(time + n + 4, high);
-    const i32x4 rounded = _mm_packs_epi32(toUnits(low), toUnits(high));
+    const i16x8 rounded = packInts(toUnits(low), toUnits(high));
     if (stride == 1) {
-      _mm_storeu_si128(reinterpret_cast<i32x4*>(pcm + n), rounded);
+      storeShort8(pcm + n, rounded);
     } else {
       alignas(16) int16_t lanes[8];
-      _mm_store_si128(reinterpret_cast<i32x4*>(lanes), rounded);
+      storeShort8(lanes, rounded);
       for (int32_t i = 0; i < 8; ++i) pcm[ptrdiff_t{stride} * (n + i)] = lanes[i];
     }
   }
@@ -197,10 +199,7 @@ inline constexpr float kSpectrumLimit = 2147483520.0f;
 inline void storeSpectrum(const float* lines, int32_t* dst) {
   const f32x8 limit = splat8(kSpectrumLimit), lowLimit = splat8(-kSpectrumLimit);
   for (int32_t k = 0; k < 1024; k += 8) {
-    i32x4 low, high;
-    roundToInt8(minOf(maxOf(load8(lines + k), lowLimit), limit), low, high);
-    storeInt4(dst + k, low);
-    storeInt4(dst + k + 4, high);
+    storeInt8(dst + k, roundToInt8(minOf(maxOf(load8(lines + k), lowLimit), limit)));
   }
 }
 

@@ -17,11 +17,8 @@ inline constexpr int32_t kMaxBandWidth = 96;
 struct NoiseLevelTable {
   uint32_t level[kMaxBandWidth + 1] = {};
   constexpr NoiseLevelTable() {
-    for (int32_t width = 1; width <= kMaxBandWidth; ++width) {
-      double root = width;
-      for (int i = 0; i < 40; ++i) root = (root + width / root) / 2;  // Newton
-      level[width] = static_cast<uint32_t>(roundedHalfUp(1073741824.0 / root));
-    }
+    for (int32_t width = 1; width <= kMaxBandWidth; ++width)
+      level[width] = static_cast<uint32_t>(roundedHalfUp(1073741824.0 / squareRoot(width)));
   }
 };
 inline constexpr NoiseLevelTable kNoiseLevel;

@@ -8,7 +8,7 @@
 
 #include "aac/fixed_point.h"
 #include "aac/quant_inv_tables.h"
-#include "frame/simd.h"
+#include "frame/horizontal.h"
 
 namespace moxac::aac {
 
@@ -53,13 +53,13 @@ inline int32_t requantizeLine(int32_t x, double gain) {
 // 0 or 1..8191 by table and series.
 inline i32x4 requantize4(i32x4 x, f64x4 gain) {
   const i32x4 magnitude = max4(abs4(x), splatInt4(1));
-  const i32x4 bits = _mm_castps_si128(_mm_cvtepi32_ps(magnitude));
-  const i32x4 head = _mm_and_si128(_mm_add_epi32(bits, splatInt4(0x8000)), splatInt4(~0xFFFF));
-  alignas(16) uint32_t heads[4];
-  _mm_store_si128(reinterpret_cast<i32x4*>(heads), head);
-  const f64x4 headPower =
-      _mm256_set_pd(headPow43(heads[3]), headPow43(heads[2]), headPow43(heads[1]), headPow43(heads[0]));
-  const f64x4 h = _mm256_cvtps_pd(_mm_castsi128_ps(head));
+  const i32x4 bits = asInts(toFloat4(magnitude));
+  const i32x4 head = and4(add4(bits, splatInt4(0x8000)), splatInt4(~0xFFFF));
+  alignas(16) int32_t heads[4];
+  storeInt4(heads, head);
+  const auto power43 = [&](int i) { return headPow43(static_cast<uint32_t>(heads[i])); };
+  const f64x4 headPower = doubles4(power43(0), power43(1), power43(2), power43(3));
+  const f64x4 h = widen4(asFloats(head));
   const f64x4 power = headPower * pow43Correction((toDouble4(magnitude) - h) / h, splatDouble4(1.0));
   return withSignOf4(roundToInt4(minOf(power * gain, splatDouble4(kSaturated))), x);
 }
@@ -69,28 +69,26 @@ inline i32x4 smallResults(int32_t q, f64x4 gain) {
   return roundToInt4(minOf(loadDouble4(kPow43Pieces.small + 4 * q) * gain, splatDouble4(kSaturated)));
 }
 
-inline uint32_t largestMagnitude(const int32_t* x, int32_t n) {
+inline uint32_t largestMagnitude(const int32_t* x, ptrdiff_t n) {
   i32x4 largest = splatInt4(0);
-  for (int32_t i = 0; i < n; i += 4) largest = maxUnsigned4(largest, abs4(loadInt4(x + i)));
-  largest = maxUnsigned4(largest, _mm_shuffle_epi32(largest, 0x4E));
-  largest = maxUnsigned4(largest, _mm_shuffle_epi32(largest, 0xB1));
-  return static_cast<uint32_t>(_mm_cvtsi128_si32(largest));
+  for (ptrdiff_t i = 0; i < n; i += 4) largest = maxUnsigned4(largest, abs4(loadInt4(x + i)));
+  return maxUnsignedLane(largest);
 }
 
 // n, a multiple of 4, values of one band; largest is their largest magnitude, at most 8191.
-inline void requantizeBand(int32_t* x, int32_t n, uint32_t largest, double scalarGain) {
+inline void requantizeBand(int32_t* x, ptrdiff_t n, uint32_t largest, double scalarGain) {
   if (largest == 0) return;
   const f64x4 gain = splatDouble4(scalarGain);
   if (largest < 4) {
     const i32x4 row = smallResults(0, gain);
-    for (int32_t i = 0; i < n; i += 4) {
+    for (ptrdiff_t i = 0; i < n; i += 4) {
       const i32x4 v = loadInt4(x + i);
       storeInt4(x + i, withSignOf4(lookUp4(row, abs4(v)), v));
     }
   } else if (largest < 16) {
     const i32x4 row0 = smallResults(0, gain), row1 = smallResults(1, gain), row2 = smallResults(2, gain),
                 row3 = smallResults(3, gain);
-    for (int32_t i = 0; i < n; i += 4) {
+    for (ptrdiff_t i = 0; i < n; i += 4) {
       const i32x4 v = loadInt4(x + i);
       const i32x4 m = abs4(v);
       const i32x4 low = selectByBit4<2>(lookUp4(row0, m), lookUp4(row1, m), m);
@@ -98,7 +96,7 @@ inline void requantizeBand(int32_t* x, int32_t n, uint32_t largest, double scala
       storeInt4(x + i, withSignOf4(selectByBit4<3>(low, high, m), v));
     }
   } else {
-    for (int32_t i = 0; i < n; i += 4) storeInt4(x + i, requantize4(loadInt4(x + i), gain));
+    for (ptrdiff_t i = 0; i < n; i += 4) storeInt4(x + i, requantize4(loadInt4(x + i), gain));
   }
 }
 

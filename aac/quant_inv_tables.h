@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "frame/const_math.h"
+
 namespace moxac::aac {
 
 struct Pow43PieceTables {
@@ -23,12 +25,6 @@ struct Pow43PieceTables {
       while (x >> (e + 1) != 0) ++e;
       small[x] = mantissa[((x << 7) >> e) & 127] * exponent[e];
     }
-  }
-
-  static constexpr long double cubeRoot(long double v) {
-    long double root = 1;
-    for (int i = 0; i < 60; ++i) root -= (root - v / (root * root)) / 3;  // Newton; v is 1..4
-    return root;
   }
 };
 

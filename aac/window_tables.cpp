@@ -17,16 +17,6 @@ constexpr double besselI0(double x) {
   return sum;
 }
 
-// 0 < v <= 1 but for rounding.
-constexpr double squareRoot(double v) {
-  double root = 1, next = (1 + v) / 2;
-  while (next < root) {  // Newton from above
-    root = next;
-    next = (root + v / root) / 2;
-  }
-  return root;
-}
-
 template <int n>
 constexpr void sineSlope(float (&w)[n]) {
   for (int i = 0; i < n; ++i) w[i] = static_cast<float>(sinPi(2 * i + 1, 4 * n));
@@ -39,7 +29,7 @@ constexpr void kaiserBesselSlope(float (&w)[n], double alpha) {
   for (int p = 0; p <= n; ++p) {
     const double x = 2.0 * p / n - 1;
     const double square = 1 - x * x;
-    kernel[p] = besselI0(detail::kPi * alpha * (square > 0 ? squareRoot(square) : 0));
+    kernel[p] = besselI0(kPi * alpha * (square > 0 ? squareRoot(square) : 0));
     all += kernel[p];
   }
   double sum = 0;

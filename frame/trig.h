@@ -3,11 +3,11 @@
 
 #include <cstdint>
 
+#include "frame/const_math.h"
+
 namespace moxac {
 
 namespace detail {
-
-inline constexpr double kPi = 3.14159265358979323846;
 
 // Taylor series on 0..pi/4, summed from the smallest term: within an ulp of double.
 constexpr double seriesPi(double x, int firstFactor) {
@@ -25,10 +25,8 @@ constexpr double cosPi(int64_t numerator, int64_t denominator) {
   const double sign = 2 * n > denominator ? -1 : 1;
   if (2 * n > denominator) n = denominator - n;
   if (4 * n <= denominator)
-    return sign *
-           detail::seriesPi(detail::kPi * static_cast<double>(n) / static_cast<double>(denominator), 1);
-  const double x =
-      detail::kPi * static_cast<double>(denominator - 2 * n) / static_cast<double>(2 * denominator);
+    return sign * detail::seriesPi(kPi * static_cast<double>(n) / static_cast<double>(denominator), 1);
+  const double x = kPi * static_cast<double>(denominator - 2 * n) / static_cast<double>(2 * denominator);
   return sign * x * detail::seriesPi(x, 2);
 }
 

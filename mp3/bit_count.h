@@ -7,7 +7,7 @@
 #include <bit>
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/horizontal.h"
 #include "mp3/band_tables.h"
 #include "mp3/huffman_code_tables.h"
 
@@ -72,20 +72,19 @@ struct QuadLengths {
 inline constexpr QuadLengths kQuadLengths;
 
 struct LaneSums {
-  __m128i low, high;
+  i16x8 low, high;
 
-  static LaneSums zero() { return {_mm_setzero_si128(), _mm_setzero_si128()}; }
+  static LaneSums zero() { return {splatShort8(0), splatShort8(0)}; }
   LaneSums operator+(const LaneSums& other) const {
-    return {_mm_adds_epu16(low, other.low), _mm_adds_epu16(high, other.high)};
+    return {addSaturatedUnsignedShort8(low, other.low), addSaturatedUnsignedShort8(high, other.high)};
   }
 };
 
 inline LaneSums pairSums(const uint8_t* clipped, int32_t pairs) {
   LaneSums sum = LaneSums::zero();
   const auto add = [&](uint32_t index) {
-    const auto* const lanes = reinterpret_cast<const __m128i*>(kPairLengths.pair[index].of);
-    sum.low = _mm_adds_epu16(sum.low, _mm_load_si128(lanes));
-    sum.high = _mm_adds_epu16(sum.high, _mm_load_si128(lanes + 1));
+    const uint16_t* const lanes = kPairLengths.pair[index].of;
+    sum = sum + LaneSums{loadShort8(lanes), loadShort8(lanes + 8)};
   };
   for (int32_t i = 0; i < pairs; ++i) add(16u * clipped[2 * i] + clipped[2 * i + 1]);
   return sum;
@@ -106,26 +105,24 @@ inline int32_t escapeTable(int32_t first, int32_t largest) {
 template <class Largest>
 TableChoice cheapestTable(const LaneSums& sums, int32_t pairs, Largest&& largest) {
   // Table 1 spends one bit on a pair of zeros and more on every other.
-  if (_mm_extract_epi16(sums.low, 0) == pairs) return {0, 0};
-  const int32_t escapes = _mm_extract_epi16(sums.high, kLaneEscapes - 8);
-  const __m128i low = _mm_minpos_epu16(sums.low);
-  const __m128i high = _mm_minpos_epu16(_mm_insert_epi16(sums.high, -1, kLaneEscapes - 8));
+  if (laneShort8<0>(sums.low) == pairs) return {0, 0};
+  const int32_t escapes = laneShort8<kLaneEscapes - 8>(sums.high);
   if (escapes == 0) {
-    const int32_t bitsLow = _mm_extract_epi16(low, 0), bitsHigh = _mm_extract_epi16(high, 0);
-    return bitsLow <= bitsHigh ? TableChoice{bitsLow, kTableOfLane[_mm_extract_epi16(low, 1)]}
-                               : TableChoice{bitsHigh, kTableOfLane[8 + _mm_extract_epi16(high, 1)]};
+    const LeastLane low = minUnsignedShortLane(sums.low);
+    const LeastLane high = minUnsignedShortLane(withLaneShort8<kLaneEscapes - 8>(sums.high, -1));
+    return low.value <= high.value ? TableChoice{low.value, kTableOfLane[low.place]}
+                                   : TableChoice{high.value, kTableOfLane[8 + high.place]};
   }
   const int32_t most = largest();
   const int32_t table16 = escapeTable(16, most), table24 = escapeTable(24, most);
-  TableChoice best{_mm_extract_epi16(sums.high, kLane16 - 8) + escapes * kPairTables[table16].linBits,
-                   table16};
+  TableChoice best{laneShort8<kLane16 - 8>(sums.high) + escapes * kPairTables[table16].linBits, table16};
   const auto offer = [&](int32_t bits, int32_t table) {
     if (bits < best.bits) best = {bits, table};
   };
-  offer(_mm_extract_epi16(sums.high, kLane24 - 8) + escapes * kPairTables[table24].linBits, table24);
+  offer(laneShort8<kLane24 - 8>(sums.high) + escapes * kPairTables[table24].linBits, table24);
   if (most == 15) {
-    offer(_mm_extract_epi16(sums.high, 3), 13);
-    offer(_mm_extract_epi16(sums.high, 4), 15);
+    offer(laneShort8<3>(sums.high), 13);
+    offer(laneShort8<4>(sums.high), 15);
   }
   return best;
 }
@@ -133,8 +130,7 @@ TableChoice cheapestTable(const LaneSums& sums, int32_t pairs, Largest&& largest
 // Where the big values and the quadruples behind them end.
 inline void splitLines(const QuantizedLines& lines, SpectrumCode& code) {
   int32_t end = kMp3Lines;
-  while (end >= 16 && isZeroInt4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lines.clipped + end - 16))))
-    end -= 16;
+  while (end >= 16 && isZeroInt4(loadBytes16(lines.clipped + end - 16))) end -= 16;
   const auto pairIsZero = [&](int32_t i) { return (lines.clipped[i] | lines.clipped[i + 1]) == 0; };
   while (end > 0 && pairIsZero(end - 2)) end -= 2;
   int32_t begin = end, a = 0, b = 0;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/sign.h"
 #include "frame/simd.h"
 #include "mp3/bit_window.h"
 #include "mp3/huffman_lookup.h"
@@ -21,12 +22,6 @@ inline void storeQuad(int32_t* dst, const int8_t* values) {
   storeInt4(dst, widenBytes4(packed));
 }
 
-// signBits: 0 or 1 in bit 0, anything above.
-inline int32_t applySign(int32_t magnitude, uint32_t signBits) {
-  const int32_t mask = -static_cast<int32_t>(signBits & 1);
-  return (magnitude ^ mask) - mask;
-}
-
 // Value by value: linbits behind a 15, then the sign of a non-zero value. The window holds no promise when
 // this begins and, for a BoundedWindow, a full refill when it ends.
 template <class Window>
@@ -38,7 +33,7 @@ inline void escapePair(Window& window, uint32_t entry, int32_t linBits, int32_t*
     if (magnitude != 0) {
       window.refill();
       if (magnitude == 15) magnitude += window.take(linBits);
-      dst[i] = applySign(static_cast<int32_t>(magnitude), window.take(1));
+      dst[i] = negatedIf(window.take(1), static_cast<int32_t>(magnitude));
     } else {
       dst[i] = 0;
     }

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 #include "mp3/band_tables.h"
 #include "mp3/hybrid_tables.h"
 
@@ -179,14 +179,12 @@ inline void bandsToLanes(const float* lines, f32x8 (&v)[18]) {
     for (int i = 0; i < 8; ++i) v[k + i] = block[i];
   }
   const auto last = [&](int band) {  // lines 16, 17 of two sub-bands
-    const __m128 zero = _mm_setzero_ps();
     const float* const p = lines + kBandLines * band + 16;
-    const __m128 one = _mm_loadl_pi(zero, reinterpret_cast<const __m64*>(p));
-    return _mm_loadh_pi(one, reinterpret_cast<const __m64*>(p + kBandLines));
+    return loadPairs4(p, p + kBandLines);
   };
-  const f32x8 a = _mm256_set_m128(last(4), last(0)), b = _mm256_set_m128(last(6), last(2));
-  v[16] = _mm256_shuffle_ps(a, b, 0x88);
-  v[17] = _mm256_shuffle_ps(a, b, 0xDD);
+  const f32x8 a = joined(last(0), last(4)), b = joined(last(2), last(6));
+  v[16] = evenLanes(a, b);
+  v[17] = oddLanes(a, b);
 }
 
 inline void lanesToBands(const f32x8 (&v)[18], float* lines) {
@@ -202,14 +200,14 @@ inline void lanesToBands(const f32x8 (&v)[18], float* lines) {
 
 // The sign of every second sample of every second sub-band turns: frequency inversion.
 inline f32x8 invertedBands(f32x8 v) {
-  return _mm256_xor_ps(v, _mm256_setr_ps(0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f));
+  return xorBits(v, lanes8(0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f, 0.0f, -0.0f));
 }
 
 inline constexpr int kSubBands = 32;
 inline constexpr int kMixedLongBands = 2;  // sub-bands that a mixed block codes with the normal window
 
 // The lanes of the first eight sub-bands that a mixed block leaves long.
-inline f32x8 longOfMixed(f32x8 normal, f32x8 others) { return _mm256_blend_ps(others, normal, 0x03); }
+inline f32x8 longOfMixed(f32x8 normal, f32x8 others) { return blended<0x03>(others, normal); }
 
 // One granule of one channel; see moxsMDCTInvWindow_MP3_32s. `lines` at and above nonZeroBound count as zero.
 // xs and overlap are [time slot][sub-band]. Returns the number of sub-bands whose overlap may be non-zero.
@@ -265,7 +263,7 @@ inline int32_t inverseHybrid(const int32_t* lines, int32_t* xs, int32_t* overlap
   for (int32_t group = activeGroups; group < 4; ++group)
     for (int32_t slot = 0; slot < kBandLines; ++slot) {
       int32_t* const tail = overlap + kSubBands * slot + 8 * group;
-      i32x8 value = _mm256_setzero_si256();
+      i32x8 value = zeroInt8();
       if (group < liveGroups) {
         const f32x8 left = toFloat8(loadInt8(tail));
         storeInt8(tail, value);

@@ -1,6 +1,7 @@
 // Windows and butterflies of the hybrid bank, from their formulas. ISO/IEC 11172-3, 2.4.3.4.10.
 #pragma once
 
+#include "frame/const_math.h"
 #include "frame/trig.h"
 #include "mp3/bank_tables.h"
 
@@ -33,9 +34,7 @@ struct AliasFactors {
 
   constexpr AliasFactors() {
     for (int i = 0; i < 8; ++i) {
-      const double square = 1 + kAliasC[i] * kAliasC[i];
-      double root = 1;
-      for (int step = 0; step < 8; ++step) root = (root + square / root) / 2;  // Newton
+      const double root = squareRoot(1 + kAliasC[i] * kAliasC[i]);
       cs[i] = static_cast<float>(1 / root);
       ca[i] = static_cast<float>(kAliasC[i] / root);
     }

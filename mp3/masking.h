@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/horizontal.h"
 #include "moxac/mp3.h"
 #include "mp3/fixed_point.h"
 #include "mp3/spectrum_bands.h"
@@ -35,7 +35,7 @@ inline float runEnergy(const float* x, int32_t first, int32_t last) {
   f32x8 sums = splat8(0);
   int32_t i = first;
   for (; i + 8 <= last; i += 8) sums = sums + load8(x + i) * load8(x + i);
-  f32x4 four = _mm_add_ps(_mm256_castps256_ps128(sums), _mm256_extractf128_ps(sums, 1));
+  f32x4 four = sumHalves(sums);
   for (; i + 4 <= last; i += 4) four = four + load4(x + i) * load4(x + i);
   float sum = (four[0] + four[1]) + (four[2] + four[3]);
   for (; i < last; ++i) sum += x[i] * x[i];

@@ -23,14 +23,14 @@ template <int kStride>
 void scatter(int16_t* dst, const i16x8 (&samples)[4], ptrdiff_t anyStride) {
   const ptrdiff_t stride = kStride == 0 ? anyStride : kStride;
   for (const i16x8& v : samples) {
-    dst[0] = static_cast<int16_t>(_mm_extract_epi16(v, 0));
-    dst[stride] = static_cast<int16_t>(_mm_extract_epi16(v, 1));
-    dst[2 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 2));
-    dst[3 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 3));
-    dst[4 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 4));
-    dst[5 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 5));
-    dst[6 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 6));
-    dst[7 * stride] = static_cast<int16_t>(_mm_extract_epi16(v, 7));
+    dst[0] = static_cast<int16_t>(laneShort8<0>(v));
+    dst[stride] = static_cast<int16_t>(laneShort8<1>(v));
+    dst[2 * stride] = static_cast<int16_t>(laneShort8<2>(v));
+    dst[3 * stride] = static_cast<int16_t>(laneShort8<3>(v));
+    dst[4 * stride] = static_cast<int16_t>(laneShort8<4>(v));
+    dst[5 * stride] = static_cast<int16_t>(laneShort8<5>(v));
+    dst[6 * stride] = static_cast<int16_t>(laneShort8<6>(v));
+    dst[7 * stride] = static_cast<int16_t>(laneShort8<7>(v));
     dst += 8 * stride;
   }
 }
@@ -46,13 +46,7 @@ void storeSamples(int16_t* dst, const i16x8 (&samples)[4], int32_t stride) {
 
 i16x8 loadSamples(const int16_t* src, ptrdiff_t stride) {
   if (stride == 1) return loadShort8(src);
-  return _mm_setr_epi16(src[0], src[stride], src[2 * stride], src[3 * stride], src[4 * stride],
-                        src[5 * stride], src[6 * stride], src[7 * stride]);
-}
-
-f32x8 widen(i16x8 v) {
-  const i32x4 low = _mm_cvtepi16_epi32(v), high = _mm_cvtepi16_epi32(_mm_unpackhi_epi64(v, v));
-  return toFloat8(_mm256_set_m128i(high, low));
+  return gatherShort8(src, stride);
 }
 
 }  // namespace
@@ -84,7 +78,7 @@ moxStatus moxsAnalysisPQMF_MP3_16s32s(const int16_t* pSrcAudioIn, int32_t* pDstX
   MOX_REQUIRE(stride >= 1, moxStatusBadSize);
 
   const auto input = [&](int i) {
-    return widen(loadSamples(pSrcAudioIn + static_cast<ptrdiff_t>(stride) * i, stride)) *
+    return shortsToFloat8(loadSamples(pSrcAudioIn + static_cast<ptrdiff_t>(stride) * i, stride)) *
            splat8(kUnitPerSample);
   };
   f32x8 s[4];

@@ -19,7 +19,7 @@
 
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/shuffles.h"
 #include "frame/trig.h"
 #include "mp3/bank_tables.h"
 
@@ -77,32 +77,13 @@ void cosineTransform(const float* x, float* c) {
 }
 
 // In each half: a1 a2 a3 b0.
-inline f32x8 nextLanes(f32x8 a, f32x8 b) { return _mm256_permute_ps(_mm256_blend_ps(a, b, 0x11), 0x39); }
+inline f32x8 nextLanes(f32x8 a, f32x8 b) { return permuted<0x39>(blended<0x11>(a, b)); }
 
-// Transposes the 4x4 matrices that the two halves of w0..w3 hold, rows in vectors.
-inline void transposeHalves4(f32x8& w0, f32x8& w1, f32x8& w2, f32x8& w3) {
-  const f32x8 t0 = _mm256_unpacklo_ps(w0, w1), t1 = _mm256_unpackhi_ps(w0, w1);
-  const f32x8 t2 = _mm256_unpacklo_ps(w2, w3), t3 = _mm256_unpackhi_ps(w2, w3);
-  w0 = _mm256_shuffle_ps(t0, t2, 0x44);
-  w1 = _mm256_shuffle_ps(t0, t2, 0xEE);
-  w2 = _mm256_shuffle_ps(t1, t3, 0x44);
-  w3 = _mm256_shuffle_ps(t1, t3, 0xEE);
-}
-
-inline f32x8 lowHalves(f32x8 a, f32x8 b) { return _mm256_permute2f128_ps(a, b, 0x20); }
-inline f32x8 highHalves(f32x8 a, f32x8 b) { return _mm256_permute2f128_ps(a, b, 0x31); }
-inline f32x8 reverseHalves(f32x8 v) { return _mm256_permute_ps(v, 0x1B); }
 // First half: lane 0 stays, 1..3 in opposite order. Second half: all in opposite order. Undoes itself.
+// An intrinsic for one instruction in place of three, two permutes and a blend.
 inline f32x8 turnLow0(f32x8 v) { return _mm256_permutevar_ps(v, _mm256_setr_epi32(0, 3, 2, 1, 3, 2, 1, 0)); }
 // Lanes 1, 3, 5, 7; zero in the others.
-inline f32x8 oddLanes(f32x8 v) { return _mm256_blend_ps(_mm256_setzero_ps(), v, 0xAA); }
-// From each half: lanes 0 1 (or 2 3) of a, then of b.
-inline f32x8 firstPairs(f32x8 a, f32x8 b) {
-  return _mm256_castpd_ps(_mm256_unpacklo_pd(_mm256_castps_pd(a), _mm256_castps_pd(b)));
-}
-inline f32x8 lastPairs(f32x8 a, f32x8 b) {
-  return _mm256_castpd_ps(_mm256_unpackhi_pd(_mm256_castps_pd(a), _mm256_castps_pd(b)));
-}
+inline f32x8 onlyOdd(f32x8 v) { return blended<0xAA>(splat8(0), v); }
 
 // The transform of x0..x3 (k = 0..31), in the lane order above.
 inline SlotVectors cosineTransform32(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3) {
@@ -122,7 +103,7 @@ inline SlotVectors cosineTransform32(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3) {
   f32x8 w2 = first23 + last23, w3 = (first23 - last23) * of8;
 
   // One block to a lane (s0 d0 s2 d2 | s1 d1 s3 d3), point k in wk: the 4-point transforms.
-  transposeHalves4(w0, w1, w2, w3);
+  transposeHalves(w0, w1, w2, w3);
   const f32x8 of2 = splat8(kHalving.of2);
   const f32x8 p = w0 + w3, q = w1 + w2;
   const f32x8 g = (w0 - w3) * splat8(kHalving.of4[0]), h = (w1 - w2) * splat8(kHalving.of4[1]);
@@ -130,16 +111,16 @@ inline SlotVectors cosineTransform32(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3) {
   f32x8 z0 = p + q, z1 = (g + h) + z3, z2 = (p - q) * of2;
 
   // Back up. Block b's 8-point outputs: y_2m from its s lane, y_2m+1 = d_m + d_m+1.
-  z0 = z0 + oddLanes(z1);
-  z1 = z1 + oddLanes(z2);
-  z2 = z2 + oddLanes(z3);
+  z0 = z0 + onlyOdd(z1);
+  z1 = z1 + onlyOdd(z2);
+  z2 = z2 + onlyOdd(z3);
   const f32x8 y01first = firstPairs(z0, z1), y01last = firstPairs(z2, z3);  // y of b0 | y of b1
   const f32x8 y23first = lastPairs(z0, z1), y23last = lastPairs(z2, z3);
 
   // 16 points: the odd outputs of either half are y_m + y_m+1 of b1 and of b3.
   const f32x8 e0 = lowHalves(y01first, y23first), e1 = lowHalves(y01last, y23last);
   const f32x8 u0 = highHalves(y01first, y23first), u1 = highHalves(y01last, y23last);
-  const f32x8 zero = _mm256_setzero_ps();
+  const f32x8 zero = splat8(0);
   const f32x8 o0 = u0 + nextLanes(u0, u1), o1 = u1 + nextLanes(u1, zero);
 
   // 32 points: c_4m = e, c_4m+2 = o of the first halves; c_4m+1 = e_m + o_m, c_4m+3 = o_m + e_m+1 of the
@@ -176,17 +157,14 @@ void cosineTransformTransposed(const float* c, float* x) {
 }
 
 // The lane before each; zero before the first.
-inline f32x8 previousLanes(f32x8 v) {
-  const f32x8 lowMovedUp = _mm256_permute2f128_ps(v, v, 0x08);
-  return _mm256_permute_ps(_mm256_blend_ps(v, lowMovedUp, 0x88), 0x93);
-}
+inline f32x8 previousLanes(f32x8 v) { return permuted<0x93>(blended<0x88>(v, lowToHigh(v))); }
 
 // The transposed transform of c[0..31], in place; vectors in natural order.
 inline void cosineTransform32Transposed(f32x8 (&c)[4]) {
   // Outputs 4m, 4m+1, 4m+2, 4m+3 of the 32-point transform, m = 0..7 in the lanes.
   f32x8 a0 = lowHalves(c[0], c[2]), a1 = highHalves(c[0], c[2]);
   f32x8 a2 = lowHalves(c[1], c[3]), a3 = highHalves(c[1], c[3]);
-  transposeHalves4(a0, a1, a2, a3);
+  transposeHalves(a0, a1, a2, a3);
   const f32x8 o = a1 + a3;
   const f32x8 b0 = a0, b1 = a2 + previousLanes(a2);
   const f32x8 b2 = a1 + previousLanes(a3), b3 = o + previousLanes(o);
@@ -195,14 +173,14 @@ inline void cosineTransform32Transposed(f32x8 (&c)[4]) {
   const f32x8 y23first = lowHalves(b2, b3), y23last = highHalves(b2, b3);
   const f32x8 y0 = firstPairs(y01first, y23first), y1 = lastPairs(y01first, y23first);
   const f32x8 y2 = firstPairs(y01last, y23last), y3 = lastPairs(y01last, y23last);
-  const f32x8 z1 = y1 + oddLanes(y0), z2 = y2 + oddLanes(y1), z3 = y3 + oddLanes(y2);
+  const f32x8 z1 = y1 + onlyOdd(y0), z2 = y2 + onlyOdd(y1), z3 = y3 + onlyOdd(y2);
 
   const f32x8 of2 = splat8(kHalving.of2);
   const f32x8 turned2 = z2 * of2, turned3 = (z3 + z1) * of2;
   const f32x8 p = y0 + turned2, q = y0 - turned2;
   const f32x8 g = (z1 + turned3) * splat8(kHalving.of4[0]), h = (z1 - turned3) * splat8(kHalving.of4[1]);
   f32x8 w0 = p + g, w1 = q + h, w2 = q - h, w3 = p - g;
-  transposeHalves4(w0, w1, w2, w3);
+  transposeHalves(w0, w1, w2, w3);
 
   const f32x8 of8 = load8(kHalving.of8), of16 = load8(kHalving.of16);
   const f32x8 turned01 = w1 * of8, turned23 = w3 * of8;
@@ -283,7 +261,7 @@ inline OutputVectors synthesizeSlot(f32x8 s0, f32x8 s1, f32x8 s2, f32x8 s3, floa
   const SynthesisWindow::Age* const ages = kSynthesisWindows.ages + kHistorySlots - position;
   const float *evenSlot = history + firstEven * kBands, *oddSlot = history + firstOdd * kBands;
   const SynthesisWindow::Age *evenAge = ages + firstEven, *oddAge = ages + firstOdd;
-  const f32x8 zero = _mm256_setzero_ps();
+  const f32x8 zero = splat8(0);
   OutputVectors even = {zero, zero, zero, zero}, odd = even;
 #pragma GCC unroll 1  // unrolled, the eight sums are taken one after the other, with all loads spilled
   for (int i = 0; i < kHistorySlots / 2; ++i) {
@@ -293,7 +271,7 @@ inline OutputVectors synthesizeSlot(f32x8 s0, f32x8 s1, f32x8 s2, f32x8 s3, floa
     even.mirror0 = even.mirror0 + high0 * load8(evenAge->mirror0);
     even.mirror1 = even.mirror1 + high1 * load8(evenAge->mirror1);
     const f32x8 low0 = loadOnce8(oddSlot + 16), low1 = loadOnce8(oddSlot + 24);
-    odd.direct0 = odd.direct0 + _mm256_blend_ps(low0, load8(oddSlot), 1) * load8(oddAge->direct0);
+    odd.direct0 = odd.direct0 + blended<1>(low0, load8(oddSlot)) * load8(oddAge->direct0);
     odd.direct1 = odd.direct1 + low1 * load8(oddAge->direct1);
     odd.mirror0 = odd.mirror0 + low0 * load8(oddAge->mirror0);
     odd.mirror1 = odd.mirror1 + low1 * load8(oddAge->mirror1);
@@ -304,25 +282,22 @@ inline OutputVectors synthesizeSlot(f32x8 s0, f32x8 s1, f32x8 s2, f32x8 s3, floa
           even.mirror1 + odd.mirror1};
 }
 
-inline f32x4 firstHalf(f32x8 v) { return _mm256_castps256_ps128(v); }
-inline f32x4 secondHalf(f32x8 v) { return _mm256_extractf128_ps(v, 1); }
-
 // From lane order to time order.
 inline void storeOutputs(float* dst, const OutputVectors& v) {
-  f32x4 a = firstHalf(v.direct0), b = firstHalf(v.direct1);
-  f32x4 c = secondHalf(v.direct0), d = secondHalf(v.direct1);
-  _MM_TRANSPOSE4_PS(a, b, c, d);
+  f32x4 a = lowHalf(v.direct0), b = lowHalf(v.direct1);
+  f32x4 c = highHalf(v.direct0), d = highHalf(v.direct1);
+  transpose4(a, b, c, d);
   store4(dst, a);
   store4(dst + 4, b);
   store4(dst + 8, c);
   store4(dst + 12, d);
   // 16 28 24 20, 17 29 25 21, 18 30 26 22, 19 31 27 23
-  const auto lastToFront = [](f32x4 x) { return _mm_permute_ps(x, 0x93); };
-  a = firstHalf(v.mirror0);
-  b = lastToFront(secondHalf(v.mirror1));
-  c = lastToFront(secondHalf(v.mirror0));
-  d = lastToFront(firstHalf(v.mirror1));
-  _MM_TRANSPOSE4_PS(a, b, c, d);
+  const auto lastToFront = [](f32x4 x) { return permuted<0x93>(x); };
+  a = lowHalf(v.mirror0);
+  b = lastToFront(highHalf(v.mirror1));
+  c = lastToFront(highHalf(v.mirror0));
+  d = lastToFront(lowHalf(v.mirror1));
+  transpose4(a, b, c, d);
   store4(dst + 16, a);
   store4(dst + 20, d);
   store4(dst + 24, c);
@@ -331,27 +306,18 @@ inline void storeOutputs(float* dst, const OutputVectors& v) {
 
 // Rounded to nearest, saturated to 16 bits, in time order: samples 0-7, 8-15, 16-23, 24-31.
 inline void roundOutputs(i16x8 (&dst)[4], const OutputVectors& v) {
-  const i32x8 direct0 = _mm256_cvtps_epi32(v.direct0), direct1 = _mm256_cvtps_epi32(v.direct1);
-  const i32x8 mirror0 = _mm256_cvtps_epi32(v.mirror0), mirror1 = _mm256_cvtps_epi32(v.mirror1);
-  const auto pack = [](i32x8 a, int halfOfA, i32x8 b, int halfOfB) {
-    const auto half = [](i32x8 x, int h) {
-      return h == 0 ? _mm256_castsi256_si128(x) : _mm256_extractf128_si256(x, 1);
-    };
-    return _mm_packs_epi32(half(a, halfOfA), half(b, halfOfB));
-  };
+  const i32x8 direct0 = roundToInt8(v.direct0), direct1 = roundToInt8(v.direct1);
+  const i32x8 mirror0 = roundToInt8(v.mirror0), mirror1 = roundToInt8(v.mirror1);
   // 0 4 8 12 1 5 9 13 and 2 6 10 14 3 7 11 15
-  const i16x8 alternate = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
-  const i16x8 a = _mm_shuffle_epi8(pack(direct0, 0, direct1, 0), alternate);
-  const i16x8 b = _mm_shuffle_epi8(pack(direct0, 1, direct1, 1), alternate);
-  dst[0] = _mm_unpacklo_epi32(a, b);
-  dst[1] = _mm_unpackhi_epi32(a, b);
+  const i16x8 a = permutedShorts<0, 4, 1, 5, 2, 6, 3, 7>(packInts(lowHalf(direct0), lowHalf(direct1)));
+  const i16x8 b = permutedShorts<0, 4, 1, 5, 2, 6, 3, 7>(packInts(highHalf(direct0), highHalf(direct1)));
+  dst[0] = zipIntsLow(a, b);
+  dst[1] = zipIntsHigh(a, b);
   // 16 28 24 20 29 25 21 17 and 30 26 22 18 31 27 23 19
-  const i16x8 c = _mm_shuffle_epi8(pack(mirror0, 0, mirror1, 1),
-                                   _mm_setr_epi8(0, 1, 14, 15, 6, 7, 12, 13, 4, 5, 10, 11, 2, 3, 8, 9));
-  const i16x8 d = _mm_shuffle_epi8(pack(mirror0, 1, mirror1, 0),
-                                   _mm_setr_epi8(6, 7, 14, 15, 4, 5, 12, 13, 2, 3, 10, 11, 0, 1, 8, 9));
-  dst[2] = _mm_unpacklo_epi32(c, d);
-  dst[3] = _mm_unpackhi_epi32(c, d);
+  const i16x8 c = permutedShorts<0, 7, 3, 6, 2, 5, 1, 4>(packInts(lowHalf(mirror0), highHalf(mirror1)));
+  const i16x8 d = permutedShorts<3, 7, 2, 6, 1, 5, 0, 4>(packInts(highHalf(mirror0), lowHalf(mirror1)));
+  dst[2] = zipIntsLow(c, d);
+  dst[3] = zipIntsHigh(c, d);
 }
 
 // ---- Analysis ----------------------------------------------------------------------------------------
@@ -368,7 +334,7 @@ struct AnalysisWindow {
 inline constexpr AnalysisWindow kAnalysisWindow;
 
 // Lanes 1..7 of a, then lane 0 of b.
-inline f32x8 fromSecondLane(f32x8 a, f32x8 b) { return nextLanes(a, _mm256_permute2f128_ps(a, b, 0x21)); }
+inline f32x8 fromSecondLane(f32x8 a, f32x8 b) { return nextLanes(a, innerHalves(a, b)); }
 
 // One slot: the 32 newest samples x0..x3, in time order, enter the history at `position`; the sub-band
 // samples S_k = sum cos((2k+1)(i-16) pi / 64) Y_i come out in s. The next slot's position is one less,
@@ -387,7 +353,7 @@ inline void analyzeSlot(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3, float* history, 
   const float *evenSlot = history + firstEven * kBands, *oddSlot = history + firstOdd * kBands;
   const float *evenWindow = window + firstEven * kBands, *oddWindow = window + firstOdd * kBands;
   f32x8 even[4], odd[4];
-  for (int q = 0; q < 4; ++q) even[q] = odd[q] = _mm256_setzero_ps();
+  for (int q = 0; q < 4; ++q) even[q] = odd[q] = splat8(0);
 #pragma GCC unroll 1
   for (int i = 0; i < kHistorySlots / 2; ++i) {
     for (int q = 0; q < 4; ++q) {
@@ -400,8 +366,8 @@ inline void analyzeSlot(f32x8 x0, f32x8 x1, f32x8 x2, f32x8 x3, float* history, 
 
   // cos is even in j = i - 16, and changes sign at j = 64 - j: fold to j = 0..31. The second terms are
   // Y_16..Y_9 (the first of them counts once only), Y_8..Y_1, Y_64..Y_57 with Y_64 = -Y_0, and Y_56..Y_49.
-  const f32x8 zero = _mm256_setzero_ps();
-  s[0] = even[2] + _mm256_blend_ps(reverse8(fromSecondLane(even[1], even[2])), zero, 1);
+  const f32x8 zero = splat8(0);
+  s[0] = even[2] + blended<1>(reverse8(fromSecondLane(even[1], even[2])), zero);
   s[1] = even[3] + reverse8(fromSecondLane(even[0], even[1]));
   s[2] = odd[0] - reverse8(fromSecondLane(odd[3], zero - even[0]));
   s[3] = odd[1] - reverse8(fromSecondLane(odd[2], odd[3]));

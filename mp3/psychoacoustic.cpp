@@ -5,6 +5,7 @@
 #include "frame/checks.h"
 #include "moxac/mp3.h"
 #include "mp3/encoder_parameters.h"
+#include "mp3/header_fields.h"
 #include "mp3/psychoacoustic_kernels.h"
 
 using namespace moxac;
@@ -24,7 +25,7 @@ moxStatus moxsPsychoacousticModelTwo_MP3_16s(const int16_t* pSrcAudioIn,
   auto& state = *reinterpret_cast<PsychoacousticState*>(pState);
   const RealTransforms transforms = realTransforms(state);
   const PsychoacousticTables& tables = kPsychoacousticTables[pFrameHeader->samplingFreq];
-  const int32_t channels = pFrameHeader->mode == 3 ? 1 : 2;
+  const int32_t channels = channelCount(*pFrameHeader);
 
   bool attack[2] = {};
   MoxMp3PsychoacousticModelTwoAnalysis now[2];

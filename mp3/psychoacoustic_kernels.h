@@ -136,15 +136,14 @@ inline f32x8 unpredictability8(const float* re, const float* im, const float* re
   constexpr float kTiny = 1e-30f;
   const f32x8 x = load8(re), y = load8(im), x1 = load8(re1), y1 = load8(im1), x2 = load8(re2),
               y2 = load8(im2);
-  const f32x8 r = _mm256_sqrt_ps(x * x + y * y), r1 = _mm256_sqrt_ps(x1 * x1 + y1 * y1),
-              r2 = _mm256_sqrt_ps(x2 * x2 + y2 * y2);
+  const f32x8 r = rootOf(x * x + y * y), r1 = rootOf(x1 * x1 + y1 * y1), r2 = rootOf(x2 * x2 + y2 * y2);
   const f32x8 predicted = r1 + r1 - r2;
   // The phase 2 f1 - f2 as a unit vector: the square of spectrum 1 times the conjugate of spectrum 2.
   const f32x8 squareX = x1 * x1 - y1 * y1, squareY = (x1 + x1) * y1;
   const f32x8 scale = predicted / maxOf(r1 * r1 * r2, splat8(kTiny));
   const f32x8 dx = x - (squareX * x2 + squareY * y2) * scale, dy = y - (squareY * x2 - squareX * y2) * scale;
   const f32x8 total = r + maxOf(predicted, splat8(0) - predicted);
-  const f32x8 chaos = _mm256_sqrt_ps(dx * dx + dy * dy) / maxOf(total, splat8(kTiny));
+  const f32x8 chaos = rootOf(dx * dx + dy * dy) / maxOf(total, splat8(kTiny));
   const f32x8 silent = _mm256_cmp_ps(total, splat8(kTiny), _CMP_LE_OQ);
   return _mm256_blendv_ps(minOf(chaos, splat8(1)), splat8(1), silent);
 }

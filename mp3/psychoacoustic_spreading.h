@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "mp3/powers.h"
+#include "frame/const_math.h"
 #include "mp3/psychoacoustic_tables.h"
 
 namespace moxac::mp3 {
@@ -15,10 +15,7 @@ inline constexpr int kPartitions = 64;  // room of a row: 63 at most, in whole v
 constexpr double spreading(double bark) {
   const double d = bark * (bark <= 0 ? 3.0 : 1.5);
   const double x = 8 * (d - 0.5) * (d - 2.5);  // 8 ((d - 0.5)^2 - 2 (d - 0.5))
-  const double square = 1 + (d + 0.474) * (d + 0.474);
-  double root = 1 + (d < 0 ? -d : d);
-  for (int step = 0; step < 6; ++step) root = (root + square / root) / 2;  // Newton
-  const double y = 15.811389 + 7.5 * (d + 0.474) - 17.5 * root;
+  const double y = 15.811389 + 7.5 * (d + 0.474) - 17.5 * squareRoot(1 + (d + 0.474) * (d + 0.474));
   return y < -100 ? 0 : powerOfTwo(((x < 0 ? x : 0) + y) * 0.33219280948873623479) /* 10^(./10) */;
 }
 

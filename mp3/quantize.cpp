@@ -7,6 +7,7 @@
 #include "frame/checks.h"
 #include "moxac/mp3.h"
 #include "mp3/encoder_parameters.h"
+#include "mp3/header_fields.h"
 #include "mp3/quantize_kernels.h"
 
 namespace moxac::mp3 {
@@ -148,7 +149,7 @@ moxStatus moxsQuantize_MP3_32s_I(int32_t* pSrcDstXrIx, int8_t* pDstScaleFactor, 
   MOX_REQUIRE(pFrameHeader->id == 1 && pFrameHeader->layer == 1, moxStatusMp3FrameHeaderErr);
   MOX_REQUIRE(inRange(pFrameHeader->samplingFreq, 0, 2) && inRange(pFrameHeader->mode, 0, 3),
               moxStatusMp3FrameHeaderErr);
-  const int32_t channels = pFrameHeader->mode == 3 ? 1 : 2;
+  const int32_t channels = channelCount(*pFrameHeader);
   const int32_t count = kGranules * channels;
   MOX_REQUIRE(inRange(constantRate, 0, 1), moxStatusOutOfRange);
   MOX_REQUIRE(validBlockTypes(pPsyInfo, count) && validParameters(*pParameters), moxStatusOutOfRange);

@@ -9,9 +9,9 @@
 #include <cmath>
 #include <cstring>
 
+#include "frame/const_math.h"
 #include "mp3/bit_count.h"
 #include "mp3/masking.h"
-#include "mp3/powers.h"
 #include "mp3/requantize_kernels.h"
 #include "mp3/scale_factor_tables.h"
 
@@ -48,24 +48,21 @@ struct GranuleSpectrum {
 // Everything about a spectrum (full scale 1) but what noise it may hold.
 inline void takeSpectrum(const float* lines, int32_t blockType, const MoxMp3FrameHeader& header,
                          GranuleSpectrum& s) {
-  const f32x8 absolute = _mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFFFF));
   alignas(32) float roots[kMp3Lines];
   f32x8 largest = splat8(0);
   s.lines = 0;
   for (int32_t i = 0; i < kMp3Lines; i += 8) {
-    const f32x8 x = _mm256_and_ps(load8(lines + i), absolute);
-    const f32x8 root = _mm256_sqrt_ps(x);
-    const f32x8 power = _mm256_sqrt_ps(x * root);  // x^(3/4) as the root of x sqrt(x): exact to an ulp or two
+    const f32x8 x = magnitudeOf(load8(lines + i));
+    const f32x8 root = rootOf(x);
+    const f32x8 power = rootOf(x * root);  // x^(3/4) as the root of x sqrt(x): exact to an ulp or two
     store8(s.x + i, x);
     store8(roots + i, root);
     store8(s.power + i, power);
     largest = maxOf(largest, power);
-    if (_mm256_movemask_ps(_mm256_cmp_ps(x, splat8(0), _CMP_NEQ_UQ)) != 0) s.lines = i + 8;
+    if (anyNonZero(x)) s.lines = i + 8;
   }
   s.lines = (s.lines + 15) / 16 * 16;
-  alignas(32) float lanes[8];
-  store8(lanes, largest);
-  s.largestPower = *std::max_element(lanes, lanes + 8);
+  s.largestPower = maxLane(largest);
 
   s.blockType = blockType;
   s.switched = blockType != 0;
@@ -217,30 +214,25 @@ inline void amplify(const GranuleSpectrum& s, const ScaleFactors& f, Attempt& a)
     }
   }
   for (int32_t k = 0; k < s.lines; k += 8) largest = maxOf(largest, load8(a.power + k));
-  alignas(32) float lanes[8];
-  store8(lanes, largest);
-  a.largestPower = *std::max_element(lanes, lanes + 8);
+  a.largestPower = maxLane(largest);
 }
 
 inline void quantizeLines(const GranuleSpectrum& s, int32_t q, Attempt& a) {
   const f32x8 up = splat8(inverseStepPower(q)), offset = splat8(kRoundingOffset);
-  i32x4 largest = _mm_setzero_si128();
+  i16x8 largest = splatShort8(0);
   for (int32_t k = 0; k < s.lines; k += 16) {
-    const i32x8 low = _mm256_cvttps_epi32(load8(a.power + k) * up + offset);
-    const i32x8 high = _mm256_cvttps_epi32(load8(a.power + k + 8) * up + offset);
+    const i32x8 low = truncateToInt8(load8(a.power + k) * up + offset);
+    const i32x8 high = truncateToInt8(load8(a.power + k + 8) * up + offset);
     storeInt8(a.lines.ix + k, low);
     storeInt8(a.lines.ix + k + 8, high);
-    const i16x8 words0 = _mm_packs_epi32(_mm256_castsi256_si128(low), _mm256_extractf128_si256(low, 1));
-    const i16x8 words1 = _mm_packs_epi32(_mm256_castsi256_si128(high), _mm256_extractf128_si256(high, 1));
-    largest = _mm_max_epi16(largest, _mm_max_epi16(words0, words1));
+    const i16x8 words0 = packInts(low), words1 = packInts(high);
+    largest = maxShort8(largest, maxShort8(words0, words1));
     storeShort8(reinterpret_cast<int16_t*>(a.lines.clipped + k),
-                _mm_min_epu8(_mm_packus_epi16(words0, words1), _mm_set1_epi8(15)));
+                minBytes16(packShorts(words0, words1), splatByte16(15)));
   }
   std::memset(a.lines.ix + s.lines, 0, sizeof(int32_t) * static_cast<size_t>(kMp3Lines - s.lines));
   std::memset(a.lines.clipped + s.lines, 0, static_cast<size_t>(kMp3Lines - s.lines));
-  alignas(16) int16_t lanes[8];
-  storeShort8(lanes, largest);
-  a.lines.largest = *std::max_element(lanes, lanes + 8);
+  a.lines.largest = maxShortLane(largest);
 }
 
 inline int32_t quantizeAndCount(const GranuleSpectrum& s, int32_t q, Attempt& a) {

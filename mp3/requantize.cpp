@@ -4,12 +4,11 @@
 #include "frame/checks.h"
 #include "moxac/mp3.h"
 #include "mp3/band_tables.h"
+#include "mp3/header_fields.h"
 #include "mp3/requantize_kernels.h"
 
 namespace moxac::mp3 {
 namespace {
-
-int32_t channelCount(const MoxMp3FrameHeader& header) { return header.mode == 3 ? 1 : 2; }
 
 bool validHeader(const MoxMp3FrameHeader& header) {
   return inRange(header.id, 0, 1) && header.layer == 1 && inRange(header.samplingFreq, 0, 2) &&

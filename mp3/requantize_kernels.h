@@ -13,7 +13,8 @@
 
 #include "frame/checks.h"
 
-#include "frame/simd.h"
+#include "frame/const_math.h"
+#include "frame/shuffles.h"
 #include "frame/trig.h"
 #include "moxac/mp3.h"
 #include "mp3/bank_tables.h"
@@ -34,10 +35,10 @@ inline bool isShortBlock(const MoxMp3SideInfo& side) { return side.winSwitch == 
 
 // 2^(quarters / 4) in Q26; 0 where no float reaches down.
 inline float quarterPower(int32_t quarters) {
-  constexpr float kRoots[4] = {1.0f, 1.189207115f, 1.414213562f, 1.681792831f};  // 2^0, 2^(1/4), ...
   const int32_t exponent = (quarters >> 2) + kMp3FractionBits;
   if (exponent < -126) return 0;
-  return kRoots[quarters & 3] * std::bit_cast<float>(static_cast<uint32_t>(exponent + 127) << 23);
+  return static_cast<float>(kQuarterPower[quarters & 3]) *
+         std::bit_cast<float>(static_cast<uint32_t>(exponent + 127) << 23);
 }
 
 // The gain of run i: 2^((global_gain - 210 - 8 subblock_gain) / 4 - multiplier (scalefac + preflag pretab)),
@@ -56,9 +57,7 @@ struct SmallPowers {
 
   constexpr SmallPowers() {
     for (int n = 1; n < 16; ++n) {
-      double root = 3;
-      for (int step = 0; step < 20; ++step) root -= (root * root * root - n) / (3 * root * root);
-      const auto bits = std::bit_cast<uint32_t>(static_cast<float>(n * root));
+      const auto bits = std::bit_cast<uint32_t>(static_cast<float>(n * static_cast<double>(cubeRoot(n))));
       for (int b = 0; b < 4; ++b) byte[b][n] = static_cast<uint8_t>(bits >> (8 * b));
     }
   }
@@ -68,34 +67,28 @@ inline constexpr SmallPowers kSmallPowers;
 // The powers of sixteen lines, in four vectors of four; false when some magnitude is above 8206.
 inline bool powersOf16(const int32_t* is, f32x4 (&power)[4]) {
   i32x4 magnitude[4];
-  for (int i = 0; i < 4; ++i) magnitude[i] = _mm_abs_epi32(loadInt4(is + 4 * i));
+  for (int i = 0; i < 4; ++i) magnitude[i] = abs4(loadInt4(is + 4 * i));
   // Unsigned, so that the magnitude of INT32_MIN counts as the 2^31 that it is.
   const i32x4 largest =
-      _mm_max_epu32(_mm_max_epu32(magnitude[0], magnitude[1]), _mm_max_epu32(magnitude[2], magnitude[3]));
-  const auto noneAbove = [&](int32_t limit) {
-    const i32x4 limits = _mm_set1_epi32(limit);
-    return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_max_epu32(largest, limits), limits)) == 0xFFFF;
-  };
-  if (noneAbove(15)) {
-    const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(magnitude[0], magnitude[1]),
-                                           _mm_packs_epi32(magnitude[2], magnitude[3]));
-    const auto look = [&](int b) {
-      return _mm_shuffle_epi8(_mm_load_si128(reinterpret_cast<const __m128i*>(kSmallPowers.byte[b])), bytes);
-    };
-    const __m128i b0 = look(0), b1 = look(1), b2 = look(2), b3 = look(3);
-    const __m128i low01 = _mm_unpacklo_epi8(b0, b1), low23 = _mm_unpacklo_epi8(b2, b3);
-    const __m128i high01 = _mm_unpackhi_epi8(b0, b1), high23 = _mm_unpackhi_epi8(b2, b3);
-    power[0] = _mm_castsi128_ps(_mm_unpacklo_epi16(low01, low23));
-    power[1] = _mm_castsi128_ps(_mm_unpackhi_epi16(low01, low23));
-    power[2] = _mm_castsi128_ps(_mm_unpacklo_epi16(high01, high23));
-    power[3] = _mm_castsi128_ps(_mm_unpackhi_epi16(high01, high23));
+      maxUnsigned4(maxUnsigned4(magnitude[0], magnitude[1]), maxUnsigned4(magnitude[2], magnitude[3]));
+  if (noneAbove4(largest, 15)) {
+    const u8x16 bytes =
+        packShorts(packInts(magnitude[0], magnitude[1]), packInts(magnitude[2], magnitude[3]));
+    const auto look = [&](int b) { return lookUpBytes16(loadBytes16(kSmallPowers.byte[b]), bytes); };
+    const u8x16 b0 = look(0), b1 = look(1), b2 = look(2), b3 = look(3);
+    const i16x8 low01 = zipBytesLow(b0, b1), low23 = zipBytesLow(b2, b3);
+    const i16x8 high01 = zipBytesHigh(b0, b1), high23 = zipBytesHigh(b2, b3);
+    power[0] = asFloats(zipShortsLow(low01, low23));
+    power[1] = asFloats(zipShortsHigh(low01, low23));
+    power[2] = asFloats(zipShortsLow(high01, high23));
+    power[3] = asFloats(zipShortsHigh(high01, high23));
     return true;
   }
-  if (!noneAbove(kLargestMagnitude)) return false;
+  if (!noneAbove4(largest, kLargestMagnitude)) return false;
   alignas(16) int32_t index[16];
   for (int i = 0; i < 4; ++i) storeInt4(index + 4 * i, magnitude[i]);
   const auto at = [&](int i) { return util::kPow43[static_cast<size_t>(index[i])]; };
-  for (int i = 0; i < 16; i += 4) power[i / 4] = _mm_setr_ps(at(i), at(i + 1), at(i + 2), at(i + 3));
+  for (int i = 0; i < 16; i += 4) power[i / 4] = lanes4(at(i), at(i + 1), at(i + 2), at(i + 3));
   return true;
 }
 
@@ -118,9 +111,8 @@ inline bool dequantize(const int32_t* is, int32_t count, const MoxMp3SideInfo& s
     f32x4 power[4];
     if (!powersOf16(q, power)) return false;
     for (int i = 0; i < 16; i += 8) {
-      const f32x8 sign = _mm256_and_ps(_mm256_castsi256_ps(loadInt8(q + i)), splat8(-0.0f));
-      const f32x8 magnitude = _mm256_set_m128(power[i / 4 + 1], power[i / 4]) * load8(x + first + i);
-      store8(x + first + i, _mm256_or_ps(magnitude, sign));
+      const f32x8 magnitude = joined(power[i / 4], power[i / 4 + 1]) * load8(x + first + i);
+      store8(x + first + i, orBits(magnitude, signOf(asFloats(loadInt8(q + i)))));
     }
   }
   std::fill(x + std::min(first, count), x + kMp3Lines, 0.0f);

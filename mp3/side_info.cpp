@@ -4,21 +4,19 @@
 #include "frame/checks.h"
 #include "moxac/mp3.h"
 #include "mp3/field_cursor.h"
+#include "mp3/header_fields.h"
 
 namespace moxac::mp3 {
 namespace {
 
-constexpr int32_t kLayerIII = 1;
-constexpr int32_t kSingleChannel = 3;
-constexpr int32_t kShortBlock = 2;
-
 bool hasSideInfo(const MoxMp3FrameHeader& header) {
-  return inRange(header.id, 0, 1) && header.layer == kLayerIII && inRange(header.mode, 0, kSingleChannel);
+  return inRange(header.id, 0, 1) && header.layer == MOX_MP3_LAYER_III &&
+         inRange(header.mode, 0, MOX_MP3_SINGLE_CHANNEL);
 }
 
 // Switched blocks do not code their region counts. They always sum to 20: region 2 is empty.
 void setSwitchedRegionCounts(MoxMp3SideInfo& record) {
-  const bool wholeShort = record.blockType == kShortBlock && record.mixedBlock == 0;
+  const bool wholeShort = record.blockType == MOX_MP3_SHORT && record.mixedBlock == 0;
   record.reg0Cnt = wholeShort ? 8 : 7;
   record.reg1Cnt = 20 - record.reg0Cnt;
 }
@@ -58,12 +56,10 @@ template <class Bits, class Record, class Value, class Scfsi>
 bool sideInfoFields(Bits& bits, Record* records, Value& mainDataBegin, Value& privateBits, Scfsi* scfsi,
                     const MoxMp3FrameHeader& header) {
   const bool mpeg1 = header.id == 1;
-  const bool single = header.mode == kSingleChannel;
-  const int32_t channels = single ? 1 : 2;
-  const int32_t granules = mpeg1 ? 2 : 1;
+  const int32_t channels = channelCount(header), granules = granuleCount(header);
 
   bits(mainDataBegin, mpeg1 ? 9 : 8);
-  bits(privateBits, mpeg1 ? (single ? 5 : 3) : channels);
+  bits(privateBits, mpeg1 ? (channels == 1 ? 5 : 3) : channels);
   if (mpeg1)
     for (int32_t i = 0; i < 4 * channels; ++i) bits(scfsi[i], 1);
   for (int32_t i = 0; i < granules * channels; ++i)

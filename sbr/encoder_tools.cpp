@@ -32,7 +32,7 @@ moxStatus moxsEstimateTNR_SBR_32f(const Mox32fc* pSrc, float* pDst, int32_t numB
   for (; k + 4 <= numBands; k += 4) {
     const auto four = [&](int32_t row) -> Complex<Lanes4d> {
       const f32x4 a = load4(&at(row, k)->re), b = load4(&at(row, k + 2)->re);
-      return {widen4(firstOfPairs4(a, b)), widen4(secondOfPairs4(a, b))};
+      return {widen4(evenLanes(a, b)), widen4(oddLanes(a, b))};
     };
     store4(pDst + k, narrow4(toneToNoise<Lanes4d>(numTimeSlots, four)));
   }

@@ -7,7 +7,8 @@
 #include <cstdint>
 
 #include "frame/align.h"
-#include "frame/simd.h"
+#include "frame/doubles.h"
+#include "frame/shuffles.h"
 #include "moxac/types.h"
 
 namespace moxac::sbr {
@@ -73,7 +74,7 @@ class AttackMeasure {
     f32x8 here = zero, all = zero;
     for (int32_t k = 0; k < numBands_; k += 8) {
       const f32x8 coming = load8(coming_.of + k) + floor, level = load8(level_.of + k);
-      const f32x8 weight = sqrtOf(sqrtOf(coming)), fresh = one - one / rise(k);
+      const f32x8 weight = rootOf(rootOf(coming)), fresh = one - one / rise(k);
       here = here + weight * minOf(fresh, maxOf(load8(now_.of + k) - level, zero) / coming);
       all = all + weight * fresh;
     }

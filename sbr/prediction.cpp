@@ -29,7 +29,7 @@ struct InterleavedSource {
   Complex<Lanes1d> one(int32_t row, int32_t k) const { return {rows[row][k].re, rows[row][k].im}; }
   Complex<Lanes4d> four(int32_t row, int32_t k) const {
     const f32x4 a = load4(&rows[row][k].re), b = load4(&rows[row][k + 2].re);
-    return {widen4(firstOfPairs4(a, b)), widen4(secondOfPairs4(a, b))};
+    return {widen4(evenLanes(a, b)), widen4(oddLanes(a, b))};
   }
 };
 
@@ -55,8 +55,8 @@ struct InterleavedResult {
   }
   void put(int32_t k, Complex<Lanes4d> v) const {
     const f32x4 re = narrow4(v.re), im = narrow4(v.im);
-    store4(&pairs[k].re, lowPairs4(re, im));
-    store4(&pairs[k + 2].re, highPairs4(re, im));
+    store4(&pairs[k].re, zipLow(re, im));
+    store4(&pairs[k + 2].re, zipHigh(re, im));
   }
 };
 

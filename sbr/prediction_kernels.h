@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "frame/doubles.h"
 #include "transform/lane_complex.h"
 
 namespace moxac::sbr {

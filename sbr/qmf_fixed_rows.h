@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 
 namespace moxac::sbr {
 

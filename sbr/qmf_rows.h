@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 #include "moxac/types.h"
 
 namespace moxac::sbr {

@@ -17,7 +17,7 @@
 
 #include <cstdint>
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 #include "transform/dts_tables.h"
 #include "transform/lane_dct.h"
 

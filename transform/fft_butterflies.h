@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <numbers>
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 #include "moxac/types.h"
 #include "transform/fft_tables.h"
 #include "transform/lane_complex.h"
@@ -89,40 +89,32 @@ MOX_INLINE void storeBlock(float* p, Complex8 z) {
 MOX_INLINE Complex8 loadInterleaved(const Mox32fc* p) {
   const float* const f = &p->re;
   const f32x8 low = load8(f), high = load8(f + 8);
-  return {_mm256_shuffle_ps(low, high, 0x88), _mm256_shuffle_ps(low, high, 0xDD)};
+  return {evenLanes(low, high), oddLanes(low, high)};
 }
 MOX_INLINE void storeInterleaved(Mox32fc* p, Complex8 z) {
   float* const f = &p->re;
-  store8(f, _mm256_unpacklo_ps(z.re, z.im));
-  store8(f + 8, _mm256_unpackhi_ps(z.re, z.im));
+  store8(f, zipLow(z.re, z.im));
+  store8(f + 8, zipHigh(z.re, z.im));
 }
 // A block in natural order as eight interleaved complex values.
 MOX_INLINE void storeNatural(Mox32fc* p, Complex8 z) {
   float* const f = &p->re;
-  const f32x8 low = _mm256_unpacklo_ps(z.re, z.im), high = _mm256_unpackhi_ps(z.re, z.im);
-  store8(f, _mm256_permute2f128_ps(low, high, 0x20));
-  store8(f + 8, _mm256_permute2f128_ps(low, high, 0x31));
+  const f32x8 low = zipLow(z.re, z.im), high = zipHigh(z.re, z.im);
+  store8(f, lowHalves(low, high));
+  store8(f + 8, highHalves(low, high));
 }
 
-// Transposes 4x4 in either half of the registers.
-MOX_INLINE void transposeHalves(f32x8& a, f32x8& b, f32x8& c, f32x8& d) {
-  const f32x8 ab = _mm256_unpacklo_ps(a, b), abHigh = _mm256_unpackhi_ps(a, b);
-  const f32x8 cd = _mm256_unpacklo_ps(c, d), cdHigh = _mm256_unpackhi_ps(c, d);
-  a = _mm256_shuffle_ps(ab, cd, 0x44);
-  b = _mm256_shuffle_ps(ab, cd, 0xEE);
-  c = _mm256_shuffle_ps(abHigh, cdHigh, 0x44);
-  d = _mm256_shuffle_ps(abHigh, cdHigh, 0xEE);
-}
+using moxac::transposeHalves;
 MOX_INLINE void transposeHalves(Complex8& a, Complex8& b, Complex8& c, Complex8& d) {
   transposeHalves(a.re, b.re, c.re, d.re);
   transposeHalves(a.im, b.im, c.im, d.im);
 }
 
 MOX_INLINE Complex8 lowerHalves(Complex8 a, Complex8 b) {
-  return {_mm256_permute2f128_ps(a.re, b.re, 0x20), _mm256_permute2f128_ps(a.im, b.im, 0x20)};
+  return {lowHalves(a.re, b.re), lowHalves(a.im, b.im)};
 }
 MOX_INLINE Complex8 upperHalves(Complex8 a, Complex8 b) {
-  return {_mm256_permute2f128_ps(a.re, b.re, 0x31), _mm256_permute2f128_ps(a.im, b.im, 0x31)};
+  return {highHalves(a.re, b.re), highHalves(a.im, b.im)};
 }
 
 // One factor for all lanes, from a pair (re, im).

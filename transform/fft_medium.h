@@ -44,8 +44,7 @@ MOX_INLINE void middlePasses(float* blocks, int64_t parts, const float* twiddles
 // Half of a block from each of two: the first four places of both, or the last four.
 template <bool kLast>
 MOX_INLINE f32x8 joinedHalves(const float* low, const float* high) {
-  return kLast ? _mm256_blend_ps(repeat4(low + 4), load8(high), 0xF0)
-               : _mm256_blend_ps(repeat4(high), load8(low), 0x0F);
+  return kLast ? blended<0xF0>(repeat4(low + 4), load8(high)) : blended<0x0F>(repeat4(high), load8(low));
 }
 
 // Four columns of eight rows, which stand `apart` floats from each other in bit-reversed order: those in the

@@ -18,7 +18,7 @@ struct Source {
   MOX_INLINE Complex4 load4(int64_t i) const {
     const float* const f = &p[i].re;
     const f32x4 low = moxac::load4(f), high = moxac::load4(f + 4);
-    return order(Complex4{_mm_shuffle_ps(low, high, 0x88), _mm_shuffle_ps(low, high, 0xDD)});
+    return order(Complex4{evenLanes(low, high), oddLanes(low, high)});
   }
   MOX_INLINE Complex8 load8(int64_t i) const { return order(loadInterleaved(p + i)); }
 
@@ -39,8 +39,8 @@ struct Destination {
   MOX_INLINE void store4(int64_t i, Complex4 z) const {
     z = order(z);
     float* const f = &p[i].re;
-    moxac::store4(f, _mm_unpacklo_ps(z.re, z.im));
-    moxac::store4(f + 4, _mm_unpackhi_ps(z.re, z.im));
+    moxac::store4(f, zipLow(z.re, z.im));
+    moxac::store4(f + 4, zipHigh(z.re, z.im));
   }
   MOX_INLINE void store8(int64_t i, Complex8 z) const { storeInterleaved(p + i, order(z)); }
   MOX_INLINE void storeNatural8(int64_t i, Complex8 z) const { storeNatural(p + i, order(z)); }
@@ -117,23 +117,23 @@ MOX_INLINE void transform8(Src src, Dst dst) {
   const Complex4 row0 = src.load4(0), row1 = src.load4(4);
   const Complex4 sum = row0 + row1;
   const Complex4 difference = (row0 - row1) * loadTwiddle<Lanes4>(kFftTwiddles8.data());
-  const f32x8 re = _mm256_set_m128(difference.re, sum.re);
-  const f32x8 im = _mm256_set_m128(difference.im, sum.im);
+  const f32x8 re = joined(sum.re, difference.re);
+  const f32x8 im = joined(sum.im, difference.im);
 
-  const f32x8 upperPair = _mm256_setr_ps(0, 0, -0.0f, -0.0f, 0, 0, -0.0f, -0.0f);
-  const f32x8 oddLanes = _mm256_setr_ps(0, -0.0f, 0, -0.0f, 0, -0.0f, 0, -0.0f);
+  const f32x8 upperPair = lanes8(0, 0, -0.0f, -0.0f, 0, 0, -0.0f, -0.0f);
+  const f32x8 everySecond = lanes8(0, -0.0f, 0, -0.0f, 0, -0.0f, 0, -0.0f);
   // (v0+v2, v1+v3, v0-v2, v1-v3), the last turned by -i.
-  const f32x8 re2 = _mm256_shuffle_ps(re, re, 0x4E) + _mm256_xor_ps(re, upperPair);
-  const f32x8 im2 = _mm256_shuffle_ps(im, im, 0x4E) + _mm256_xor_ps(im, upperPair);
-  const f32x8 re3 = _mm256_blend_ps(re2, im2, 0x88);
-  const f32x8 im3 = _mm256_blend_ps(im2, -re2, 0x88);
+  const f32x8 re2 = swapPairs(re) + xorBits(re, upperPair);
+  const f32x8 im2 = swapPairs(im) + xorBits(im, upperPair);
+  const f32x8 re3 = blended<0x88>(re2, im2);
+  const f32x8 im3 = blended<0x88>(im2, -re2);
   // Outputs 0, 2, 1, 3 of either half: 0 4 2 6 and 1 5 3 7 of the whole.
-  const f32x8 re4 = _mm256_shuffle_ps(re3, re3, 0xB1) + _mm256_xor_ps(re3, oddLanes);
-  const f32x8 im4 = _mm256_shuffle_ps(im3, im3, 0xB1) + _mm256_xor_ps(im3, oddLanes);
+  const f32x8 re4 = swapNeighbours(re3) + xorBits(re3, everySecond);
+  const f32x8 im4 = swapNeighbours(im3) + xorBits(im3, everySecond);
   const auto zip = [](f32x8 v) {  // outputs 0..3 and 4..7
-    const f32x4 even = _mm256_castps256_ps128(v), odd = _mm256_extractf128_ps(v, 1);
-    const f32x4 low = _mm_unpacklo_ps(even, odd), high = _mm_unpackhi_ps(even, odd);
-    return Complex4{_mm_movelh_ps(low, high), _mm_movehl_ps(high, low)};
+    const f32x4 even = lowHalf(v), odd = highHalf(v);
+    const f32x4 low = zipLow(even, odd), high = zipHigh(even, odd);
+    return Complex4{firstPairs(low, high), lastPairs(low, high)};
   };
   const Complex4 outRe = zip(re4), outIm = zip(im4);
   dst.store4(0, {outRe.re, outIm.re});
@@ -148,8 +148,8 @@ MOX_INLINE void transform16(Src src, Dst dst) {
   dft4(a);
   for (int row = 1; row < 4; ++row)
     a[row] = a[row] * loadTwiddle<Lanes4>(kFftTwiddles16.data() + 8 * (row - 1));
-  _MM_TRANSPOSE4_PS(a[0].re, a[1].re, a[2].re, a[3].re);
-  _MM_TRANSPOSE4_PS(a[0].im, a[1].im, a[2].im, a[3].im);
+  transpose4(a[0].re, a[1].re, a[2].re, a[3].re);
+  transpose4(a[0].im, a[1].im, a[2].im, a[3].im);
   dft4(a);
   for (int k = 0; k < 4; ++k) dst.store4(4 * k, a[k]);
 }
@@ -163,25 +163,16 @@ MOX_INLINE void transform32(Src src, Dst dst) {
   dft4(a);
   for (int row = 1; row < 4; ++row)
     a[row] = a[row] * loadTwiddle<Lanes8>(kFftTwiddles32.data() + kBlockFloats * (row - 1));
-  transposeHalves(a[0].re, a[1].re, a[2].re, a[3].re);
-  transposeHalves(a[0].im, a[1].im, a[2].im, a[3].im);
+  transposeHalves(a[0], a[1], a[2], a[3]);
 
   // Eight points down the columns: sums and differences four columns apart, the differences turned.
   constexpr float h = std::numbers::sqrt2_v<float> / 2;
-  const Complex8 turn02 = {_mm256_setr_ps(1, 1, 1, 1, 0, 0, 0, 0),
-                           _mm256_setr_ps(0, 0, 0, 0, -1, -1, -1, -1)};
-  const Complex8 turn13 = {_mm256_setr_ps(h, h, h, h, -h, -h, -h, -h), splat8(-h)};
+  const Complex8 turn02 = {lanes8(1, 1, 1, 1, 0, 0, 0, 0), lanes8(0, 0, 0, 0, -1, -1, -1, -1)};
+  const Complex8 turn13 = {lanes8(h, h, h, h, -h, -h, -h, -h), splat8(-h)};
   const Complex8 sum02 = a[0] + a[2], sum13 = a[1] + a[3];
   const Complex8 difference02 = (a[0] - a[2]) * turn02, difference13 = (a[1] - a[3]) * turn13;
-  const auto halves = [](Complex8 sum, Complex8 difference, auto which) -> Complex8 {
-    constexpr int kSelect = decltype(which)::value == 0 ? 0x20 : 0x31;
-    return {_mm256_permute2f128_ps(sum.re, difference.re, kSelect),
-            _mm256_permute2f128_ps(sum.im, difference.im, kSelect)};
-  };
-  const std::integral_constant<int, 0> lower;
-  const std::integral_constant<int, 1> upper;
-  Complex8 b[4] = {halves(sum02, difference02, lower), halves(sum13, difference13, lower),
-                   halves(sum02, difference02, upper), halves(sum13, difference13, upper)};
+  Complex8 b[4] = {lowerHalves(sum02, difference02), lowerHalves(sum13, difference13),
+                   upperHalves(sum02, difference02), upperHalves(sum13, difference13)};
   dft4(b);
   // Output k of the lower half is X[8k..8k+3], of the upper X[8k+4..8k+7].
   for (int k = 0; k < 4; ++k) dst.storeNatural8(8 * k, b[k]);

@@ -1,7 +1,7 @@
 // Complex numbers over lane types.
 #pragma once
 
-#include "frame/simd.h"
+#include "frame/lanes.h"
 
 namespace moxac::transform {
 

@@ -1,10 +1,10 @@
 // The vector pieces of the MDCT: eight points at a time, as blocks in lane order.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 
+#include "frame/horizontal.h"
 #include "transform/fft_butterflies.h"
 
 namespace moxac::transform {
@@ -15,40 +15,34 @@ inline constexpr int32_t kSinglePrecisionBits = 18;
 
 // Samples as floats.
 MOX_INLINE f32x8 loadSamples(const float* p) { return load8(p); }
-MOX_INLINE f32x8 loadSamples(const int16_t* p) {
-  const i32x4 words = _mm_loadu_si128(reinterpret_cast<const i32x4*>(p));
-  return _mm256_cvtepi32_ps(
-      _mm256_set_m128i(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(words, words)), _mm_cvtepi16_epi32(words)));
-}
+MOX_INLINE f32x8 loadSamples(const int16_t* p) { return shortsToFloat8(loadShort8(p)); }
 
 // p[0], p[2], ... p[14] in lane order.
 template <class Sample>
 MOX_INLINE f32x8 evens(const Sample* p) {
-  return _mm256_shuffle_ps(loadSamples(p), loadSamples(p + 8), 0x88);
+  return evenLanes(loadSamples(p), loadSamples(p + 8));
 }
 // p[-1], p[-3], ... p[-15] in lane order.
 template <class Sample>
 MOX_INLINE f32x8 oddsBefore(const Sample* p) {
   const f32x8 far = loadSamples(p - 16), near = loadSamples(p - 8);
-  return _mm256_shuffle_ps(_mm256_permute2f128_ps(near, near, 0x01), _mm256_permute2f128_ps(far, far, 0x01),
-                           0x77);
+  return pick<0x77>(swapHalves(near), swapHalves(far));
 }
 
 // Eight values in natural order, given as two times four, in lane order.
 MOX_INLINE f32x8 laneOrder(const float* low, const float* high) {
   const f32x8 a = repeat4(low), b = repeat4(high);
-  return _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b1100));
+  return pickPairs<0b1100>(a, b);
 }
 // p[0], p[-1], ... p[-7] in lane order.
 MOX_INLINE f32x8 laneOrderDown(const float* p) {
   const f32x8 a = repeat4(p - 3), b = repeat4(p - 7);
-  const f32x8 swapped = _mm256_castpd_ps(_mm256_shuffle_pd(_mm256_castps_pd(a), _mm256_castps_pd(b), 0b0011));
-  return _mm256_permute_ps(swapped, 0xB1);
+  return permuted<0xB1>(pickPairs<0b0011>(a, b));
 }
 // A block in natural order to lane order.
 MOX_INLINE f32x8 toLaneOrder(f32x8 v) {
-  const f32x8 swapped = _mm256_permute2f128_ps(v, v, 0x01);
-  return _mm256_blend_ps(_mm256_shuffle_ps(v, swapped, 0x44), _mm256_shuffle_ps(swapped, v, 0xEE), 0xF0);
+  const f32x8 swapped = swapHalves(v);
+  return blended<0xF0>(firstPairs(v, swapped), lastPairs(swapped, v));
 }
 MOX_INLINE Complex8 toLaneOrder(Complex8 z) { return {toLaneOrder(z.re), toLaneOrder(z.im)}; }
 
@@ -120,28 +114,20 @@ struct SpectrumInput {
 
 // p[2j] = even[j], p[2j+1] = odd[j], both in lane order.
 MOX_INLINE void storeAlternating(float* p, f32x8 even, f32x8 odd) {
-  store8(p, _mm256_unpacklo_ps(even, odd));
-  store8(p + 8, _mm256_unpackhi_ps(even, odd));
+  store8(p, zipLow(even, odd));
+  store8(p + 8, zipHigh(even, odd));
 }
 // The same rounded to nearest (ties to even) and saturated.
 MOX_INLINE void storeRounded(int16_t* p, Complex8 evenOdd) {
-  for (const f32x8 v :
-       {_mm256_unpacklo_ps(evenOdd.re, evenOdd.im), _mm256_unpackhi_ps(evenOdd.re, evenOdd.im)}) {
-    const __m256i rounded = _mm256_cvtps_epi32(v);
-    _mm_storeu_si128(reinterpret_cast<i32x4*>(p),
-                     _mm_packs_epi32(_mm256_castsi256_si128(rounded), _mm256_extractf128_si256(rounded, 1)));
-    p += 8;
-  }
+  storeShort8(p, packInts(roundToInt8(zipLow(evenOdd.re, evenOdd.im))));
+  storeShort8(p + 8, packInts(roundToInt8(zipHigh(evenOdd.re, evenOdd.im))));
 }
 
 // The largest magnitude among n samples, n a multiple of 8; 32768 for the lowest sample.
 inline uint32_t peakMagnitude(const int16_t* x, int64_t n) {
-  i32x4 largest = _mm_setzero_si128();
-  for (int64_t i = 0; i < n; i += 8)
-    largest = _mm_max_epu16(largest, _mm_abs_epi16(_mm_loadu_si128(reinterpret_cast<const i32x4*>(x + i))));
-  alignas(16) uint16_t lanes[8];
-  _mm_store_si128(reinterpret_cast<i32x4*>(lanes), largest);
-  return *std::max_element(lanes, lanes + 8);
+  i16x8 largest = splatShort8(0);
+  for (int64_t i = 0; i < n; i += 8) largest = maxUnsignedShort8(largest, absShort8(loadShort8(x + i)));
+  return maxUnsignedShortLane(largest);
 }
 
 }  // namespace moxac::transform

@@ -6,7 +6,7 @@
 
 #include "frame/align.h"
 #include "frame/context_ids.h"
-#include "frame/simd.h"
+#include "frame/lanes.h"
 
 struct MoxFirBlockState {
   float* delay;  // nTaps rows of rowStride floats, each one past block

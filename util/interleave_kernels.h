@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "frame/checks.h"
-#include "frame/simd.h"
+#include "frame/shuffles.h"
 
 namespace moxac::util {
 
@@ -33,20 +33,12 @@ template <>
 struct PairPiece<float> {
   using V = f32x8;
   static void store(float* p, V v) { store8(p, v); }
-  static void stream(float* p, V v) { _mm256_stream_ps(p, v); }
+  static void stream(float* p, V v) { stream8(p, v); }
   static void interleave(const float* left, const float* right, V& low, V& high) {
-    const V a = load8(left), b = load8(right);
-    const V even = _mm256_unpacklo_ps(a, b);  // frames 0 1 | 4 5
-    const V odd = _mm256_unpackhi_ps(a, b);   // frames 2 3 | 6 7
-    low = _mm256_permute2f128_ps(even, odd, 0x20);
-    high = _mm256_permute2f128_ps(even, odd, 0x31);
+    interleave8(load8(left), load8(right), low, high);
   }
   static void deinterleave(const float* frames, V& a, V& b) {
-    const V low = load8(frames), high = load8(frames + 8);
-    const V x = _mm256_permute2f128_ps(low, high, 0x20);
-    const V y = _mm256_permute2f128_ps(low, high, 0x31);
-    a = _mm256_shuffle_ps(x, y, 0x88);
-    b = _mm256_shuffle_ps(x, y, 0xDD);
+    deinterleave8(load8(frames), load8(frames + 8), a, b);
   }
 };
 
@@ -55,24 +47,20 @@ struct PairPiece<int16_t> {
   using V = bytes32;
   static void store(int16_t* p, V v) { storeBytes32(p, v); }
   static void stream(int16_t* p, V v) { streamBytes32(p, v); }
-  static V join(__m128i low, __m128i high) {
-    return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
-  }
-  static V paired(__m128i a, __m128i b) { return join(_mm_unpacklo_epi16(a, b), _mm_unpackhi_epi16(a, b)); }
+  static V paired(i16x8 a, i16x8 b) { return joined(zipShortsLow(a, b), zipShortsHigh(a, b)); }
   static void interleave(const int16_t* left, const int16_t* right, V& low, V& high) {
     low = paired(loadShort8(left), loadShort8(right));
     high = paired(loadShort8(left + 8), loadShort8(right + 8));
   }
   // Four frames: their first samples below, their second ones above.
-  static __m128i apart(const int16_t* frames) {
-    return _mm_shuffle_epi8(loadShort8(frames),
-                            _mm_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, 2, 3, 6, 7, 10, 11, 14, 15));
+  static i16x8 apart(const int16_t* frames) {
+    return permutedShorts<0, 2, 4, 6, 1, 3, 5, 7>(loadShort8(frames));
   }
   static void deinterleave(const int16_t* frames, V& a, V& b) {
-    const __m256d even = _mm256_castsi256_pd(join(apart(frames), apart(frames + 16)));
-    const __m256d odd = _mm256_castsi256_pd(join(apart(frames + 8), apart(frames + 24)));
-    a = _mm256_castpd_si256(_mm256_unpacklo_pd(even, odd));
-    b = _mm256_castpd_si256(_mm256_unpackhi_pd(even, odd));
+    const V even = joined(apart(frames), apart(frames + 16));
+    const V odd = joined(apart(frames + 8), apart(frames + 24));
+    a = firstQuarters(even, odd);
+    b = lastQuarters(even, odd);
   }
 };
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/shuffles.h"
 #include "util/round.h"
 
 namespace moxac::util {
@@ -19,16 +20,16 @@ inline void joinGeneral(const float* const* src, int32_t numChannels, int64_t fi
 inline void channelsToFrames(i16x8 (&a)[8]) {
   i16x8 pairs[8], fours[8];
   for (int c = 0; c < 4; ++c) {
-    pairs[2 * c] = _mm_unpacklo_epi16(a[c], a[c + 4]);
-    pairs[2 * c + 1] = _mm_unpackhi_epi16(a[c], a[c + 4]);
+    pairs[2 * c] = zipShortsLow(a[c], a[c + 4]);
+    pairs[2 * c + 1] = zipShortsHigh(a[c], a[c + 4]);
   }
   for (int c = 0; c < 4; ++c) {
-    fours[2 * c] = _mm_unpacklo_epi16(pairs[c], pairs[c + 4]);
-    fours[2 * c + 1] = _mm_unpackhi_epi16(pairs[c], pairs[c + 4]);
+    fours[2 * c] = zipShortsLow(pairs[c], pairs[c + 4]);
+    fours[2 * c + 1] = zipShortsHigh(pairs[c], pairs[c + 4]);
   }
   for (int c = 0; c < 4; ++c) {
-    a[2 * c] = _mm_unpacklo_epi16(fours[c], fours[c + 4]);
-    a[2 * c + 1] = _mm_unpackhi_epi16(fours[c], fours[c + 4]);
+    a[2 * c] = zipShortsLow(fours[c], fours[c + 4]);
+    a[2 * c + 1] = zipShortsHigh(fours[c], fours[c + 4]);
   }
 }
 
@@ -43,7 +44,7 @@ inline int64_t joinEights(const float* const* src, int32_t numChannels, int64_t 
       const int32_t count = std::min(numChannels - first, 8);
       i16x8 a[8];
       for (int32_t c = 0; c < 8; ++c)
-        a[c] = c < count ? roundSaturate16(load8(src[first + c] + i)) : _mm_setzero_si128();
+        a[c] = c < count ? roundSaturate16(load8(src[first + c] + i)) : splatShort8(0);
       channelsToFrames(a);
       for (int f = 0; f < 8; ++f) {
         int16_t* const frame = dst + (i + f) * numChannels + first;
@@ -63,8 +64,8 @@ inline void joinBlock(const float* const* src, int32_t numChannels, int64_t len,
   } else if (numChannels == 2) {
     for (; i + 8 <= len; i += 8) {
       const i16x8 a = roundSaturate16(load8(src[0] + i)), b = roundSaturate16(load8(src[1] + i));
-      storeShort8(dst + 2 * i, _mm_unpacklo_epi16(a, b));
-      storeShort8(dst + 2 * i + 8, _mm_unpackhi_epi16(a, b));
+      storeShort8(dst + 2 * i, zipShortsLow(a, b));
+      storeShort8(dst + 2 * i + 8, zipShortsHigh(a, b));
     }
   } else {
     i = joinEights(src, numChannels, len, dst);

@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "frame/simd.h"
+#include "frame/const_math.h"
+#include "frame/doubles.h"
+#include "frame/lanes.h"
 #include "util/pow43_table.h"
 #include "util/round.h"
 
@@ -22,18 +24,15 @@ inline float makeFloat(int16_t mantissa, uint16_t exponent) {
 
 // The factors' upper halves fit 16-bit lanes: their lower halves are zero.
 inline void makeFloatBlock(const int16_t* mant, const uint16_t* exp, int64_t len, float* dst) {
-  const auto halfwords8 = [](const void* p) { return _mm_loadu_si128(static_cast<const __m128i*>(p)); };
-  const auto halfwords4 = [](const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); };
-  const __m128i zero = _mm_setzero_si128();
+  const i16x8 zero = splatShort8(0);
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const __m128i upper =
-        _mm_and_si128(_mm_sub_epi16(_mm_set1_epi16(0x3800), _mm_slli_epi16(halfwords8(exp + i), 7)),
-                      _mm_set1_epi16(0x7FFF));
-    const f32x4 low = _mm_castsi128_ps(_mm_unpacklo_epi16(zero, upper));
-    const f32x4 high = _mm_castsi128_ps(_mm_unpackhi_epi16(zero, upper));
-    store4(dst + i, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(halfwords4(mant + i))) * low);
-    store4(dst + i + 4, _mm_cvtepi32_ps(_mm_cvtepi16_epi32(halfwords4(mant + i + 4))) * high);
+    const i16x8 upper =
+        and4(subShort8(splatShort8(0x3800), shiftLeftShort8<7>(loadShort8(exp + i))), splatShort8(0x7FFF));
+    const f32x4 low = asFloats(zipShortsLow(zero, upper));
+    const f32x4 high = asFloats(zipShortsHigh(zero, upper));
+    store4(dst + i, toFloat4(widenShorts4(mant + i)) * low);
+    store4(dst + i + 4, toFloat4(widenShorts4(mant + i + 4)) * high);
   }
   for (; i < len; ++i) dst[i] = makeFloat(mant[i], exp[i]);
 }
@@ -46,29 +45,23 @@ inline float signedPow43(int16_t x) {
 
 // The table's entries for four magnitudes in 16-bit fields.
 inline f32x4 tableEntries4(uint64_t m) {
-  return _mm_setr_ps(kPow43[m & 0xFFFF], kPow43[(m >> 16) & 0xFFFF], kPow43[(m >> 32) & 0xFFFF],
-                     kPow43[m >> 48]);
+  return lanes4(kPow43[m & 0xFFFF], kPow43[(m >> 16) & 0xFFFF], kPow43[(m >> 32) & 0xFFFF], kPow43[m >> 48]);
 }
 
 // Eight magnitudes at a time through the table; blocks with one beyond it go element by element.
 inline void pow43Block(const int16_t* src, float* dst, int64_t len) {
-  const __m128i largest = _mm_set1_epi16(kPow43Count - 1);
+  const i16x8 largest = splatShort8(kPow43Count - 1);
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const __m128i x = loadShort8(src + i);
-    const __m128i magnitude =
-        _mm_abs_epi16(x);  // -32768 stays 0x8000, beyond the table as an unsigned number
-    const __m128i beyond = _mm_subs_epu16(magnitude, largest);
-    if (!_mm_testz_si128(beyond, beyond)) {
+    const i16x8 x = loadShort8(src + i), magnitude = absShort8(x);
+    if (!isZeroInt4(subSaturatedUnsignedShort8(magnitude, largest))) {  // 2^15 is beyond the table, too
       for (int64_t j = i; j < i + 8; ++j) dst[j] = signedPow43(src[j]);
       continue;
     }
-    const __m128i sign = _mm_and_si128(x, _mm_set1_epi16(INT16_MIN));
-    const __m128i zero = _mm_setzero_si128();
-    const f32x4 low = tableEntries4(static_cast<uint64_t>(_mm_cvtsi128_si64(magnitude)));
-    const f32x4 high = tableEntries4(static_cast<uint64_t>(_mm_extract_epi64(magnitude, 1)));
-    store4(dst + i, _mm_or_ps(low, _mm_castsi128_ps(_mm_unpacklo_epi16(zero, sign))));
-    store4(dst + i + 4, _mm_or_ps(high, _mm_castsi128_ps(_mm_unpackhi_epi16(zero, sign))));
+    const i16x8 sign = and4(x, splatShort8(INT16_MIN)), zero = splatShort8(0);
+    const f32x4 low = tableEntries4(halfOf<0>(magnitude)), high = tableEntries4(halfOf<1>(magnitude));
+    store4(dst + i, orBits(low, asFloats(zipShortsLow(zero, sign))));
+    store4(dst + i + 4, orBits(high, asFloats(zipShortsHigh(zero, sign))));
   }
   for (; i < len; ++i) dst[i] = signedPow43(src[i]);
 }
@@ -88,11 +81,10 @@ inline typename L::V scaledPow43(typename L::V x, typename L::V p, double gain) 
 inline void scaledPow43Block(const int16_t* src, int32_t* dst, int64_t len, double gain) {
   int64_t i = 0;
   for (; i + 4 <= len; i += 4) {
-    const i32x4 x = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i)));
+    const i32x4 x = widenShorts4(src + i);
     const i32x4 magnitude = abs4(x);
-    const __m128i beyond = _mm_cmpgt_epi32(magnitude, splatInt4(kPow43Count - 1));
     f32x4 p;
-    if (isZeroInt4(beyond)) {
+    if (noneAbove4(magnitude, kPow43Count - 1)) {
       p = tableEntries4(static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi32(magnitude, magnitude))));
     } else {
       float powers[4];
@@ -112,9 +104,8 @@ inline float signedPow34(float x) {
 }
 
 inline f32x8 signedPow34(f32x8 x) {
-  const f32x8 sign = _mm256_and_ps(x, splat8(-0.0f));
-  const f32x8 root = _mm256_sqrt_ps(_mm256_andnot_ps(splat8(-0.0f), x));
-  return _mm256_or_ps(root * _mm256_sqrt_ps(root), sign);
+  const f32x8 root = rootOf(magnitudeOf(x));
+  return orBits(root * rootOf(root), signOf(x));
 }
 
 inline void pow34Block(const float* src, float* dst, int64_t len) {
@@ -125,8 +116,7 @@ inline void pow34Block(const float* src, float* dst, int64_t len) {
 
 inline void pow34Block(const float* src, int16_t* dst, int64_t len) {
   int64_t i = 0;
-  for (; i + 8 <= len; i += 8)
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), roundSaturate16(signedPow34(load8(src + i))));
+  for (; i + 8 <= len; i += 8) storeShort8(dst + i, roundSaturate16(signedPow34(load8(src + i))));
   for (; i < len; ++i) dst[i] = roundSaturate16(signedPow34(src[i]));
 }
 
@@ -137,29 +127,24 @@ inline double scaledPow34(double x, double scale) {
 }
 
 inline f64x4 scaledPow34(f64x4 x, f64x4 scale) {
-  const f64x4 root = _mm256_sqrt_pd(magnitudeOf(x));
-  return withSignOf(root * _mm256_sqrt_pd(root), x) * scale;
+  const f64x4 root = rootOf(magnitudeOf(x));
+  return withSignOf(root * rootOf(root), x) * scale;
 }
 
 inline void scaledPow34Block(const int16_t* src, int16_t* dst, int64_t len, double scale) {
   const f64x4 scales = splatDouble4(scale);
   int64_t i = 0;
   for (; i + 8 <= len; i += 8) {
-    const i16x8 x = loadShort8(src + i);
-    const f64x4 low = toDouble4(_mm_cvtepi16_epi32(x)),
-                high = toDouble4(_mm_cvtepi16_epi32(_mm_srli_si128(x, 8)));
+    const f64x4 low = toDouble4(widenShorts4(src + i)), high = toDouble4(widenShorts4(src + i + 4));
     storeShort8(dst + i, roundSaturate16(scaledPow34(low, scales), scaledPow34(high, scales)));
   }
   for (; i < len; ++i) dst[i] = roundSaturate16(scaledPow34(src[i], scale));
 }
 
-// The quarter roots 2^(q/4), correctly rounded.
-inline constexpr double kQuarterRoots[4] = {1.0, 1.189207115002721, 1.4142135623730951, 1.681792830507429};
-
 // 2^(quarters/4) in double; the far ends, infinite and 0 in every format here, give 2^1000 and 2^-1000.
 inline double quarterPower(int64_t quarters) {
   const int64_t octaves = std::clamp<int64_t>(quarters >> 2, -1000, 1000);
-  return std::ldexp(kQuarterRoots[quarters & 3], static_cast<int>(octaves));
+  return std::ldexp(kQuarterPower[quarters & 3], static_cast<int>(octaves));
 }
 
 // 2^-scaleFactor for any scaleFactor; the far ends as above.
@@ -170,20 +155,20 @@ inline double scaleDown(int32_t scaleFactor) {
 // 2^((scaleFactor - offset)/4): a quarter root whose exponent moves by whole octaves. Vectors with a power that is
 // not a normal float go element by element.
 inline void gainsOfScaleFactors(const int16_t* src, float* dst, int64_t len, int32_t offset) {
-  const i32x4 roots = _mm_castps_si128(narrow4(loadDouble4(kQuarterRoots)));
+  const i32x4 roots = asInts(narrow4(loadDouble4(kQuarterPower)));
   const i32x4 offsets = splatInt4(std::clamp(offset, -100000, 100000));
   int64_t i = 0;
   const auto alone = [&](int64_t end) {
     for (; i < end; ++i) dst[i] = static_cast<float>(quarterPower(int64_t{src[i]} - int64_t{offset}));
   };
   while (i + 4 <= len) {
-    const i32x4 x = _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(src + i)));
-    const i32x4 quarters = _mm_sub_epi32(x, offsets), octaves = _mm_srai_epi32(quarters, 2);
+    const i32x4 x = widenShorts4(src + i);
+    const i32x4 quarters = sub4(x, offsets), octaves = shiftRight4<2>(quarters);
     const i32x4 outside =
         _mm_or_si128(_mm_cmpgt_epi32(octaves, splatInt4(127)), _mm_cmpgt_epi32(splatInt4(-126), octaves));
     if (isZeroInt4(outside)) {
       const i32x4 power = _mm_add_epi32(lookUp4(roots, quarters), _mm_slli_epi32(octaves, 23));
-      store4(dst + i, _mm_castsi128_ps(power));
+      store4(dst + i, asFloats(power));
       i += 4;
     } else {
       alone(i + 4);

@@ -8,7 +8,7 @@
 
 #include "frame/align.h"
 #include "frame/context.h"
-#include "frame/simd.h"
+#include "frame/horizontal.h"
 #include "moxac/util.h"
 
 namespace moxac::util {
@@ -36,12 +36,6 @@ struct VqRecord {
 constexpr size_t vqRecordBytes(int32_t vectorLen, int32_t numVectors) {
   return roundUp16(offsetof(VqRecord, vectors) + static_cast<size_t>(vqRowStride(vectorLen)) *
                                                      static_cast<size_t>(numVectors) * sizeof(float));
-}
-
-inline float sumLanes(f32x8 v) {
-  const f32x4 four = _mm256_castps256_ps128(v) + _mm256_extractf128_ps(v, 1);
-  const f32x4 two = four + _mm_movehl_ps(four, four);
-  return _mm_cvtss_f32(two) + _mm_cvtss_f32(_mm_movehdup_ps(two));
 }
 
 // A target of len values, padded with zero weight to whole vectors of eight.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/sign.h"
 #include "vlc/bit_window.h"
 #include "vlc/decode_spec.h"
 #include "vlc/escape_conventions.h"
@@ -93,11 +94,6 @@ struct PlainValues {
     return true;
   }
 };
-
-constexpr int32_t negatedIf(uint32_t negative, int32_t magnitude) {
-  const auto mask = -static_cast<int32_t>(negative);
-  return (magnitude ^ mask) - mask;
-}
 
 // The sign bits behind a code word, one for each magnitude that is not 0, first value first.
 template <int32_t kCount, class Window>

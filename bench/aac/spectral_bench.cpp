@@ -209,7 +209,7 @@ void fdpForwardScalar(benchmark::State& state) {
   fdpResetLines(a, 0, 1024, 1);
   const std::vector<float> x = floats();
   const auto run = [&] {
-    for (int32_t i = 0; i < 1024; ++i) fdpForward<FdpLanes1>(a, i, x.data(), y.data());
+    for (int32_t i = 0; i < 1024; ++i) fdpForward<Lanes1>(a, i, x.data(), y.data());
   };
   for (int frame = 0; frame < 5; ++frame) {
     run();
@@ -242,11 +242,11 @@ void mdctInverseScalar(benchmark::State& state) {
   const FrameWindow window{static_cast<int32_t>(state.range(0)), 1, 1};
   const std::vector<int32_t> X = spectrum();
   std::vector<float> scratch(kMdctScratchFloats), vectorScratch(kMdctScratchFloats);
-  const float* const a = inverseFrame<DctLanes1>(X.data(), window, scratch.data());
-  const float* const b = inverseFrame<DctLanes8>(X.data(), window, vectorScratch.data());
+  const float* const a = inverseFrame<Lanes1>(X.data(), window, scratch.data());
+  const float* const b = inverseFrame<Lanes8>(X.data(), window, vectorScratch.data());
   if (std::memcmp(a, b, 2048 * sizeof(float)) != 0) state.SkipWithError("differs from the vectors");
   for (auto _ : state) {
-    inverseFrame<DctLanes1>(X.data(), window, scratch.data());
+    inverseFrame<Lanes1>(X.data(), window, scratch.data());
     benchmark::ClobberMemory();
   }
   lines(state);

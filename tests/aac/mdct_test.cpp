@@ -69,7 +69,7 @@ TEST(AacMdct, InverseIsWithinOneOfDoublePrecisionAndEqualsItsTwin) {
     }
 
     std::vector<float> scratch(kMdctScratchFloats);
-    const float* samples = inverseFrame<DctLanes1>(X, {sequence, shape, prevShape}, scratch.data());
+    const float* samples = inverseFrame<Lanes1>(X, {sequence, shape, prevShape}, scratch.data());
     for (int n = 0; n < 1024; ++n) {
       ASSERT_EQ(buffer[n], before[n] + toTime(samples[n])) << sequence << " " << n;
       ASSERT_EQ(overlap[n], toTime(samples[1024 + n]));
@@ -101,7 +101,7 @@ TEST(AacMdct, ForwardIsWithinFloatPrecisionAndEqualsItsTwin) {
       worst = std::max(worst, (std::abs(X[k] / kSpectrumUnit - want.data()[k]) - 0.5 / kSpectrumUnit) / peak);
 
     std::vector<float> scratch(kMdctScratchFloats);
-    forwardFrame<DctLanes1>(x, {sequence, shape, prevShape}, scratch.data());
+    forwardFrame<Lanes1>(x, {sequence, shape, prevShape}, scratch.data());
     for (int k = 0; k < 1024; ++k) ASSERT_EQ(X[k], static_cast<int32_t>(std::lrint(scratch.data()[k])));
     const Block<int32_t> behind(x);
     ASSERT_EQ(moxsMDCTFwd_AAC_32s_I(x, sequence, shape, prevShape, buffer), moxStatusOk);
