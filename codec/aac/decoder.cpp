@@ -405,8 +405,9 @@ void Decoder::describe(const String& duration, double seconds, const FrameCounts
                       : bands_ ? "HE-AAC (" + coder + ", SBR)"
                                : coder;
   add("format", kind + " in " + container_);
-  add("sample rate", number(format.rate) + " Hz" +
-                         (bands_ ? ", of the core " + number(moxAacSampleRates[config_.rateIndex]) + " Hz" : String()));
+  add("sample rate",
+      number(format.rate) + " Hz" +
+          (bands_ ? ", of the core " + number(moxAacSampleRates[config_.rateIndex]) + " Hz" : String()));
   const std::string speakers = layout_->speakers();
   add("channels", stereo_                  ? String("2 (L R), of one coded")
                   : layout_->channels == 1 ? String("1 (mono)")
