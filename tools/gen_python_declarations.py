@@ -3,12 +3,14 @@
 they are what the headers say.
 
 The declarations are the headers as the C preprocessor leaves them, without <stdint.h>, whose types cffi knows; macros
-that stand for one number are kept as constants. Helpers (extras.h) and tables (tables.h) are not part of the library.
+that stand for one number are kept as constants. tables.h becomes tuples; extras.h is for C and C++ only.
 """
+import ast
 import re
 import subprocess
 import sys
 import tempfile
+import textwrap
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
@@ -50,6 +52,20 @@ def encoder_parameters(include):
     return {name: eval(values) for name, values in tuples.items()}
 
 
+def tables(include):
+    """{name: nested tuples} of the constant tables."""
+    text = re.sub(r"/\*.*?\*/", "", (include / "moxac/tables.h").read_text(), flags=re.S)
+    found = {}
+    for name, value in re.findall(r"^MOXAC_TABLE \w+ (\w+)(?:\[[^=]*\])? = (.*?);", text, re.M | re.S):
+        found[name] = ast.literal_eval(re.sub(r"\s+", " ", value).translate(str.maketrans("{}", "()")).strip())
+    return found
+
+
+def wrapped(line):
+    """A long line as several."""
+    return "\n".join(textwrap.wrap(line, 118, initial_indent="    ", subsequent_indent="        ")) + "\n"
+
+
 def stub(cdef):
     """raw.pyi: every function with its parameters, every constant."""
     lines = ['"""The operations and constants of libmoxac as cffi gives them; made by tools/gen_python_declarations.py."""',
@@ -77,13 +93,9 @@ def generated():
         text = preprocessed("moxcodec.h", include)
         known = set(cdef.splitlines())
         parts.append('MOXCODEC = r"""\n' + "\n".join(l for l in text.splitlines() if l not in known or l in ("enum {", "};")) + '\n"""')
-    prototype = re.search(r"moxSbrQmfPrototype\[640\] = \{(.*?)\}", (include / "moxac/tables.h").read_text(), re.S)[1]
-    values = re.findall(r"-?[\d.]+(?:e-?\d+)?", prototype)
-    assert len(values) == 640
-    parts.append("QMF_PROTOTYPE = (\n" + "".join(
-        f"    {', '.join(values[i : i + 8])},\n" for i in range(0, 640, 8)) + ")")
     parts.append("MP3_ENCODER_PARAMETERS = {\n" + "".join(
         f"    {name!r}: {values!r},\n" for name, values in encoder_parameters(include).items()) + "}")
+    parts.append("TABLES = {\n" + "".join(wrapped(f"{name!r}: {value!r},") for name, value in tables(include).items()) + "}")
     parts.append("STATUSES = {\n" + "".join(f"    {value}: {entry!r},\n" for value, entry in statuses(include).items()) + "}")
     return {PACKAGE / "_generated.py": "\n\n".join(parts) + "\n", PACKAGE / "raw.pyi": stub(cdef)}
 

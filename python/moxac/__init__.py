@@ -1,10 +1,10 @@
 """moxac: signal-processing primitives for audio coding, on NumPy arrays.
 
 The transforms, banks and filters work along the last axes of arrays of any shape; `out=` takes an array for the results.
-`vlc`, `vq`, `aac`, `mp3`, `qmf` and `vectors` hold what belongs to one family; `raw` every operation of the C interface.
+`vlc`, `vq`, `aac`, `mp3`, `qmf` and `vectors` hold what belongs to one family; `tables` the standards' numbers; `raw` every operation of the C interface.
 A refusal by the library is a MoxacError, a wrong shape or dtype a ValueError or TypeError, before anything is computed.
 """
-from . import aac, mp3, qmf, raw, vectors, vlc, vq
+from . import aac, mp3, qmf, raw, tables, vectors, vlc, vq
 from ._library import ffi, lib
 from ._psychoacoustics import PsychoacousticModel, psychoacoustics
 from .errors import MoxacError
@@ -25,4 +25,4 @@ def library_version() -> str:
 __all__ = ["BitReader", "DtsSynthesis", "FirBlock", "MdctPlan", "MoxacError", "PsychoacousticModel", "QmfAnalysis",
            "QmfSynthesis", "Record", "aac", "fir_block", "imdct", "imdct_frames", "kaiser_bessel_window",
            "library_version", "mdct", "mdct_frames", "mp3", "psychoacoustics", "qmf", "qmf_analysis", "qmf_synthesis", "raw",
-           "sine_window", "vectors", "vlc", "vq"]
+           "sine_window", "tables", "vectors", "vlc", "vq"]

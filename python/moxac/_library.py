@@ -8,8 +8,6 @@ from . import _generated
 
 ffi = cffi.FFI()
 ffi.cdef(_generated.MOXAC)
-if hasattr(_generated, "MOXCODEC"):
-    ffi.cdef(_generated.MOXCODEC)
 
 
 def load(name: str):

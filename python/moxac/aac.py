@@ -6,6 +6,7 @@ from collections.abc import Iterator
 
 import numpy as np
 
+from . import tables
 from ._arrays import as_array, call, output
 from ._library import ffi, lib
 from .contexts import Context, block, sizes
@@ -13,9 +14,18 @@ from .records import BitReader, Record
 
 SPECTRUM_FRAC_BITS = lib.MOX_AAC_SPECTRUM_FRAC_BITS
 TIME_FRAC_BITS = lib.MOX_AAC_TIME_FRAC_BITS
-SAMPLING_RATES = (96000, 88200, 64000, 48000, 44100, 32000, 24000, 22050, 16000, 12000, 11025, 8000)
+SAMPLING_RATES = tuple(tables.moxAacSampleRates.tolist())
 SCE, CPE, CCE, LFE, DSE, PCE, FIL, END = range(8)  #: what the three bits before an element say
-NOISE_BOOK = 13
+
+
+def band_offsets(rate_index: int, window_len: int = 1024) -> np.ndarray:
+    """Where the scale-factor bands of a window of 1024 or 128 lines begin, and behind the last one its end."""
+    kinds = {1024: (tables.moxAacNumSwbLong, tables.moxAacSwbOffsetLong),
+             128: (tables.moxAacNumSwbShort, tables.moxAacSwbOffsetShort)}
+    if window_len not in kinds or not 0 <= rate_index < len(SAMPLING_RATES):
+        raise ValueError(f"a window of 1024 or 128 lines at a rate of index 0 to 11, not {window_len} at {rate_index}")
+    counts, offsets = kinds[window_len]
+    return offsets[rate_index, : counts[rate_index] + 1]
 
 
 # ---- Headers and elements ------------------------------------------------------------------------------------
@@ -134,12 +144,12 @@ class Channel:
     def _separate_noise_energies(self) -> None:
         """The noiseless decoder adds up both chains of differences in one; streams have two."""
         books, values = self.code_books.reshape(-1), self.scale_factors.reshape(-1)
-        noise = np.flatnonzero(books == NOISE_BOOK)
+        noise = np.flatnonzero(books == lib.MOX_AAC_BOOK_NOISE)
         if not noise.size:
             return
-        coded = np.flatnonzero((books >= 1) & (books <= NOISE_BOOK))
+        coded = np.flatnonzero((books >= 1) & (books <= lib.MOX_AAC_BOOK_NOISE))
         differences = np.diff(values[coded].astype(np.int32), prepend=self.stream.globalGain)
-        is_noise = books[coded] == NOISE_BOOK
+        is_noise = books[coded] == lib.MOX_AAC_BOOK_NOISE
         first = np.flatnonzero(is_noise)[0]
         energies = np.where(is_noise, differences, 0)
         energies[first] = values[noise[0]]
@@ -243,7 +253,7 @@ def _mask(pair: Record) -> np.ndarray:
 
 def intensity(left: Channel, right: Channel) -> None:
     """Fills the right channel's intensity bands from the left one, in place."""
-    if ((right.code_books == 14) | (right.code_books == 15)).any():
+    if (right.code_books >= lib.MOX_AAC_BOOK_INTENSITY_INVERTED).any():
         call("moxsDecodeIsStereo_AAC_32s", left.spectrum, right.spectrum, right._scale_factors, right._code_books,
              *right._groups, right.ics.maxSfb, right.rate_index, right.stream.windowLen)
 

@@ -7,6 +7,7 @@ from typing import NamedTuple
 
 import numpy as np
 
+from . import tables
 from ._arrays import addresses, as_array, call, each, output, pointer, pointers, rows, same
 from ._library import ffi, lib
 from .contexts import Context, States, sizes
@@ -15,9 +16,6 @@ from .records import BitReader, Record
 
 FRAC_BITS = lib.MOX_MP3_FRAC_BITS
 LINES, SLOTS, BANDS = 576, 18, 32
-_RATES = (44100, 48000, 32000)
-_BIT_RATES = ((0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160),
-              (0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320))
 
 
 # ---- Parsers -------------------------------------------------------------------------------------------------
@@ -33,7 +31,7 @@ def frame_header(reader: BitReader) -> Record:
 
 def sampling_rate(header: Record) -> int:
     """Hz, of MPEG-1 and MPEG-2 frames."""
-    return _RATES[header.samplingFreq] // (2 - header.id)
+    return int(tables.moxMp3SampleRates[header.id, header.samplingFreq])
 
 
 def channels(header: Record) -> int:
@@ -47,7 +45,7 @@ def granules(header: Record) -> int:
 
 def frame_bytes(header: Record) -> int:
     """The length of a frame; not of the free format."""
-    return 72000 * granules(header) * _BIT_RATES[header.id][header.bitRateIndex] // sampling_rate(header) + header.paddingBit
+    return 72000 * granules(header) * int(tables.moxMp3BitRates[header.id, header.bitRateIndex]) // sampling_rate(header) + header.paddingBit
 
 
 def frames(data) -> Iterator[tuple[Record, bytes]]:

@@ -1,13 +1,13 @@
 """The filter banks of spectral band replication and what works on their sub-bands."""
 import numpy as np
 
+from . import tables
 from ._arrays import addresses, as_array, call, each, output, pointer, pointers, rows, same
-from ._generated import QMF_PROTOTYPE
 from ._library import ffi, lib
 from .contexts import Context, States, sizes
 
 #: The standard's prototype low-pass, 640 values. Banks of 32 bands take every second one.
-PROTOTYPE = np.array(QMF_PROTOTYPE, np.float32)
+PROTOTYPE = tables.moxSbrQmfPrototype.astype(np.float32)
 PROTOTYPE.flags.writeable = False
 
 _ANALYSIS = {("complex", "f"): "AnalysisFilter{}_SBR_RToC_32f32fc", ("real", "f"): "AnalysisFilter{}_SBR_RToR_32f",

@@ -153,6 +153,7 @@ def test_aac_parsers_stop_where_the_data_end(stream):
             aac.fill(reader)
     with pytest.raises(AttributeError):
         header.frameLength = 3
+    assert aac.band_offsets(4)[[0, 1, -1]].tolist() == [0, 4, 1024] and len(aac.band_offsets(4, 128)) == 15
 
 
 def test_aac_tns_and_predictions(rng):
