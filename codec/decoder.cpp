@@ -417,7 +417,7 @@ moxcStatus Decoder::nextPacket() {
       return moxcStatusOk;
     }
     case DemuxEvent::refused:
-      return refuse(moxcStatusUnsupported, String(source_->input().refusal().c_str()));
+      return refuse(moxcStatusUnsupported, String(std::string_view(source_->input().refusal())));
     default:
       return moxcStatusEnd;
   }
@@ -682,7 +682,7 @@ TextLines Decoder::texts(MoxcTexts kind) const {
   TextLines lines;
   const FrameCounts* const counts = source_ ? source_->counts() : nullptr;
   const auto addAll = [&](const char* name, const std::vector<std::string>& texts) {
-    for (const std::string& text : texts) lines.push_back({name, text.c_str()});
+    for (const std::string& text : texts) lines.push_back({name, String(std::string_view(text))});
   };
   switch (kind) {
     case moxcTextDescription: {
@@ -706,7 +706,7 @@ TextLines Decoder::texts(MoxcTexts kind) const {
       for (const Tags::Field& field : tags_.fields) lines.push_back({field.name, field.value});
       if (source_)
         for (const Tag& tag : source_->input().tags())
-          lines.push_back({tag.first.c_str(), tag.second.c_str()});
+          lines.push_back({String(std::string_view(tag.first)), String(std::string_view(tag.second))});
       break;
     case moxcTextDamage:
       if (source_) addAll("", source_->input().faults());

@@ -427,7 +427,6 @@ inline void quantizeToBudget(const GranuleSpectrum& s, int32_t budget, const Mox
     if (stage == withTop && bestAttempt != attempt) {  // amplification goes on from the better shape
       f = best.factors;
       for (int32_t i = 0; i < s.scaled; ++i) wish[i] = f.amplification[i];
-      stage = amplifying;
       amplifyAsWished(s, wish, f, a);
       q = best.globGain - kNeutralGain;
       quantizeLines(s, q, a);

@@ -52,7 +52,7 @@ struct Decoder::Channels : Allocated {
                layout.channels > 2 ? layout.mask : 0},
         samples(bands ? 2 * kAacSamples : kAacSamples) {
     for (auto& made : spectra) made.resize(static_cast<size_t>(layout.channels));
-    const auto values = static_cast<size_t>(samples * format.channels);
+    const auto values = static_cast<size_t>(samples) * static_cast<size_t>(format.channels);
     if (settings.floatSamples)
       floats.resize(values);
     else
@@ -411,7 +411,7 @@ void Decoder::describe(const String& duration, double seconds, const FrameCounts
   const std::string speakers = layout_->speakers();
   add("channels", stereo_                  ? String("2 (L R), of one coded")
                   : layout_->channels == 1 ? String("1 (mono)")
-                                           : number(layout_->channels) + " (" + speakers.c_str() + ")");
+                                           : number(layout_->channels) + " (" + String(std::string_view(speakers)) + ")");
   char bitRate[64];
   std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
                 seconds > 0 ? static_cast<double>(audioBytes_) * 8 / 1000 / seconds : 0.0);

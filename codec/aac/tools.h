@@ -34,10 +34,10 @@ class Tools {
                        Spectrum& spectrum);
   bool finish(const Channel& channel, size_t place, Synthesis& synthesis, Spectrum& spectrum);
 
+  // What predictors learn from, for the element at hand.
+  alignas(32) std::array<std::array<float, 1024>, 2> exactLines_;
   Config config_;
   std::vector<Predictor> predictors_;  // of the Main profile, one for each channel
-  // What they learn from, for the element at hand.
-  alignas(32) std::array<std::array<float, 1024>, 2> exactLines_;
   uint32_t randomState_ = 0;  // of noise substitution
 };
 

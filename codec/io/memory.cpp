@@ -27,8 +27,8 @@ void* allocate(size_t bytes) {
   if (bytes > SIZE_MAX - kExtra) throw std::bad_alloc();
   void* const memory = current->allocate(current->user, bytes + kExtra);
   if (memory == nullptr) throw std::bad_alloc();
-  const auto first = reinterpret_cast<uintptr_t>(memory) + sizeof(Origin);
-  auto* const block = reinterpret_cast<Origin*>((first + kAlignment - 1) / kAlignment * kAlignment);
+  auto* const first = static_cast<uint8_t*>(memory) + sizeof(Origin);
+  auto* const block = reinterpret_cast<Origin*>(first + (0 - reinterpret_cast<uintptr_t>(first)) % kAlignment);
   block[-1] = {*current, memory};
   return block;
 }

@@ -74,7 +74,7 @@ void Decoder::note() {
 
 PcmFrame Decoder::frame() const {
   PcmFrame frame{{first_.rate, first_.channels, 0}, first_.samples(), {}, {}};
-  const auto values = static_cast<size_t>(first_.samples() * first_.channels);
+  const auto values = static_cast<size_t>(first_.samples()) * static_cast<size_t>(first_.channels);
   if (settings_.synthesise && settings_.floatSamples) frame.f32 = std::span(floats_).first(values);
   if (settings_.synthesise && !settings_.floatSamples) frame.s16 = std::span(shorts_).first(values);
   return frame;
@@ -117,7 +117,7 @@ void Decoder::decodeGranule(int32_t granule, Fault fault) {
     repeats_ = std::min(repeats_ + 1, kMaxRepeats);
     repeatLast(spectrum);
   }
-  const auto at = static_cast<size_t>(granule * kLines * first_.channels);
+  const auto at = static_cast<size_t>(granule) * kLines * static_cast<size_t>(first_.channels);
   if (settings_.floatSamples)
     synthesis_->run(spectrum, floats_.data() + at);
   else
