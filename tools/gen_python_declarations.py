@@ -35,11 +35,11 @@ def preprocessed(header, include):
     return "\n".join([f"#define {name} {value}" for name, value in sorted(numbers)] + lines) + "\n"
 
 
-def statuses(include):
+def statuses(header, prefix):
     """{value: (name, sentence)} from the comments of the status enumeration."""
-    text = (include / "moxac/types.h").read_text()
-    found = {0: ("moxStatusOk", "success")}
-    for name, value, sentence in re.findall(r"^\s*(moxStatus\w+) = (-?\d+),?\s*/\* (.*?) \*/", text, re.M | re.S):
+    found = {0: (f"{prefix}Ok", "success")}
+    for name, value, sentence in re.findall(rf"^\s*({prefix}\w+)\s*=\s*(-?\d+),?\s*/\* (.*?) \*/", header.read_text(),
+                                            re.M | re.S):
         found[int(value)] = (name, re.sub(r"\s+\*?\s*", " ", sentence))
     return found
 
@@ -96,7 +96,10 @@ def generated():
     parts.append("MP3_ENCODER_PARAMETERS = {\n" + "".join(
         f"    {name!r}: {values!r},\n" for name, values in encoder_parameters(include).items()) + "}")
     parts.append("TABLES = {\n" + "".join(wrapped(f"{name!r}: {value!r},") for name, value in tables(include).items()) + "}")
-    parts.append("STATUSES = {\n" + "".join(f"    {value}: {entry!r},\n" for value, entry in statuses(include).items()) + "}")
+    parts.append(f'MOXCODEC = r"""\n{preprocessed("moxcodec.h", include)}"""')
+    for name, header, prefix in (("STATUSES", "moxac/types.h", "moxStatus"), ("CODEC_STATUSES", "moxcodec.h", "moxcStatus")):
+        entries = statuses(include / header, prefix).items()
+        parts.append(f"{name} = {{\n" + "".join(f"    {value}: {entry!r},\n" for value, entry in entries) + "}")
     return {PACKAGE / "_generated.py": "\n\n".join(parts) + "\n", PACKAGE / "raw.pyi": stub(cdef)}
 
 

@@ -7,6 +7,7 @@ A refusal by the library is a MoxacError, a wrong shape or dtype a ValueError or
 from . import aac, mp3, qmf, raw, tables, vectors, vlc, vq
 from ._library import ffi, lib
 from ._psychoacoustics import PsychoacousticModel, psychoacoustics
+from .codec import CodecError, Decoder, decode, open  # noqa: A004
 from .errors import MoxacError
 from .qmf import QmfAnalysis, QmfSynthesis, qmf_analysis, qmf_synthesis
 from .records import BitReader, Record
@@ -22,7 +23,7 @@ def library_version() -> str:
     return ffi.string(lib.moxacGetLibVersion().versionText).decode()
 
 
-__all__ = ["BitReader", "DtsSynthesis", "FirBlock", "MdctPlan", "MoxacError", "PsychoacousticModel", "QmfAnalysis",
-           "QmfSynthesis", "Record", "aac", "fir_block", "imdct", "imdct_frames", "kaiser_bessel_window",
-           "library_version", "mdct", "mdct_frames", "mp3", "psychoacoustics", "qmf", "qmf_analysis", "qmf_synthesis", "raw",
+__all__ = ["BitReader", "CodecError", "Decoder", "DtsSynthesis", "FirBlock", "MdctPlan", "MoxacError", "PsychoacousticModel", "QmfAnalysis",
+           "QmfSynthesis", "Record", "aac", "decode", "fir_block", "imdct", "imdct_frames", "kaiser_bessel_window",
+           "library_version", "mdct", "mdct_frames", "mp3", "open", "psychoacoustics", "qmf", "qmf_analysis", "qmf_synthesis", "raw",
            "sine_window", "tables", "vectors", "vlc", "vq"]

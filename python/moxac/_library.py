@@ -8,6 +8,7 @@ from . import _generated
 
 ffi = cffi.FFI()
 ffi.cdef(_generated.MOXAC)
+ffi.cdef(_generated.MOXCODEC)
 
 
 def load(name: str):
