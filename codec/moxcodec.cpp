@@ -170,10 +170,10 @@ moxcStatus moxcDecoderOpenFile(MoxcDecoder** ppDecoder, const char* name, const 
   if (file < 0) return moxcStatusReadFailed;
   struct stat facts {};
   const bool regular = fstat(file, &facts) == 0 && S_ISREG(facts.st_mode);
-  const MoxcInput input{readFile, regular ? seekFile : nullptr,
-                        regular ? static_cast<int64_t>(facts.st_size) : -1,
-                        // The callbacks' user is the descriptor itself.
-                        reinterpret_cast<void*>(static_cast<intptr_t>(file))};  // NOLINT(performance-no-int-to-ptr)
+  const MoxcInput input{
+      readFile, regular ? seekFile : nullptr, regular ? static_cast<int64_t>(facts.st_size) : -1,
+      // The callbacks' user is the descriptor itself.
+      reinterpret_cast<void*>(static_cast<intptr_t>(file))};  // NOLINT(performance-no-int-to-ptr)
   const moxcStatus status = create(ppDecoder, &input, file, options);
   if (*ppDecoder == nullptr) {
     const int error = errno;

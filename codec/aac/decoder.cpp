@@ -409,9 +409,10 @@ void Decoder::describe(const String& duration, double seconds, const FrameCounts
       number(format.rate) + " Hz" +
           (bands_ ? ", of the core " + number(moxAacSampleRates[config_.rateIndex]) + " Hz" : String()));
   const std::string speakers = layout_->speakers();
-  add("channels", stereo_                  ? String("2 (L R), of one coded")
-                  : layout_->channels == 1 ? String("1 (mono)")
-                                           : number(layout_->channels) + " (" + String(std::string_view(speakers)) + ")");
+  add("channels", stereo_ ? String("2 (L R), of one coded")
+                  : layout_->channels == 1
+                      ? String("1 (mono)")
+                      : number(layout_->channels) + " (" + String(std::string_view(speakers)) + ")");
   char bitRate[64];
   std::snprintf(bitRate, sizeof bitRate, "%.1f kbit/s on average",
                 seconds > 0 ? static_cast<double>(audioBytes_) * 8 / 1000 / seconds : 0.0);

@@ -38,7 +38,7 @@ class Tools {
   alignas(32) std::array<std::array<float, 1024>, 2> exactLines_;
   Config config_;
   std::vector<Predictor> predictors_;  // of the Main profile, one for each channel
-  uint32_t randomState_ = 0;  // of noise substitution
+  uint32_t randomState_ = 0;           // of noise substitution
 };
 
 }  // namespace moxc::aac

@@ -28,7 +28,8 @@ void* allocate(size_t bytes) {
   void* const memory = current->allocate(current->user, bytes + kExtra);
   if (memory == nullptr) throw std::bad_alloc();
   auto* const first = static_cast<uint8_t*>(memory) + sizeof(Origin);
-  auto* const block = reinterpret_cast<Origin*>(first + (0 - reinterpret_cast<uintptr_t>(first)) % kAlignment);
+  auto* const block =
+      reinterpret_cast<Origin*>(first + (0 - reinterpret_cast<uintptr_t>(first)) % kAlignment);
   block[-1] = {*current, memory};
   return block;
 }
