@@ -113,7 +113,7 @@ void sharesOf(const int32_t* wanted, int32_t count, const MoxMp3EncoderParameter
 // bits of all.
 int32_t quantizeFrame(FrameSpectra& frame, int32_t count, int32_t target, bool constantRate,
                       const int32_t* wanted, const MoxMp3EncoderParameters& p) {
-  float share[4], rest = 0;
+  float share[4] = {}, rest = 0;
   sharesOf(wanted, count, p, share);
   for (int32_t i = 0; i < count; ++i) rest += share[i];
   int32_t used = 0, left = target;

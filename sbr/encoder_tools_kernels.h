@@ -88,10 +88,10 @@ class AttackMeasure {
     return minOf(maxOf(ratio, splat8(1.0f)), splat8(kLargestRise));
   }
 
+  BandValues coming_;
   const BandValues& now_;
   const BandValues& level_;
   int32_t numBands_;
-  BandValues coming_;
   float floor_;
 };
 

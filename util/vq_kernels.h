@@ -164,7 +164,7 @@ inline VqPair vqBestPair(const VqTarget& t, const VqRecord& book0, const int32_t
 inline VqPair vqMain(const VqTarget& t, const VqRecord& book0, const int32_t* cand0, int32_t numCand0,
                      const VqRecord& book1, const int32_t* cand1, int32_t numCand1) {
   constexpr auto kSearch = std::array{vqBestPair<1, 1>, vqBestPair<1, 2>, vqBestPair<2, 1>, vqBestPair<2, 2>};
-  const auto search = kSearch[static_cast<size_t>(2 * book0.polarity + book1.polarity)];
+  const auto search = kSearch[2 * static_cast<size_t>(book0.polarity) + static_cast<size_t>(book1.polarity)];
   return search(t, book0, cand0, numCand0, book1, cand1, numCand1);
 }
 

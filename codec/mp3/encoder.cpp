@@ -109,7 +109,7 @@ MoxMp3AnalysisState* Encoder::bankOf(int32_t channel) {
 }
 
 int32_t Encoder::frameBytes(int32_t bitRateIndex, int32_t padding) const {
-  return 144 * 1000 * kBitRates[bitRateIndex - 1] / settings_.rate + padding;
+  return 144 * 1000 * kBitRates[static_cast<size_t>(bitRateIndex - 1)] / settings_.rate + padding;
 }
 
 int32_t Encoder::mainBits(int32_t bitRateIndex, int32_t padding) const {
