@@ -6,7 +6,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/align.h"
 #include "frame/checks.h"
@@ -102,9 +104,13 @@ moxStatus qmfInit(Spec** ppSpec, uint8_t* pMem, uint8_t* pInitBuf) {
 // The header behind the pointer that Init handed back.
 inline QmfHeader* qmfHeader(void* spec) { return static_cast<QmfHeader*>(spec); }
 
+// A pointer to something else may stand at any address, and is looked at as bytes.
 template <class Bank>
 bool isQmfContext(const void* spec) {
-  return static_cast<const QmfHeader*>(spec)->identifier == Bank::kIdentifier;
+  static_assert(offsetof(QmfHeader, identifier) == 0);
+  ContextId identifier;
+  std::memcpy(&identifier, spec, sizeof identifier);
+  return identifier == Bank::kIdentifier;
 }
 
 }  // namespace moxac::sbr

@@ -15,7 +15,7 @@ inline bool bitAt(const uint8_t* bytes, int64_t position) {
 class Bits {
  public:
   Bits& put(uint32_t value, int32_t count) {
-    while (count-- > 0) bits_.push_back((value >> count & 1) != 0);
+    while (count-- > 0) bits_.push_back(count < 32 && (value >> count & 1) != 0);
     return *this;
   }
   Bits& copy(std::span<const uint8_t> bytes, size_t first, size_t count) {
