@@ -9,6 +9,7 @@ endif()
 set(MOXAC_DOCS_DIR ${PROJECT_BINARY_DIR}/docs)
 configure_file(cmake/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)
 add_custom_target(docs
+  COMMAND ${Python3_EXECUTABLE} tools/reference.py check
   COMMAND ${Python3_EXECUTABLE} tools/reference.py man ${MOXAC_DOCS_DIR}/man3 ${PROJECT_VERSION}
   COMMAND Doxygen::doxygen ${PROJECT_BINARY_DIR}/Doxyfile
   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} VERBATIM)

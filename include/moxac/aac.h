@@ -296,10 +296,10 @@ MOXAC_API moxStatus moxsDecodePrgCfgElt_AAC(const uint8_t** ppBitStream, int32_t
 
 /* ------------------------------------------------------------------------------- syntax elements
  *
- * Every operation here starts at the bit cursor (byte pointer, bit offset 0..7) and moves it past what it
- * read, up to three bytes beyond being loaded. The three-bit element identifier is the caller's to read.
- * A parse that fails midway leaves what it had read in the records and the cursor where it stopped.
- * Common statuses, before any other:
+ * Every operation here starts at the bit cursor (byte pointer *ppBitStream, bit offset *pBitOffset 0..7) and moves
+ * it past what it read, up to three bytes beyond being loaded. The three-bit element identifier is the caller's to
+ * read. A parse that fails midway leaves what it had read in the records and the cursor where it stopped. Common
+ * statuses, before any other:
  *
  * moxStatusNullPointer     a pointer or the byte pointer is null; nothing read or written
  * moxStatusBitOffsetError  *pBitOffset outside 0..7; nothing read or written
@@ -324,8 +324,8 @@ MOXAC_API moxStatus moxsDecodeChanPairElt_AAC(const uint8_t** ppBitStream, int32
                                               MoxAacIcsInfo* pIcsInfo, MoxAacChanPairElt* pChanPairElt,
                                               int32_t predSfbMax);
 
-/* As moxsDecodeChanPairElt_AAC for MPEG-4 object types: predictor data are Main-profile prediction's when
- * audioObjectType is 1, and otherwise the long-term-prediction data of both channels.
+/* As moxsDecodeChanPairElt_AAC (pIcsInfo, pChanPairElt too) for MPEG-4 object types: predictor data are Main-profile
+ * prediction's when audioObjectType is 1, and otherwise the long-term-prediction data of both channels.
  *
  * pMainHeader      both ltpDataPresent flags are cleared first; where long-term-prediction data are read,
  *                  windowSequence, maxSfb and ltp[0], ltp[1] are written
@@ -445,9 +445,9 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  * Pulses (long windows) move a positive line up and any other down by their amplitude. Negative scale factors
  * are not checked.
  *
- * The bit cursor is moved behind the spectral data. No byte more than three past the last byte that bits were
- * consumed from is loaded. The first failure ends the operation: what was written stays, and the cursor
- * stands where reading stopped. Calls on different records, buffers and cursors may run at once.
+ * The bit cursor (*ppBitStream, *pBitOffset) is moved behind the spectral data. No byte more than three past the
+ * last byte that bits were consumed from is loaded. The first failure ends the operation: what was written stays,
+ * and the cursor stands where reading stopped. Calls on different records, buffers and cursors may run at once.
  *
  * Statuses of both, in the order of checking:
  *
@@ -481,14 +481,14 @@ MOXAC_API moxStatus moxsDecodeExtensionHeader_AAC(const uint8_t** ppBitStream, i
  * moxStatusAacEscapeError        an escape prefix of more than 8 ones
  */
 
-/* The low-complexity profile. With commonWindow 0, ics_info() is read into *pChanStream->pIcsInfo, predictor
- * data without any band; with 1 that record is as the channel pair element left it. */
+/* Reads one channel's stream, low-complexity profile. With commonWindow 0, ics_info() goes to *pChanStream->pIcsInfo,
+ * predictor data without any band; with 1 that record is as the channel pair element left it. */
 MOXAC_API moxStatus moxsNoiselessDecoder_LC_AAC(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                 int32_t commonWindow, MoxAacChanStream* pChanStream,
                                                 int16_t* pScaleFactor, int32_t* pSpectrum, uint8_t* pSfbCb,
                                                 int8_t* pTnsCoef);
 
-/* MPEG-4 object types, with perceptual noise substitution (code book 13).
+/* Reads one channel's stream of the MPEG-4 object types, with perceptual noise substitution (code book 13).
  *
  * layerFlag 0: the window information comes from *pChanStream->pIcsInfo, read first when commonWindow is 0.
  *              Its predictor data are Main-profile prediction's for audioObjectType 1 (predSfbMax bands of
@@ -541,7 +541,7 @@ MOXAC_API moxStatus moxsNoiselessDecode_AAC(const uint8_t** ppBitStream, int32_t
  * between calls.
  */
 
-/* Inverse quantisation, in place, grouped order:
+/* Inverse quantisation of pSrcDst's 1024 lines, in place, grouped order:
  *
  *   x := sign(x) |x|^(4/3) 2^((sf - 100)/4) 2^MOX_AAC_SPECTRUM_FRAC_BITS
  *
@@ -556,11 +556,11 @@ MOXAC_API moxStatus moxsQuantInv_AAC_32s_I(int32_t* pSrcDst, const int16_t* pSca
                                            int32_t maxSfb, const uint8_t* pSfbCb, int32_t samplingRateIndex,
                                            int32_t windowLen);
 
-/* Mid/side decoding of a channel pair, in place, grouped order: L := L + R, R := L - R in wrapping 32-bit
- * arithmetic, for the bands whose byte in pMsUsed is not zero (msMaskPresent 1) or for all (msMaskPresent 2),
- * noise bands (code book 13) excepted. pSfbCb is the right channel's; in an intensity band (14, 15) no
- * arithmetic is done, but with msMaskPresent 1 and the byte set its code book is toggled between 14 and 15,
- * by which moxsDecodeIsStereo_AAC_32s then inverts the sign.
+/* Mid/side decoding of a channel pair, in place, grouped order: with pSrcDstL for L and pSrcDstR for R, L := L +
+ * R, R := L - R in wrapping 32-bit arithmetic, for the bands whose byte in pMsUsed is not zero (msMaskPresent 1)
+ * or for all (msMaskPresent 2), noise bands (code book 13) excepted. pSfbCb is the right channel's; in an
+ * intensity band (14, 15) no arithmetic is done, but with msMaskPresent 1 and the byte set its code book is
+ * toggled between 14 and 15, by which moxsDecodeIsStereo_AAC_32s then inverts the sign.
  *
  * pMsUsed  rows of 60 bytes, one row per group; may be null with msMaskPresent 2, which reads none of it
  *
@@ -584,12 +584,12 @@ MOXAC_API moxStatus moxsDecodeIsStereo_AAC_32s(const int32_t* pSrcL, int32_t* pD
                                                int32_t numWindowGroups, const int32_t* pWindowGroupLen,
                                                int32_t maxSfb, int32_t samplingRateIndex, int32_t windowLen);
 
-/* Perceptual noise substitution, in place, grouped order: the lines of every window of a band with code book
- * 13 become noise of energy 2^(nrg/2), nrg being the band's value in pScaleFactor (the sum over the window's
- * lines of (v/16)^2; within 0.1 dB from an rms of 128 units a line on; below, truncation shows). The noise
- * comes from state := 1664525 state + 1013904223 mod 2^32, one step per line, in the order group, window,
- * band; it depends on nothing but *pRandomState and the arguments. Noise that is zero throughout stays zero;
- * energies beyond the range saturate.
+/* Perceptual noise substitution in pSrcDst, in place, grouped order: the lines of every window of a band with code
+ * book 13 become noise of energy 2^(nrg/2), nrg being the band's value in pScaleFactor (the sum over the window's
+ * lines of (v/16)^2; within 0.1 dB from an rms of 128 units a line on; below, truncation shows). The noise comes
+ * from state := 1664525 state + 1013904223 mod 2^32, one step per line, in the order group, window, band; it
+ * depends on nothing but *pRandomState and the arguments. Noise that is zero throughout stays zero; energies
+ * beyond the range saturate.
  *
  * pScaleFactor   the standard's noise energies in the noise bands. What the noiseless decoder stores there is
  *                counted together with the scale factors; moxSeparateNoiseEnergies (moxac/extras.h) takes both apart
@@ -606,7 +606,7 @@ MOXAC_API moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFla
                                           int32_t samplingRateIndex, int32_t windowLen,
                                           uint32_t* pRandomState);
 
-/* Noise substitution of both channels of a pair with a common window, as moxsDecodePNS_AAC_32s for the left
+/* Noise substitution of both channels of a pair with a common window: as moxsDecodePNS_AAC_32s for the left
  * and then the right channel of each window and band, except that where both channels have noise and the
  * band's M/S flag is set (msMaskPresent 2: every band) the right channel gets the left one's noise, scaled to
  * its own energy.
@@ -616,8 +616,8 @@ MOXAC_API moxStatus moxsDecodePNS_AAC_32s(int32_t* pSrcDst, int32_t* pLtpUsedFla
  *
  * msMaskPresent  0 (all noise independent), 1 or 2; else moxStatusAacMsMaskError
  * pMsUsed        rows of 60 bytes, one row per group; read, and required, with msMaskPresent 1 only
- *
- * Everything else as above, once per channel. ISO/IEC 14496-3, 4.6.13.3. */
+ * pSrcDstL, pLtpUsedFlagsL, pSfbCbL and pScaleFactorL are the left channel's, pSrcDstR, pLtpUsedFlagsR, pSfbCbR and
+ * pScaleFactorR the right one's; they and pRandomState as for moxsDecodePNS_AAC_32s. ISO/IEC 14496-3, 4.6.13.3. */
 MOXAC_API moxStatus moxsDecodeMsPNS_AAC_32s(int32_t* pSrcDstL, int32_t* pSrcDstR, int32_t* pLtpUsedFlagsL,
                                             int32_t* pLtpUsedFlagsR, const uint8_t* pSfbCbL,
                                             const uint8_t* pSfbCbR, const int16_t* pScaleFactorL,
@@ -756,24 +756,24 @@ MOXAC_API moxStatus moxsMDCTFwd_AAC_32s_I(int32_t* pSrcDst, int32_t windowSequen
  *   x[n] = gain history[2048 + n - lag]      n = 0..2047 of the frame's window
  *   pDstPrediction = moxsMDCTFwd_AAC_32s(x)
  *
- * lag is ltpLag; in eight short windows shortLag[w] for window w, which starts at n = 448 + 128 w. The lines
- * of windows whose shortUsed is 0, and all when ltpDataPresent is 0, are zeros. gain is ltpCoef/2^14; the eight
+ * lag is ltpLag of pLtpInfo; in eight short windows shortLag[w] for window w, which starts at n = 448 + 128 w. The
+ * lines of windows whose shortUsed is 0, and all when ltpDataPresent is 0, are zeros. gain is ltpCoef/2^14; the eight
  * values that the parsers store stand for the standard's gains, 0.570829 to 1.369533, at its six decimals.
+ * windowSequence, windowShape, prevWindowShape and pBuffer are those of the filter bank.
  *
  * pSrcHistory     MOX_AAC_LTP_HISTORY samples
  * pDstPrediction  1024 lines in the spectral format
  *
- * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusOutOfRange (ltpCoef
- * outside 0..32767, or a lag that is to be used outside 0..2047, as stored lags of short windows can be):
- * nothing written. */
+ * moxStatusNullPointer, moxStatusAacWinSeqError, moxStatusOutOfRange (shapes), moxStatusOutOfRange (ltpCoef outside
+ * 0..32767, or a lag to be used outside 0..2047, as stored lags of short windows can be): nothing written. */
 MOXAC_API moxStatus moxsLongTermPredict_AAC_32s(const int32_t* pSrcHistory, int32_t* pDstPrediction,
                                                 int32_t windowSequence, int32_t windowShape,
                                                 int32_t prevWindowShape, const MoxAacLtpInfo* pLtpInfo,
                                                 int32_t* pBuffer);
 
-/* Adds a predicted spectrum to the decoded one, saturating: in long windows the bands below maxSfb (and 40)
- * whose longUsed is not 0, in eight short windows the first min(maxSfb, 8) bands of the windows whose
- * shortUsed is not 0; nothing when ltpDataPresent is 0.
+/* Adds a predicted spectrum to the decoded one, saturating: in long windows the bands below maxSfb (and 40) whose
+ * longUsed in pLtpInfo is not 0, in eight short windows the first min(maxSfb, 8) bands of the windows whose shortUsed
+ * is not 0; nothing when ltpDataPresent is 0. windowSequence and samplingRateIndex are the frame's.
  *
  * pSrcDstPrediction  1024 lines from moxsLongTermPredict_AAC_32s; filtered in place
  * pSrcDstSpectrum    1024 lines in window order, before TNS synthesis
@@ -818,13 +818,13 @@ MOXAC_API moxStatus moxsLtpUpdate_AAC_32s(const int32_t* pSrcTime, const int32_t
  * clear of the limits of the exponent; var starts at 1, so the scale matters near it.
  *
  * A state belongs to one channel and one call at a time; different states may be used at once. Its memory may
- * have any alignment, and is used at the pointer given. Every operation but GetSize, Init and InitAlloc
- * returns moxStatusContextMismatch, behind moxStatusNullPointer, for memory that is not a state. ISO/IEC
- * 14496-3, 4.6.6. */
+ * have any alignment, and is used at the pointer given: pState, or *ppState where one is made, of len lines. Every
+ * operation but GetSize, Init and InitAlloc returns moxStatusContextMismatch, behind moxStatusNullPointer, for
+ * memory that is not a state. ISO/IEC 14496-3, 4.6.6. */
 
 typedef struct MoxAacFdpState MoxAacFdpState;
 
-/* Writes the bytes a state of len lines needs: 6 * (4 len rounded up to 64) + 128.
+/* Writes to *pSize the bytes a state of len lines needs: 6 * (4 len rounded up to 64) + 128.
  * moxStatusNullPointer; moxStatusBadSize: len below 1, or a size above 2^31 - 1. */
 MOXAC_API moxStatus moxsFDPGetSize_32f(int32_t len, int32_t* pSize);
 
@@ -832,7 +832,7 @@ MOXAC_API moxStatus moxsFDPGetSize_32f(int32_t len, int32_t* pSize);
  * moxStatusNullPointer; moxStatusBadSize as for GetSize. */
 MOXAC_API moxStatus moxsFDPInit_32f(MoxAacFdpState** ppState, int32_t len, uint8_t* pBuffer);
 
-/* The same in memory from moxMalloc. moxStatusNullPointer; moxStatusBadSize; moxStatusOutOfMemory, *ppState
+/* Builds a state in memory from moxMalloc. moxStatusNullPointer; moxStatusBadSize; moxStatusOutOfMemory, *ppState
  * null. */
 MOXAC_API moxStatus moxsFDPInitAlloc_32f(MoxAacFdpState** ppState, int32_t len);
 
@@ -852,8 +852,8 @@ MOXAC_API moxStatus moxsFDPResetGroup_32f(int32_t start, int32_t step, MoxAacFdp
 MOXAC_API moxStatus moxsFDPResetSfb_32f(const int32_t* pSfbOffset, int32_t numSfb, const uint8_t* pResetFlag,
                                         MoxAacFdpState* pState);
 
-/* Decoder, in place: in bands whose byte in pPredUsed is not 0, x := x + pred. The predictors of all lines of
- * all bands are updated with x; lines that the state does not have are passed over, pSrcDst included.
+/* Predicts in the decoder, in place: in bands whose byte in pPredUsed is not 0, x := x + pred. The predictors of
+ * all lines of all bands are updated with x; lines that the state does not have are passed over, pSrcDst included.
  *
  * pSrcDst     as many values as the bands cover
  * pSfbOffset  numSfb + 1 lines
@@ -863,7 +863,7 @@ MOXAC_API moxStatus moxsFDPResetSfb_32f(const int32_t* pSfbOffset, int32_t numSf
 MOXAC_API moxStatus moxsFDPInv_32f_I(float* pSrcDst, const int32_t* pSfbOffset, int32_t numSfb,
                                      const uint8_t* pPredUsed, MoxAacFdpState* pState);
 
-/* Encoder: pDst = pSrc - pred for all lines of the state, predictors updated with pSrc. pDst may be pSrc.
+/* The encoder's side: pDst = pSrc - pred for all lines of the state, predictors updated with pSrc. pDst may be pSrc.
  * moxStatusMisalignedData: complete; pSrc or pDst off the 16-byte grid. */
 MOXAC_API moxStatus moxsFDPFwd_32f(const float* pSrc, float* pDst, MoxAacFdpState* pState);
 

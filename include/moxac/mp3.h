@@ -489,15 +489,15 @@ MOXAC_API moxStatus moxsSynthPQMF_MP3_32s16s(const int32_t* pSrcXs, int16_t* pDs
 typedef struct MoxMp3SynthesisState MoxMp3SynthesisState;
 typedef struct MoxMp3AnalysisState MoxMp3AnalysisState;
 
-/* Bytes of a state: 2107 for either bank, one implementation under two names.
+/* Bytes of a state (*pStateSize): 2107 for either bank, one implementation under two names.
  *
  * moxStatusOk
  * moxStatusNullPointer */
 MOXAC_API moxStatus moxsAnalysisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
 MOXAC_API moxStatus moxsSynthesisFilterGetSize_PQMF_MP3_32f(int32_t* pStateSize);
 
-/* Init makes a state with silent history in the caller's memory: 2107 bytes at any alignment, passed to the
- * other operations as the same pointer and not to be moved. InitAlloc makes one in memory from moxMalloc.
+/* Init makes a state with silent history in the caller's memory at pState: 2107 bytes at any alignment, passed to
+ * the other operations as the same pointer and not to be moved. InitAlloc makes one in memory from moxMalloc.
  * Free releases what InitAlloc made and leaves the caller's memory alone; the state keeps its identifier.
  *
  * moxStatusOk
@@ -511,9 +511,9 @@ MOXAC_API moxStatus moxsAnalysisFilterInit_PQMF_MP3_32f(MoxMp3AnalysisState* pSt
 MOXAC_API moxStatus moxsAnalysisFilterInitAlloc_PQMF_MP3_32f(MoxMp3AnalysisState** ppState);
 MOXAC_API moxStatus moxsAnalysisFilterFree_PQMF_MP3_32f(MoxMp3AnalysisState* pState);
 
-/* Synthesis: 32 sub-band samples, lowest band first, become 32 samples, earliest first. In any unit; gain 1.
- * Analysis the other way round. Synthesis after analysis gives the input back 481 samples later, up to what
- * the standard's window leaves: a gain that wavers by 1e-4 over frequency, and aliases 96 dB down.
+/* A slot of a float bank. Synthesis: 32 sub-band samples, lowest band first, become 32 samples, earliest first, in
+ * any unit; gain 1. Analysis the other way round. Synthesis after analysis gives the input back 481 samples later, up
+ * to what the standard's window leaves: a gain that wavers by 1e-4 over frequency, and aliases 96 dB down.
  *
  * pSrc, pDst  32 values each, any alignment; may be the same array
  * pState      the history, updated; one call at a time

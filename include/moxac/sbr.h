@@ -123,10 +123,10 @@ MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToC_32f32fc_D2L(const float* pSrc, M
                                                             int32_t offset, int32_t kx,
                                                             MoxQmfAnalysisSpec* pSpec, uint8_t* pBuffer);
 
-/* Real (low-power) analysis: u, arguments and statuses as above, one row of 32 floats per slot,
+/* Real (low-power) analysis: u and statuses as above, pSrc, pWindow, numTimeSlots, offset, kx, pSpec and pBuffer too;
+ * ppDst has one row of 32 floats per slot,
  *
- *   X[k] = 2 * sum over n < 64 of u[n] * cos(pi/64*(k + 1/2)*(2n - 96))             k = 0..31
- */
+ *   X[k] = 2 * sum over n < 64 of u[n] * cos(pi/64*(k + 1/2)*(2n - 96))             k = 0..31 */
 MOXAC_API moxStatus moxsAnalysisFilter_SBR_RToR_32f_D2L(const float* pSrc, float* const* ppDst,
                                                         const float* pWindow, int32_t numTimeSlots,
                                                         int32_t offset, int32_t kx, MoxQmfAnalysisSpec* pSpec,
@@ -164,15 +164,15 @@ MOXAC_API moxStatus moxsSynthesisFilter_SBR_RToR_32f_D2L(const float* const* ppS
                                                          const float* pWindow, int32_t numTimeSlots,
                                                          MoxQmfSynthesisSpec* pSpec, uint8_t* pBuffer);
 
-/* Down-sampled synthesis: the lower 32 sub-bands at half the output rate. Arguments and statuses as above
- * with rows of 32 values, 32 output samples a slot and 320 coefficients; a line of 640 values moves up by 64:
+/* Down-sampled synthesis: the lower 32 sub-bands at half the output rate. Statuses and arguments as above: ppSrcRe,
+ * ppSrcIm and ppSrc with rows of 32 values, pDst with 32 output samples for each of numTimeSlots, pWindow with 320
+ * coefficients, pSpec and pBuffer; a line of 640 values moves up by 64:
  *
  *   v[n] = 1/64 * Re sum over k < 32 of X[k] * exp(i*pi/64*(k + 1/2)*(2n - 127.5))  n = 0..63   complex rows
  *   v[n] = 1/32 * sum over k < 32 of X[k] * cos(pi/64*(k + 1/2)*(2n - 32))                      real rows
  *
  *   y[r] = sum over j < 5 of v[128j + r] * pWindow[64j + r]
- *                          + v[128j + 96 + r] * pWindow[64j + 32 + r]               r = 0..31
- */
+ *                          + v[128j + 96 + r] * pWindow[64j + 32 + r]               r = 0..31 */
 MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_CToR_32f_D2L(const float* const* ppSrcRe,
                                                              const float* const* ppSrcIm, float* pDst,
                                                              const float* pWindow, int32_t numTimeSlots,
@@ -217,10 +217,10 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBR_RToR_32f_D2L(const float* const*
 typedef struct MoxQmfFixedAnalysisState MoxQmfFixedAnalysisState;
 typedef struct MoxQmfFixedSynthesisState MoxQmfFixedSynthesisState;
 
-/* GetSize tells the bytes of a state at any alignment; the two names of a bank are one implementation. Init builds
- * a state of cleared history in the caller's memory (again: restarts it), InitAlloc in one block from moxMalloc;
- * every later call takes that same pointer. Free releases the block of InitAlloc and leaves the caller's memory
- * alone; the state keeps its identifier.
+/* GetSize tells the bytes of a state at any alignment (*pSize); the two names of a bank are one implementation. Init
+ * builds a state of cleared history in the caller's memory at pState (again: restarts it), InitAlloc in one block
+ * from moxMalloc; every later call takes that same pointer. Free releases the block of InitAlloc and leaves the
+ * caller's memory alone; the state keeps its identifier.
  *
  * moxStatusOk
  * moxStatusNullPointer      the argument is null; nothing written
@@ -294,7 +294,7 @@ MOXAC_API moxStatus moxsSynthesisFilter_SBRLP_32s(const int32_t* pSrc, int32_t* 
                                                   MoxQmfFixedSynthesisState* pState);
 
 /* Down-sampled synthesis: slots of 32 sub-bands into 32 samples each, the sums of
- * moxsSynthesisDownFilter_SBR_CToR_32f_D2L and _RToR_32f_D2L; otherwise as above.
+ * moxsSynthesisDownFilter_SBR_CToR_32f_D2L and _RToR_32f_D2L; pSrc, pDst, numTimeSlots and pState otherwise as above.
  *
  * A state of the full bank of the same kind (SBRHQ or SBRLP) serves as well: its line, of which this
  * operation uses the first half, then belongs to whichever of the two operations ran last. The first call of
@@ -326,7 +326,7 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBRLP_32s(const int32_t* pSrc, int32
  * may have any alignment. No state: any number of calls at once.
  */
 
-/* Real sub-bands, in single precision: every sum and product is a float, added in slot order.
+/* Predictors of real sub-bands, in single precision: every sum and product is a float, added in slot order.
  *
  * ppSrc             numTimeSlots + 2 rows of numBands floats
  * pAlpha0, pAlpha1  numBands results each
@@ -338,18 +338,18 @@ MOXAC_API moxStatus moxsSynthesisDownFilter_SBRLP_32s(const int32_t* pSrc, int32
 MOXAC_API moxStatus moxsPredictCoef_SBR_R_32f_D2L(const float* const* ppSrc, float* pAlpha0, float* pAlpha1,
                                                   int32_t numBands, int32_t numTimeSlots);
 
-/* Complex sub-bands, rows and results split or interleaved; both forms give the same bits. Computed in double
- * precision, each coefficient rounded once at the end (the reset looks at the unrounded one). Otherwise as
- * the real form.
- */
+/* Predictors of complex sub-bands, rows (ppSrcRe, ppSrcIm) and results (pAlpha0Re, pAlpha0Im, pAlpha1Re, pAlpha1Im) of
+ * numBands values split or, in ppSrc, pAlpha0, pAlpha1, interleaved; both forms give the same bits. Computed in double
+ * precision, each coefficient rounded once at the end (the reset looks at the unrounded one). Otherwise as the real
+ * form. */
 MOXAC_API moxStatus moxsPredictCoef_SBR_C_32f_D2L(const float* const* ppSrcRe, const float* const* ppSrcIm,
                                                   float* pAlpha0Re, float* pAlpha0Im, float* pAlpha1Re,
                                                   float* pAlpha1Im, int32_t numBands, int32_t numTimeSlots);
 MOXAC_API moxStatus moxsPredictCoef_SBR_C_32fc_D2L(const Mox32fc* const* ppSrc, Mox32fc* pAlpha0,
                                                    Mox32fc* pAlpha1, int32_t numBands, int32_t numTimeSlots);
 
-/* One fixed-point sub-band: complex samples of the high-quality bank, real ones of the low-power bank.
- * Samples may have any number of fraction bits, the same in all rows, and use the whole 32-bit range;
+/* The predictor of one fixed-point sub-band: complex samples of the high-quality bank, real ones of the low-power
+ * bank. Samples may have any number of fraction bits, the same in all rows, and use the whole 32-bit range;
  * coefficients have 28 fraction bits (Q28: 4.0 would be 2^30), within 2^-27 of the exact value.
  *
  * ppSrc             numTimeSlots + 2 rows; only element `band` of each is read
@@ -397,9 +397,9 @@ MOXAC_API moxStatus moxsPredictOneCoef_SBRLP_32s_D2L(const int32_t* const* ppSrc
  */
 typedef struct MoxQmfEncoderState MoxQmfEncoderState;
 
-/* GetSize tells the bytes of a state at any alignment; Init builds one of cleared history in the caller's memory
- * (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block and leaves the caller's
- * memory alone; the state keeps its identifier.
+/* GetSize tells the bytes of a state at any alignment (*pStateSize); Init builds one of cleared history in the
+ * caller's memory at pState (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block
+ * and leaves the caller's memory alone; the state keeps its identifier.
  *
  * moxStatusOk
  * moxStatusNullPointer      the argument is null; nothing written

@@ -25,8 +25,8 @@ MOXAC_EXTERN_C_BEGIN
  */
 typedef struct MoxMdctSpec MoxMdctSpec;
 
-/* Bytes of the context (pMem of Init), of Init's scratch and of the transforms' work buffer, for blocks at
- * any alignment. Both directions need the same.
+/* Bytes of the context (*pSpecSize, pMem of Init), of Init's scratch (*pInitBufSize) and of the transforms' work
+ * buffer (*pWorkSize), for blocks at any alignment. Both directions need the same.
  *
  * moxStatusOk
  * moxStatusNullPointer   some result pointer is null; nothing written
@@ -83,7 +83,7 @@ MOXAC_API moxStatus moxsMDCTFwdGetBufSize_32f(const MoxMdctSpec* pSpec, int32_t*
 MOXAC_API moxStatus moxsMDCTInvGetBufSize_32f(const MoxMdctSpec* pSpec, int32_t* pSize);
 MOXAC_API moxStatus moxsMDCTFwdGetBufSize_16s(const MoxMdctSpec* pSpec, int32_t* pSize);
 
-/* The transforms. Forward: N samples in, N/2 coefficients out. Inverse: N/2 coefficients in, all N samples
+/* The transforms of floats. Forward: N samples in, N/2 coefficients out. Inverse: N/2 coefficients in, all N samples
  * out. Any alignment; nothing is read or written past either array. pSrc may equal pDst, which is what the
  * in-place forms do (pSrcDst holds N floats; the forward transform leaves the upper N/2 of them as they
  * were); other overlaps are not allowed.
@@ -110,7 +110,7 @@ MOXAC_API moxStatus moxsMDCTInv_32f_I(float* pSrcDst, const MoxMdctSpec* pSpec, 
  * with X as above (the factor 2 included), so that scaleFactor = log2(N) + 1 never saturates. Any scaleFactor
  * is accepted. The result is within one unit of the exactly computed one at every input level: input whose
  * results stay within eight times the 16-bit range is transformed in single precision, louder input (which
- * saturates in part) in double. Statuses, aliasing and pBuffer as above.
+ * saturates in part) in double. Statuses, aliasing, pSrc, pSpec and pBuffer as above.
  */
 MOXAC_API moxStatus moxsMDCTFwd_16s_Sfs(const int16_t* pSrc, int16_t* pDst, const MoxMdctSpec* pSpec,
                                         int32_t scaleFactor, uint8_t* pBuffer);
@@ -139,9 +139,9 @@ enum {
   moxDtsPerfect = 1 /* perfect reconstruction, 138 dB clean; there 43 dB down, and 60 dB further off */
 };
 
-/* GetSize tells the bytes of a state at any alignment; Init builds one with silent history in the caller's memory
- * (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block and leaves the caller's
- * memory alone; the state keeps its identifier.
+/* GetSize tells the bytes of a state at any alignment (*pStateSize); Init builds one with silent history in the
+ * caller's memory at pState (again: restarts it), InitAlloc in one block from moxMalloc. Free releases that block
+ * and leaves the caller's memory alone; the state keeps its identifier.
  *
  * moxStatusOk
  * moxStatusNullPointer      the argument is null; nothing written

@@ -41,7 +41,7 @@ MOXAC_API moxStatus moxsInterleave_32f(const float* const* ppSrc, int32_t numCha
  *
  *   ppDst[c][i] = pSrc[i * numChannels + c]
  *
- * Shapes and statuses as moxsInterleave, with pSrc and ppDst in place of pDst and ppSrc.
+ * Shapes (numChannels, len) and statuses as moxsInterleave, with pSrc and ppDst in place of pDst and ppSrc.
  */
 MOXAC_API moxStatus moxsDeinterleave_16s(const int16_t* pSrc, int32_t numChannels, int32_t len,
                                          int16_t* const* ppDst);
@@ -145,7 +145,7 @@ MOXAC_API moxStatus moxsPow43Scale_16s32s_Sf(const int16_t* pSrc, int32_t* pDst,
  */
 MOXAC_API moxStatus moxsPow34_16s_Sfs(const int16_t* pSrc, int16_t* pDst, int32_t len, int32_t scaleFactor);
 
-/* The same law on floats, unscaled.
+/* The companding law on floats, unscaled.
  *
  *   pDst[i] = sign(pSrc[i]) * |pSrc[i]|^(3/4)
  *
@@ -161,12 +161,12 @@ MOXAC_API moxStatus moxsPow34_16s_Sfs(const int16_t* pSrc, int16_t* pDst, int32_
  */
 MOXAC_API moxStatus moxsPow34_32f(const float* pSrc, float* pDst, int32_t len);
 
-/* The same law from float to 16-bit integers.
+/* The companding law from float to 16-bit integers.
  *
  *   pDst[i] = saturate16(round(sign(pSrc[i]) * |pSrc[i]|^(3/4)))
  *
  * The power as in moxsPow34_32f, then rounding to nearest, ties to even; NaN gives -32768.
- * Statuses as moxsPow34_32f.
+ * len and statuses as moxsPow34_32f.
  */
 MOXAC_API moxStatus moxsPow34_32f16s(const float* pSrc, int16_t* pDst, int32_t len);
 
@@ -223,7 +223,7 @@ typedef struct MoxFirBlockState MoxFirBlockState;
  */
 MOXAC_API moxStatus moxsFIRBlockInitAlloc_32f(MoxFirBlockState** ppState, int32_t nTaps, int32_t blockLen);
 
-/* Frees the state and its history.
+/* Frees pState and its history.
  *
  * moxStatusOk
  * moxStatusNullPointer
@@ -235,7 +235,7 @@ MOXAC_API moxStatus moxsFIRBlockFree_32f(MoxFirBlockState* pState);
  *
  *   pDst[i] = pTaps[0] * x0[i] + pTaps[nTaps - 1] * x(nTaps - 1)[i] + ... + pTaps[1] * x1[i]
  *
- * xa being the block received a calls ago, zeros before the first. The sum is in exactly this order, product
+ * xa being the block pState received a calls ago, zeros before the first. The sum is in exactly this order, product
  * by product, unfused. pDst may be pSrc.
  *
  * pSrc, pDst  blockLen values
@@ -261,8 +261,8 @@ MOXAC_API moxStatus moxsFIRBlockOne_32f(const float* pSrc, float* pDst, MoxFirBl
  * numVectors when the sign is -1. The search minimises the weighted error sum of w * (x - y)^2 in two
  * stages: a few candidates per book by their distance alone, then all pairs of candidates. This is the
  * interleave vector quantisation of ISO/IEC 14496-3, subpart 4 (4.6.9).
- *
- * Searches keep their candidates on the stack, in at most 100 KiB.
+ * pCodeBook0 and pCodeBook1 are the first and the second book, pDstIndex0 and pDstIndex1, pIndex0 and pIndex1 their
+ * code words, pCodeBook either book. Searches keep their candidates on the stack, in at most 100 KiB.
  */
 typedef struct MoxVqCodeBook MoxVqCodeBook;
 
@@ -271,7 +271,7 @@ enum {
   moxVqMaxVectors = 4096   /* most vectors of one book */
 };
 
-/* Tells the bytes of a code book of numVectors vectors of vectorLen values.
+/* Tells in *pSize the bytes of a code book of numVectors vectors of vectorLen values.
  *
  * moxStatusOk
  * moxStatusNullPointer
@@ -279,7 +279,7 @@ enum {
  */
 MOXAC_API moxStatus moxsVQCodeBookGetSize_32f(int32_t vectorLen, int32_t numVectors, int32_t* pSize);
 
-/* Builds a code book in the caller's memory (GetSize bytes, any alignment).
+/* Builds a code book in the caller's memory at pCodeBook (GetSize bytes, any alignment).
  *
  * pVectors  numVectors rows of vectorLen finite values; copied
  * polarity  1: vectors are used with either sign, 0: as they are
@@ -292,14 +292,14 @@ MOXAC_API moxStatus moxsVQCodeBookGetSize_32f(int32_t vectorLen, int32_t numVect
 MOXAC_API moxStatus moxsVQCodeBookInit_32f(const float* pVectors, int32_t vectorLen, int32_t numVectors,
                                            int32_t polarity, MoxVqCodeBook* pCodeBook);
 
-/* The same in one allocation of GetSize bytes.
+/* Builds a code book in one allocation of GetSize bytes; pVectors, vectorLen, numVectors and polarity as for Init.
  *
  * Statuses as Init with *ppCodeBook untouched, then moxStatusOutOfMemory with *ppCodeBook null.
  */
 MOXAC_API moxStatus moxsVQCodeBookInitAlloc_32f(const float* pVectors, int32_t vectorLen, int32_t numVectors,
                                                 int32_t polarity, MoxVqCodeBook** ppCodeBook);
 
-/* Frees a code book of InitAlloc; leaves one in caller memory alone.
+/* Frees pCodeBook when InitAlloc made it; leaves one in caller memory alone.
  *
  * moxStatusOk
  * moxStatusNullPointer
@@ -348,7 +348,7 @@ MOXAC_API moxStatus moxsVQMainSelect_32f(const float* pSrc, const float* pWeight
                                          int32_t len, int32_t numCand0, int32_t numCand1,
                                          const MoxVqCodeBook* pCodeBook0, const MoxVqCodeBook* pCodeBook1);
 
-/* Both stages for numDiv vectors that lie one behind another.
+/* Searches in both stages for numDiv vectors that lie one behind another.
  *
  * pSrc, pWeight     sum of pLength values
  * pLength           numDiv vector lengths, each 1 .. the shorter vector length of the two books
@@ -366,7 +366,7 @@ MOXAC_API moxStatus moxsVQIndexSelect_32f(const float* pSrc, const float* pWeigh
                                           int32_t numCand0, int32_t numCand1, const MoxVqCodeBook* pCodeBook0,
                                           const MoxVqCodeBook* pCodeBook1);
 
-/* Vectors from code words.
+/* Vectors from numDiv code words of each book, pIndex0 and pIndex1; lengths pLength as in moxsVQIndexSelect_32f.
  *
  *   pDst = (s0 * c0[i0] + s1 * c1[i1]) / 2, vector behind vector
  *

@@ -5,13 +5,13 @@
  * stand in any order. The code must be prefix-free; it need not be complete. The table is read while a spec
  * is made and not kept.
  *
- * Specs are opaque, read-only once made, and may be used by any number of threads at once. The caller gives
- * GetSize bytes at any alignment to Init, or lets InitAlloc take them from moxMalloc. A spec is built for the
- * address it lies at and cannot be copied to another.
+ * Specs (pSpec, *ppSpec) are opaque, read-only once made, and may be used by any number of threads at once. The
+ * caller gives GetSize bytes (*pSize) at any alignment to Init, with the same pSubTableSizes, nSubTables, tupleSize
+ * and valueBits, or lets InitAlloc take them from moxMalloc. A spec cannot be copied to another address.
  *
- * Cursors. The next bit of a stream is bit *pBitOffset (0..7, 0 the most significant) of byte **ppBitStream.
- * Both are moved behind what was read or written, and stay as they were when a status below 0 is returned,
- * save where a decoder's comment says otherwise.
+ * Cursors. The next bit of a stream is bit *pBitOffset (0..7, 0 the most significant) of byte **ppBitStream. Both are
+ * moved behind what was read or written (to pDst, from pSrc), and stay as they were when a status below 0 is
+ * returned, save where a decoder's comment says otherwise.
  *
  * Memory of streams. Streams are read and written as aligned 32-bit words: the buffer must include every byte
  * of a word (address a multiple of 4) that holds a bit named below. Decoders touch the words of the next
@@ -73,7 +73,7 @@ MOXAC_API moxStatus moxsVLCDecodeInit_32s(const int32_t* pInputTable, int32_t nR
                                           const int32_t* pSubTableSizes, int32_t nSubTables,
                                           MoxVlcDecodeSpec* pSpec);
 
-/* The same in one allocation of GetSize bytes, released by moxsVLCDecodeFree_32s.
+/* Makes a decoder spec in one allocation of GetSize bytes, released by moxsVLCDecodeFree_32s.
  *
  * Statuses as moxsVLCDecodeInit_32s, and moxStatusOutOfMemory. *ppSpec is left alone when GetSize fails, is
  * null when the allocation fails, and after a conflict of rows holds the unfinished block, which Free does
@@ -180,7 +180,7 @@ MOXAC_API moxStatus moxsVLCDecodeUTupleInit_32s(const int32_t* pInputTable, int3
                                                 int32_t tupleSize, int32_t valueBits,
                                                 MoxVlcDecodeSpec* pSpec);
 
-/* The same in one allocation; statuses and conduct of moxsVLCDecodeInitAlloc_32s. */
+/* Makes a decoder spec for tuples in one allocation; statuses and conduct of moxsVLCDecodeInitAlloc_32s. */
 MOXAC_API moxStatus moxsVLCDecodeUTupleInitAlloc_32s(const int32_t* pInputTable, int32_t nRows,
                                                      const int32_t* pSubTableSizes, int32_t nSubTables,
                                                      int32_t tupleSize, int32_t valueBits,
@@ -216,8 +216,8 @@ MOXAC_API moxStatus moxsVLCDecodeUTupleOne_1u16s(const uint8_t** ppBitStream, in
 MOXAC_API moxStatus moxsVLCDecodeUTupleBlock_1u16s(const uint8_t** ppBitStream, int32_t* pBitOffset,
                                                    int16_t* pDst, int32_t len, const MoxVlcDecodeSpec* pSpec);
 
-/* The same with AAC escapes: behind the signs, an escape sequence for each magnitude of 16, first value
- * first; see moxsVLCDecodeEscBlock_AAC_1u16s for the sequence and its limits.
+/* Decodes len values in tuples with AAC escapes: behind the signs, an escape sequence for each magnitude of 16,
+ * first value first; see moxsVLCDecodeEscBlock_AAC_1u16s for the sequence and its limits.
  *
  * With code book 11, tupleSize 2, valueBits 5, the bits 10010110 0 1 0 0011 are 19, -3:
  *   10010110   code word of (16, 3), row value 16 + 32 * 3 = 112
@@ -235,8 +235,8 @@ MOXAC_API moxStatus moxsVLCDecodeUTupleEscBlock_AAC_1u16s(const uint8_t** ppBitS
                                                           int16_t* pDst, int32_t len,
                                                           const MoxVlcDecodeSpec* pSpec);
 
-/* The same with Layer III escapes: behind the code word, value by value, linBits bits for a magnitude of 15
- * and the sign of one that is not 0.
+/* Decodes len values in tuples with Layer III escapes: behind the code word, value by value, linBits bits for a
+ * magnitude of 15 and the sign of one that is not 0.
  *
  * With table 24, tupleSize 2, valueBits 4, linBits 4, the bits 0010011 0011 0 1 are 18, -2:
  *   0010011   code word of (15, 2), row value 15 + 16 * 2 = 47
@@ -351,7 +351,7 @@ MOXAC_API moxStatus moxsVLCEncodeEscBlock_MP3_16s1u(const int16_t* pSrc, int32_t
 /* ---- Counting -------------------------------------------------------------------------------------------
  */
 
-/* *pCount = the bits that moxsVLCEncodeBlock_16s1u would write.
+/* Counts into *pCount the bits that moxsVLCEncodeBlock_16s1u would write.
  *
  * moxStatusOk
  * moxStatusNullPointer   a pointer is null
@@ -361,7 +361,7 @@ MOXAC_API moxStatus moxsVLCEncodeEscBlock_MP3_16s1u(const int16_t* pSrc, int32_t
 MOXAC_API moxStatus moxsVLCCountBits_16s32s(const int16_t* pSrc, int32_t len, int32_t* pCount,
                                             const MoxVlcEncodeSpec* pSpec);
 
-/* *pCount = the bits that moxsVLCEncodeEscBlock_AAC_16s1u would write: the rows' lengths, and 2 N + 5 with
+/* Counts into *pCount the bits that moxsVLCEncodeEscBlock_AAC_16s1u would write: the rows' lengths, and 2 N + 5 with
  * N = floor(log2 |v|) - 4 for each magnitude of 16 or more. Books of four values have no escapes; their
  * tuples are counted as plain values.
  *
@@ -377,7 +377,7 @@ MOXAC_API moxStatus moxsVLCCountBits_16s32s(const int16_t* pSrc, int32_t len, in
 MOXAC_API moxStatus moxsVLCCountEscBits_AAC_16s32s(const int16_t* pSrc, int32_t len, int32_t* pCount,
                                                    const MoxVlcEncodeSpec* pSpec);
 
-/* *pCount = the bits that moxsVLCEncodeEscBlock_MP3_16s1u would write: the rows' lengths, linBits for each
+/* Counts into *pCount the bits that moxsVLCEncodeEscBlock_MP3_16s1u would write: the rows' lengths, linBits for each
  * magnitude of 15 or more, and one bit for each value that is not 0.
  *
  * With table 24, linBits 4, the pair 18, -2 takes 7 + 4 + 2 = 13 bits.
