@@ -25,17 +25,22 @@ add_library(moxac SHARED $<TARGET_OBJECTS:moxac_objects>)
 target_link_libraries(moxac PRIVATE moxcore)
 target_link_options(moxac PRIVATE -Wl,--version-script=${MOXAC_VERSION_SCRIPT})
 if(NOT MOXAC_SANITIZE)
-  target_link_options(moxac PRIVATE -Wl,--no-undefined)
+  target_link_options(moxac PRIVATE -Wl,--no-undefined -Wl,--as-needed)
 endif()
 set_target_properties(moxac PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
   LINK_DEPENDS ${MOXAC_VERSION_SCRIPT} INSTALL_RPATH "$ORIGIN")  # libmoxcore lies beside it
-target_include_directories(moxac INTERFACE
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-add_library(moxac::moxac ALIAS moxac)
-add_library(moxac::moxcore ALIAS moxcore)
 
-# For unit tests of internal code; not installed.
 add_library(moxac_static STATIC $<TARGET_OBJECTS:moxac_objects>)
 set_target_properties(moxac_static PROPERTIES OUTPUT_NAME moxac)
-target_include_directories(moxac_static INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
-target_link_libraries(moxac_static INTERFACE moxcore)
+target_link_libraries(moxac_static INTERFACE moxcore_static m)
+
+foreach(form moxac moxac_static)
+  target_include_directories(${form} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  add_library(moxac::${form} ALIAS ${form})
+endforeach()
+
+# For tests and benchmarks of internal code.
+add_library(moxac_internals INTERFACE)
+target_include_directories(moxac_internals INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_link_libraries(moxac_internals INTERFACE moxac_static)

@@ -1,4 +1,5 @@
-// Allocation, processor features and cache size.
+// The core services by the C library, the cpuid instruction and sysconf. Every definition is weak: also from the archive
+// an application's own takes precedence, function by function.
 #include "moxcore.h"
 
 #include <cpuid.h>
@@ -54,15 +55,15 @@ int64_t largestCacheByCpuid() {
 
 }  // namespace
 
-void* moxMalloc(int32_t bytes) {
+[[gnu::weak]] void* moxMalloc(int32_t bytes) {
   if (bytes < 1) return nullptr;
   const size_t rounded = (static_cast<size_t>(bytes) + kAlignment - 1) / kAlignment * kAlignment;
   return std::aligned_alloc(kAlignment, rounded);
 }
 
-void moxFree(void* pointer) { std::free(pointer); }
+[[gnu::weak]] void moxFree(void* pointer) { std::free(pointer); }
 
-uint64_t moxGetEnabledCpuFeatures() {
+[[gnu::weak]] uint64_t moxGetEnabledCpuFeatures() {
   const CpuidLeaf basic = cpuid(1);
   const CpuidLeaf extended = cpuid(7);
   const uint64_t saved = savedRegisterSets(basic.ecx);
@@ -87,7 +88,7 @@ uint64_t moxGetEnabledCpuFeatures() {
   return features;
 }
 
-int32_t moxGetMaxCacheSizeB(int32_t* pSizeByte) {
+[[gnu::weak]] int32_t moxGetMaxCacheSizeB(int32_t* pSizeByte) {
   if (pSizeByte == nullptr) return -8;
   int64_t largest = largestCacheByCpuid();
   for (const int level : {_SC_LEVEL1_DCACHE_SIZE, _SC_LEVEL2_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE})

@@ -10,7 +10,7 @@ set -euo pipefail
 build=(ca-certificates cmake ninja-build g++ pkg-config python3 libsndfile1-dev libcli11-dev libpng-dev)
 tests=(binutils libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-tidy-14 clang-format-14 doxygen
        python3-cffi python3-numpy python3-scipy python3-matplotlib python3-pytest python3-build python3-setuptools python3-wheel)
-peers=(libbenchmark-dev libfftw3-dev libmpg123-dev libmad0-dev libavcodec-dev libavutil-dev libfaad-dev
+peers=(libbenchmark-dev libgtest-dev libfftw3-dev libmpg123-dev libmad0-dev libavcodec-dev libavutil-dev libfaad-dev
        libmp3lame-dev python3-matplotlib)
 
 case "${1:-}" in

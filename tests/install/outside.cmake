@@ -1,0 +1,13 @@
+# An outside program over moxac: with MOXAC_FOLDER as a sub-project, else as an installed package.
+cmake_minimum_required(VERSION 3.25)
+project(outside C)
+if(MOXAC_FOLDER)
+  add_subdirectory(${MOXAC_FOLDER} moxac EXCLUDE_FROM_ALL)
+else()
+  find_package(moxac 8 REQUIRED)
+endif()
+foreach(form IN ITEMS shared static)
+  add_executable(outside_${form} first_program.c)
+endforeach()
+target_link_libraries(outside_shared PRIVATE moxac::moxac m)
+target_link_libraries(outside_static PRIVATE moxac::moxac_static)
