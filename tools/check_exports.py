@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Compares three lists of names: the dynamic symbols of libmoxac.so, the functions that the public headers
 declare, and exports.txt. The first two must be equal, and both within the third (with --complete: equal to it).
+Also what the library needs: the C library, its mathematics and libmoxcore, and nothing of C++.
 
 usage: check_exports.py LIBMOXAC_SO SOURCE_DIR [--complete]
 """
@@ -9,6 +10,8 @@ import subprocess
 import sys
 from pathlib import Path
 
+
+ALLOWED = {"libc", "libm", "libmoxcore", "ld-linux-x86-64"}
 
 # Two names, one implementation each.
 SHARED = """
@@ -29,6 +32,16 @@ def dynamic_symbols(library):
     return {line.split()[-1]: line.split()[0] for line in out.splitlines()}
 
 
+def undefined_symbols(library):
+    out = subprocess.run(["nm", "-D", "--undefined-only", library], check=True, capture_output=True, text=True).stdout
+    return [line.split()[-1] for line in out.splitlines()]
+
+
+def needed_libraries(library):
+    out = subprocess.run(["readelf", "-d", library], check=True, capture_output=True, text=True).stdout
+    return {name.split(".so")[0] for name in re.findall(r"\(NEEDED\).*\[(.*)\]", out)}
+
+
 def declared_functions(source):
     names = set()
     for header in sorted((source / "include").rglob("*.h")):
@@ -44,6 +57,9 @@ def main():
     listed = {line for line in (source / "exports.txt").read_text().splitlines() if line.startswith("mox")}
     faults = [("exported but not declared", exported - declared), ("declared but not exported", declared - exported),
               ("exported but not listed", exported - listed)]
+    sanitized = any(symbol.startswith("__asan") or symbol.startswith("__tsan") for symbol in undefined_symbols(library))
+    if not sanitized:
+        faults.append(("needed but not allowed", needed_libraries(library) - ALLOWED))
     pairs = [line.split() for line in SHARED.splitlines() if line]
     faults.append(("not one implementation", {f"{a} {b}" for a, b in pairs if addresses.get(a) != addresses.get(b)}))
     if "--complete" in sys.argv:
