@@ -13,6 +13,7 @@ set_source_files_properties(${PROJECT_SOURCE_DIR}/transform/mdct_short.cpp PROPE
   COMPILE_OPTIONS -fno-tree-vectorize)
 target_include_directories(moxac_objects PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
 target_link_libraries(moxac_objects PRIVATE moxac_warnings moxac_kernel_options)
+target_compile_options(moxac_objects PRIVATE -fno-exceptions)  # nothing throws; no C++ library is needed to unwind
 
 # The shared library shows exactly the names of exports.txt; the version script comes from that list.
 file(STRINGS ${PROJECT_SOURCE_DIR}/exports.txt export_names REGEX "^mox")
