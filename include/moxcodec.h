@@ -4,9 +4,10 @@
  * interleaved samples. The same stream gives the same samples, to the bit, however its bytes are cut up.
  *
  * Every object is independent of all others; one object is used by one thread at a time. Nothing is global, no thread
- * is started, nothing is printed. All memory of an object comes from its allocator; none is asked for any more once the
- * stream's first second has been read, but where the format changes or a tag comes. The state stays below 2 MB whatever
- * the length of the input.
+ * is started, nothing is printed. Input, frames and samples are held in memory of the object's allocator, of which none
+ * is asked for any more once the stream's first second has been read, but where the format changes or a tag comes. What
+ * the AAC tools, spectral band replication and the containers keep comes from the C++ heap and from moxMalloc. None of
+ * it grows with the length of the input, but an MP4 file's index of packets.
  *
  * Statuses: 0 is success; positive ones say what stands in front of the next sample, and are no errors; negative ones
  * are errors. Every function checks its pointers first, and with a negative status writes nothing unless its comment
